@@ -1,0 +1,35 @@
+# Helpers that the lists of the floors share. Sources are globbed, so a new file needs no edit of any list.
+
+# cvhost_sources(<variable> <pattern>...): the sources that match, in a stable order; empty is fine.
+function(cvhost_sources variable)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS LIST_DIRECTORIES false ${ARGN})
+    list(SORT found)
+    set(${variable} "${found}" PARENT_SCOPE)
+endfunction()
+
+# cvhost_sources_here(<variable> <pattern>...): the same, without descending into subfolders.
+function(cvhost_sources_here variable)
+    file(GLOB found CONFIGURE_DEPENDS LIST_DIRECTORIES false ${ARGN})
+    list(SORT found)
+    set(${variable} "${found}" PARENT_SCOPE)
+endfunction()
+
+# cvhost_unloadable(<target>): templates of this library get no STB_GNU_UNIQUE symbols, which would pin it in memory for
+# ever after the first dlopen.
+function(cvhost_unloadable target)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(${target} PRIVATE -fno-gnu-unique)
+    endif()
+endfunction()
+
+# cvhost_install_rpath(<target> <from> <to>): the installed <target>, which lies in <from>, looks for libraries in <to>.
+function(cvhost_install_rpath target from to)
+    file(RELATIVE_PATH relative "/prefix/${from}" "/prefix/${to}")
+    if(IS_ABSOLUTE "${from}" OR IS_ABSOLUTE "${to}")
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "${CMAKE_INSTALL_FULL_LIBDIR}")
+    elseif(relative STREQUAL "")
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    else()
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${relative}")
+    endif()
+endfunction()
