@@ -1,0 +1,41 @@
+# shellcheck shell=bash
+# What the scripts share. Sourced, never run; the caller has set -euo pipefail.
+
+export LC_ALL=C
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck disable=SC2034  # for the scripts that source this file
+jobs=$(nproc)
+
+# die MESSAGE: says in one line why the script cannot go on, and ends it.
+die() {
+  printf '%s: %s\n' "${0##*/}" "$1" >&2
+  exit 1
+}
+
+# show_help: prints the comment block at the head of the calling script.
+show_help() {
+  awk 'NR == 1 { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
+}
+
+# build_preset PRESET [TARGET...]: configures and builds. One line of output, and the whole log when it fails.
+build_preset() {
+  local preset=$1 target targets=() log started=$SECONDS
+  shift
+  for target in "$@"; do
+    targets+=(--target "$target")
+  done
+  log=$root/build/$preset.log
+  mkdir -p "$root/build"
+  printf 'building %s ... ' "$preset"
+  if (
+    cd "$root"
+    cmake --preset "$preset"
+    cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"
+  ) >"$log" 2>&1 </dev/null; then
+    printf 'done, %s s\n' "$((SECONDS - started))"
+  else
+    printf 'failed\n'
+    cat "$log" >&2
+    return 1
+  fi
+}
