@@ -1,0 +1,63 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "CVT/BMibImplGroup.h"
+
+namespace agent {
+
+/// An extension module in this process: a shared library with the entry points CVxExtAgentInit and CVxExtAgentClose.
+///
+/// Life: Load, Start, requests to the groups of Group(), Close. A module initialises in the background; IsReady says when
+/// that is over. The library is loaded with local scope, so that two modules may use the same names. Used by one thread.
+class ExtensionModule {
+public:
+    /// Maps the library and finds its entry points. Null, and one line for people in `error`, when there is no such file,
+    /// or it is no extension module.
+    static std::unique_ptr<ExtensionModule> Load(const std::string& file, std::string& error);
+
+    /// What comes with the agent: libCVHost.so.1 in the lib folder beside the running program's, or else whatever the
+    /// dynamic linker finds under that name.
+    static std::string DefaultFile();
+
+    ExtensionModule(const ExtensionModule&) = delete;
+    ExtensionModule& operator=(const ExtensionModule&) = delete;
+    /// A module that was started and not closed stays mapped: its threads may still run.
+    ~ExtensionModule();
+
+    /// Calls CVxExtAgentInit. False, with `error`, when the module refuses or hands back nothing.
+    bool Start(void* trapSender, std::string& error);
+
+    /// The module's object, from Start to Close.
+    CVT::BMibImplGroup& Group() { return *m_group; }
+
+    /// Whether initialisation is over: what the module's gbReady says, or, when it exports none, whether all its groups
+    /// are active.
+    bool IsReady() const;
+    /// Waits for IsReady, at most `milliseconds`.
+    bool WaitUntilReady(unsigned int milliseconds) const;
+
+    /// Calls CVxExtAgentClose, waits until no thread of the module's runs any more, and unmaps the library. False when that
+    /// is not over after `milliseconds`: the module then stays as it is, and only the end of the process can help
+    /// (std::_Exit, since the module's code may be running).
+    bool Close(unsigned int milliseconds);
+
+    const std::string& File() const { return m_file; }
+
+private:
+    using Init = int (*)(void** module, void* trapSender);
+    using Exit = int (*)();
+
+    ExtensionModule(std::string file, void* library) : m_file(std::move(file)), m_library(library) {}
+
+    const std::string m_file;
+    void* m_library;
+    Init m_init = nullptr;
+    Exit m_exit = nullptr;
+    const std::atomic<bool>* m_ready = nullptr;  // the module's gbReady; null when it has none
+    CVT::BMibImplGroup* m_group = nullptr;
+};
+
+}  // namespace agent

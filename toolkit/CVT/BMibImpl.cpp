@@ -1,0 +1,114 @@
+#include "CVT/BMibImpl.h"
+
+namespace CVT {
+
+BMibImpl::BMibImpl(const char* name, const char* oid, EHandlerKind kind)
+    : BMibSubtreeHandler(name, oid), m_requestLock(&m_ownLock) {
+    m_info.SetOwner(this);
+    m_handlerKind = kind;
+}
+
+BMibImpl::BMibImpl(BMibImpl& parent, const char* name, const char* oid, EHandlerKind kind)
+    : BMibImpl(name, oid, kind) {
+    m_requestLock = parent.m_requestLock;
+}
+
+BMibImpl::~BMibImpl() = default;
+
+IMibInfo* BMibImpl::GetIMibInfo() { return &m_info; }
+
+BString BMibImpl::ToString() {
+    BString text = Name();
+    text.Append(" (");
+    text.Append(Oid().ToString());
+    text.Append(")");
+    return text;
+}
+
+const BRqHndlrEntry* BMibImpl::Locate(const BObjectIdentifier& name, BObjectIdentifier& index) const {
+    const unsigned int root = Oid().NumArcs();
+    if (name.NumArcs() <= root || !name.StartsWith(Oid())) {
+        return nullptr;
+    }
+    index.Set(name.Arcs().subspan(root + 1));
+    return m_info.FindColumn(name[root]);
+}
+
+std::span<const BRqHndlrEntry>::iterator BMibImpl::FirstCandidate(const BObjectIdentifier& name,
+                                                                  BObjectIdentifier& index) const {
+    const unsigned int root = Oid().NumArcs();
+    index.Clear();
+    if (!name.StartsWith(Oid())) {
+        return name < Oid() ? m_info.Columns().begin() : m_info.Columns().end();
+    }
+    if (name.NumArcs() == root) {
+        return m_info.Columns().begin();
+    }
+    const auto column = m_info.ColumnFrom(name[root]);
+    if (column != m_info.Columns().end() && column->subId == name[root]) {
+        index.Set(name.Arcs().subspan(root + 1));
+    }
+    return column;
+}
+
+int BMibImpl::Get(unsigned int requestId, BVarBindList& varBinds, int& errorIndex, int version) {
+    errorIndex = 0;
+    int place = 0;
+    for (BVarBind& varBind : varBinds) {
+        ++place;
+        int status = Get(requestId, varBind);
+        if (status == noError && varBind.IsException() && version == kSnmpV1) {
+            status = noSuchName;
+        }
+        if (status != noError) {
+            errorIndex = place;
+            return status;
+        }
+    }
+    return noError;
+}
+
+int BMibImpl::GetNext(unsigned int requestId, BVarBind& varBind) {
+    const TMutex::Guard guard(RequestLock());
+    BVarBind next;
+    next.name.Set(varBind.name);
+    int status = noError;
+    do {
+        status = NextInstance(requestId, next);
+        if (status == noError) {
+            status = Get(requestId, next);
+        }
+    } while (status == noError && next.IsException());  // vanished since it was found: the one behind it, then
+    if (status == noError) {
+        varBind = std::move(next);
+    }
+    return status;
+}
+
+int BMibImpl::Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSetOpCode phase, void** undo,
+                  int& errorIndex, int /*version*/) {
+    errorIndex = 0;
+    int first = noError;
+    for (std::size_t i = 0; i < varBinds.size(); ++i) {
+        const int status = Set(requestId, phase, &undo[i], varBinds[i]);
+        if (status == noError || first != noError) {
+            continue;
+        }
+        first = status;
+        errorIndex = static_cast<int>(i) + 1;
+        if (phase != ESnmpSetOpCode::CheckAndSave && phase != ESnmpSetOpCode::Commit) {
+            continue;  // an undo or a release goes on to the end, whatever fails
+        }
+        const bool checking = phase == ESnmpSetOpCode::CheckAndSave;
+        for (std::size_t done = i; done-- > 0;) {
+            Set(requestId, checking ? ESnmpSetOpCode::Release : ESnmpSetOpCode::Undo, &undo[done], varBinds[done]);
+            if (checking) {
+                undo[done] = nullptr;
+            }
+        }
+        break;
+    }
+    return first;
+}
+
+}  // namespace CVT

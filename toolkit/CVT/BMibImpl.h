@@ -1,0 +1,89 @@
+#pragma once
+
+#include <atomic>
+
+#include "CVT/BMibInfo.h"
+#include "CVT/BMibSubtreeHandler.h"
+#include "CVT/TMutex.h"
+
+namespace CVT {
+
+/// The value of BMibImpl's handler-kind word.
+enum EHandlerKind : unsigned int {
+    kBareHandler = 1,
+    kScalarHandler = 3,
+    kTableHandler = 4,
+};
+
+/// One MIB group: columns bound to member functions, the constraints on them, and the lock under which they run.
+///
+/// A group class derives from BMibScalarGroupImpl or BMibTableImpl and supplies its two static tables, Initialize and
+/// Cleanup, and, as a table, the order of its rows.
+///
+/// The request lock is recursive and normally the group's own; a group built on a parent uses the parent's, so that both
+/// are served one at a time. The toolkit holds it round every call of a group's operation; Initialize and Cleanup are
+/// called with it held. Groups therefore never lock for themselves. Whoever needs two groups' locks at once takes them in
+/// the order in which their module lists them.
+class CVT_API BMibImpl : public BMibSubtreeHandler {
+public:
+    ~BMibImpl() override;
+
+    int Get(unsigned int requestId, BVarBindList& varBinds, int& errorIndex, int version) override;
+    using BMibSubtreeHandler::GetNext;
+    int GetNext(unsigned int requestId, BVarBind& varBind) override;
+    int Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSetOpCode phase, void** undo, int& errorIndex,
+            int version) override;
+    IMibInfo* GetIMibInfo() override;
+    BString ToString() override;
+
+    /// Reads one instance. Gives noError with the value or an exception in the varbind, else what the group gave.
+    virtual int Get(unsigned int requestId, BVarBind& varBind) = 0;
+    /// One phase of a SET for one varbind. `*undo` is null before CheckAndSave.
+    virtual int Set(unsigned int requestId, ESnmpSetOpCode phase, void** undo, const BVarBind& varBind) = 0;
+    /// Moves the name to the next instance, without reading it; noSuchName, and the varbind untouched, at the end.
+    virtual int NextInstance(unsigned int requestId, BVarBind& varBind) = 0;
+
+    /// Called once with the request lock held, before which the group answers from its constructed fields.
+    virtual void Initialize() = 0;
+    /// Called once with the request lock held, when no request will follow.
+    virtual void Cleanup() = 0;
+    /// The class's s_rqhndlrEntries.
+    virtual const BRqHndlrEntry* GetRqHndlrMap() const = 0;
+    /// The class's s_sonstraintEntries.
+    virtual const BConstraintEntry* GetConstraintMap() const = 0;
+
+    TMutex& RequestLock() { return *m_requestLock; }
+    /// Between Initialize and Cleanup. Readable without the lock.
+    bool IsActive() const { return m_active.load() != 0; }
+    unsigned int HandlerKind() const { return m_handlerKind; }
+
+    /// The textual conventions of the module that owns the group, for the checks on SET; null means the toolkit's alone.
+    /// A host sets them (BMibEngine::Add does) before it serves the group.
+    void SetModuleConventions(const BConstraintEntry* conventions) { m_moduleConventions = conventions; }
+    const BConstraintEntry* ModuleConventions() const { return m_moduleConventions; }
+
+protected:
+    BMibImpl(const char* name, const char* oid, EHandlerKind kind);
+    /// Uses the parent's request lock; the parent must outlive the use of this group.
+    BMibImpl(BMibImpl& parent, const char* name, const char* oid, EHandlerKind kind);
+
+    void SetActive(int active) { m_active.store(active); }
+
+    /// The column that `name` lies in, and in `index` what follows it; null when no served column holds the name.
+    const BRqHndlrEntry* Locate(const BObjectIdentifier& name, BObjectIdentifier& index) const;
+
+    /// Where the search for the next instance begins: the first column to try, and in `index` how far it was walked.
+    std::span<const BRqHndlrEntry>::iterator FirstCandidate(const BObjectIdentifier& name,
+                                                            BObjectIdentifier& index) const;
+
+private:
+    TMutex m_ownLock{true};
+    TMutex* m_requestLock;
+    std::atomic<int> m_active = 0;
+    [[maybe_unused]] unsigned int m_reserved = 0;
+    unsigned int m_handlerKind = kBareHandler;
+    BMibInfo m_info;
+    const BConstraintEntry* m_moduleConventions = nullptr;
+};
+
+}  // namespace CVT

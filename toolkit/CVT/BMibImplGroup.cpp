@@ -1,0 +1,7 @@
+#include "CVT/BMibImplGroup.h"
+
+namespace CVT {
+
+BMibImplGroup::~BMibImplGroup() = default;
+
+}  // namespace CVT

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <ctime>
+
+namespace CVT {
+
+/// The monotonic time `milliseconds` from now, for the pthread calls that take an absolute time.
+inline timespec DeadlineIn(unsigned int milliseconds) {
+    constexpr long kNanosecondsPerSecond = 1'000'000'000;
+    timespec at{};
+    ::clock_gettime(CLOCK_MONOTONIC, &at);
+    at.tv_sec += static_cast<time_t>(milliseconds / 1000);
+    at.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
+    if (at.tv_nsec >= kNanosecondsPerSecond) {
+        at.tv_nsec -= kNanosecondsPerSecond;
+        ++at.tv_sec;
+    }
+    return at;
+}
+
+}  // namespace CVT

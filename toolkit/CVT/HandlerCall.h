@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cxxabi.h>
+
+#include "CVT/BRqHndlrEntry.h"
+#include "CVT/BVarBind.h"
+
+namespace CVT::detail {
+
+/// Gives what `call` gives, or genErr when it throws. Only the unwinding of a thread that is being ended passes.
+template <class Call>
+int WithoutThrowing(Call call) {
+    try {
+        return call();
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return genErr;
+    }
+}
+
+/// Calls `operation` if it is a `Handler`; genErr if an entry pairs a value kind with another handler.
+template <class Handler, class Operation, class Value, class Call>
+int CallIf(const Operation& operation, Value& value, Call call) {
+    const Handler* const handler = std::get_if<Handler>(&operation);
+    return handler == nullptr ? static_cast<int>(genErr) : call(*handler, value);
+}
+
+/// Reads a column into the varbind. `call` is given the entry's get operation, a `Handler` for the type of the value,
+/// and the place for the value. An absent instance becomes the exception noSuchInstance.
+template <template <class> class Handler, class Call>
+int GetByKind(const BRqHndlrEntry& entry, BVarBind& varBind, Call call) {
+    int status = genErr;
+    switch (entry.valueKind) {
+        case kIntValue:
+            status = CallIf<Handler<int>>(entry.get, varBind.integer, call);
+            varBind.number = static_cast<unsigned int>(varBind.integer);
+            break;
+        case kUnsignedValue:
+            status = CallIf<Handler<unsigned int>>(entry.get, varBind.number, call);
+            varBind.integer = static_cast<int>(varBind.number);
+            break;
+        case kOctetStringValue:
+        case kDisplayStringValue:
+            status = CallIf<Handler<BOctetString>>(entry.get, varBind.octets, call);
+            break;
+        case kObjectIdentifierValue:
+            status = CallIf<Handler<BObjectIdentifier>>(entry.get, varBind.identifier, call);
+            break;
+        default: break;
+    }
+    varBind.type = status == noSuchName ? kNoSuchInstance : static_cast<ESnmpType>(entry.type);
+    return status == noSuchName ? static_cast<int>(noError) : status;
+}
+
+/// One SET phase of a column, likewise.
+template <template <class> class Handler, class Call>
+int SetByKind(const BRqHndlrEntry& entry, const BVarBind& varBind, Call call) {
+    switch (entry.valueKind) {
+        case kIntValue: return CallIf<Handler<int>>(entry.set, varBind.integer, call);
+        case kUnsignedValue: return CallIf<Handler<unsigned int>>(entry.set, varBind.number, call);
+        case kOctetStringValue:
+        case kDisplayStringValue: return CallIf<Handler<BOctetString>>(entry.set, varBind.octets, call);
+        case kObjectIdentifierValue: return CallIf<Handler<BObjectIdentifier>>(entry.set, varBind.identifier, call);
+        default: return genErr;
+    }
+}
+
+}  // namespace CVT::detail

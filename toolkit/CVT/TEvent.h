@@ -1,0 +1,34 @@
+#pragma once
+
+#include <pthread.h>
+
+#include "CVT/Api.h"
+
+namespace CVT {
+
+/// An event that threads wait for. It always starts unsignalled, whatever the constructor's second flag says: a waiter
+/// that takes any wake-up for its order to end must not be woken by its own birth. All operations are thread-safe.
+class CVT_API TEvent {
+public:
+    /// With `manualReset` a signal lasts until Reset() and lets every waiter through; without it, it lets one through and
+    /// is used up. The second flag has no effect.
+    explicit TEvent(bool manualReset, bool initially = false);
+    /// Nobody may wait on it.
+    ~TEvent();
+    TEvent(const TEvent&) = delete;
+    TEvent& operator=(const TEvent&) = delete;
+
+    void Set();
+    void Reset();
+    /// Waits up to `milliseconds` (0 only looks, kWaitForever has no limit) on the monotonic clock.
+    /// Gives kWaitSignalled (0) or kWaitTimeout (0x102). A cancellation point for TThread::Terminate.
+    unsigned int Wait(unsigned int milliseconds);
+
+private:
+    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_cond_t m_changed = PTHREAD_COND_INITIALIZER;
+    const bool m_manualReset;
+    bool m_signalled = false;  // under m_mutex
+};
+
+}  // namespace CVT

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <pthread.h>
+
+#include "CVT/Api.h"
+#include "CVT/ThreadAnnotations.h"
+
+namespace CVT {
+
+/// A mutual-exclusion lock, recursive when built so: its holder may then take it again, and gives it back as often.
+/// Not a cancellation point: a thread that TThread::Terminate ends is never stopped while it waits here.
+class CVT_API CVT_CAPABILITY("mutex") TMutex {
+public:
+    explicit TMutex(bool recursive);
+    /// Nobody may hold it.
+    ~TMutex();
+    TMutex(const TMutex&) = delete;
+    TMutex& operator=(const TMutex&) = delete;
+
+    /// Takes the lock, waiting up to `milliseconds`; 0 only tries, kWaitForever waits without limit.
+    /// Gives kWaitSignalled (0) when the lock is held now, kWaitTimeout (0x102) when it is not.
+    unsigned int Wait(unsigned int milliseconds) CVT_TRY_ACQUIRE(false) CVT_NO_THREAD_SAFETY_ANALYSIS;
+    /// Gives the lock back. Only its holder may.
+    void Done() CVT_RELEASE() CVT_NO_THREAD_SAFETY_ANALYSIS;
+
+    /// Waits without limit; for a lock that is taken where it is declared.
+    class CVT_SCOPED_CAPABILITY Guard {
+    public:
+        explicit Guard(TMutex& mutex) CVT_ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.Lock(); }
+        ~Guard() CVT_RELEASE() { m_mutex.Done(); }
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+
+    private:
+        TMutex& m_mutex;
+    };
+
+private:
+    void Lock() CVT_ACQUIRE() CVT_NO_THREAD_SAFETY_ANALYSIS;
+
+    pthread_mutex_t m_mutex;
+};
+
+}  // namespace CVT
