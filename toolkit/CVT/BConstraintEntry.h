@@ -5,11 +5,11 @@ namespace CVT {
 /// What a constraint entry says; its fields are used as noted.
 enum EConstraintKind : unsigned int {
     kEndOfConstraints = 0,
-    kEnumeration = 1,      ///< the kind-3 entries that follow list the values of `column`
-    kEnumConvention = 2,   ///< `column` follows the enumerated textual convention named by `label`
-    kEnumValue = 3,        ///< `label` (the value's name), `low` (its number); column 0
-    kRange = 4,            ///< `column` is `low`..`high`: the value of a number, the length of an octet string
-    kConvention = 5,       ///< `column` follows the convention `label`; `high`, when not 0, is its own maximum length
+    kEnumeration = 1,     ///< the kind-3 entries that follow list the values of `column`
+    kEnumConvention = 2,  ///< `column` follows the enumerated textual convention named by `label`
+    kEnumValue = 3,       ///< `label` (the value's name), `low` (its number); column 0
+    kRange = 4,           ///< `column` is `low`..`high`: the value of a number, the length of an octet string
+    kConvention = 5,      ///< `column` follows the convention `label`; `high`, when not 0, is its own maximum length
 };
 
 /// One line of a constraint table. A table is an array that ends with an all-zero entry; a group's stands under the name

@@ -8,8 +8,7 @@ BMibImpl::BMibImpl(const char* name, const char* oid, EHandlerKind kind)
     m_handlerKind = kind;
 }
 
-BMibImpl::BMibImpl(BMibImpl& parent, const char* name, const char* oid, EHandlerKind kind)
-    : BMibImpl(name, oid, kind) {
+BMibImpl::BMibImpl(BMibImpl& parent, const char* name, const char* oid, EHandlerKind kind) : BMibImpl(name, oid, kind) {
     m_requestLock = parent.m_requestLock;
 }
 

@@ -21,8 +21,8 @@ int BMibScalarGroupImpl::Get(unsigned int requestId, BVarBind& varBind) {
     }
     const TMutex::Guard guard(RequestLock());
     return detail::WithoutThrowing([&] {
-        return detail::GetByKind<BScalarGet>(
-            *column, varBind, [&](auto get, auto& value) { return (this->*get)(requestId, value); });
+        return detail::GetByKind<BScalarGet>(*column, varBind,
+                                             [&](auto get, auto& value) { return (this->*get)(requestId, value); });
     });
 }
 
@@ -38,9 +38,8 @@ int BMibScalarGroupImpl::Set(unsigned int requestId, ESnmpSetOpCode phase, void*
     }
     const TMutex::Guard guard(RequestLock());
     return detail::WithoutThrowing([&] {
-        return detail::SetByKind<BScalarSet>(*column, varBind, [&](auto set, const auto& value) {
-            return (this->*set)(phase, requestId, value, undo);
-        });
+        return detail::SetByKind<BScalarSet>(
+            *column, varBind, [&](auto set, const auto& value) { return (this->*set)(phase, requestId, value, undo); });
     });
 }
 

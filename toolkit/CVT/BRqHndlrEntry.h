@@ -25,14 +25,12 @@ using BTableSet = int (BMibImpl::*)(const BObjectIdentifier& index, ESnmpSetOpCo
 
 /// The operation that reads a column, and the one that writes it: a member function in its own type, or none. It says
 /// itself whether it is a scalar's or a table's, and what it exchanges, so that a wrong entry is found and not called.
-using BGetOperation =
-    std::variant<std::monostate, BScalarGet<int>, BScalarGet<unsigned int>, BScalarGet<BOctetString>,
-                 BScalarGet<BObjectIdentifier>, BTableGet<int>, BTableGet<unsigned int>, BTableGet<BOctetString>,
-                 BTableGet<BObjectIdentifier>>;
-using BSetOperation =
-    std::variant<std::monostate, BScalarSet<int>, BScalarSet<unsigned int>, BScalarSet<BOctetString>,
-                 BScalarSet<BObjectIdentifier>, BTableSet<int>, BTableSet<unsigned int>, BTableSet<BOctetString>,
-                 BTableSet<BObjectIdentifier>>;
+using BGetOperation = std::variant<std::monostate, BScalarGet<int>, BScalarGet<unsigned int>, BScalarGet<BOctetString>,
+                                   BScalarGet<BObjectIdentifier>, BTableGet<int>, BTableGet<unsigned int>,
+                                   BTableGet<BOctetString>, BTableGet<BObjectIdentifier>>;
+using BSetOperation = std::variant<std::monostate, BScalarSet<int>, BScalarSet<unsigned int>, BScalarSet<BOctetString>,
+                                   BScalarSet<BObjectIdentifier>, BTableSet<int>, BTableSet<unsigned int>,
+                                   BTableSet<BOctetString>, BTableSet<BObjectIdentifier>>;
 
 /// One column of a group: its declaration, and the operations that read and write it. A group's table is an array in
 /// ascending order of sub-identifiers that ends with an all-zero entry, under the name s_rqhndlrEntries.
@@ -44,7 +42,7 @@ struct BRqHndlrEntry {
     unsigned int valueKind = 0;  ///< an EValueKind: with the group's kind it fixes the signature of both handlers
     unsigned int reserved = 0;
     BGetOperation get;
-    BSetOperation set;           ///< none exactly when the column is read-only
+    BSetOperation set;  ///< none exactly when the column is read-only
 
     constexpr bool IsEnd() const { return subId == 0; }
     constexpr bool IsWritable() const { return access == kReadWrite && set.index() != 0; }

@@ -41,9 +41,7 @@ int GetByKind(const BRqHndlrEntry& entry, BVarBind& varBind, Call call) {
             varBind.integer = static_cast<int>(varBind.number);
             break;
         case kOctetStringValue:
-        case kDisplayStringValue:
-            status = CallIf<Handler<BOctetString>>(entry.get, varBind.octets, call);
-            break;
+        case kDisplayStringValue: status = CallIf<Handler<BOctetString>>(entry.get, varBind.octets, call); break;
         case kObjectIdentifierValue:
             status = CallIf<Handler<BObjectIdentifier>>(entry.get, varBind.identifier, call);
             break;

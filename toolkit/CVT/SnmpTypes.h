@@ -42,7 +42,7 @@ enum ESnmpStatus : int {
 
 /// The phases of a SET. See BMibSubtreeHandler.h for their order.
 enum class ESnmpSetOpCode : int {
-    Commit = 163,   ///< store the new value and carry out its effect
+    Commit = 163,        ///< store the new value and carry out its effect
     CheckAndSave = 224,  ///< refuse a bad value or an absent row; save the present value in the undo cell
     Undo = 225,          ///< put the saved value back
     Release = 226,       ///< delete the saved value

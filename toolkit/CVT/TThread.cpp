@@ -110,7 +110,7 @@ void* TThread::Main(void* self) {
     try {
         thread.Run();
     } catch (const abi::__forced_unwind&) {
-        throw;  // the thread is being terminated
+        throw;       // the thread is being terminated
     } catch (...) {  // NOLINT(bugprone-empty-catch): the thread ends here, and has nobody to tell
     }
     return nullptr;

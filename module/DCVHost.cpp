@@ -1,0 +1,74 @@
+#include "module/DCVHost.h"
+
+#include "CVT/BFileNV.h"
+#include "groups/storage/DHrStorage.h"
+#include "module/HandlerWalk.h"
+
+const char DCVHost::cszInterfaceIndexOrZero[] = "InterfaceIndexOrZero";
+const char DCVHost::cszProductID[] = "ProductID";
+const char DCVHost::cszKBytes[] = "KBytes";
+const char DCVHost::cszInternationalDisplayString[] = "InternationalDisplayString";
+
+CVT::BMibDefVal DCVHost::defval;
+
+const CVT::BConstraintEntry DCVHost::s_tcConstraints[] = {
+    {CVT::kRange, 0, cszInternationalDisplayString, 0, 128},
+    {CVT::kRange, 0, cszKBytes, 0, 2147483647},
+    {CVT::kRange, 0, cszInterfaceIndexOrZero, 0, 2147483647},
+    {},
+};
+
+namespace {
+
+constexpr const char* kStoreFile = "CVHostPersist.txt";
+
+/// Under the number that is reserved for examples and documentation.
+constexpr const char* kEnterpriseOid = "1.3.6.1.4.1.32473";
+
+}  // namespace
+
+DCVHost::DCVHost(CVT::INonVolatile* store, bool systemOnly)
+    : BMibImplGroup("CVHost"), m_store(store), m_storeSuppliedByCaller(store != nullptr), m_systemOnly(systemOnly) {
+    if (!m_storeSuppliedByCaller) {
+        m_store = new CVT::BFileNV(kStoreFile, true);
+    }
+    if (m_systemOnly) {
+        return;
+    }
+    m_handlers[1] = new DHrStorage(m_store);
+}
+
+DCVHost::~DCVHost() {
+    for (CVT::BMibImpl* const handler : m_handlers) {
+        delete handler;
+    }
+    if (!m_storeSuppliedByCaller) {
+        delete m_store;
+    }
+}
+
+unsigned int DCVHost::Init() {
+    InitDefVals();
+    return ui32ForEachHandler(*this, &CVT::BMibImpl::Initialize);
+}
+
+unsigned int DCVHost::Cleanup() { return ui32ForEachHandler(*this, &CVT::BMibImpl::Cleanup); }
+
+int DCVHost::NumHandlers() { return kNumHandlers; }
+
+CVT::BMibImpl* DCVHost::HandlerAt(int place) {
+    const auto index = static_cast<unsigned int>(place);
+    return index < m_handlers.size() ? m_handlers[index] : nullptr;
+}
+
+const CVT::BConstraintEntry* DCVHost::GetTCConstraintMap() const { return s_tcConstraints; }
+
+void DCVHost::InitDefVals() {
+    defval.integer = 0;
+    defval.octets.AssignFromHexString("");
+    defval.opaque.AssignFromHexString("");
+    defval.displayString = CVT::BOctetString("Corvanta", 0);
+    defval.objectIdentifier.AssignFromDottedDecimalStr(kEnterpriseOid);
+    defval.numbers.fill(0);
+    defval.ipAddress.AssignFromDottedDecimalStr("127.0.0.1");
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+
+#include "CVT/BMibDefVal.h"
+#include "CVT/BMibImplGroup.h"
+#include "CVT/INonVolatile.h"
+
+/// The module: owner of one object for each MIB group, and of the non-volatile store that they share.
+///
+/// Threads. A group is used under its request lock: by the host for requests, by Init and Cleanup here. The start-up
+/// thread takes one lock at a time, so a request waits at most for the group that it asks. Code that must hold two
+/// groups' locks takes them in handler order, the lower index first, and holds the second for one row or one look-up.
+///
+/// A place in the handler order whose group is not there is null, and every walk passes over it.
+class DCVHost final : public CVT::BMibImplGroup {
+public:
+    /// How many places the handler order has, whether all are taken or not.
+    static constexpr int kNumHandlers = 15;
+
+    // The module's textual conventions, by name.
+    static const char cszInterfaceIndexOrZero[];        ///< "InterfaceIndexOrZero": 0 to 2147483647
+    static const char cszProductID[];                   ///< "ProductID": any object identifier
+    static const char cszKBytes[];                      ///< "KBytes": 0 to 2147483647
+    static const char cszInternationalDisplayString[];  ///< "InternationalDisplayString": 0 to 128 octets
+
+    /// Filled by InitDefVals, only read afterwards.
+    static CVT::BMibDefVal defval;
+
+    /// With a null `store` the module makes one, the file "CVHostPersist.txt" in the working directory, and deletes it in
+    /// the end; a store that is given stays the caller's and must outlive the module. With `systemOnly` only the first
+    /// place of the handler order is filled.
+    DCVHost(CVT::INonVolatile* store, bool systemOnly);
+    ~DCVHost() override;
+
+    /// Fills the default values, then brings up each group in handler order. A group that throws is passed over. Gives the
+    /// result of the last wait for a lock.
+    unsigned int Init() override;
+    /// Ends each group's work in handler order; likewise.
+    unsigned int Cleanup() override;
+    int NumHandlers() override;
+    CVT::BMibImpl* HandlerAt(int place) override;
+    const CVT::BConstraintEntry* GetTCConstraintMap() const override;
+    void InitDefVals() override;
+
+private:
+    static const CVT::BConstraintEntry s_tcConstraints[];
+
+    CVT::INonVolatile* m_store;
+    bool m_storeSuppliedByCaller;
+    std::array<CVT::BMibImpl*, kNumHandlers> m_handlers{};
+    bool m_systemOnly;
+};

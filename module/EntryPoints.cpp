@@ -1,0 +1,39 @@
+#include "module/EntryPoints.h"
+
+#include "CVT/TTimer.h"
+#include "module/DCVHost.h"
+#include "module/InitThread.h"
+
+DCVHost* gpCVHost = nullptr;
+void* gpTrapSender = nullptr;
+std::atomic<bool> gbReady = false;
+
+namespace {
+
+constexpr unsigned int kReadyPollMs = 1000;
+
+}  // namespace
+
+int CVxExtAgentInit(void** module, void* trapSender) {
+    gpCVHost = new DCVHost(nullptr, false);
+    InitThread::Launch();
+    gpTrapSender = trapSender;
+    *module = static_cast<CVT::BMibImplGroup*>(gpCVHost);
+    return 1;
+}
+
+int CVxExtAgentClose() {
+    // gbReady tells of the first start-up only: with a second Init in one process it is true from the beginning.
+    while (!gbReady.load() || !InitThread::HasFinished()) {
+        CVT::TTimer().Sleep(kReadyPollMs);
+    }
+    if (gpCVHost == nullptr) {
+        return 1;
+    }
+    gpCVHost->Cleanup();
+    delete gpCVHost;
+    gpCVHost = nullptr;
+    return 1;
+}
+
+void CVHost_Init() {}

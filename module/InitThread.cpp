@@ -1,0 +1,44 @@
+#include "module/InitThread.h"
+
+#include <atomic>
+
+#include "module/DCVHost.h"
+#include "module/EntryPoints.h"
+
+namespace {
+
+std::atomic<bool> s_finished = true;
+
+/// Says that the start-up is over, also when it ends by an exception.
+struct Finish {
+    Finish() = default;
+    Finish(const Finish&) = delete;
+    Finish& operator=(const Finish&) = delete;
+    ~Finish() {
+        gbReady.store(true);
+        s_finished.store(true);
+    }
+};
+
+}  // namespace
+
+void InitThread::Launch() {
+    s_finished.store(false);
+    if (!(new InitThread)->Start(0, 0)) {
+        BringUp();
+    }
+}
+
+bool InitThread::HasFinished() { return s_finished.load(); }
+
+void InitThread::BringUp() {
+    const Finish finish;
+    if (gpCVHost != nullptr) {
+        gpCVHost->Init();
+    }
+}
+
+unsigned int InitThread::Run() {
+    BringUp();
+    return 0;
+}
