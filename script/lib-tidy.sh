@@ -8,7 +8,7 @@ source=$1
 object=build/clang/$2
 stamp=build/clang/tidy/$source.clean
 
-if [[ $stamp -nt $object && $stamp -nt .clang-tidy ]]; then
+if [[ $stamp -nt $object && $stamp -nt .clang-tidy && $stamp -nt tests/.clang-tidy ]]; then
   exit 0
 fi
 mkdir -p "$(dirname "$stamp")"
