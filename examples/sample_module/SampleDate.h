@@ -1,0 +1,16 @@
+#pragma once
+
+#include "CVT/BOctetString.h"
+
+namespace sample {
+
+// DateAndTime: year (two octets), month, day, hour, minute, second, tenths of a second; then, or not, the direction from
+// UTC ('+' or '-') and the hours and minutes from there.
+
+/// The local date and time, with its distance from UTC: 11 octets.
+CVT::BOctetString DateOfNow();
+
+/// Whether the octets, 8 or 11, are a date within the bounds of DateAndTime.
+bool IsDate(const CVT::BOctetString& octets);
+
+}  // namespace sample
