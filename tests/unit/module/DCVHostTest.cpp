@@ -1,0 +1,240 @@
+#include "module/DCVHost.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CVT/BMibScalarGroupImpl.h"
+#include "CVT/TThread.h"
+#include "module/HandlerWalk.h"
+
+namespace {
+
+constexpr const char* kStoreFile = "CVHostPersist.txt";
+
+/// Each test runs in an empty working directory of its own.
+class DCVHostTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(::mkdtemp(m_directory), nullptr);
+        ASSERT_EQ(::chdir(m_directory), 0);
+    }
+    void TearDown() override {
+        ::unlink(kStoreFile);
+        EXPECT_EQ(::chdir("/"), 0);
+        EXPECT_EQ(::rmdir(m_directory), 0);
+    }
+
+    static bool StoreFileExists() {
+        struct stat status {};
+        return ::stat(kStoreFile, &status) == 0;
+    }
+
+private:
+    char m_directory[32] = "/tmp/dcvhost.XXXXXX";
+};
+
+class CountedStore final : public CVT::INonVolatile {
+public:
+    CountedStore() { ++alive; }
+    ~CountedStore() override { --alive; }
+    CountedStore(const CountedStore&) = delete;
+    CountedStore& operator=(const CountedStore&) = delete;
+    bool Read(const CVT::BString&, const CVT::BString&, CVT::BString&) override { return false; }
+    void Write(const CVT::BString&, const CVT::BString&, const CVT::BString&) override {}
+    bool Remove(const CVT::BString&, const CVT::BString&) override { return false; }
+    bool Save() override { return true; }
+    static inline int alive = 0;
+};
+
+TEST_F(DCVHostTest, IsRegisteredUnderItsName) {
+    CountedStore store;
+    EXPECT_STREQ(DCVHost(&store, false).Name().c_str(), "CVHost");
+}
+
+TEST_F(DCVHostTest, HasFifteenPlacesWhateverIsInThem) {
+    CountedStore store;
+    EXPECT_EQ(DCVHost(&store, false).NumHandlers(), 15);
+    EXPECT_EQ(DCVHost(&store, true).NumHandlers(), 15);
+}
+
+TEST_F(DCVHostTest, HasNoHandlerOutsideItsPlaces) {
+    CountedStore store;
+    DCVHost host(&store, false);
+    EXPECT_EQ(host.HandlerAt(15), nullptr);
+    EXPECT_EQ(host.HandlerAt(-1), nullptr);
+    EXPECT_EQ(host.HandlerAt(std::numeric_limits<int>::min()), nullptr);
+    EXPECT_EQ(host.HandlerAt(std::numeric_limits<int>::max()), nullptr);
+}
+
+TEST_F(DCVHostTest, HasEachGroupAtItsPlace) {
+    const std::map<int, const char*> places = {{1, "HOST-RESOURCES-MIB.hrStorage"}};
+    CountedStore store;
+    DCVHost host(&store, false);
+    for (const auto& [place, name] : places) {
+        ASSERT_NE(host.HandlerAt(place), nullptr) << place;
+        EXPECT_STREQ(host.HandlerAt(place)->Name().c_str(), name);
+    }
+}
+
+TEST_F(DCVHostTest, WithTheSystemGroupOnlyLeavesAllOtherPlacesEmptyAndItsWalksPassOverThem) {
+    CountedStore store;
+    DCVHost host(&store, true);
+    for (int place = 1; place < host.NumHandlers(); ++place) {
+        EXPECT_EQ(host.HandlerAt(place), nullptr) << place;
+    }
+    EXPECT_EQ(host.Init(), 0U);
+    EXPECT_EQ(host.Cleanup(), 0U);
+}
+
+TEST_F(DCVHostTest, BringsItsGroupsUpAndDown) {
+    CountedStore store;
+    DCVHost host(&store, false);
+    EXPECT_FALSE(host.HandlerAt(1)->IsActive());
+    EXPECT_EQ(host.Init(), 0U);
+    EXPECT_TRUE(host.HandlerAt(1)->IsActive());
+    EXPECT_EQ(host.Cleanup(), 0U);
+    EXPECT_FALSE(host.HandlerAt(1)->IsActive());
+}
+
+TEST_F(DCVHostTest, NeverDeletesAStoreThatItWasGiven) {
+    auto* const store = new CountedStore;
+    { const DCVHost host(store, false); }
+    EXPECT_EQ(CountedStore::alive, 1);
+    EXPECT_FALSE(StoreFileExists());
+    delete store;
+}
+
+TEST_F(DCVHostTest, MakesItsOwnStoreInTheWorkingDirectoryWhenItIsGivenNone) {
+    { const DCVHost host(nullptr, false); }  // the leak check sees to it that the store goes with the module
+    EXPECT_TRUE(StoreFileExists());
+}
+
+TEST_F(DCVHostTest, NamesTheModulesTextualConventions) {
+    EXPECT_STREQ(DCVHost::cszInterfaceIndexOrZero, "InterfaceIndexOrZero");
+    EXPECT_STREQ(DCVHost::cszProductID, "ProductID");
+    EXPECT_STREQ(DCVHost::cszKBytes, "KBytes");
+    EXPECT_STREQ(DCVHost::cszInternationalDisplayString, "InternationalDisplayString");
+}
+
+TEST_F(DCVHostTest, ConstrainsThreeOfItsConventionsInOrderAndThenEnds) {
+    CountedStore store;
+    const DCVHost host(&store, false);
+    const CVT::BConstraintEntry* entry = host.GetTCConstraintMap();
+    const struct {
+        const char* label;
+        int high;
+    } expected[] = {{DCVHost::cszInternationalDisplayString, 128},
+                    {DCVHost::cszKBytes, 2147483647},
+                    {DCVHost::cszInterfaceIndexOrZero, 2147483647}};
+    for (const auto& [label, high] : expected) {
+        EXPECT_EQ(entry->kind, 4U);
+        EXPECT_EQ(entry->column, 0U);
+        EXPECT_EQ(entry->label, label);
+        EXPECT_EQ(entry->low, 0);
+        EXPECT_EQ(entry->high, high);
+        ++entry;
+    }
+    EXPECT_EQ(entry->kind, 0U);
+    EXPECT_EQ(entry->label, nullptr);
+}
+
+TEST_F(DCVHostTest, FillsItsDefaultValuesBeforeTheGroupsComeUp) {
+    CountedStore store;
+    DCVHost host(&store, false);
+    DCVHost::defval.integer = 1;
+    DCVHost::defval.octets = CVT::BOctetString("x", 0);
+    DCVHost::defval.numbers = {1, 2, 3};
+    host.Init();
+    EXPECT_EQ(DCVHost::defval.integer, 0);
+    EXPECT_TRUE(DCVHost::defval.octets.IsEmpty());
+    EXPECT_TRUE(DCVHost::defval.opaque.IsEmpty());
+    EXPECT_EQ(DCVHost::defval.displayString.View(), "Corvanta");
+    EXPECT_STREQ(DCVHost::defval.objectIdentifier.ToString().c_str(), "1.3.6.1.4.1.32473");
+    EXPECT_EQ(DCVHost::defval.numbers, (std::array<unsigned int, 3>{0, 0, 0}));
+    EXPECT_STREQ(DCVHost::defval.ipAddress.ToString().c_str(), "127.0.0.1");
+}
+
+/// A group that records what happens to it, and who holds its lock then.
+class Probe final : public CVT::BMibScalarGroupImpl {
+public:
+    Probe(const char* name, std::vector<std::string>& log, bool throws)
+        : BMibScalarGroupImpl(name, "1.3.6.1.4.1.32473.9"), m_log(log), m_throws(throws) {}
+    void Initialize() override { Record("up"); }
+    void Cleanup() override { Record("down"); }
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return &m_end; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return &m_noConstraints; }
+
+private:
+    /// Tries the lock from another thread.
+    class Try final : public CVT::TThread {
+    public:
+        explicit Try(CVT::TMutex& lock) : TThread(false), m_lock(lock) {}
+        bool taken = false;
+
+    protected:
+        unsigned int Run() override {
+            taken = m_lock.Wait(0) != CVT::kWaitSignalled;
+            if (!taken) {
+                m_lock.Done();
+            }
+            return 0;
+        }
+
+    private:
+        CVT::TMutex& m_lock;
+    };
+
+    void Record(const char* what) {
+        Try attempt(RequestLock());
+        attempt.Start(0, 0);
+        attempt.Join(CVT::kWaitForever);
+        m_log.push_back(std::string(Name().c_str()) + " " + what + (attempt.taken ? "" : " unlocked"));
+        if (m_throws) {
+            throw std::runtime_error("no such luck");
+        }
+    }
+
+    CVT::BRqHndlrEntry m_end;
+    CVT::BConstraintEntry m_noConstraints;
+    std::vector<std::string>& m_log;
+    bool m_throws;
+};
+
+class ProbeModule final : public CVT::BMibImplGroup {
+public:
+    explicit ProbeModule(std::vector<CVT::BMibImpl*> handlers)
+        : BMibImplGroup("probe"), m_handlers(std::move(handlers)) {}
+    unsigned int Init() override { return 0; }
+    unsigned int Cleanup() override { return 0; }
+    int NumHandlers() override { return static_cast<int>(m_handlers.size()); }
+    CVT::BMibImpl* HandlerAt(int place) override { return m_handlers[static_cast<std::size_t>(place)]; }
+    const CVT::BConstraintEntry* GetTCConstraintMap() const override { return nullptr; }
+    void InitDefVals() override {}
+
+private:
+    std::vector<CVT::BMibImpl*> m_handlers;
+};
+
+TEST(HandlerWalk, CallsEachGroupInOrderUnderItsLockPassingOverEmptyPlacesAndGroupsThatThrow) {
+    std::vector<std::string> log;
+    Probe first("first", log, false);
+    Probe second("second", log, true);
+    Probe third("third", log, false);
+    ProbeModule module({&first, nullptr, &second, &third});
+    EXPECT_EQ(ui32ForEachHandler(module, &CVT::BMibImpl::Initialize), 0U);
+    EXPECT_EQ(ui32ForEachHandler(module, &CVT::BMibImpl::Cleanup), 0U);
+    EXPECT_EQ(log, (std::vector<std::string>{"first up", "second up", "third up", "first down", "second down",
+                                             "third down"}));
+    EXPECT_EQ(second.RequestLock().Wait(0), 0U) << "the lock of a group that threw was not given back";
+    second.RequestLock().Done();
+}
+
+}  // namespace
