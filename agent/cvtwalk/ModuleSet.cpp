@@ -1,0 +1,73 @@
+#include "agent/cvtwalk/ModuleSet.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+
+namespace agent {
+namespace {
+
+/// Whether both are one file, under whatever names.
+bool AreSame(const std::string& a, const std::string& b) {
+    std::error_code ignored;
+    return a == b || std::filesystem::equivalent(a, b, ignored);
+}
+
+unsigned int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    return left.count() > 0 ? static_cast<unsigned int>(left.count()) : 0;
+}
+
+}  // namespace
+
+bool ModuleSet::Load(const std::vector<std::string>& files, std::string& error) {
+    return std::all_of(files.begin(), files.end(), [&](const std::string& file) { return LoadOne(file, error); });
+}
+
+bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
+    for (const auto& loaded : m_modules) {
+        if (AreSame(loaded->File(), file)) {
+            error = "the module " + file + " is given twice";
+            return false;
+        }
+    }
+    auto module = ExtensionModule::Load(file, error);
+    if (module == nullptr || !module->Start(nullptr, error)) {
+        return false;
+    }
+    m_modules.push_back(std::move(module));
+    if (!m_engine.Add(m_modules.back()->Group())) {
+        error = "the module " + file + " serves a subtree that another module serves already";
+        return false;
+    }
+    return true;
+}
+
+bool ModuleSet::WaitUntilReady(unsigned int milliseconds, std::string& error) const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    for (const auto& module : m_modules) {
+        if (!module->WaitUntilReady(MillisecondsUntil(deadline))) {
+            error = "the module " + module->File() + " is not ready after " + std::to_string(milliseconds / 1000) +
+                    " s (--timeout)";
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
+    while (!m_modules.empty()) {
+        ExtensionModule& module = *m_modules.back();
+        m_engine.Remove(module.Group());
+        if (!module.Close(milliseconds)) {
+            error =
+                "the module " + module.File() + " did not close within " + std::to_string(milliseconds / 1000) + " s";
+            return false;
+        }
+        m_modules.pop_back();
+    }
+    return true;
+}
+
+}  // namespace agent

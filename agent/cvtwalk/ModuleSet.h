@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CVT/BMibEngine.h"
+#include "agent/common/ExtensionModule.h"
+
+namespace agent {
+
+/// The extension modules of the process, served as one tree. Life: Load, WaitUntilReady, requests to Engine, Close. Used
+/// by one thread.
+class ModuleSet {
+public:
+    ModuleSet() = default;
+    ModuleSet(const ModuleSet&) = delete;
+    ModuleSet& operator=(const ModuleSet&) = delete;
+    ~ModuleSet() = default;
+
+    /// Loads and starts the modules, all of which then come up at the same time. False, with one line for people in
+    /// `error`, when one cannot be; those before it are there, and want to be closed.
+    bool Load(const std::vector<std::string>& files, std::string& error);
+    /// Waits up to `milliseconds` until all are ready. False, with `error`, when one is not: it cannot be closed then.
+    bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
+    CVT::BMibEngine& Engine() { return m_engine; }
+    /// Closes the modules, the last first, each within `milliseconds`. False, with `error`, when one does not end: its
+    /// code may still run, so that only std::_Exit is safe.
+    bool Close(unsigned int milliseconds, std::string& error);
+
+private:
+    bool LoadOne(const std::string& file, std::string& error);
+
+    std::vector<std::unique_ptr<ExtensionModule>> m_modules;
+    CVT::BMibEngine m_engine;
+};
+
+}  // namespace agent

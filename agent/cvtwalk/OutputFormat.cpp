@@ -1,0 +1,18 @@
+#include "agent/cvtwalk/OutputFormat.h"
+
+#include "agent/cvtwalk/JsonFormat.h"
+#include "agent/cvtwalk/TableFormat.h"
+#include "agent/cvtwalk/TextFormat.h"
+
+namespace agent {
+
+std::unique_ptr<OutputFormat> OutputFormat::Make(Options::Format format) {
+    switch (format) {
+        case Options::Format::kJson: return std::make_unique<JsonFormat>();
+        case Options::Format::kTable: return std::make_unique<TableFormat>();
+        case Options::Format::kText: break;
+    }
+    return std::make_unique<TextFormat>();
+}
+
+}  // namespace agent

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "CVT/BMibEngine.h"
+#include "agent/cvtwalk/ObjectNames.h"
+#include "agent/cvtwalk/OutputFormat.h"
+#include "agent/cvtwalk/PrivateOutput.h"
+
+namespace agent {
+
+/// One walk through what an engine serves, as one request: groups that work once for a request show one state of affairs.
+/// Looks at its arguments, which must outlive it.
+class Walk {
+public:
+    Walk(CVT::BMibEngine& engine, const ObjectNames& names, OutputFormat& format, PrivateOutput& output)
+        : m_engine(engine), m_names(names), m_format(format), m_output(output) {}
+
+    /// Writes the instance that `root` names exactly, or else all that lie under it, and flushes. False, with one line for
+    /// people in `error`, when there is none, or the walk could not go on or be written; `error` is empty when the reader
+    /// has just gone away.
+    bool Run(const CVT::BObjectIdentifier& root, std::string& error);
+
+private:
+    bool Visit(const CVT::BObjectIdentifier& root, std::string& error);
+    void Write(const CVT::BVarBind& instance);
+
+    CVT::BMibEngine& m_engine;
+    const ObjectNames& m_names;
+    OutputFormat& m_format;
+    PrivateOutput& m_output;
+    std::string m_text;
+    unsigned long long m_instances = 0;
+};
+
+}  // namespace agent

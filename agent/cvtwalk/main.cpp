@@ -1,0 +1,90 @@
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "agent/cvtwalk/ModuleSet.h"
+#include "agent/cvtwalk/Options.h"
+#include "agent/cvtwalk/Walk.h"
+
+namespace agent {
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongCommandLine = 2;
+constexpr unsigned int kCloseMs = 30'000;
+
+void Say(const std::string& line) { std::fprintf(stderr, "cvtwalk: %s\n", line.c_str()); }
+
+int Print(const char* text) {
+    return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0 ? EXIT_SUCCESS : kFailed;
+}
+
+/// Loads, walks and writes. The modules are left to be closed.
+bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
+    const bool byDefault = options.modules.empty();
+    if (!modules.Load(byDefault ? std::vector{ExtensionModule::DefaultFile()} : options.modules, error)) {
+        return false;
+    }
+    if (!modules.WaitUntilReady(options.timeoutSeconds * 1000, error)) {
+        Say(error);
+        std::_Exit(kFailed);  // a module that is still coming up cannot be closed
+    }
+    const ObjectNames names(modules.Engine());
+    CVT::BObjectIdentifier root;
+    if (!options.object.empty()) {
+        const auto resolved = names.Resolve(options.object, error);
+        if (!resolved) {
+            return false;
+        }
+        root = *resolved;
+    }
+    const auto format = OutputFormat::Make(options.format);
+    return Walk(modules.Engine(), names, *format, output).Run(root, error);
+}
+
+int Run(const Options& options) {
+    PrivateOutput output;
+    if (output.Error() != 0) {
+        Say("no standard output: " + output.ErrorText());
+        return kFailed;
+    }
+    ModuleSet modules;
+    std::string error;
+    const bool good = LoadAndWalk(options, modules, output, error);
+    if (!error.empty()) {
+        Say(error);
+    }
+    if (!modules.Close(kCloseMs, error)) {
+        Say(error);
+        std::_Exit(kFailed);
+    }
+    return good ? EXIT_SUCCESS : kFailed;
+}
+
+int Main(int argc, char** argv) {
+    std::string error;
+    const std::optional<Options> options = Options::Parse(argc, argv, error);
+    if (!options) {
+        Say(error + " (try --help)");
+        return kWrongCommandLine;
+    }
+    if (options->help) {
+        return Print(Options::Help());
+    }
+    if (options->version) {
+        return Print("cvtwalk " CVHOST_VERSION "\n");
+    }
+    return Run(*options);
+}
+
+}  // namespace
+}  // namespace agent
+
+int main(int argc, char** argv) {
+    try {
+        return agent::Main(argc, argv);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "cvtwalk: %s\n", failure.what());
+        std::_Exit(1);  // modules may be running
+    }
+}
