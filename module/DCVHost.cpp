@@ -1,6 +1,11 @@
 #include "module/DCVHost.h"
 
 #include "CVT/BFileNV.h"
+#include "groups/software/DHrSWInstalled.h"
+#include "groups/software/DHrSWInstalledTable.h"
+#include "groups/software/DHrSWRun.h"
+#include "groups/software/DHrSWRunPerfTable.h"
+#include "groups/software/DHrSWRunTable.h"
 #include "groups/storage/DHrStorage.h"
 #include "module/HandlerWalk.h"
 
@@ -36,6 +41,12 @@ DCVHost::DCVHost(CVT::INonVolatile* store, bool systemOnly)
         return;
     }
     m_handlers[1] = new DHrStorage(m_store);
+    m_handlers[10] = new DHrSWRun(m_store);
+    auto* const runTable = new DHrSWRunTable(m_store);
+    m_handlers[11] = runTable;
+    m_handlers[12] = new DHrSWRunPerfTable(*runTable);
+    m_handlers[13] = new DHrSWInstalled(m_store);
+    m_handlers[14] = new DHrSWInstalledTable(m_store);
 }
 
 DCVHost::~DCVHost() {

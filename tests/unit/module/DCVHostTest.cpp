@@ -75,7 +75,10 @@ TEST_F(DCVHostTest, HasNoHandlerOutsideItsPlaces) {
 }
 
 TEST_F(DCVHostTest, HasEachGroupAtItsPlace) {
-    const std::map<int, const char*> places = {{1, "HOST-RESOURCES-MIB.hrStorage"}};
+    const std::map<int, const char*> places = {
+        {1, "HOST-RESOURCES-MIB.hrStorage"},      {10, "HOST-RESOURCES-MIB.hrSWRun"},
+        {11, "HOST-RESOURCES-MIB.hrSWRunTable"},  {12, "HOST-RESOURCES-MIB.hrSWRunPerfTable"},
+        {13, "HOST-RESOURCES-MIB.hrSWInstalled"}, {14, "HOST-RESOURCES-MIB.hrSWInstalledTable"}};
     CountedStore store;
     DCVHost host(&store, false);
     for (const auto& [place, name] : places) {

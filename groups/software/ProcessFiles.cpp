@@ -1,0 +1,37 @@
+#include "groups/software/ProcessFiles.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+/// Such as "1234/stat".
+const char* ProcessFiles::PathOf(const char* file) {
+    char* at = std::to_chars(m_path.data(), m_path.data() + m_path.size(), m_pid).ptr;
+    *at++ = '/';
+    std::strcpy(at, file);
+    return m_path.data();
+}
+
+bool ProcessFiles::FirstLine(const char* file, std::string_view& line) {
+    const int descriptor = ::openat(m_proc, PathOf(file), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    // One read: the kernel gives these files whole, up to the size asked for.
+    const ssize_t count = ::read(descriptor, m_buffer.data(), kBuffer - 1);
+    ::close(descriptor);
+    line = std::string_view(m_buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    const std::size_t end = line.find('\n');
+    if (end != std::string_view::npos) {
+        line = line.substr(0, end + 1);
+    }
+    return true;
+}
+
+std::string_view ProcessFiles::Link(const char* link) {
+    const ssize_t count = ::readlinkat(m_proc, PathOf(link), m_buffer.data(), kBuffer);
+    return {m_buffer.data(), count > 0 ? std::min(static_cast<std::size_t>(count), kBuffer - 1) : 0};
+}

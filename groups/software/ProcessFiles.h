@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+/// Reads the files of one process, relative to an open directory of processes: one open, one read and one close for a file,
+/// into a buffer of its own. Used by one thread; the descriptor must stay open.
+class ProcessFiles {
+public:
+    ProcessFiles(int procDescriptor, unsigned int pid) : m_proc(procDescriptor), m_pid(pid) {}
+
+    /// The first line of a file ("stat"): up to its line feed, which is kept, and at most 511 octets, NULs included. False
+    /// when the file does not open; the empty line when it cannot be read. Valid until the next call.
+    bool FirstLine(const char* file, std::string_view& line);
+    /// What a link ("cwd") points to, at most 511 octets; empty when it cannot be read. Valid until the next call.
+    std::string_view Link(const char* link);
+
+private:
+    static constexpr std::size_t kBuffer = 512;
+
+    const char* PathOf(const char* file);
+
+    const int m_proc;
+    const unsigned int m_pid;
+    std::array<char, 32> m_path{};
+    std::array<char, kBuffer> m_buffer{};
+};
