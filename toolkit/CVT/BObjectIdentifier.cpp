@@ -27,13 +27,18 @@ void BObjectIdentifier::Take(BObjectIdentifier& other) noexcept {
 }
 
 bool BObjectIdentifier::AssignFromDottedDecimalStr(const char* text) {
-    Clear();
     if (text == nullptr) {
+        Clear();
         return false;
     }
-    const char* const end = text + std::strlen(text);
+    return Parse(text);
+}
+
+bool BObjectIdentifier::Parse(std::string_view dotted) {
+    Clear();
+    const char* const end = dotted.data() + dotted.size();
     BObjectIdentifier parsed;
-    for (const char* at = text;; ++at) {
+    for (const char* at = dotted.data();; ++at) {
         unsigned int arc = 0;
         const auto [stop, error] = std::from_chars(at, end, arc);
         if (error != std::errc() || !parsed.Append(arc)) {
@@ -54,6 +59,10 @@ bool BObjectIdentifier::AssignFromDottedDecimalStr(const char* text) {
 bool BObjectIdentifier::Set(std::span<const unsigned int> arcs) {
     if (arcs.size() > kMaxArcs) {
         return false;
+    }
+    if (arcs.empty()) {
+        Clear();
+        return true;
     }
     const auto count = static_cast<unsigned int>(arcs.size());
     unsigned int* const room = Room(count);

@@ -4,6 +4,7 @@
 #include <compare>
 #include <memory>
 #include <span>
+#include <string_view>
 
 #include "CVT/Api.h"
 #include "CVT/BString.h"
@@ -23,7 +24,7 @@ public:
     /// The one-arc identifier {arc}: the index of a table with a single integer index.
     explicit BObjectIdentifier(unsigned int arc) : m_count(1) { m_inline[0] = arc; }
     /// From dotted decimal text; empty when the text is bad.
-    explicit BObjectIdentifier(const BString& dotted) { AssignFromDottedDecimalStr(dotted.c_str()); }
+    explicit BObjectIdentifier(const BString& dotted) { Parse(dotted.View()); }
     explicit BObjectIdentifier(std::span<const unsigned int> arcs) { Set(arcs); }
     BObjectIdentifier(const BObjectIdentifier& other) { Set(other); }
     BObjectIdentifier(BObjectIdentifier&& other) noexcept { Take(other); }
@@ -89,6 +90,7 @@ public:
 private:
     using HeapArcs = std::array<unsigned int, kMaxArcs>;
 
+    bool Parse(std::string_view dotted);
     const unsigned int* Data() const { return m_heap ? m_heap->data() : m_inline.data(); }
     unsigned int* Room(unsigned int count);
     void Take(BObjectIdentifier& other) noexcept;
