@@ -51,12 +51,15 @@ int GetByKind(const BRqHndlrEntry& entry, BVarBind& varBind, Call call) {
     return status == noSuchName ? static_cast<int>(noError) : status;
 }
 
-/// One SET phase of a column, likewise.
+/// One SET phase of a column, likewise. A number is handed on in the type of the handler, whatever its ASN.1 type.
 template <template <class> class Handler, class Call>
 int SetByKind(const BRqHndlrEntry& entry, const BVarBind& varBind, Call call) {
+    const bool isSigned = varBind.type == kInteger;
+    const int integer = isSigned ? varBind.integer : static_cast<int>(varBind.number);
+    const unsigned int number = isSigned ? static_cast<unsigned int>(varBind.integer) : varBind.number;
     switch (entry.valueKind) {
-        case kIntValue: return CallIf<Handler<int>>(entry.set, varBind.integer, call);
-        case kUnsignedValue: return CallIf<Handler<unsigned int>>(entry.set, varBind.number, call);
+        case kIntValue: return CallIf<Handler<int>>(entry.set, integer, call);
+        case kUnsignedValue: return CallIf<Handler<unsigned int>>(entry.set, number, call);
         case kOctetStringValue:
         case kDisplayStringValue: return CallIf<Handler<BOctetString>>(entry.set, varBind.octets, call);
         case kObjectIdentifierValue: return CallIf<Handler<BObjectIdentifier>>(entry.set, varBind.identifier, call);
