@@ -40,8 +40,8 @@ int BMibTableImpl::NextInstance(unsigned int requestId, BVarBind& varBind) {
     const TMutex::Guard guard(RequestLock());
     BObjectIdentifier index;
     BObjectIdentifier next;
-    const auto end = GetIMibInfo()->Columns().end();
-    for (auto column = FirstCandidate(varBind.name, index); column != end; ++column, index.Clear()) {
+    auto column = FirstCandidate(varBind.name, index);
+    while (column != GetIMibInfo()->Columns().end()) {
         const int status = detail::WithoutThrowing([&]() -> int {
             return NextInstanceInColumn(requestId, column->subId, index, next) ? noError : noSuchName;
         });
@@ -50,6 +50,8 @@ int BMibTableImpl::NextInstance(unsigned int requestId, BVarBind& varBind) {
         }
         // A row that does not come behind the one before it would make a walk without end.
         if (status == noSuchName || next <= index) {
+            ++column;
+            index.Clear();
             continue;
         }
         BObjectIdentifier name = Oid();
@@ -57,6 +59,7 @@ int BMibTableImpl::NextInstance(unsigned int requestId, BVarBind& varBind) {
             varBind.name = std::move(name);
             return noError;
         }
+        index.Set(next);  // a row whose name would be too long is passed over
     }
     return noSuchName;
 }
