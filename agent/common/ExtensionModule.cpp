@@ -99,23 +99,50 @@ bool ExtensionModule::WaitUntilReady(unsigned int milliseconds) const {
 }
 
 bool ExtensionModule::Close(unsigned int milliseconds) {
-    if (m_group != nullptr) {
-        // A thread of its own: a module's Close may wait without limit, and the event outlives us if it does.
-        const auto closed = std::make_shared<CVT::TEvent>(true);
-        std::thread([exit = m_exit, closed] {
-            exit();
-            CVT::TThread::WaitForSelfDeleting(CVT::kWaitForever);
-            closed->Set();
-        }).detach();
-        if (closed->Wait(milliseconds) != CVT::kWaitSignalled) {
-            return false;
-        }
-        m_group = nullptr;
+    if (IsStarted() && !EndWork({m_exit}, milliseconds)) {
+        return false;
     }
-    m_ready = nullptr;
-    ::dlclose(m_library);
-    m_library = nullptr;
+    Unload();
     return true;
+}
+
+bool ExtensionModule::CloseAll(std::span<const std::unique_ptr<ExtensionModule>> modules, unsigned int milliseconds) {
+    std::vector<Exit> exits;
+    for (const auto& module : modules) {
+        if (module->IsStarted()) {
+            exits.push_back(module->m_exit);
+        }
+    }
+    if (!exits.empty() && !EndWork(exits, milliseconds)) {
+        return false;
+    }
+    for (const auto& module : modules) {
+        module->Unload();
+    }
+    return true;
+}
+
+/// Calls the modules' closing functions, one after the other, and waits until no thread is left that deletes itself.
+bool ExtensionModule::EndWork(const std::vector<Exit>& exits, unsigned int milliseconds) {
+    // A thread of its own: a module's Close may wait without limit, and the event outlives us if it does.
+    const auto closed = std::make_shared<CVT::TEvent>(true);
+    std::thread([exits, closed] {
+        for (const Exit exit : exits) {
+            exit();
+        }
+        CVT::TThread::WaitForSelfDeleting(CVT::kWaitForever);
+        closed->Set();
+    }).detach();
+    return closed->Wait(milliseconds) == CVT::kWaitSignalled;
+}
+
+void ExtensionModule::Unload() {
+    m_group = nullptr;
+    m_ready = nullptr;
+    if (m_library != nullptr) {
+        ::dlclose(m_library);
+        m_library = nullptr;
+    }
 }
 
 }  // namespace agent

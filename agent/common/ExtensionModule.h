@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <memory>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "CVT/BMibImplGroup.h"
 
@@ -44,11 +46,24 @@ public:
     /// (std::_Exit, since the module's code may be running).
     bool Close(unsigned int milliseconds);
 
+    /// The same for several modules, of which some may not have been started. To close them one by one would not do: the
+    /// threads of one that is still open would be waited for.
+    static bool CloseAll(std::span<const std::unique_ptr<ExtensionModule>> modules, unsigned int milliseconds);
+
+    /// From Start to Close.
+    bool IsStarted() const { return m_group != nullptr; }
+
+    /// Whether both are the one library of that name in the process, which cannot be started twice.
+    bool IsSameLibrary(const ExtensionModule& other) const { return m_library == other.m_library; }
+
     const std::string& File() const { return m_file; }
 
 private:
     using Init = int (*)(void** module, void* trapSender);
     using Exit = int (*)();
+
+    static bool EndWork(const std::vector<Exit>& exits, unsigned int milliseconds);
+    void Unload();
 
     ExtensionModule(std::string file, void* library) : m_file(std::move(file)), m_library(library) {}
 
