@@ -1,0 +1,155 @@
+#include "agent/cvtagentd/AccessConfig.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+#include "agent/cvtagentd/SnmpHeaders.h"
+#include "agent/cvtagentd/SnmpLibrary.h"
+#include "agent/cvtagentd/StartError.h"
+
+namespace agent {
+namespace {
+
+constexpr const char* kNoAccess = "Warning: no access control information configured";
+
+std::string SystemError(int error) { return std::generic_category().message(error); }
+
+/// Reads the pipe to its end.
+std::string ReadAll(int pipe) {
+    std::string text;
+    std::array<char, 4096> buffer;
+    for (;;) {
+        const ssize_t count = ::read(pipe, buffer.data(), buffer.size());
+        if (count > 0) {
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return text;
+        }
+    }
+}
+
+/// Starts this program anew with what it writes to standard error going to `pipe`. False when the system refuses.
+bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
+    std::string program = "cvtagentd";
+    std::string option = "--check-config";
+    std::string argument = file;
+    std::array<char*, 4> arguments = {program.data(), option.data(), argument.data(), nullptr};
+
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    ::posix_spawn_file_actions_adddup2(&files, pipe, STDERR_FILENO);
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const int failed = ::posix_spawn(&child, "/proc/self/exe", &files, &attributes, arguments.data(), environ);
+    ::posix_spawnattr_destroy(&attributes);
+    ::posix_spawn_file_actions_destroy(&files);
+    return failed == 0;
+}
+
+}  // namespace
+
+std::string AccessConfig::WhyUnreadable(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0 || ::access(file.c_str(), R_OK) != 0) {
+        return "cannot read the configuration " + file + ": " + SystemError(errno);
+    }
+    return S_ISREG(status.st_mode) ? std::string() : "the configuration " + file + " is not a regular file";
+}
+
+std::vector<std::string> AccessConfig::Faults(const std::string& file,
+                                              const std::vector<LibraryMessages::Message>& said) {
+    std::vector<std::string> faults;
+    std::string reason;  // said before the line that it belongs to
+    bool noAccess = false;
+    for (const LibraryMessages::Message& message : said) {
+        std::string fault = message.text;
+        if (fault.starts_with(kNoAccess)) {
+            noAccess = true;
+            continue;
+        }
+        if (fault.find(": line ") == std::string::npos) {
+            reason = fault;
+            continue;
+        }
+        if (!reason.empty()) {
+            fault += " (" + std::exchange(reason, {}) + ")";
+        }
+        if (std::find(faults.begin(), faults.end(), fault) == faults.end()) {  // the library reads the file twice
+            faults.push_back(fault);
+        }
+    }
+    if (!reason.empty()) {
+        faults.push_back(reason);
+    }
+    if (::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_USERID) != 0 ||
+        ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0) {
+        faults.push_back(file + ": agentuser and agentgroup are not available in this version");
+    }
+    if (noAccess && faults.empty()) {  // or else it follows from the faults
+        faults.push_back(file + ": gives access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");
+    }
+    return faults;
+}
+
+std::string AccessConfig::Summary(const std::string& file, const std::vector<std::string>& faults) {
+    if (faults.size() == 1) {
+        return faults.front();
+    }
+    return faults.front() + " (and more: cvtagentd --check-config " + file + " lists all)";
+}
+
+int AccessConfig::Check(const std::string& file) {
+    std::vector<std::string> faults;
+    if (const std::string why = WhyUnreadable(file); !why.empty()) {
+        faults.push_back(why);
+    } else {
+        faults = SnmpLibrary(file, SnmpLibrary::Use::kCheck).Faults();
+    }
+    for (const std::string& fault : faults) {
+        Log::Fatal(fault);
+    }
+    return faults.empty() ? 0 : 1;
+}
+
+std::vector<std::string> AccessConfig::FaultsFoundByChild(const std::string& file) {
+    std::array<int, 2> ends{};
+    pid_t child = 0;
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return {"cannot check the configuration " + file + ": " + SystemError(errno)};
+    }
+    const bool started = SpawnCheck(file, ends[1], child);
+    ::close(ends[1]);
+    std::istringstream said(started ? ReadAll(ends[0]) : std::string());
+    ::close(ends[0]);
+    int status = -1;
+    if (started) {
+        ::waitpid(child, &status, 0);
+    }
+    std::vector<std::string> faults;
+    const std::string program = "cvtagentd: ";
+    for (std::string line; std::getline(said, line);) {
+        faults.push_back(line.starts_with(program) ? line.substr(program.size()) : line);
+    }
+    if (faults.empty() && status != 0) {
+        faults.push_back("cannot check the configuration " + file);
+    }
+    return faults;
+}
+
+}  // namespace agent

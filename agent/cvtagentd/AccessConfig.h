@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "agent/cvtagentd/LibraryMessages.h"
+
+namespace agent {
+
+/// The file in which people say who may do what, in the SNMP library's directives.
+class AccessConfig {
+public:
+    /// Why the file cannot be read, in one line; empty when it can. It has to be a regular file, since the library reads
+    /// it more than once.
+    static std::string WhyUnreadable(const std::string& file);
+
+    /// One line for each fault among what the library said when it read the file, and for each directive that this
+    /// version cannot honour.
+    static std::vector<std::string> Faults(const std::string& file, const std::vector<LibraryMessages::Message>& said);
+
+    /// The one line that an agent says which does not start because of these faults. There is at least one.
+    static std::string Summary(const std::string& file, const std::vector<std::string>& faults);
+
+    /// --check-config: loads the file into this process, prints its faults, and gives the exit status. The process can do
+    /// nothing more with the library afterwards.
+    static int Check(const std::string& file);
+
+    /// The faults that another process of this program finds in the file with --check-config. An agent that serves asks
+    /// this way, so that a file that is faulty, or even crashes the library, costs it nothing.
+    static std::vector<std::string> FaultsFoundByChild(const std::string& file);
+};
+
+}  // namespace agent

@@ -1,0 +1,100 @@
+#include "agent/cvtagentd/Agent.h"
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "agent/cvtagentd/AccessConfig.h"
+#include "agent/cvtagentd/EventLoop.h"
+#include "agent/cvtagentd/ServedModules.h"
+#include "agent/cvtagentd/SnmpLibrary.h"
+#include "agent/cvtagentd/StartError.h"
+#include "agent/cvtagentd/StateDir.h"
+
+namespace agent {
+namespace {
+
+constexpr int kReadyPollMs = 20;
+
+}  // namespace
+
+/// Nothing is said before all went well: a start that fails says one line. No request is answered before Serve.
+int Agent::Run() {
+    EventLoop loop;
+    CheckConfigFile();
+    StateDir::Enter(m_options.stateDir);
+    SnmpLibrary library(m_options.config, SnmpLibrary::Use::kServe);
+    if (!library.Faults().empty()) {
+        throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
+    }
+    library.Store();
+    const std::string addresses = Listen(library);
+    {
+        ServedModules modules(m_options.timeoutSeconds * 1000);
+        modules.Start(m_options.modules);
+        Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees on " +
+                  addresses);
+        Serve(loop, library, modules);
+    }
+    Log::Info("ended");
+    return EXIT_SUCCESS;
+}
+
+void Agent::CheckConfigFile() const {
+    if (m_options.config.empty()) {
+        return;
+    }
+    if (const std::string why = AccessConfig::WhyUnreadable(m_options.config); !why.empty()) {
+        throw StartError(why + "; name one that can be read with --config");
+    }
+}
+
+std::string Agent::Listen(SnmpLibrary& library) const {
+    std::vector<std::string> addresses = m_options.listen;
+    if (addresses.empty()) {
+        addresses = library.ConfiguredAddresses();
+    }
+    if (addresses.empty()) {
+        addresses.emplace_back(Options::kDefaultAddress);
+    }
+    std::string all;
+    for (const std::string& address : addresses) {
+        library.Listen(address);
+        all += (all.empty() ? "" : ", ") + address;
+    }
+    return all;
+}
+
+void Agent::Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules) const {
+    const auto begin = std::chrono::steady_clock::now();
+    bool ready = false;
+    for (;;) {
+        if (!ready) {
+            ready = LookWhetherReady(modules, begin);
+        }
+        switch (loop.Wait(ready ? EventLoop::kForever : kReadyPollMs)) {
+            case EventLoop::Event::kStop: Log::Info("ending"); return;
+            case EventLoop::Event::kReload: library.Reload(); break;
+            case EventLoop::Event::kNone: break;
+        }
+    }
+}
+
+/// A module that does not get ready in time ends the process at once: it could not be closed either.
+bool Agent::LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const {
+    const std::string notReady = modules.NotReady();
+    const auto passed = std::chrono::steady_clock::now() - since;
+    if (notReady.empty()) {
+        const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
+        Log::Info("ready after " + std::to_string(milliseconds) + " ms");
+        return true;
+    }
+    if (passed >= std::chrono::seconds(m_options.timeoutSeconds)) {
+        Log::Fatal("not ready within " + std::to_string(m_options.timeoutSeconds) + " s: " + notReady +
+                   "; raise --timeout if the host is slow");
+        std::_Exit(EXIT_FAILURE);
+    }
+    return false;
+}
+
+}  // namespace agent

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "agent/cvtagentd/Options.h"
+
+namespace agent {
+
+class EventLoop;
+class ServedModules;
+class SnmpLibrary;
+
+/// The agent's life: start, serve, end. One in a process, run by its main thread.
+class Agent {
+public:
+    explicit Agent(const Options& options) : m_options(options) {}
+    Agent(const Agent&) = delete;
+    Agent& operator=(const Agent&) = delete;
+
+    /// Serves until a signal ends it, and gives the exit status. Throws StartError, with nothing left running.
+    int Run();
+
+private:
+    void CheckConfigFile() const;
+    /// Gives the addresses, for people.
+    std::string Listen(SnmpLibrary& library) const;
+    void Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules) const;
+    bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
+
+    const Options& m_options;
+};
+
+}  // namespace agent

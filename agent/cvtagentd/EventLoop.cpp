@@ -1,0 +1,64 @@
+#include "agent/cvtagentd/EventLoop.h"
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+
+#include "agent/cvtagentd/DescriptorSet.h"
+#include "agent/cvtagentd/StartError.h"
+
+namespace agent {
+EventLoop::EventLoop() {
+    ::signal(SIGPIPE, SIG_IGN);
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        ::sigaddset(&signals, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    m_signals = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (m_signals < 0) {
+        throw StartError("the system gives no more file descriptors; raise the limit (ulimit -n)");
+    }
+}
+
+EventLoop::~EventLoop() { ::close(m_signals); }
+
+EventLoop::Event EventLoop::TakeSignal() {
+    signalfd_siginfo info{};
+    if (::read(m_signals, &info, sizeof info) != sizeof info) {
+        return Event::kNone;
+    }
+    return info.ssi_signo == SIGHUP ? Event::kReload : Event::kStop;
+}
+
+EventLoop::Event EventLoop::Wait(int milliseconds) {
+    DescriptorSet descriptors;
+    int count = 0;
+    int block = milliseconds == kForever ? 1 : 0;
+    timeval timeout{milliseconds / 1000, (milliseconds % 1000) * 1000};
+    ::snmp_select_info2(&count, descriptors.Get(), &timeout, &block);
+    descriptors.Insert(m_signals);
+    count = std::max(count, m_signals + 1);
+
+    const int ready =
+        ::netsnmp_large_fd_set_select(count, descriptors.Get(), nullptr, nullptr, block != 0 ? nullptr : &timeout);
+    if (ready > 0) {
+        if (descriptors.Has(m_signals)) {
+            if (const Event event = TakeSignal(); event != Event::kNone) {
+                return event;
+            }
+            descriptors.Remove(m_signals);
+        }
+        ::snmp_read2(descriptors.Get());
+    } else if (ready == 0) {
+        ::snmp_timeout();
+    }
+    ::run_alarms();
+    ::netsnmp_check_outstanding_agent_requests();
+    return Event::kNone;
+}
+
+}  // namespace agent

@@ -1,0 +1,46 @@
+#include "agent/cvtagentd/LibraryMessages.h"
+
+#include <cerrno>
+
+#include "agent/cvtagentd/SnmpHeaders.h"
+
+namespace agent {
+namespace {
+
+LibraryMessages::Collector* s_collector = nullptr;
+
+/// What the library finds worth a notice, such as a folder that it has made, is a detail here.
+LogLevel LevelOf(int priority) {
+    if (priority <= LOG_ERR) {
+        return LogLevel::kError;
+    }
+    return priority == LOG_WARNING ? LogLevel::kWarning : LogLevel::kDebug;
+}
+
+}  // namespace
+
+void LibraryMessages::Install() {
+    ::snmp_disable_stderrlog();
+    ::snmp_enable_calllog();
+    ::snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, &LibraryMessages::OnMessage, nullptr);
+}
+
+int LibraryMessages::OnMessage(int /*majorId*/, int /*minorId*/, void* message, void* /*unused*/) {
+    const int systemError = errno;
+    const auto* const said = static_cast<const snmp_log_message*>(message);
+    std::string text = said->msg;
+    text.resize(text.find_last_not_of(". \n") + 1);
+    const LogLevel level = LevelOf(said->priority);
+    if (s_collector != nullptr && level <= LogLevel::kWarning) {
+        s_collector->m_messages.push_back({std::move(text), systemError});
+    } else {
+        Log::Write(level, "SNMP library: " + text);
+    }
+    return SNMP_ERR_NOERROR;
+}
+
+LibraryMessages::Collector::Collector() { s_collector = this; }
+
+LibraryMessages::Collector::~Collector() { s_collector = nullptr; }
+
+}  // namespace agent

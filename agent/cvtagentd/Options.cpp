@@ -1,0 +1,174 @@
+#include "agent/cvtagentd/Options.h"
+
+#include <getopt.h>
+
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+
+#include "agent/common/ExtensionModule.h"
+
+namespace agent {
+namespace {
+
+constexpr unsigned int kLongestTimeoutSeconds = 24 * 60 * 60;
+
+enum Option : int {
+    kModule = 1000,  // above every character
+    kListen,
+    kAgentx,
+    kConfig,
+    kStateDir,
+    kUser,
+    kTimeout,
+    kLogLevel,
+    kSyslog,
+    kVersion,
+    kHelp,
+    kCheckConfig,
+    kCreateUser,
+};
+
+constexpr option kOptions[] = {
+    {"module", required_argument, nullptr, kModule},
+    {"listen", required_argument, nullptr, kListen},
+    {"agentx", optional_argument, nullptr, kAgentx},
+    {"config", required_argument, nullptr, kConfig},
+    {"state-dir", required_argument, nullptr, kStateDir},
+    {"user", required_argument, nullptr, kUser},
+    {"timeout", required_argument, nullptr, kTimeout},
+    {"log-level", required_argument, nullptr, kLogLevel},
+    {"syslog", no_argument, nullptr, kSyslog},
+    {"version", no_argument, nullptr, kVersion},
+    {"help", no_argument, nullptr, kHelp},
+    {"check-config", required_argument, nullptr, kCheckConfig},
+    {"create-user", required_argument, nullptr, kCreateUser},
+    {nullptr, 0, nullptr, 0},
+};
+
+std::string Absolute(const char* file) { return std::filesystem::absolute(file).lexically_normal().string(); }
+
+/// A name without a slash is looked for by the dynamic linker, as dlopen has it.
+std::string ModuleFile(const std::string& argument) {
+    return argument.find('/') == std::string::npos ? argument : Absolute(argument.c_str());
+}
+
+std::string NotEmpty(const char* option, const char* argument) {
+    if (*argument == '\0') {
+        throw UsageError(std::string(option) + " wants a value that is not empty");
+    }
+    return argument;
+}
+
+unsigned int Seconds(std::string_view text) {
+    unsigned int seconds = 0;
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, seconds);
+    if (parsed.ec != std::errc() || parsed.ptr != end || seconds == 0 || seconds > kLongestTimeoutSeconds) {
+        throw UsageError("--timeout wants a number of seconds from 1 to " + std::to_string(kLongestTimeoutSeconds) +
+                         ", not \"" + std::string(text) + "\"");
+    }
+    return seconds;
+}
+
+LogLevel Level(const char* name) {
+    const auto level = Log::LevelOf(name);
+    if (!level) {
+        throw UsageError("--log-level wants error, warning, info or debug, not \"" + std::string(name) + "\"");
+    }
+    return *level;
+}
+
+[[noreturn]] void RefuseLater(const char* option) {
+    throw UsageError(std::string(option) + " is not available in this version");
+}
+
+/// `argument` is the option's own, or null.
+void Apply(int option, const char* argument, Options& options) {
+    switch (option) {
+        case kModule: options.modules.push_back(ModuleFile(NotEmpty("--module", argument))); break;
+        case kListen: options.listen.push_back(NotEmpty("--listen", argument)); break;
+        case kConfig: options.config = Absolute(NotEmpty("--config", argument).c_str()); break;
+        case kStateDir: options.stateDir = NotEmpty("--state-dir", argument); break;
+        case kTimeout: options.timeoutSeconds = Seconds(argument); break;
+        case kLogLevel: options.logLevel = Level(argument); break;
+        case kSyslog: options.syslog = true; break;
+        case kVersion: options.action = Options::Action::kShowVersion; break;
+        case kHelp: options.action = Options::Action::kShowHelp; break;
+        case kCheckConfig:
+            options.action = Options::Action::kCheckConfig;
+            options.config = Absolute(NotEmpty("--check-config", argument).c_str());
+            break;
+        case kAgentx: RefuseLater("--agentx");
+        case kUser: RefuseLater("--user");
+        case kCreateUser: RefuseLater("--create-user");
+        default: break;
+    }
+}
+
+}  // namespace
+
+Options Options::Parse(int argc, char* const* argv) {
+    Options options;
+    ::optind = 0;  // begin anew, also when called again
+    ::opterr = 0;
+    for (;;) {
+        const int at = ::optind == 0 ? 1 : ::optind;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): called before there is a second thread
+        const int option = ::getopt_long(argc, argv, ":", kOptions, nullptr);
+        if (option == -1) {
+            break;
+        }
+        if (option == ':') {
+            throw UsageError("the option " + std::string(argv[at]) + " wants a value");
+        }
+        if (option == '?') {
+            throw UsageError("the option " + std::string(argv[at]) + " is unknown, ambiguous or takes no value");
+        }
+        Apply(option, ::optarg, options);
+        if (options.action == Action::kShowHelp || options.action == Action::kShowVersion) {
+            return options;
+        }
+    }
+    if (::optind < argc) {
+        throw UsageError("the argument \"" + std::string(argv[::optind]) + "\" belongs to no option");
+    }
+    if (options.modules.empty()) {
+        options.modules.push_back(ExtensionModule::DefaultFile());
+    }
+    return options;
+}
+
+const char* Options::Help() {
+    return R"(An SNMP agent that serves the objects of extension modules.
+
+Usage: cvtagentd [OPTION]...
+       cvtagentd --check-config FILE
+
+  --module FILE        an extension module to serve; may be repeated
+                       (default: libCVHost.so.1, which comes with the agent)
+  --listen ADDRESS     where to answer, such as udp:161 or udp6:[::1]:1161; may be repeated
+                       (default: udp:127.0.0.1:1161)
+  --config FILE        who may do what: this file and no other
+                       (default: community "public" from this host may read)
+  --state-dir DIR      the working directory, where values and keys are kept
+                       (default: $STATE_DIRECTORY, or /var/lib/cvtagentd for root,
+                       or else cvtagentd in $XDG_STATE_HOME or ~/.local/state)
+  --timeout SECONDS    how long modules may take to get ready, and to close (default: 30)
+  --log-level LEVEL    error, warning, info or debug (default: info)
+  --syslog             log to syslog instead of standard error
+  --version            print the version
+  --help               print this text
+
+  --check-config FILE  load FILE, print each fault in it on a line, and end: status 0 when there is none, or else 1
+
+  --agentx[=ADDRESS]   be the subagent of another agent: not available in this version
+  --user NAME          run as this user: not available in this version
+  --create-user NAME   add an SNMPv3 user: not available in this version
+
+SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
+Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line.
+)";
+}
+
+}  // namespace agent

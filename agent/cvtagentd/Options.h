@@ -1,0 +1,40 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "agent/cvtagentd/Log.h"
+
+namespace agent {
+
+/// A command line that means nothing, in one line for people. It ends the program with status 2.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// What the command line asks for. A plain value.
+struct Options {
+    enum class Action { kServe, kCheckConfig, kShowHelp, kShowVersion };
+
+    Action action = Action::kServe;
+    std::vector<std::string> modules;  ///< never empty after Parse
+    std::vector<std::string> listen;   ///< empty: the configuration's agentaddress, or else kDefaultAddress
+    std::string config;                ///< absolute; empty: the built-in read-only access from this host
+    std::string stateDir;              ///< empty: StateDir's choice
+    unsigned int timeoutSeconds = 30;
+    LogLevel logLevel = LogLevel::kInfo;
+    bool syslog = false;
+
+    static constexpr const char* kDefaultAddress = "udp:127.0.0.1:1161";
+
+    /// Throws UsageError. File names with a slash in them become absolute: the agent changes its working directory.
+    /// Uses getopt_long, which keeps its state in globals: one thread at a time.
+    static Options Parse(int argc, char* const* argv);
+
+    /// The text of --help.
+    static const char* Help();
+};
+
+}  // namespace agent

@@ -1,0 +1,149 @@
+#include "agent/cvtagentd/SnmpLibrary.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <sstream>
+#include <system_error>
+
+#include "agent/cvtagentd/AccessConfig.h"
+#include "agent/cvtagentd/CrashLine.h"
+#include "agent/cvtagentd/DescriptorSet.h"
+#include "agent/cvtagentd/LibraryMessages.h"
+#include "agent/cvtagentd/SnmpHeaders.h"
+#include "agent/cvtagentd/StartError.h"
+
+namespace agent {
+namespace {
+
+/// The name under which the library keeps its persistent data.
+constexpr const char* kApplication = "cvtagentd";
+
+/// A folder in which no file can ever be: the library looks for its usual configuration files there.
+constexpr const char* kNoFolder = "/dev/null";
+
+constexpr const char* kBuiltInAccess[] = {
+    "rocommunity public 127.0.0.1",
+    "rocommunity6 public ::1",
+};
+
+void SetFlag(int flag) { ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, flag, 1); }
+
+void SetText(int name, const char* text) { ::netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, name, text); }
+
+/// In words that help, why an address cannot be listened on.
+std::string Advice(int error) {
+    switch (error) {
+        case 0: return "no such address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
+        case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
+        case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
+        case EACCES: return "not permitted; choose a port above 1023, or start it with more rights";
+        default: return std::generic_category().message(error);
+    }
+}
+
+/// What a module starts must not keep the agent's sockets open.
+void KeepSocketsFromChildren() {
+    DescriptorSet sockets;
+    int count = 0;
+    int block = 1;
+    timeval timeout{};
+    ::snmp_select_info2(&count, sockets.Get(), &timeout, &block);
+    for (int fd = 0; fd < count; ++fd) {
+        if (sockets.Has(fd)) {
+            ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+        }
+    }
+}
+
+}  // namespace
+
+SnmpLibrary::SnmpLibrary(std::string configFile, Use use) : m_configFile(std::move(configFile)) {
+    SetUp(use);
+    const LibraryMessages::Collector collector;
+    const CrashLine onCrash("cvtagentd: " + m_configFile +
+                            ": crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
+                            "but no passphrase behind it");
+    ::init_agent(kApplication);
+    ::init_snmp(kApplication);
+    m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
+}
+
+void SnmpLibrary::SetUp(Use use) {
+    // These would override what is set below.
+    for (const char* const name : {"SNMPCONFPATH", "SNMP_PERSISTENT_DIR", "SNMP_PERSISTENT_FILE"}) {
+        ::unsetenv(name);  // NOLINT(concurrency-mt-unsafe): there is no second thread yet
+    }
+    for (const char* const name : {"MIBS", "MIBDIRS"}) {
+        ::setenv(name, "", 1);  // NOLINT(concurrency-mt-unsafe): there is no second thread yet
+    }
+    LibraryMessages::Install();
+    SetFlag(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG);
+    SetFlag(NETSNMP_DS_LIB_DONT_LOAD_HOST_FILES);
+    ::netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+    SetText(NETSNMP_DS_LIB_CONFIGURATION_DIR, kNoFolder);
+    if (use == Use::kServe) {
+        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, ".");
+    } else {
+        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, kNoFolder);
+        SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
+        SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
+    }
+    if (!m_configFile.empty()) {
+        SetText(NETSNMP_DS_LIB_OPTIONALCONFIG, m_configFile.c_str());
+        return;
+    }
+    for (std::string line : kBuiltInAccess) {
+        ::netsnmp_config_remember(line.data());
+    }
+}
+
+SnmpLibrary::~SnmpLibrary() {
+    ::snmp_shutdown(kApplication);
+    ::shutdown_agent();
+}
+
+std::vector<std::string> SnmpLibrary::ConfiguredAddresses() const {
+    std::vector<std::string> addresses;
+    const char* const list = ::netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
+    std::istringstream in(list == nullptr ? "" : list);
+    for (std::string address; std::getline(in, address, ',');) {
+        addresses.push_back(address);
+    }
+    return addresses;
+}
+
+void SnmpLibrary::Store() { ::snmp_store(kApplication); }
+
+void SnmpLibrary::Listen(const std::string& address) {
+    const LibraryMessages::Collector collector;
+    errno = 0;
+    // The empty address would mean port 161 on all of the host's.
+    if (address.empty() || ::netsnmp_agent_listen_on(address.c_str()) <= 0) {
+        const int error = collector.Messages().empty() ? 0 : collector.Messages().back().systemError;
+        throw StartError("cannot listen on " + address + ": " + Advice(error));
+    }
+    KeepSocketsFromChildren();
+}
+
+void SnmpLibrary::Reload() {
+    if (m_configFile.empty()) {
+        Log::Info("there is no configuration file to read again");
+        return;
+    }
+    std::vector<std::string> faults;
+    if (const std::string why = AccessConfig::WhyUnreadable(m_configFile); !why.empty()) {
+        faults.push_back(why);
+    } else {
+        faults = AccessConfig::FaultsFoundByChild(m_configFile);
+    }
+    if (!faults.empty()) {
+        Log::Error("the configuration stays as it was: " + AccessConfig::Summary(m_configFile, faults));
+        return;
+    }
+    ::update_config();
+    Log::Info("read the configuration " + m_configFile + " again");
+}
+
+}  // namespace agent

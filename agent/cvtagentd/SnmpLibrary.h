@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace agent {
+
+/// The SNMP library at work in this process: protocol, transports, access control. It is initialised once, by the
+/// constructor, and shut down by the destructor; it cannot be had a second time in one process. Its persistent data lie in
+/// the working directory. Not synchronised: one thread runs it.
+class SnmpLibrary {
+public:
+    enum class Use {
+        kServe,
+        kCheck,  ///< reads the configuration, and touches no file
+    };
+
+    /// `configFile` may be empty: then community "public" may read, from this host.
+    SnmpLibrary(std::string configFile, Use use);
+    ~SnmpLibrary();
+    SnmpLibrary(const SnmpLibrary&) = delete;
+    SnmpLibrary& operator=(const SnmpLibrary&) = delete;
+
+    /// What is wrong with the configuration; a line each.
+    const std::vector<std::string>& Faults() const { return m_faults; }
+
+    /// The addresses that the configuration names by agentaddress.
+    std::vector<std::string> ConfiguredAddresses() const;
+
+    /// Stores what must outlive a crash. Called when the configuration is found to be good, before the first Listen.
+    void Store();
+
+    /// Answers on this address from now on. Throws StartError.
+    void Listen(const std::string& address);
+
+    /// Reads the access configuration again. When it has faults everything stays as it was. Logs what it did.
+    void Reload();
+
+private:
+    void SetUp(Use use);
+
+    const std::string m_configFile;
+    std::vector<std::string> m_faults;
+};
+
+}  // namespace agent

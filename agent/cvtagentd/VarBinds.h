@@ -1,0 +1,28 @@
+#pragma once
+
+#include "CVT/BVarBind.h"
+
+struct variable_list;
+
+namespace agent {
+
+/// Between the SNMP library's varbinds and the toolkit's. Stateless.
+class VarBinds {
+public:
+    /// The name that a request asks for.
+    static void ReadName(const variable_list& from, CVT::BObjectIdentifier& name);
+    /// Name and value of a SET. A type that the toolkit does not know becomes kNull, which no column has: it is wrongType
+    /// to every column that can be written, and notWritable to the others.
+    static CVT::BVarBind ReadOffer(const variable_list& from);
+
+    /// False when there is no memory for it.
+    static bool WriteName(const CVT::BObjectIdentifier& name, variable_list& to);
+    /// An empty object identifier goes out as 0.0, since BER has none. False when there is no memory, or `from` holds no
+    /// value.
+    static bool WriteValue(const CVT::BVarBind& from, variable_list& to);
+
+    /// Whether `name` lies before an OID of the library's.
+    static bool IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength);
+};
+
+}  // namespace agent
