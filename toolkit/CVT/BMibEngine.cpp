@@ -37,6 +37,11 @@ BObjectIdentifier JustBefore(const BObjectIdentifier& name) {
 
 bool EndsBefore(const BObjectIdentifier& end, const BObjectIdentifier& name) { return !end.IsEmpty() && end <= name; }
 
+/// Whether the group's next instance behind `name` lies behind `end`, where a failure to read it is not our concern yet.
+bool NextLiesBehind(const BObjectIdentifier& end, BMibImpl& group, unsigned int requestId, BVarBind name) {
+    return group.NextInstance(requestId, name) == noError && EndsBefore(end, name.name);
+}
+
 }  // namespace
 
 bool BMibEngine::Add(BMibImplGroup& module) {
@@ -48,7 +53,8 @@ bool BMibEngine::Add(BMibImplGroup& module) {
     }
     std::sort(groups.begin(), groups.end(), [](BMibImpl* a, BMibImpl* b) { return a->Oid() < b->Oid(); });
     const auto same = [](BMibImpl* a, BMibImpl* b) { return a->Oid() == b->Oid(); };
-    if (std::adjacent_find(groups.begin(), groups.end(), same) != groups.end()) {
+    if (std::adjacent_find(groups.begin(), groups.end(), same) != groups.end() ||
+        (!groups.empty() && groups.front()->Oid().IsEmpty())) {
         return false;
     }
     for (int place = 0; place < module.NumHandlers(); ++place) {
@@ -120,15 +126,15 @@ int BMibEngine::Get(unsigned int requestId, BVarBind& varBind) {
 int BMibEngine::GetNext(unsigned int requestId, BVarBind& varBind) {
     BVarBind next;
     for (auto range = RangeBehind(varBind.name); range != m_ranges.end(); ++range) {
-        const BObjectIdentifier before = JustBefore(range->begin);
-        next.name.Set(varBind.name < before ? before : varBind.name);
+        next.name = varBind.name < range->begin ? JustBefore(range->begin) : varBind.name;
         const int status = range->group->GetNext(requestId, next);
-        if (status != noError && status != noSuchName) {
+        if (status == noError) {
+            if (!EndsBefore(range->end, next.name)) {
+                varBind = std::move(next);
+                return noError;
+            }
+        } else if (status != noSuchName && !NextLiesBehind(range->end, *range->group, requestId, next)) {
             return status;
-        }
-        if (status == noError && !EndsBefore(range->end, next.name)) {
-            varBind = std::move(next);
-            return noError;
         }
     }
     varBind.type = kEndOfMibView;

@@ -14,8 +14,8 @@ namespace CVT {
 /// whatever group they come from. Not synchronised: one thread at a time. Modules must stay until they are removed.
 class CVT_API BMibEngine {
 public:
-    /// Takes up the groups of a module, with its textual conventions. False when one of its subtrees is taken already;
-    /// then none is taken up.
+    /// Takes up the groups of a module, with its textual conventions. False when one of its subtrees is taken already, or
+    /// is none because its OID was bad; then none is taken up.
     bool Add(BMibImplGroup& module);
     void Remove(BMibImplGroup& module);
 
