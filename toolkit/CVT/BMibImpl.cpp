@@ -90,6 +90,9 @@ int BMibImpl::Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSet
     int first = noError;
     for (std::size_t i = 0; i < varBinds.size(); ++i) {
         const int status = Set(requestId, phase, &undo[i], varBinds[i]);
+        if (phase == ESnmpSetOpCode::Release) {
+            undo[i] = nullptr;
+        }
         if (status == noError || first != noError) {
             continue;
         }
@@ -100,9 +103,13 @@ int BMibImpl::Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSet
         }
         const bool checking = phase == ESnmpSetOpCode::CheckAndSave;
         for (std::size_t done = i; done-- > 0;) {
-            Set(requestId, checking ? ESnmpSetOpCode::Release : ESnmpSetOpCode::Undo, &undo[done], varBinds[done]);
+            const int back = Set(requestId, checking ? ESnmpSetOpCode::Release : ESnmpSetOpCode::Undo, &undo[done],
+                                 varBinds[done]);
             if (checking) {
                 undo[done] = nullptr;
+            } else if (back != noError) {
+                first = undoFailed;
+                errorIndex = 0;
             }
         }
         break;

@@ -51,7 +51,7 @@ public:
     virtual int GetNext(unsigned int requestId, BVarBind& varBind) = 0;
     /// One phase of a SET for every varbind of the list; `undo` has a cell for each, null before CheckAndSave. A phase is
     /// all or nothing: a CheckAndSave that fails has released what it had saved, a Commit that fails has undone what it
-    /// had committed. Release visits every cell.
+    /// had committed (undoFailed, with an errorIndex of 0, when it could not). Release visits every cell and empties it.
     virtual int Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSetOpCode phase, void** undo,
                     int& errorIndex, int version) = 0;
 
