@@ -24,9 +24,6 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
 else()
     # GCC 12 reports std::string concatenation as overlapping (GCC bug 105651).
     add_compile_options(-Wno-restrict)
-    if(NOT CVHOST_SANITIZE)
-        add_compile_options(-Wnull-dereference)   # it follows what the optimiser knows, but not instrumented code
-    endif()
 endif()
 if(CVHOST_WERROR)
     add_compile_options(-Werror)

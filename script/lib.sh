@@ -17,7 +17,8 @@ show_help() {
   awk 'NR == 1 { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
 }
 
-# build_preset PRESET [TARGET...]: configures and builds. One line of output, and the whole log when it fails.
+# build_preset PRESET [TARGET...]: configures and builds, everything that can be built. One line of output, and when it
+# fails what the tools said.
 build_preset() {
   local preset=$1 target targets=() log started=$SECONDS
   shift
@@ -30,12 +31,12 @@ build_preset() {
   if (
     cd "$root"
     cmake --preset "$preset"
-    cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"
+    cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}" -- -k 0
   ) >"$log" 2>&1 </dev/null; then
     printf 'done, %s s\n' "$((SECONDS - started))"
   else
     printf 'failed\n'
-    cat "$log" >&2
+    grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Creating) |^-- ' "$log" >&2 || true
     return 1
   fi
 }
