@@ -104,6 +104,7 @@ public:
         Serve(entries);
     }
 
+    /// Before the first request: a group's columns are constant from then on.
     void Serve(std::initializer_list<BRqHndlrEntry> entries) {
         columns = entries;
         columns.emplace_back();
@@ -175,6 +176,7 @@ public:
         Serve(entries);
     }
 
+    /// Before the first request: a group's columns are constant from then on.
     void Serve(std::initializer_list<BRqHndlrEntry> entries) {
         columns = entries;
         columns.emplace_back();
