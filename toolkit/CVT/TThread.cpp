@@ -50,6 +50,9 @@ public:
     Ending(const Ending&) = delete;
     Ending& operator=(const Ending&) = delete;
     ~Ending() {
+        // Run is over: a Terminate that comes now has nothing to end, and must not unwind out of a destructor.
+        int before = 0;
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
         m_thread.OnThreadEnd();
         if (m_thread.m_deletesItself) {
             delete &m_thread;

@@ -28,7 +28,10 @@ namespace CVT {
 /// blocks, such as open or read), and unwinds from there as by an exception: locks held by guards are given back, objects
 /// on its stack are destroyed. It can so leave no lock taken and nothing half-written that a guard protects. A thread
 /// that computes without ever waiting is waited for. Run must therefore not swallow what it does not know: a
-/// `catch (...)` has to rethrow.
+/// `catch (...)` has to rethrow. Nor may a destructor or another noexcept function on Run's way wait, for nothing unwinds
+/// out of those: the process would end. Closing a descriptor counts as waiting, so a destructor that closes one switches
+/// cancellation off meanwhile (pthread_setcancelstate), and so a thread that is terminated uses no std::fstream. Once Run
+/// is over a Terminate no longer interrupts: OnThreadEnd may wait.
 ///
 /// An exception that leaves Run ends the thread as if Run had returned.
 class CVT_API TThread {
