@@ -107,6 +107,9 @@ bool BFileNV::Load() {
 bool BFileNV::Store() {
     std::string text(kFirstLine);
     for (const auto& [name, value] : m_values) {
+        if (name.first.starts_with('#')) {
+            text += '\\';  // else the line would read as a comment
+        }
         text += Escaped(name.first) + '\t' + Escaped(name.second) + '\t' + Escaped(value) + '\n';
     }
     const std::string fresh = m_file + ".new";

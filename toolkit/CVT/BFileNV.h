@@ -11,8 +11,9 @@
 namespace CVT {
 
 /// A non-volatile store in a text file: a first line that names the format, then one line for each value, "section key
-/// value" separated by tabs; tabs, line feeds and backslashes in the texts are written \t, \n and \\. Lines that do not
-/// read so are kept out of the store, and out of the file at the next Save.
+/// value" separated by tabs; tabs, line feeds and backslashes in the texts are written \t, \n and \\, and a # that begins
+/// the section \#. Lines that do not read so, and those that begin with a #, are kept out of the store, and out of the
+/// file at the next Save.
 ///
 /// The file is read once, at construction. A Save writes a new file beside it and renames it into place, so that a crash
 /// leaves the old content or the new; both have mode 0600. A file that cannot be read or made leaves the store empty, in
