@@ -1,10 +1,18 @@
-# cmake -D build_dir= -D work_dir= -D sample_dir= -D cxx= [-D sanitize=] -P build_against_installed.cmake
+# cmake -D build_dir= -D work_dir= -D sample_dir= -D cxx= -P build_against_installed.cmake
 
 set(prefix ${work_dir}/prefix)
-set(flags "")
-if(sanitize)
-    set(flags -fsanitize=${sanitize})
-endif()
+
+# walk(<module>): lets the cvtwalk of the build load it, and looks at what that prints.
+function(walk module)
+    execute_process(COMMAND ${build_dir}/bin/cvtwalk --module ${module}
+        OUTPUT_VARIABLE walked COMMAND_ERROR_IS_FATAL ANY)
+    foreach(line IN ITEMS "sampleLevel.0 = INTEGER: 50" "sampleNotePriority.10 = INTEGER: low(1)")
+        string(FIND "${walked}" "${line}\n" at)
+        if(at EQUAL -1)
+            message(FATAL_ERROR "the walk of ${module} has no line ${line}:\n${walked}")
+        endif()
+    endforeach()
+endfunction()
 
 file(REMOVE_RECURSE ${work_dir})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${build_dir} --prefix ${prefix}
@@ -13,12 +21,13 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${build_dir} --prefix ${prefi
 # By the CMake package.
 execute_process(
     COMMAND ${CMAKE_COMMAND} -S ${sample_dir} -B ${work_dir}/build -G Ninja
-        -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${cxx} -DCMAKE_CXX_FLAGS=${flags}
+        -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${cxx}
     COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${CMAKE_COMMAND} --build ${work_dir}/build COMMAND_ERROR_IS_FATAL ANY)
 if(NOT EXISTS ${work_dir}/build/libSampleModule.so.1)
     message(FATAL_ERROR "libSampleModule.so.1 was not built")
 endif()
+walk(${work_dir}/build/libSampleModule.so.1)
 
 # By pkg-config.
 find_program(pkg_config NAMES pkg-config pkgconf REQUIRED)
@@ -30,5 +39,6 @@ execute_process(COMMAND ${pkg_config} --cflags --libs cvt
 separate_arguments(cvt_flags UNIX_COMMAND "${cvt_flags}")
 file(GLOB sources ${sample_dir}/*.cpp)
 execute_process(
-    COMMAND ${cxx} -std=c++20 ${flags} -fPIC -shared -fvisibility=hidden -o ${work_dir}/libSampleModule.so.1 ${sources} ${cvt_flags}
+    COMMAND ${cxx} -std=c++20 -fPIC -shared -fvisibility=hidden -o ${work_dir}/libSampleModule.so.1 ${sources} ${cvt_flags}
     COMMAND_ERROR_IS_FATAL ANY)
+walk(${work_dir}/libSampleModule.so.1)

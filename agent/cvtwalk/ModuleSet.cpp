@@ -33,12 +33,25 @@ bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
         }
     }
     auto module = ExtensionModule::Load(file, error);
-    if (module == nullptr || !module->Start(nullptr, error)) {
+    if (module == nullptr) {
         return false;
     }
     m_modules.push_back(std::move(module));
-    if (!m_engine.Add(m_modules.back()->Group())) {
-        error = "the module " + file + " serves a subtree that another module serves already";
+    return true;
+}
+
+bool ModuleSet::Start(std::string& error) {
+    return std::all_of(m_modules.begin(), m_modules.end(),
+                       [&](const auto& module) { return StartOne(*module, error); });
+}
+
+bool ModuleSet::StartOne(ExtensionModule& module, std::string& error) {
+    if (!module.Start(nullptr, error)) {
+        return false;
+    }
+    ++m_started;
+    if (!m_engine.Add(module.Group())) {
+        error = "the module " + module.File() + " serves a subtree that another module serves already";
         return false;
     }
     return true;
@@ -57,16 +70,16 @@ bool ModuleSet::WaitUntilReady(unsigned int milliseconds, std::string& error) co
 }
 
 bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
-    while (!m_modules.empty()) {
-        ExtensionModule& module = *m_modules.back();
+    for (; m_started > 0; --m_started) {
+        ExtensionModule& module = *m_modules[m_started - 1];
         m_engine.Remove(module.Group());
         if (!module.Close(milliseconds)) {
             error =
                 "the module " + module.File() + " did not close within " + std::to_string(milliseconds / 1000) + " s";
             return false;
         }
-        m_modules.pop_back();
     }
+    m_modules.clear();
     return true;
 }
 

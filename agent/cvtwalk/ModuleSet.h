@@ -9,8 +9,8 @@
 
 namespace agent {
 
-/// The extension modules of the process, served as one tree. Life: Load, WaitUntilReady, requests to Engine, Close. Used
-/// by one thread.
+/// The extension modules of the process, served as one tree. Life: Load, Start, WaitUntilReady, requests to Engine, Close.
+/// Used by one thread.
 class ModuleSet {
 public:
     ModuleSet() = default;
@@ -18,9 +18,11 @@ public:
     ModuleSet& operator=(const ModuleSet&) = delete;
     ~ModuleSet() = default;
 
-    /// Loads and starts the modules, all of which then come up at the same time. False, with one line for people in
-    /// `error`, when one cannot be; those before it are there, and want to be closed.
+    /// Maps the modules' libraries. False, with one line for people in `error`, when one cannot be.
     bool Load(const std::vector<std::string>& files, std::string& error);
+    /// Starts them, all of which then come up at the same time. False, with `error`, when one refuses; those before it
+    /// have started, and want to be closed.
+    bool Start(std::string& error);
     /// Waits up to `milliseconds` until all are ready. False, with `error`, when one is not: it cannot be closed then.
     bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
     CVT::BMibEngine& Engine() { return m_engine; }
@@ -30,8 +32,10 @@ public:
 
 private:
     bool LoadOne(const std::string& file, std::string& error);
+    bool StartOne(ExtensionModule& module, std::string& error);
 
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
+    std::size_t m_started = 0;  // so many of them, from the first on
     CVT::BMibEngine m_engine;
 };
 

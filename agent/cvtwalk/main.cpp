@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -11,7 +14,7 @@ namespace {
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
-constexpr unsigned int kCloseMs = 30'000;
+constexpr unsigned int kLeastCloseMs = 5000;
 
 void Say(const std::string& line) { std::fprintf(stderr, "cvtwalk: %s\n", line.c_str()); }
 
@@ -19,10 +22,21 @@ int Print(const char* text) {
     return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0 ? EXIT_SUCCESS : kFailed;
 }
 
+/// A module may keep state in its working directory. Somebody who only has a look shall find nothing left behind.
+void GoWhereNoFileCanBeMade() {
+    if (::chdir("/proc") != 0) {
+        Say("cannot go to /proc: modules may leave files here");
+    }
+}
+
 /// Loads, walks and writes. The modules are left to be closed.
 bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
     const bool byDefault = options.modules.empty();
     if (!modules.Load(byDefault ? std::vector{ExtensionModule::DefaultFile()} : options.modules, error)) {
+        return false;
+    }
+    GoWhereNoFileCanBeMade();
+    if (!modules.Start(error)) {
         return false;
     }
     if (!modules.WaitUntilReady(options.timeoutSeconds * 1000, error)) {
@@ -54,7 +68,7 @@ int Run(const Options& options) {
     if (!error.empty()) {
         Say(error);
     }
-    if (!modules.Close(kCloseMs, error)) {
+    if (!modules.Close(std::max(kLeastCloseMs, options.timeoutSeconds * 1000), error)) {
         Say(error);
         std::_Exit(kFailed);
     }

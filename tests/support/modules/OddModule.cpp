@@ -45,7 +45,7 @@ private:
     }
     int GetEscape(unsigned int, CVT::BOctetString& value) { return Say("\x1B[31mred\x07", value); }
     int GetNotUtf8(unsigned int, CVT::BOctetString& value) { return Say("caf\xE9", value); }
-    int GetQuotes(unsigned int, CVT::BOctetString& value) { return Say(R"(C:\"x")", value); }
+    int GetQuotes(unsigned int, CVT::BOctetString& value) { return Say(R"(C:\"x)", value); }
     int GetNul(unsigned int, CVT::BOctetString& value) { return Say(std::string_view("a\0b", 3), value); }
     int GetNoDate(unsigned int, CVT::BOctetString& value) { return Say("soon", value); }
     int GetNoOid(unsigned int, CVT::BObjectIdentifier& value) {

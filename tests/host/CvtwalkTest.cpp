@@ -1,0 +1,314 @@
+// bin/cvtwalk as a person or a script runs it, on the sample module and on one of odd habits.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/JsonValue.h"
+#include "tests/support/ProgramRun.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+const std::string kProgram = std::string(CVHOST_BUILD_BIN_DIR) + "/cvtwalk";
+const std::string kFirst = std::string(CVHOST_BUILD_LIB_DIR) + "/libCVHost.so.1";
+const std::string kSample = std::string(CVHOST_BUILD_LIB_DIR) + "/libSampleModule.so.1";
+const std::string kOdd = CVHOST_ODD_MODULE;
+
+ProgramRun Walk(std::vector<std::string> arguments, const std::map<std::string, std::string>& environment = {}) {
+    arguments.insert(arguments.begin(), kProgram);
+    return ProgramRun::Of(arguments, environment);
+}
+
+ProgramRun WalkSample(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--module", kSample});
+    return Walk(std::move(arguments));
+}
+
+ProgramRun WalkOdd(const std::string& habit, std::vector<std::string> arguments = {}) {
+    arguments.insert(arguments.begin(), {"--module", kOdd});
+    return Walk(std::move(arguments), {{"ODD_MODULE", habit}});
+}
+
+/// What a failure says: one line, and nothing on standard output.
+void ExpectOneLine(const ProgramRun& run, int status, const std::string& part) {
+    EXPECT_EQ(run.status, status);
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err, AllOf(StartsWith("cvtwalk: "), HasSubstr(part), EndsWith("\n")));
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+}
+
+class ScratchDirectory {
+public:
+    ScratchDirectory() { EXPECT_NE(::mkdtemp(m_path), nullptr); }
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+    ~ScratchDirectory() { std::filesystem::remove_all(m_path); }
+    std::string Path() const { return m_path; }
+
+private:
+    char m_path[32] = "/tmp/cvtwalk.XXXXXX";
+};
+
+TEST(Cvtwalk, PrintsEveryInstanceOfAModuleInOrder) {
+    const ProgramRun run = WalkSample({});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
+    EXPECT_THAT(run.out, testing::MatchesRegex("sampleGreeting.0 = STRING: \"Hello from the sample module\"\n"
+                                               "sampleLevel.0 = INTEGER: 50\n"
+                                               "sampleChangedAt.0 = STRING: 2[0-9-]*,[0-9:]*.0,[+-][0-9:]*\n"
+                                               "sampleEnabled.0 = INTEGER: true\\(1\\)\n"
+                                               "sampleRequests.0 = Counter32: 1\n"
+                                               "sampleUptime.0 = Timeticks: \\([0-9]*\\) 0:00:0[0-9.]*\n"
+                                               "sampleHome.0 = OID: 1.3.6.1.4.1.32473.1\n"
+                                               "sampleNoteIndex.1 = INTEGER: 1\n"
+                                               "sampleNoteIndex.2 = INTEGER: 2\n"
+                                               "sampleNoteIndex.10 = INTEGER: 10\n"
+                                               "sampleNoteText.1 = STRING: .*\n"
+                                               "sampleNoteText.2 = STRING: .*\n"
+                                               "sampleNoteText.10 = STRING: \"Na\xC3\xAFve .*\n"
+                                               "sampleNotePriority.1 = INTEGER: high\\(3\\)\n"
+                                               "sampleNotePriority.2 = INTEGER: normal\\(2\\)\n"
+                                               "sampleNotePriority.10 = INTEGER: low\\(1\\)\n"));
+}
+
+TEST(Cvtwalk, WalksBothModulesInTheOrderOfTheirOids) {
+    if (::access(kFirst.c_str(), R_OK) != 0) {
+        GTEST_SKIP() << "there is no " << kFirst;
+    }
+    const ProgramRun run = Walk({"--module", kSample, "--module", kFirst});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const auto memory = run.out.find("hrMemorySize.0 = INTEGER: ");
+    const auto greeting = run.out.find("sampleGreeting.0 = STRING: ");
+    ASSERT_NE(memory, std::string::npos) << run.out;
+    ASSERT_NE(greeting, std::string::npos) << run.out;
+    EXPECT_LT(memory, greeting);
+    EXPECT_THAT(run.out, HasSubstr("\nsampleNotePriority.10 = INTEGER: low(1)\n"));
+}
+
+TEST(Cvtwalk, LoadsTheModuleBesideItWithoutOptions) {
+    if (::access(kFirst.c_str(), R_OK) != 0) {
+        GTEST_SKIP() << "there is no " << kFirst;
+    }
+    const ProgramRun run = Walk({"hrMemorySize"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, testing::MatchesRegex("hrMemorySize.0 = INTEGER: -?[0-9]+\n"));
+}
+
+TEST(Cvtwalk, PrintsTheOneInstanceThatAnOidOrNameSays) {
+    const std::string level = "sampleLevel.0 = INTEGER: 50\n";
+    EXPECT_EQ(WalkSample({"1.3.6.1.4.1.32473.1.1.2.0"}).out, level);
+    EXPECT_EQ(WalkSample({".1.3.6.1.4.1.32473.1.1.2.0"}).out, level);
+    EXPECT_EQ(WalkSample({"sampleLevel.0"}).out, level);
+    EXPECT_EQ(WalkSample({"sampleNotePriority.2"}).out, "sampleNotePriority.2 = INTEGER: normal(2)\n");
+}
+
+TEST(Cvtwalk, PrintsAllThatLiesUnderAColumnATableOrAGroup) {
+    EXPECT_EQ(WalkSample({"sampleLevel"}).out, "sampleLevel.0 = INTEGER: 50\n");
+    EXPECT_THAT(WalkSample({"SAMPLE-MIB.sampleInfo"}).out,
+                AllOf(StartsWith("sampleGreeting.0 = "), Not(HasSubstr("sampleNote"))));
+    EXPECT_THAT(WalkSample({"sampleNoteTable"}).out,
+                AllOf(StartsWith("sampleNoteIndex.1 = "), EndsWith("sampleNotePriority.10 = INTEGER: low(1)\n")));
+    EXPECT_EQ(WalkSample({"1.3.6.1.4.1.32473.1.2.1.3"}).out,
+              "sampleNotePriority.1 = INTEGER: high(3)\n"
+              "sampleNotePriority.2 = INTEGER: normal(2)\n"
+              "sampleNotePriority.10 = INTEGER: low(1)\n");
+}
+
+TEST(Cvtwalk, SaysInOneLineThatNothingLiesUnderAnOid) {
+    ExpectOneLine(WalkSample({"1.3.6.1.2.1"}), 1, "no instance is served under 1.3.6.1.2.1");
+    ExpectOneLine(WalkSample({"sampleLevel.1"}), 1, "no instance is served under 1.3.6.1.4.1.32473.1.1.2.1");
+    ExpectOneLine(WalkOdd("empty"), 1, "the modules serve no instance");
+}
+
+TEST(Cvtwalk, NamesTheNearNamesOfAnUnknownObject) {
+    ExpectOneLine(WalkSample({"sampleLevle"}), 1, "no object is called 'sampleLevle'; near it: sampleLevel");
+}
+
+TEST(Cvtwalk, EndsWithTwoForAWrongCommandLine) {
+    ExpectOneLine(Walk({"--bogus"}), 2, "wrong option --bogus (try --help)");
+    ExpectOneLine(Walk({"--format", "xml"}), 2, "--format wants text, json or table, not 'xml'");
+}
+
+TEST(Cvtwalk, PrintsItsHelpAndVersionOnStandardOutput) {
+    const ProgramRun help = Walk({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, StartsWith("Usage: cvtwalk "));
+    const ProgramRun version = Walk({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.out, testing::MatchesRegex("cvtwalk [0-9.]+\n"));
+}
+
+TEST(Cvtwalk, SaysInOneLineThatAModuleCannotBeLoaded) {
+    ExpectOneLine(Walk({"--module", "/nowhere/libNothing.so"}), 1, "cannot load the module /nowhere/libNothing.so");
+    ExpectOneLine(Walk({"--module", "/etc/passwd"}), 1, "cannot load the module /etc/passwd");
+    ExpectOneLine(Walk({"--module", std::string(CVHOST_BUILD_LIB_DIR) + "/libCVT.so.1"}), 1,
+                  "is not an extension module");
+    ExpectOneLine(WalkOdd("refuses"), 1, "refused to start");
+}
+
+TEST(Cvtwalk, ClosesTheModulesThatRunWhenALaterOneCannot) {
+    const ProgramRun run = Walk({"--module", kOdd, "--module", kSample, "--module", "/nowhere/libNothing.so"},
+                                {{"ODD_MODULE_FAREWELL", "1"}});
+    ExpectOneLine(run, 1, "cannot load the module /nowhere/libNothing.so");
+    ScratchDirectory scratch;
+    const std::string copy = scratch.Path() + "/libCopy.so";
+    std::filesystem::copy_file(kSample, copy);
+    const ProgramRun taken =
+        Walk({"--module", kOdd, "--module", kSample, "--module", copy}, {{"ODD_MODULE_FAREWELL", "1"}});
+    EXPECT_EQ(taken.status, 1);
+    EXPECT_THAT(taken.err, AllOf(HasSubstr("serves a subtree that another module serves already\n"),
+                                 EndsWith("the odd module is closed\n")));
+}
+
+TEST(Cvtwalk, RefusesAModuleThatIsGivenTwice) {
+    ExpectOneLine(Walk({"--module", kSample, "--module", kSample}), 1, "is given twice");
+    const std::string detour = std::string(CVHOST_BUILD_LIB_DIR) + "/../lib/libSampleModule.so.1";
+    ExpectOneLine(Walk({"--module", kSample, "--module", detour}), 1, "is given twice");
+}
+
+TEST(Cvtwalk, WaitsForAModuleThatIsSlowAndNotForOneThatNeverIsReady) {
+    const ProgramRun slow = WalkOdd("slow", {"oddNegative"});
+    EXPECT_EQ(slow.status, 0);
+    EXPECT_EQ(slow.out, "oddNegative.0 = INTEGER: -2147483648\n");
+    ExpectOneLine(WalkOdd("never-ready", {"--timeout", "1"}), 1, "is not ready after 1 s");
+    ExpectOneLine(WalkOdd("never-ready", {"--timeout", "0"}), 1, "is not ready after 0 s");
+}
+
+TEST(Cvtwalk, ClosesItsModules) {
+    const ProgramRun run = Walk({"--module", kOdd, "oddNegative"}, {{"ODD_MODULE_FAREWELL", "1"}});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "the odd module is closed\n");
+}
+
+TEST(Cvtwalk, EndsWithAFailureWhenAModuleDoesNotClose) {
+    const ProgramRun run = WalkOdd("hangs", {"--timeout", "1", "oddNegative"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "oddNegative.0 = INTEGER: -2147483648\n");
+    EXPECT_THAT(run.err, HasSubstr("did not close within 5 s\n"));
+}
+
+TEST(Cvtwalk, PutsHostileValuesWhereTheyDoNoHarm) {
+    const ProgramRun run = WalkOdd("");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out,
+              "oddEscape.0 = Hex-STRING: 1B 5B 33 31 6D 72 65 64 07\n"
+              "oddNotUtf8.0 = Hex-STRING: 63 61 66 E9\n"
+              "oddQuotes.0 = STRING: \"C:\\\\\\\"x\"\n"
+              "oddNul.0 = Hex-STRING: 61 00 62\n"
+              "oddNoDate.0 = STRING: \"soon\"\n"
+              "oddNoOid.0 = OID: 0.0\n"
+              "oddNegative.0 = INTEGER: -2147483648\n"
+              "oddNumber.7.1 = INTEGER: 1\n"
+              "oddNumber.7.20 = INTEGER: 20\n"
+              "oddSparse.7.1 = INTEGER: 1\n"
+              "oddMost.0 = Gauge32: 4294967295\n");
+}
+
+TEST(Cvtwalk, WritesHostileValuesAsValidJson) {
+    const ProgramRun run = WalkOdd("", {"--format", "json"});
+    EXPECT_EQ(run.status, 0);
+    const auto array = JsonValue::Read(run.out);
+    ASSERT_TRUE(array) << run.out;
+    ASSERT_EQ(array->Items().size(), 11U);
+    EXPECT_EQ(array->Items()[0].Text("value"), "\x1B[31mred\x07");
+    EXPECT_EQ(array->Items()[1].Text("value"), "caf\xEF\xBF\xBD");
+    EXPECT_EQ(array->Items()[1].Text("hex"), "636166E9");
+    EXPECT_EQ(array->Items()[2].Text("value"), R"(C:\"x)");
+    EXPECT_EQ(array->Items()[3].Text("value"), std::string("a\0b", 3));
+    EXPECT_EQ(array->Items()[8].Text("oid"), "1.3.6.1.4.1.32473.2.8.1.1.7.20");
+    EXPECT_EQ(array->Items()[8].Text("instance"), "7.20");
+    EXPECT_EQ(array->Items()[10].Number("value"), 4294967295.0);
+}
+
+TEST(Cvtwalk, ShowsATableForPeople) {
+    const ProgramRun run = WalkSample({"--format", "table", "sampleNoteTable"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out,
+              "SAMPLE-MIB.sampleNoteTable\n"
+              "index  sampleNoteIndex  sampleNoteText                sampleNotePriority\n"
+              "    1                1  Copy this folder              high\n"
+              "    2                2  Give it a number of your own  normal\n"
+              "   10               10  Na\xC3\xAFve caf\xC3\xA9s are welcome       low\n");
+}
+
+TEST(Cvtwalk, ShowsEveryGroupAsATableWithoutAnArgument) {
+    const ProgramRun run = WalkSample({"--format", "table"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.out, AllOf(StartsWith("SAMPLE-MIB.sampleInfo\nsampleGreeting   Hello from the sample module\n"),
+                               HasSubstr("\n\nSAMPLE-MIB.sampleNoteTable\nindex  ")));
+}
+
+TEST(Cvtwalk, GoesOnWithAGroupBehindATableInItsMidst) {
+    const ProgramRun run = WalkOdd("", {"--format", "table"});
+    EXPECT_THAT(run.out, EndsWith("\n\nODD-MIB.oddTable\n"
+                                  "index  oddNumber  oddSparse\n"
+                                  "7.1            1          1\n"
+                                  "7.20          20          -\n"
+                                  "\nODD-MIB.oddValues\n"
+                                  "oddMost  4294967295\n"));
+}
+
+TEST(Cvtwalk, KeepsWhatModulesPrintOutOfItsOutput) {
+    const ProgramRun run = WalkOdd("noisy", {"--format", "json", "oddNegative"});
+    EXPECT_EQ(run.status, 0);
+    ASSERT_TRUE(JsonValue::Read(run.out)) << run.out;
+    EXPECT_EQ(run.err, "noise from printf\nnoise from write\nnoise from a command\n");
+}
+
+TEST(Cvtwalk, PrintsWhatItGotAndSaysWhereAWalkBroke) {
+    const ProgramRun run = WalkOdd("breaks", {"--format", "json"});
+    EXPECT_EQ(run.status, 1);
+    const auto array = JsonValue::Read(run.out);
+    ASSERT_TRUE(array) << run.out;
+    EXPECT_EQ(array->Items().size(), 10U);
+    EXPECT_EQ(run.err, "cvtwalk: the walk ends behind 1.3.6.1.4.1.32473.2.8.1.2.7.1 with error-status 5 (genErr)\n");
+    ExpectOneLine(WalkOdd("breaks", {"oddMost.0"}), 1, "the walk ends at 1.3.6.1.4.1.32473.2.9.0 with error-status 5");
+}
+
+TEST(Cvtwalk, LeavesNoFileInTheWorkingDirectory) {
+    const ScratchDirectory scratch;
+    const std::string module = ::access(kFirst.c_str(), R_OK) == 0 ? kFirst : kSample;
+    const ProgramRun run = ProgramRun::Of({kProgram, "--module", module}, {}, scratch.Path());
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.Path()));
+}
+
+TEST(Cvtwalk, FindsAModuleByAPathFromTheWorkingDirectory) {
+    const ProgramRun run =
+        ProgramRun::Of({kProgram, "--module", "./libSampleModule.so.1", "sampleLevel"}, {}, CVHOST_BUILD_LIB_DIR);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "sampleLevel.0 = INTEGER: 50\n");
+}
+
+TEST(Cvtwalk, ClosesItsModulesWhenItsReaderGoesAway) {
+    const ProgramRun run = ProgramRun::Of(
+        {"/bin/sh", "-c", "{ \"$0\" --module \"$1\"; echo status $? >&2; } | true; sleep 0", kProgram, kOdd},
+        {{"ODD_MODULE", "slow"}, {"ODD_MODULE_FAREWELL", "1"}});
+    EXPECT_EQ(run.err, "the odd module is closed\nstatus 1\n");
+}
+
+TEST(Cvtwalk, SaysThatItsOutputCouldNotBeWritten) {
+    const std::string command = "\"$0\" --module \"$1\" ";
+    const ProgramRun full = ProgramRun::Of({"/bin/sh", "-c", command + ">/dev/full", kProgram, kSample});
+    EXPECT_EQ(full.status, 1);
+    EXPECT_EQ(full.err, "cvtwalk: cannot write: No space left on device\n");
+    const ProgramRun closed = ProgramRun::Of({"/bin/sh", "-c", command + ">&-", kProgram, kSample});
+    EXPECT_EQ(closed.status, 1);
+    EXPECT_EQ(closed.err, "cvtwalk: no standard output: Bad file descriptor\n");
+}
+
+}  // namespace
