@@ -6,7 +6,9 @@
 #include "groups/software/DHrSWRun.h"
 #include "groups/software/DHrSWRunPerfTable.h"
 #include "groups/software/DHrSWRunTable.h"
+#include "groups/storage/DHrFSTable.h"
 #include "groups/storage/DHrStorage.h"
+#include "groups/storage/DHrStorageTable.h"
 #include "module/HandlerWalk.h"
 
 const char DCVHost::cszInterfaceIndexOrZero[] = "InterfaceIndexOrZero";
@@ -41,6 +43,8 @@ DCVHost::DCVHost(CVT::INonVolatile* store, bool systemOnly)
         return;
     }
     m_handlers[1] = new DHrStorage(m_store);
+    m_handlers[2] = new DHrStorageTable(m_store);
+    m_handlers[9] = new DHrFSTable(m_store);
     m_handlers[10] = new DHrSWRun(m_store);
     auto* const runTable = new DHrSWRunTable(m_store);
     m_handlers[11] = runTable;
@@ -71,6 +75,10 @@ CVT::BMibImpl* DCVHost::HandlerAt(int place) {
     const auto index = static_cast<unsigned int>(place);
     return index < m_handlers.size() ? m_handlers[index] : nullptr;
 }
+
+DHrStorageTable* DCVHost::StorageTable() const { return static_cast<DHrStorageTable*>(m_handlers[2]); }
+
+DHrFSTable* DCVHost::FSTable() const { return static_cast<DHrFSTable*>(m_handlers[9]); }
 
 const CVT::BConstraintEntry* DCVHost::GetTCConstraintMap() const { return s_tcConstraints; }
 

@@ -6,6 +6,9 @@
 #include "CVT/BMibImplGroup.h"
 #include "CVT/INonVolatile.h"
 
+class DHrFSTable;
+class DHrStorageTable;
+
 /// The module: owner of one object for each MIB group, and of the non-volatile store that they share.
 ///
 /// Threads. A group is used under its request lock: by the host for requests, by Init and Cleanup here. The start-up
@@ -42,6 +45,10 @@ public:
     CVT::BMibImpl* HandlerAt(int place) override;
     const CVT::BConstraintEntry* GetTCConstraintMap() const override;
     void InitDefVals() override;
+
+    // Single groups, for the others that look things up in them or make rows there. Null when the group is not there.
+    DHrStorageTable* StorageTable() const;
+    DHrFSTable* FSTable() const;
 
 private:
     static const CVT::BConstraintEntry s_tcConstraints[];

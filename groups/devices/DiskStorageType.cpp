@@ -1,0 +1,21 @@
+#include "groups/devices/DiskStorageType.h"
+
+#include <string_view>
+
+unsigned int ui32GetDiskStorageType(const mntent* entry) {
+    constexpr std::string_view kFloppy = "/dev/fd";
+    const std::string_view device = entry->mnt_fsname;
+    const std::string_view type = entry->mnt_type;
+    if (device == "/dev/cdrom") {
+        return kOpticalDiskRom;
+    }
+    if (device.find(kFloppy) != std::string_view::npos) {
+        return kFloppyDisk;
+    }
+    if (type != "supermount") {
+        return type == "iso9660" ? kOpticalDiskRom : kHardDisk;
+    }
+    // A supermount names the drive in its options; what is no floppy drive there is an optical one.
+    const std::string_view options = entry->mnt_opts;
+    return options.find(kFloppy) != std::string_view::npos ? kFloppyDisk : kOpticalDiskRom;
+}

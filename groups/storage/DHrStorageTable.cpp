@@ -1,0 +1,273 @@
+#include "groups/storage/DHrStorageTable.h"
+
+#include <algorithm>
+#include <span>
+#include <string>
+#include <unordered_set>
+
+#include "CVT/TextualConventions.h"
+#include "groups/devices/DiskStorageType.h"
+#include "groups/storage/MemoryProbe.h"
+#include "groups/storage/MountFilter.h"
+#include "groups/storage/MountKinds.h"
+#include "module/HostFile.h"
+#include "module/SetPhases.h"
+
+unsigned int lastTableIndex = 0;
+unsigned int vVMemIndex = 0;
+unsigned int vMemIndex = 0;
+struct stat stLastMntFileStat {};
+
+namespace {
+
+/// No request has the identifier 0.
+unsigned int lastCheckedRequestId = 0;
+
+/// How many file systems are asked side by side, so that many dead ones together cost little more time than one.
+constexpr std::size_t kAskedAtOnce = 64;
+
+const char* StorageTypeOf(const mntent& mount) {
+    switch (ui32GetDiskStorageType(&mount)) {
+        case kFloppyDisk: return "1.3.6.1.2.1.25.2.1.6";
+        case kOpticalDiskRom: return "1.3.6.1.2.1.25.2.1.7";
+        default: return "1.3.6.1.2.1.25.2.1.4";
+    }
+}
+
+template <class Number>
+int Cut(Number number) {
+    return static_cast<int>(static_cast<unsigned int>(number));
+}
+
+int UsedBlocks(const struct statfs& space) { return Cut(space.f_blocks - space.f_bfree); }
+
+}  // namespace
+
+const CVT::BRqHndlrEntry DHrStorageTable::s_rqhndlrEntries[] = {
+    CVT::Column<CVT::kIntValue>(1, "hrStorageIndex", CVT::kInteger, &DHrStorageTable::OnGet_HrStorageIndex),
+    CVT::Column<CVT::kObjectIdentifierValue>(2, "hrStorageType", CVT::kObjectIdentifier,
+                                             &DHrStorageTable::OnGet_HrStorageType),
+    CVT::Column<CVT::kDisplayStringValue>(3, "hrStorageDescr", CVT::kOctetString,
+                                          &DHrStorageTable::OnGet_HrStorageDescr),
+    CVT::Column<CVT::kIntValue>(4, "hrStorageAllocationUnits", CVT::kInteger,
+                                &DHrStorageTable::OnGet_HrStorageAllocationUnits),
+    CVT::Column<CVT::kIntValue>(5, "hrStorageSize", CVT::kInteger, &DHrStorageTable::OnGet_HrStorageSize,
+                                &DHrStorageTable::OnSet_HrStorageSize),
+    CVT::Column<CVT::kIntValue>(6, "hrStorageUsed", CVT::kInteger, &DHrStorageTable::OnGet_HrStorageUsed),
+    CVT::Column<CVT::kUnsignedValue>(7, "hrStorageAllocationFailures", CVT::kCounter32,
+                                     &DHrStorageTable::OnGet_HrStorageAllocationFailures),
+    {},
+};
+
+const CVT::BConstraintEntry DHrStorageTable::s_sonstraintEntries[] = {
+    {CVT::kRange, 1, nullptr, 1, 2147483647}, {CVT::kConvention, 3, CVT::cszDisplayString, 0, 0},
+    {CVT::kRange, 4, nullptr, 1, 2147483647}, {CVT::kRange, 5, nullptr, 0, 2147483647},
+    {CVT::kRange, 6, nullptr, 0, 2147483647}, {},
+};
+
+const char DHrStorageTable::s_pszNVSection[] = "hrStorageTable";
+
+DHrStorageEntry::DHrStorageEntry(unsigned int rowIndex, const mntent* mount) : index(rowIndex) {
+    if (mount == nullptr) {
+        return;
+    }
+    mayHang = bKindMayHang(mount->mnt_type);
+    Fill(*mount, DMountQuestion(mount->mnt_dir, mayHang, DMountQuestion::kDirectoryAndSpace).Answer());
+}
+
+DHrStorageEntry::DHrStorageEntry(unsigned int rowIndex, const mntent& mount, const DMountFigures& figures)
+    : index(rowIndex) {
+    Fill(mount, figures);
+}
+
+void DHrStorageEntry::Fill(const mntent& mount, const DMountFigures& figures) {
+    descr.Assign(mount.mnt_dir);
+    if (!figures.directory) {
+        return;
+    }
+    type.AssignFromDottedDecimalStr(StorageTypeOf(mount));
+    allocationUnits = Cut(figures.directory->st_blksize);
+    if (figures.space) {
+        size = Cut(figures.space->f_blocks);
+        used = UsedBlocks(*figures.space);
+    }
+}
+
+DHrStorageTable::DHrStorageTable(CVT::INonVolatile* store)
+    : DTable(store, "HOST-RESOURCES-MIB.hrStorageTable", "1.3.6.1.2.1.25.2.3") {}
+
+void DHrStorageTable::Initialize() {
+    m_watch.Open();
+    if (GetNumRows() != 0) {
+        m_hasNotice = true;  // nobody has watched since Cleanup
+    } else {
+        if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
+            ::stat(ETC_MNTTAB, &stLastMntFileStat);
+            AddMounts(ReadMountTable(file.get()), kAll);
+        }
+        vVMemIndex = ++lastTableIndex;
+        AddMemory(vVMemIndex, "Virtual Memory", "1.3.6.1.2.1.25.2.1.3", kVirtualTotal, kVirtualUsed);
+        vMemIndex = ++lastTableIndex;
+        AddMemory(vMemIndex, "Physical Memory", "1.3.6.1.2.1.25.2.1.2", kPhysicalTotal, kPhysicalUsed);
+    }
+    SetActive(1);
+}
+
+void DHrStorageTable::Cleanup() {
+    m_watch.Close();
+    SetActive(0);
+}
+
+void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
+    // Rows of mounts, made before the table comes up, would keep it from making those of memory.
+    if (!IsActive() || requestId == lastCheckedRequestId) {
+        return;
+    }
+    lastCheckedRequestId = requestId;
+    struct stat now {};
+    ::stat(ETC_MNTTAB, &now);
+    m_hasNotice = m_watch.HasNotice() || m_hasNotice;
+    if (!m_hasNotice && now.st_mtime == stLastMntFileStat.st_mtime && now.st_ctime == stLastMntFileStat.st_ctime) {
+        return;
+    }
+    stLastMntFileStat = now;
+    m_watch.Open();  // a table that was a file may have become the kernel's
+    if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
+        m_hasNotice = false;
+        AddMounts(ReadMountTable(file.get()), kNewDirectories);
+    }
+}
+
+void DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
+    DMountsThatMayHang hanging;
+    for (const DMountEntry& mount : mounts) {
+        hanging.Add(mount.directory, mount.type);
+    }
+    // Something else may be mounted on a row's directory by now.
+    std::unordered_set<std::string> known;
+    for (unsigned int place = 0; place < GetNumRows(); ++place) {
+        Entry& row = *RowAt(place);
+        row.mayHang = hanging.AreOnTheWayTo(row.descr.View());
+        known.emplace(row.descr.View());
+    }
+    std::erase_if(mounts, [&](DMountEntry& mount) {
+        const mntent record = mount.Record();
+        return bIgnore(&record) || (which == kNewDirectories && !known.insert(mount.directory).second);
+    });
+
+    for (std::size_t done = 0; done < mounts.size(); done += kAskedAtOnce) {
+        const std::span batch = std::span(mounts).subspan(done, std::min(kAskedAtOnce, mounts.size() - done));
+        std::vector<DMountQuestion> questions;
+        questions.reserve(batch.size());
+        for (const DMountEntry& mount : batch) {
+            questions.emplace_back(mount.directory.c_str(), hanging.AreOnTheWayTo(mount.directory),
+                                   DMountQuestion::kDirectoryAndSpace);
+        }
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            auto row = std::make_unique<Entry>(++lastTableIndex, batch[i].Record(), questions[i].Answer());
+            row->mayHang = hanging.AreOnTheWayTo(batch[i].directory);
+            Add(std::move(row));
+        }
+    }
+}
+
+void DHrStorageTable::AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
+                                unsigned int usedSelector) {
+    auto memory = std::make_unique<Entry>(row, nullptr);
+    memory->descr.Assign(descr);
+    memory->type.AssignFromDottedDecimalStr(type);
+    memory->size = Cut(ui32GetMemory(totalSelector));
+    memory->used = Cut(ui32GetMemory(usedSelector));
+    memory->allocationUnits = bIsNewMemInfo.load(std::memory_order_relaxed) ? 1024 : 1;
+    Add(std::move(memory));
+}
+
+void DHrStorageTable::Add(std::unique_ptr<Entry> row) {
+    if (InsertRow(CVT::BObjectIdentifier(row->index), row.get())) {
+        static_cast<void>(row.release());  // the table's now
+    }
+}
+
+void DHrStorageTable::CreateDemoRow(unsigned int index, const mntent* mount) {
+    Add(std::make_unique<Entry>(index, mount));
+}
+
+const DHrStorageEntry* DHrStorageTable::RowOf(const char* name) const {
+    const std::string_view wanted = name == nullptr ? "" : name;
+    for (unsigned int place = 0; place < GetNumRows(); ++place) {
+        const Entry* const row = RowAt(place);
+        if (row->descr.View() == wanted) {
+            return row;
+        }
+    }
+    return nullptr;
+}
+
+unsigned int DHrStorageTable::FindRow(const char* name) const {
+    const Entry* const row = RowOf(name);
+    return row == nullptr ? 0 : row->index;
+}
+
+bool DHrStorageTable::bIsInTable(const char* name) const { return RowOf(name) != nullptr; }
+
+int DHrStorageTable::OnGet_HrStorageIndex(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) {
+    vCheckAndUpdateTable(requestId);
+    return GetField(index, &Entry::index, value);
+}
+
+int DHrStorageTable::OnGet_HrStorageType(const CVT::BObjectIdentifier& index, unsigned int requestId,
+                                         CVT::BObjectIdentifier& value) {
+    vCheckAndUpdateTable(requestId);
+    return GetField(index, &Entry::type, value);
+}
+
+int DHrStorageTable::OnGet_HrStorageDescr(const CVT::BObjectIdentifier& index, unsigned int requestId,
+                                          CVT::BOctetString& value) {
+    vCheckAndUpdateTable(requestId);
+    return GetField(index, &Entry::descr, value);
+}
+
+int DHrStorageTable::OnGet_HrStorageAllocationUnits(const CVT::BObjectIdentifier& index, unsigned int requestId,
+                                                    int& value) {
+    vCheckAndUpdateTable(requestId);
+    return GetField(index, &Entry::allocationUnits, value);
+}
+
+int DHrStorageTable::OnGet_HrStorageSize(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) {
+    vCheckAndUpdateTable(requestId);
+    return GetField(index, &Entry::size, value);
+}
+
+int DHrStorageTable::OnGet_HrStorageUsed(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) {
+    vCheckAndUpdateTable(requestId);
+    Entry* const row = GetRow(index);
+    if (row == nullptr) {
+        return CVT::noSuchName;
+    }
+    if (row->index == vMemIndex) {
+        row->used = Cut(ui32GetMemory(kPhysicalUsed));
+    } else if (row->index == vVMemIndex) {
+        row->used = Cut(ui32GetMemory(kVirtualUsed));
+    } else {
+        const DMountFigures figures = DMountQuestion(row->descr.c_str(), row->mayHang, DMountQuestion::kSpace).Answer();
+        if (figures.space) {
+            row->used = UsedBlocks(*figures.space);
+        }
+    }
+    value = row->used;
+    return CVT::noError;
+}
+
+int DHrStorageTable::OnGet_HrStorageAllocationFailures(const CVT::BObjectIdentifier& index, unsigned int requestId,
+                                                       unsigned int& value) {
+    vCheckAndUpdateTable(requestId);
+    return GetField(index, &Entry::allocationFailures, value);
+}
+
+int DHrStorageTable::OnSet_HrStorageSize(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase,
+                                         unsigned int /*requestId*/, const int& value, void** undo) {
+    if (phase == CVT::ESnmpSetOpCode::CheckAndSave && value < 0) {
+        return CVT::wrongValue;
+    }
+    return i32SetPhase(phase, FieldOf(index, &Entry::size), value, undo);
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <mntent.h>
+#include <sys/stat.h>
+
+#include <vector>
+
+#include "groups/storage/MountQuestion.h"
+#include "groups/storage/MountTableFile.h"
+#include "module/DTable.h"
+
+// What outlives a table: indexes are not given out again as long as the library is loaded. All are 0 at load, and used
+// under the table's request lock.
+
+extern unsigned int lastTableIndex;    ///< the last hrStorageIndex that was given out
+extern unsigned int vVMemIndex;        ///< hrStorageIndex of virtual memory
+extern unsigned int vMemIndex;         ///< hrStorageIndex of physical memory
+extern struct stat stLastMntFileStat;  ///< of the mount table, when it was last found changed
+
+/// One row of hrStorageTable.
+struct DHrStorageEntry {
+    DHrStorageEntry() = default;
+    /// A mounted file system, measured now; a null `mount` gives an empty row. `index` is its hrStorageIndex.
+    DHrStorageEntry(unsigned int rowIndex, const mntent* mount);
+    /// A mounted file system of which `figures` were learnt. What is absent there stays empty or 0.
+    DHrStorageEntry(unsigned int rowIndex, const mntent& mount, const DMountFigures& figures);
+
+    void SetIndex(const DSingleIndex& newIndex) { index = newIndex.row; }
+
+    unsigned int index = 0;
+    CVT::BObjectIdentifier type;
+    CVT::BString descr;       ///< the mount directory, or what kind of memory this is
+    int allocationUnits = 0;  ///< octets
+    int size = 0;             ///< blocks, as is `used`
+    int used = 0;
+    unsigned int allocationFailures = 0;
+    bool mayHang = false;  ///< whether asking the file system may never come back
+
+private:
+    void Fill(const mntent& mount, const DMountFigures& figures);
+};
+
+/// hrStorageTable: the mounted file systems, virtual memory and physical memory.
+///
+/// Rows are made when the table comes up, file systems first, in the order of the mount table, and then only added: a file
+/// system that is mounted later gets a row at the next request, one that is unmounted keeps its row. Of all figures only
+/// `used` is measured again, each time it is read.
+///
+/// Everything is called under the request lock. Whether the mount table has changed is looked at once a request.
+///
+/// Size and used are counts of the file system's own blocks (`f_bsize` of statfs), the allocation unit is `st_blksize` of
+/// the mount directory; all are cut to their low 32 bits.
+class DHrStorageTable final : public DTable<DHrStorageEntry> {
+public:
+    static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
+    static const CVT::BConstraintEntry s_sonstraintEntries[];
+    static const char s_pszNVSection[];
+
+    explicit DHrStorageTable(CVT::INonVolatile* store);
+
+    /// Makes the rows, unless there are some.
+    void Initialize() override;
+    void Cleanup() override;
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
+
+    /// Adds rows for what was mounted since the last look. Looks only once for each request, and not at all while the
+    /// table is not active.
+    void vCheckAndUpdateTable(unsigned int requestId);
+
+    /// Adds a row for a mounted file system; none when the index is taken.
+    void CreateDemoRow(unsigned int index, const mntent* mount);
+
+    /// The index of the first row with this description; 0 when there is none.
+    unsigned int FindRow(const char* name) const;
+    bool bIsInTable(const char* name) const;
+
+    int OnGet_HrStorageIndex(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
+    int OnGet_HrStorageType(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BObjectIdentifier& value);
+    int OnGet_HrStorageDescr(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BOctetString& value);
+    int OnGet_HrStorageAllocationUnits(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
+    int OnGet_HrStorageSize(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
+    /// Measures first; what cannot be measured stays as it was.
+    int OnGet_HrStorageUsed(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
+    int OnGet_HrStorageAllocationFailures(const CVT::BObjectIdentifier& index, unsigned int requestId,
+                                          unsigned int& value);
+
+    /// Refuses negative sizes with wrongValue. The size is only kept in the row.
+    int OnSet_HrStorageSize(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase, unsigned int requestId,
+                            const int& value, void** undo);
+
+private:
+    enum EWhich { kAll, kNewDirectories };
+
+    void AddMounts(std::vector<DMountEntry> mounts, EWhich which);
+    void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
+                   unsigned int usedSelector);
+    void Add(std::unique_ptr<Entry> row);
+    const Entry* RowOf(const char* name) const;
+
+    DMountTableWatch m_watch;
+    bool m_hasNotice = false;  // the watch saw a change that is not read yet
+};

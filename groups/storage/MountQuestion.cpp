@@ -1,0 +1,168 @@
+#include "groups/storage/MountQuestion.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "CVT/TEvent.h"
+#include "CVT/TMutex.h"
+#include "CVT/TThread.h"
+#include "CVT/ThreadAnnotations.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kPatience(1000);
+
+/// Two system calls need little; the sanitizers want some.
+constexpr unsigned int kStackBytes = 256 * 1024;
+
+std::optional<struct stat> AskDirectory(const char* path) {
+    struct stat directory {};
+    return ::stat(path, &directory) == 0 ? std::optional(directory) : std::nullopt;
+}
+
+std::optional<struct statfs> AskSpace(const char* path) {
+    struct statfs space {};
+    return ::statfs(path, &space) == 0 ? std::optional(space) : std::nullopt;
+}
+
+bool WaitUntil(CVT::TEvent& event, Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return event.Wait(static_cast<unsigned int>(std::max<decltype(left)>(left, 0))) == CVT::kWaitSignalled;
+}
+
+}  // namespace
+
+/// What the asking thread and the one that waits share, for as long as either needs it. Each event hands the members above
+/// it over to the one that waits.
+struct DMountQuestion::Call {
+    Call(const char* path, EWhat question) : directory(path), what(question) {}
+
+    const std::string directory;
+    const EWhat what;
+    const Clock::time_point asked = Clock::now();
+
+    std::optional<struct stat> status;
+    Clock::time_point statusAnswered;
+    CVT::TEvent hasStatus{true};
+
+    std::optional<struct statfs> space;
+    CVT::TEvent hasSpace{true};
+
+    std::atomic<bool> hasReturned = false;
+};
+
+class DMountQuestion::Caller final : public CVT::TThread {
+public:
+    explicit Caller(std::shared_ptr<Call> call) : TThread(true), m_call(std::move(call)) {}
+
+protected:
+    unsigned int Run() override {
+        // A signal to the process must not wait for a thread that may be stuck.
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+
+        Call& call = *m_call;
+        bool goOn = true;
+        if (call.what == kDirectoryAndSpace) {
+            call.status = AskDirectory(call.directory.c_str());
+            call.statusAnswered = Clock::now();
+            goOn = call.status.has_value();
+            call.hasStatus.Set();
+        }
+        if (goOn) {
+            call.space = AskSpace(call.directory.c_str());
+        }
+        call.hasReturned = true;
+        call.hasSpace.Set();
+        return 0;
+    }
+
+private:
+    ~Caller() override = default;
+
+    const std::shared_ptr<Call> m_call;
+};
+
+namespace {
+
+/// The directories whose last question was left behind, each with a way to see whether it has come back. Cleared by those
+/// who ask again: what is left behind must not reach for anything of the module.
+class LeftBehind {
+public:
+    using HasReturned = std::function<bool()>;
+
+    void Add(const std::string& directory, HasReturned hasReturned) {
+        const CVT::TMutex::Guard guard(m_lock);
+        m_questions.insert_or_assign(directory, std::move(hasReturned));
+    }
+
+    bool Has(const std::string& directory) {
+        const CVT::TMutex::Guard guard(m_lock);
+        const auto question = m_questions.find(directory);
+        if (question == m_questions.end()) {
+            return false;
+        }
+        if (!question->second()) {
+            return true;
+        }
+        m_questions.erase(question);
+        return false;
+    }
+
+private:
+    CVT::TMutex m_lock{false};
+    std::map<std::string, HasReturned> m_questions CVT_GUARDED_BY(m_lock);
+};
+
+LeftBehind s_leftBehind;
+
+}  // namespace
+
+DMountQuestion::DMountQuestion(const char* directory, bool mayHang, EWhat what) {
+    const char* const path = directory == nullptr ? "" : directory;
+    if (!mayHang) {
+        if (what == kDirectoryAndSpace) {
+            m_figures.directory = AskDirectory(path);
+            if (!m_figures.directory) {
+                return;
+            }
+        }
+        m_figures.space = AskSpace(path);
+        return;
+    }
+    auto call = std::make_shared<Call>(path, what);
+    if (!s_leftBehind.Has(call->directory) && (new Caller(call))->Start(kStackBytes, 0)) {
+        m_call = std::move(call);
+    }
+}
+
+DMountFigures DMountQuestion::Answer() {
+    const std::shared_ptr<Call> call = std::move(m_call);
+    if (!call) {
+        return m_figures;
+    }
+    bool inTime = true;
+    auto asked = call->asked;
+    if (call->what == kDirectoryAndSpace) {
+        inTime = WaitUntil(call->hasStatus, asked + kPatience);
+        if (inTime) {
+            m_figures.directory = call->status;
+            asked = call->statusAnswered;
+        }
+    }
+    inTime = inTime && WaitUntil(call->hasSpace, asked + kPatience);
+    if (inTime) {
+        m_figures.space = call->space;
+    } else {
+        s_leftBehind.Add(call->directory, [call] { return call->hasReturned.load(); });
+    }
+    return m_figures;
+}

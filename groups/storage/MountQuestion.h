@@ -1,0 +1,44 @@
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/statfs.h>
+
+#include <memory>
+#include <optional>
+
+/// What was learnt of a mounted file system. A member is absent when the call failed, or did not come back in time.
+struct DMountFigures {
+    std::optional<struct stat> directory;  ///< stat(2) of the mount directory
+    std::optional<struct statfs> space;    ///< statfs(2) of it, in blocks of `f_bsize` octets
+};
+
+/// One question to a mounted file system, which is given a second for each call. A file system that cannot hang is asked
+/// by the caller itself. One that may is asked by a thread, which is left behind when it does not come back: from then on
+/// every question to that directory fails at once, until the call has returned.
+///
+/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used from
+/// distinct threads.
+///
+/// The thread deletes itself and shares nothing with the module but its own record. It still runs code of this library
+/// when it comes back, so a host waits with CVT::TThread::WaitForSelfDeleting before it unloads that, and does not unload
+/// it when it cannot wait so long. It takes no signals; the end of the process ends it.
+class DMountQuestion {
+public:
+    enum EWhat {
+        kSpace,              ///< statfs
+        kDirectoryAndSpace,  ///< stat, and statfs if that succeeds
+    };
+
+    /// Null counts as the empty path, which no file system has.
+    DMountQuestion(const char* directory, bool mayHang, EWhat what);
+
+    /// To be called once.
+    DMountFigures Answer();
+
+private:
+    struct Call;
+    class Caller;
+
+    DMountFigures m_figures;
+    std::shared_ptr<Call> m_call;  // null when m_figures is the answer
+};
