@@ -37,9 +37,9 @@ unsigned int ui32GetFSType(unsigned int magic) {
     }
 }
 
-CVT::BObjectIdentifier FSTypeOid(unsigned int magic) {
+CVT::BObjectIdentifier FSTypeOid(const struct statfs& fileSystem) {
     CVT::BObjectIdentifier type;
     type.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.3.9");
-    type.Append(ui32GetFSType(magic));
+    type.Append(ui32GetFSType(static_cast<unsigned int>(fileSystem.f_type)));
     return type;
 }
