@@ -1,6 +1,12 @@
 #include "module/DCVHost.h"
 
 #include "CVT/BFileNV.h"
+#include "groups/devices/DHrDeviceTable.h"
+#include "groups/devices/DHrDiskStorageTable.h"
+#include "groups/devices/DHrPartitionTable.h"
+#include "groups/hardware/DHrNetworkTable.h"
+#include "groups/hardware/DHrPrinterTable.h"
+#include "groups/hardware/DHrProcessorTable.h"
 #include "groups/software/DHrSWInstalled.h"
 #include "groups/software/DHrSWInstalledTable.h"
 #include "groups/software/DHrSWRun.h"
@@ -9,6 +15,7 @@
 #include "groups/storage/DHrFSTable.h"
 #include "groups/storage/DHrStorage.h"
 #include "groups/storage/DHrStorageTable.h"
+#include "groups/system/DHrSystem.h"
 #include "module/HandlerWalk.h"
 
 const char DCVHost::cszInterfaceIndexOrZero[] = "InterfaceIndexOrZero";
@@ -39,11 +46,18 @@ DCVHost::DCVHost(CVT::INonVolatile* store, bool systemOnly)
     if (!m_storeSuppliedByCaller) {
         m_store = new CVT::BFileNV(kStoreFile, true);
     }
+    m_handlers[0] = new DHrSystem(m_store);
     if (m_systemOnly) {
         return;
     }
     m_handlers[1] = new DHrStorage(m_store);
     m_handlers[2] = new DHrStorageTable(m_store);
+    m_handlers[3] = new DHrDeviceTable(m_store);
+    m_handlers[4] = new DHrProcessorTable(m_store);
+    m_handlers[5] = new DHrNetworkTable(m_store);
+    m_handlers[6] = new DHrPrinterTable(m_store);
+    m_handlers[7] = new DHrDiskStorageTable(m_store);
+    m_handlers[8] = new DHrPartitionTable(m_store);
     m_handlers[9] = new DHrFSTable(m_store);
     m_handlers[10] = new DHrSWRun(m_store);
     auto* const runTable = new DHrSWRunTable(m_store);
@@ -77,6 +91,18 @@ CVT::BMibImpl* DCVHost::HandlerAt(int place) {
 }
 
 DHrStorageTable* DCVHost::StorageTable() const { return static_cast<DHrStorageTable*>(m_handlers[2]); }
+
+DHrDeviceTable* DCVHost::DeviceTable() const { return static_cast<DHrDeviceTable*>(m_handlers[3]); }
+
+DHrProcessorTable* DCVHost::ProcessorTable() const { return static_cast<DHrProcessorTable*>(m_handlers[4]); }
+
+DHrNetworkTable* DCVHost::NetworkTable() const { return static_cast<DHrNetworkTable*>(m_handlers[5]); }
+
+DHrPrinterTable* DCVHost::PrinterTable() const { return static_cast<DHrPrinterTable*>(m_handlers[6]); }
+
+DHrDiskStorageTable* DCVHost::DiskStorageTable() const { return static_cast<DHrDiskStorageTable*>(m_handlers[7]); }
+
+DHrPartitionTable* DCVHost::PartitionTable() const { return static_cast<DHrPartitionTable*>(m_handlers[8]); }
 
 DHrFSTable* DCVHost::FSTable() const { return static_cast<DHrFSTable*>(m_handlers[9]); }
 

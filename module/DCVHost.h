@@ -6,14 +6,22 @@
 #include "CVT/BMibImplGroup.h"
 #include "CVT/INonVolatile.h"
 
+class DHrDeviceTable;
+class DHrDiskStorageTable;
 class DHrFSTable;
+class DHrNetworkTable;
+class DHrPartitionTable;
+class DHrPrinterTable;
+class DHrProcessorTable;
 class DHrStorageTable;
 
 /// The module: owner of one object for each MIB group, and of the non-volatile store that they share.
 ///
 /// Threads. A group is used under its request lock: by the host for requests, by Init and Cleanup here. The start-up
-/// thread takes one lock at a time, so a request waits at most for the group that it asks. Code that must hold two
-/// groups' locks takes them in handler order, the lower index first, and holds the second for one row or one look-up.
+/// thread comes to one group after the other, so a request waits at most for the group that it asks. One group needs a
+/// second one's lock: the device table, whose discovery makes rows in the tables that share its index. It holds its own
+/// throughout, and one other for a single row or look-up. So that none waits in a circle, whoever holds any group's lock
+/// does not wait for the device table's: hrSystem, which looks up a device, only tries it.
 ///
 /// A place in the handler order whose group is not there is null, and every walk passes over it.
 class DCVHost final : public CVT::BMibImplGroup {
@@ -48,7 +56,15 @@ public:
 
     // Single groups, for the others that look things up in them or make rows there. Null when the group is not there.
     DHrStorageTable* StorageTable() const;
+    DHrDeviceTable* DeviceTable() const;
+    DHrProcessorTable* ProcessorTable() const;
+    DHrNetworkTable* NetworkTable() const;
+    DHrPrinterTable* PrinterTable() const;
+    DHrDiskStorageTable* DiskStorageTable() const;
+    DHrPartitionTable* PartitionTable() const;
     DHrFSTable* FSTable() const;
+
+    bool IsSystemOnly() const { return m_systemOnly; }
 
 private:
     static const CVT::BConstraintEntry s_tcConstraints[];

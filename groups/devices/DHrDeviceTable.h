@@ -1,0 +1,70 @@
+#pragma once
+
+#include "module/DTable.h"
+
+// The indexes that discovery hands out next. They are never given back as long as the library is loaded, and are
+// discovery's alone.
+
+extern unsigned int nextDeviceIndex;  ///< hrDeviceIndex, and the index of what belongs to the device in other tables
+extern unsigned int ifIndex;          ///< hrNetworkIfIndex
+extern unsigned int fsIndex;          ///< hrFSIndex
+
+/// The last arc of hrDeviceType, below 1.3.6.1.2.1.25.3.1.
+enum EDeviceType : unsigned int {
+    kProcessorDevice = 3,
+    kNetworkDevice = 4,
+    kPrinterDevice = 5,
+    kDiskStorageDevice = 6,
+    kKeyboardDevice = 13,
+    kParallelPortDevice = 15,
+    kPointingDevice = 16,
+    kSerialPortDevice = 17,
+};
+
+/// A device of the host.
+struct DHrDeviceEntry {
+    void SetIndex(const DSingleIndex& value) { index = static_cast<int>(value.row); }
+
+    int index = 1;
+    CVT::BObjectIdentifier type = s_typeRoot;  ///< discovery appends an EDeviceType
+    CVT::BString description;
+    CVT::BObjectIdentifier id = s_noId;  ///< 0.0 always
+    int status = 1;                      ///< hrDeviceStatus: unknown(1), running(2)
+    unsigned int errors = 0;             ///< 0 always
+
+    static const CVT::BObjectIdentifier s_typeRoot;  ///< 1.3.6.1.2.1.25.3.1
+    static const CVT::BObjectIdentifier s_noId;
+};
+
+/// hrDeviceTable: what the host had when the module came up. Discovery makes the rows, here and in the tables that share
+/// their index, once for each start-up; nothing changes or removes them afterwards.
+///
+/// Everything is called under the request lock. Initialize holds it as long as discovery runs, and takes those of the other
+/// tables one at a time, each for one row or one look-up. Whoever holds another table's lock must therefore not wait for
+/// this one.
+class DHrDeviceTable final : public DTable<DHrDeviceEntry> {
+public:
+    static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
+    static const CVT::BConstraintEntry s_sonstraintEntries[];
+    static const char s_pszNVSection[];
+
+    explicit DHrDeviceTable(CVT::INonVolatile* store);
+
+    /// Looks for devices. When it is called again it adds those whose descriptions are new.
+    void Initialize() override;
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
+
+    void vCreateTables();
+    /// Whether a row has exactly this description.
+    bool bRowExists(const CVT::BString& description) const;
+    /// The place, from 1 and in order of indexes, of the first row of an EDeviceType; -1 when there is none.
+    int FirstPlaceOfType(EDeviceType type) const;
+
+    int OnGet_HrDeviceIndex(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
+    int OnGet_HrDeviceType(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BObjectIdentifier& value);
+    int OnGet_HrDeviceDescr(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BOctetString& value);
+    int OnGet_HrDeviceID(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BObjectIdentifier& value);
+    int OnGet_HrDeviceStatus(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
+    int OnGet_HrDeviceErrors(const CVT::BObjectIdentifier& index, unsigned int requestId, unsigned int& value);
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <mntent.h>
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include "CVT/BObjectIdentifier.h"
+#include "groups/devices/DHrDeviceTable.h"
+#include "groups/devices/TemporaryFile.h"
+
+/// One pass over the host for its devices. It makes the rows of the device table, whose request lock its caller holds, and
+/// those of the tables that share its index, each under that table's lock. Every source is optional: one that cannot be
+/// read adds nothing, and a line that does not parse is passed over. A candidate with the description of a row that is
+/// there already is none, and takes no index.
+class Discovery {
+public:
+    explicit Discovery(DHrDeviceTable& devices) : m_devices(devices) {}
+
+    void Run();
+
+private:
+    static constexpr std::size_t kLine = 512;
+    using Line = std::array<char, kLine>;
+
+    void Processors();
+    void NetworkInterfaces();
+    void Printers();
+    void Disks();
+    void SerialPorts();
+    void ParallelPorts();
+    void KernelLog();
+
+    bool ReadModel(std::FILE* cpuinfo);
+    void Processor(int ordinal);
+    void MountEntry(const mntent& entry);
+    void RemoteFileSystem(const mntent& entry);
+    void Disk(const mntent& entry);
+    void AddLogged(EDeviceType type, const std::string& text);
+
+    /// A new row under the next index, which is then used up; null when none could be made.
+    DHrDeviceEntry* AddDevice(EDeviceType type, const CVT::BString& description);
+    /// The word before the first ':' of the line, which is cut there; one that is not there leaves the name as it was.
+    bool TakeNameBeforeColon();
+
+    DHrDeviceTable& m_devices;
+    Line m_line{};   // what a shorter line leaves of a longer one before it is still there
+    Line m_model{};  // a processor's model text
+    Line m_name{};   // an interface's or a printer's name
+    int m_serialPorts = 0;
+    std::array<char, kTmpNameSize> m_temporary{};
+};

@@ -1,0 +1,146 @@
+#include "groups/devices/FileSystemSetup.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "groups/devices/DHrDeviceTable.h"
+#include "groups/devices/DHrPartitionTable.h"
+#include "groups/devices/MountListing.h"
+#include "groups/devices/PartitionProbe.h"
+#include "groups/storage/DHrFSTable.h"
+#include "groups/storage/DHrStorageTable.h"
+#include "groups/storage/FileSystemType.h"
+#include "groups/storage/MountKinds.h"
+#include "groups/storage/MountQuestion.h"
+#include "module/DCVHost.h"
+#include "module/EntryPoints.h"
+
+namespace {
+
+constexpr int kReadOnly = 2;
+constexpr int kTrue = 1;
+constexpr int kLastPartition = 15;
+constexpr std::size_t kPathLimit = 128;
+
+using ListingLine = std::array<char, 256>;
+
+/// statfs of the mount directory, which is given up when it does not come back.
+std::optional<struct statfs> SpaceOf(const mntent& entry) {
+    return DMountQuestion(entry.mnt_dir, bKindMayHang(entry.mnt_type), DMountQuestion::kSpace).Answer().space;
+}
+
+unsigned int StorageIndexOf(const char* directory) {
+    DHrStorageTable* const storage = gpCVHost->StorageTable();
+    const CVT::TMutex::Guard guard(storage->RequestLock());
+    return storage->FindRow(directory);
+}
+
+void Fill(DHrFSEntry& row, const mntent& entry, const struct statfs& fs, unsigned int storageIndex) {
+    row.mountPoint.Assign(entry.mnt_dir);
+    row.storageIndex = static_cast<int>(storageIndex);
+    if (std::strcmp(entry.mnt_dir, "/") == 0) {
+        row.bootable = kTrue;
+    }
+    if (std::strncmp(entry.mnt_opts, "ro", 2) == 0) {
+        row.access = kReadOnly;
+    }
+    row.type = FSTypeOid(fs);
+}
+
+/// The partition table's row of a node, made unless there is one with this label already, or one with this number.
+DHrPartitionEntry* MakePartition(unsigned int deviceIndex, int number, const std::string& path, unsigned int device) {
+    std::array<char, 32> id{};
+    std::snprintf(id.data(), id.size(), "0x%x", device);
+    DPartitionIndex index;
+    index.device = static_cast<int>(deviceIndex);
+    index.partition = number;
+    CVT::BObjectIdentifier oid;
+    index.ToOid(oid);
+    DHrPartitionTable& partitions = *gpCVHost->PartitionTable();
+    const CVT::TMutex::Guard guard(partitions.RequestLock());
+    DHrPartitionEntry* const row = partitions.CreateNewRow(oid);
+    if (row != nullptr) {
+        row->label.Assign(path);
+        row->id.Assign(id.data());
+    }
+    return row;
+}
+
+void SetUpPartition(const mntent& entry, unsigned int deviceIndex, int number, const std::string& path,
+                    unsigned int device) {
+    DHrPartitionEntry* const row = MakePartition(deviceIndex, number, path, device);
+    if (row == nullptr) {
+        return;
+    }
+    const std::optional<struct statfs> space = SpaceOf(entry);
+    if (!space) {
+        return;
+    }
+    const unsigned int size = ui32GetPartitionSize(device);
+    int mountedIndex = 0;
+    ui32SetupFSInfo(path.c_str(), &entry, &*space, &mountedIndex);
+    const CVT::TMutex::Guard guard(gpCVHost->PartitionTable()->RequestLock());
+    row->size = static_cast<int>(size);
+    row->fsIndex = mountedIndex;
+}
+
+bool HasPartition(const std::string& path) {
+    DHrPartitionTable& partitions = *gpCVHost->PartitionTable();
+    const CVT::TMutex::Guard guard(partitions.RequestLock());
+    return partitions.bIsInTable(path.c_str());
+}
+
+}  // namespace
+
+DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct statfs* fs, int* fsIndexOut) {
+    *fsIndexOut = 0;
+    ListingLine line{};
+    if (bGetMountTableEntry(name, line.data(), line.size()) == 0) {
+        return nullptr;
+    }
+    std::optional<struct statfs> space;
+    if (fs != nullptr) {
+        space = *fs;
+    } else if (space = SpaceOf(*entry); !space) {
+        return nullptr;
+    }
+    const unsigned int storageIndex = StorageIndexOf(entry->mnt_dir);
+    DHrFSTable& table = *gpCVHost->FSTable();
+    const CVT::TMutex::Guard guard(table.RequestLock());
+    if (table.bIsInTable(entry->mnt_dir)) {
+        return nullptr;
+    }
+    *fsIndexOut = static_cast<int>(fsIndex);
+    DHrFSEntry* const row = table.CreateNewRow(CVT::BObjectIdentifier(fsIndex));
+    ++fsIndex;
+    if (row != nullptr) {
+        Fill(*row, *entry, *space, storageIndex);
+    }
+    return row;
+}
+
+void vSetupPartitionAndFSInfo(const mntent* entry, unsigned int deviceIndex) {
+    const std::string device = entry->mnt_fsname;
+    if (device.find("/dev/ide") == std::string::npos && device.find("/dev/scsi") == std::string::npos) {
+        return;
+    }
+    const std::string stem = device.substr(0, device.size() - 1);
+    for (int number = 1; number <= kLastPartition; ++number) {
+        const std::string path = stem + std::to_string(number);
+        struct stat node {};
+        if (path.size() >= kPathLimit || ::stat(path.c_str(), &node) != 0) {
+            continue;
+        }
+        if (HasPartition(path)) {
+            int ignored = 0;
+            ui32SetupFSInfo(path.c_str(), entry, nullptr, &ignored);
+        } else {
+            SetUpPartition(*entry, deviceIndex, number, path, static_cast<unsigned int>(node.st_rdev));
+        }
+    }
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <mntent.h>
+#include <sys/statfs.h>
+
+struct DHrFSEntry;
+
+// Rows for what is mounted, in hrFSTable and hrPartitionTable of the module (gpCVHost). Called by discovery alone, which
+// holds no other lock than the device table's; each row is made under its table's request lock.
+
+/// Makes the hrFSTable row of a mounted file system and sets `*fsIndexOut` to its index. Null, and 0, when `name` is in no
+/// line of the mount listing, when the file system cannot be measured, or when its mount directory has a row already.
+/// `fs`, which may be null, is what statfs gave for the mount directory. The row is the table's, to be changed under its
+/// request lock.
+DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct statfs* fs, int* fsIndexOut);
+
+/// Makes the hrPartitionTable rows of a hard disk, and the hrFSTable rows of what is mounted from it. Disks are looked at
+/// whose device name holds "/dev/ide" or "/dev/scsi": the last character of the name is taken for the partition's number,
+/// and the nodes of the numbers 1 to 15 are looked for.
+void vSetupPartitionAndFSInfo(const mntent* entry, unsigned int deviceIndex);
