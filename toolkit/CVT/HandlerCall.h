@@ -1,15 +1,14 @@
 #pragma once
 
-#include <cxxabi.h>
-
 #include "CVT/BRqHndlrEntry.h"
 #include "CVT/BVarBind.h"
+#include "CVT/ForcedUnwind.h"
 
 namespace CVT::detail {
 
 /// Gives what `call` gives, or genErr when it throws. Only the unwinding of a thread that is being ended passes.
 template <class Call>
-int WithoutThrowing(Call call) {
+CVT_CATCHES_FORCED_UNWIND int WithoutThrowing(Call call) {
     try {
         return call();
     } catch (const abi::__forced_unwind&) {

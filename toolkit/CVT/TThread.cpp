@@ -1,6 +1,6 @@
 #include "CVT/TThread.h"
 
-#include <cxxabi.h>
+#include "CVT/ForcedUnwind.h"
 
 namespace CVT {
 namespace {
@@ -107,7 +107,7 @@ bool TThread::StartSelfDeleting(pthread_attr_t& attributes) {
     return false;
 }
 
-void* TThread::Main(void* self) {
+CVT_CATCHES_FORCED_UNWIND void* TThread::Main(void* self) {
     auto& thread = *static_cast<TThread*>(self);
     const Ending ending(thread);
     try {
