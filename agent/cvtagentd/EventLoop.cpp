@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/EventLoop.h"
 
 #include <sys/signalfd.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -37,14 +38,18 @@ EventLoop::Event EventLoop::TakeSignal() {
 EventLoop::Event EventLoop::Wait(int milliseconds) {
     DescriptorSet descriptors;
     int count = 0;
-    int block = milliseconds == kForever ? 1 : 0;
-    timeval timeout{milliseconds / 1000, (milliseconds % 1000) * 1000};
-    ::snmp_select_info2(&count, descriptors.Get(), &timeout, &block);
+    int block = 1;  // stays so when the library waits for nothing but packets
+    timeval librarys{};
+    ::snmp_select_info2(&count, descriptors.Get(), &librarys, &block);
     descriptors.Insert(m_signals);
     count = std::max(count, m_signals + 1);
 
-    const int ready =
-        ::netsnmp_large_fd_set_select(count, descriptors.Get(), nullptr, nullptr, block != 0 ? nullptr : &timeout);
+    timeval own{milliseconds / 1000, (milliseconds % 1000) * 1000};
+    timeval* timeout = milliseconds == kForever ? nullptr : &own;
+    if (block == 0 && (timeout == nullptr || timercmp(&librarys, &own, <))) {
+        timeout = &librarys;
+    }
+    const int ready = ::netsnmp_large_fd_set_select(count, descriptors.Get(), nullptr, nullptr, timeout);
     if (ready > 0) {
         if (descriptors.Has(m_signals)) {
             if (const Event event = TakeSignal(); event != Event::kNone) {
