@@ -1,0 +1,159 @@
+// The agent's life from outside: where it listens, when it answers, how it ends.
+
+#include <atomic>
+#include <chrono>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "tests/agent/AgentTest.h"
+
+namespace agent_test {
+namespace {
+
+class LifeTest : public AgentTest {
+protected:
+    /// "udp 127.0.0.1:1161" and so on for each socket of the agent's. Addresses as the kernel writes them.
+    std::set<std::string> Sockets() {
+        std::set<std::string> inodes;
+        const std::string process = "/proc/" + std::to_string(Agent().Pid());
+        for (const auto& entry : std::filesystem::directory_iterator(process + "/fd")) {
+            std::error_code error;
+            const std::string target = std::filesystem::read_symlink(entry.path(), error).string();
+            if (target.starts_with("socket:[")) {
+                inodes.insert(target.substr(8, target.size() - 9));
+            }
+        }
+        std::set<std::string> sockets;
+        for (const char* const table : {"udp", "udp6", "tcp", "tcp6"}) {
+            std::ifstream in(process + "/net/" + table);
+            for (std::string line; std::getline(in, line);) {
+                std::istringstream fields(line);
+                std::vector<std::string> words{std::istream_iterator<std::string>(fields), {}};
+                if (words.size() > 9 && inodes.erase(words[9]) != 0) {
+                    sockets.insert(std::string(table) + " " + words[1]);
+                }
+            }
+        }
+        for (const std::string& other : inodes) {
+            sockets.insert("socket " + other);
+        }
+        return sockets;
+    }
+    static std::string Port(const std::string& address) {
+        std::ostringstream hex;
+        hex << std::uppercase << std::hex << std::stoi(address.substr(address.rfind(':') + 1));
+        std::string digits = hex.str();
+        return std::string(4 - digits.size(), '0') + digits;
+    }
+};
+
+TEST_F(LifeTest, ListensOnTheAddressThatItIsToldAndOnNothingElse) {
+    StartWritable();
+    EXPECT_EQ(Sockets(), (std::set<std::string>{"udp 0100007F:" + Port(Udp())}));
+}
+
+TEST_F(LifeTest, ListensOnSeveralAddressesOfAllKinds) {
+    const std::string tcp = "tcp:127.0.0.1:" + std::to_string(FreePort());
+    const std::string udp6 = "udp6:[::1]:" + std::to_string(FreePort());
+    StartWritable({"--listen", tcp, "--listen", udp6});
+    EXPECT_EQ(Sockets(), (std::set<std::string>{"udp 0100007F:" + Port(Udp()), "tcp 0100007F:" + Port(tcp),
+                                                "udp6 00000000000000000000000001000000:" + Port(udp6)}));
+    EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "private", tcp, kValues + "1.0"}).status, 0);
+}
+
+TEST_F(LifeTest, TheBuiltInAccessHoldsForTheIpv6LoopbackToo) {
+    const std::string udp6 = "udp6:[::1]:" + std::to_string(FreePort());
+    Start({"--module", kTestModule, "--listen", udp6});
+    EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "public", udp6, kValues + "1.0"}).status, 0);
+}
+
+TEST_F(LifeTest, WithoutListenItAnswersWhereTheConfigurationSays) {
+    const std::string config = WriteConfig("rocommunity public 127.0.0.1\nmaster agentx\nagentaddress " + Udp() + "\n");
+    Program agent({kAgentFile, "--module", kTestModule, "--config", config, "--state-dir", m_scratch / "state"},
+                  m_scratch / "log");
+    ASSERT_TRUE(agent.WaitForOutput("ready after")) << agent.Output();
+    EXPECT_NE(agent.Output().find("subtrees on " + Udp() + "\n"), std::string::npos) << agent.Output();
+    m_community = "public";
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+    agent.Signal(SIGTERM);
+    EXPECT_EQ(agent.Wait(), 0);
+}
+
+TEST_F(LifeTest, KeepsTheModulesValuesInTheStateFolder) {
+    Start({"--module", kMainModule});
+    EXPECT_TRUE(std::filesystem::exists(m_scratch / "state/CVHostPersist.txt"));
+}
+
+TEST_F(LifeTest, AnswersBeforeTheModulesAreReady) {
+    Start({"--module", kTestModule}, {"AGENT_TEST_MODULE=slow"}, "serves 4 subtrees");
+    m_community = "public";
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+    EXPECT_EQ(Log().find("ready after"), std::string::npos);
+    EXPECT_TRUE(Agent().WaitForOutput("ready after"));
+}
+
+TEST_F(LifeTest, SaysWhatItServesAndWhereAndNothingOfRequests) {
+    StartWritable();
+    EXPECT_NE(Get(kValues + "1.0"), "");
+    EXPECT_EQ(Set({kValues + "1.0", "i", "2"}).status, 0);
+    const std::regex expected("cvtagentd: version [0-9.]+ serves 4 subtrees on " + Udp() +
+                              "\ncvtagentd: ready after [0-9]+ ms\n");
+    EXPECT_TRUE(std::regex_match(Log(), expected)) << Log();
+}
+
+TEST_F(LifeTest, IsSilentAtTheLogLevelOfErrors) {
+    Start({"--module", kTestModule, "--log-level", "error"}, {}, "");
+    m_community = "public";
+    const Arguments impatient = {"-t", "0.1", "-r", "100"};  // nothing tells when it is up
+    EXPECT_EQ(V2c("snmpget", {kValues + "1.0"}, impatient).status, 0);
+    Agent().Signal(SIGTERM);
+    EXPECT_EQ(Agent().Wait(), 0);
+    EXPECT_EQ(Log(), "");
+}
+
+TEST_F(LifeTest, SigintEndsItCleanlyToo) {
+    StartWritable();
+    Agent().Signal(SIGINT);
+    EXPECT_EQ(Agent().Wait(), 0) << Log();
+    EXPECT_TRUE(Log().ends_with("cvtagentd: ended\n"));
+}
+
+TEST_F(LifeTest, SigtermEndsItCleanlyWhileRequestsRun) {
+    StartWritable({"--module", kMainModule, "--module", kSampleModule});
+    std::atomic<bool> over = false;
+    std::atomic<int> walks = 0;
+    std::thread walker([&] {
+        while (!over) {
+            const Outcome walk = Client(
+                "snmpbulkwalk", {"-v2c", "-c", "private", "-t", "0.2", "-r", "0", Udp(), ".1.3.6.1.4.1.32473.1"});
+            walks += walk.status == 0 ? 1 : 0;
+        }
+    });
+    for (int tries = 0; walks < 3 && tries < 1000; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_GE(walks, 3);
+    Agent().Signal(SIGTERM);
+    const int status = Agent().Wait();
+    over = true;
+    walker.join();
+    EXPECT_EQ(status, 0) << Log();
+    EXPECT_TRUE(Log().ends_with("cvtagentd: ended\n")) << Log();
+}
+
+TEST_F(LifeTest, SigtermBeforeTheModulesAreReadyWaitsForThemAndEndsCleanly) {
+    Start({"--module", kTestModule}, {"AGENT_TEST_MODULE=slow"}, "serves 4 subtrees");
+    ExpectCleanEnd();
+}
+
+TEST_F(LifeTest, AModuleThatDoesNotCloseIsLeftToTheEndOfTheProcess) {
+    Start({"--module", kTestModule, "--timeout", "1"}, {"AGENT_TEST_MODULE=never-close"});
+    Agent().Signal(SIGTERM);
+    EXPECT_EQ(Agent().Wait(), 1);
+    EXPECT_NE(Log().find("did not close within 1 s"), std::string::npos) << Log();
+}
+
+}  // namespace
+}  // namespace agent_test

@@ -1,0 +1,113 @@
+// The command line of cvtagentd.
+
+#include "agent/cvtagentd/Options.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace agent {
+namespace {
+
+Options Parse(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "cvtagentd");
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) {
+        argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    return Options::Parse(static_cast<int>(arguments.size()), argv.data());
+}
+
+/// What the parser says against a command line; empty when it takes it.
+std::string ErrorOf(const std::vector<std::string>& arguments) {
+    try {
+        Parse(arguments);
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+TEST(Options, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsDefault) {
+    const Options options = Parse({});
+    EXPECT_EQ(options.action, Options::Action::kServe);
+    ASSERT_EQ(options.modules.size(), 1U);
+    EXPECT_TRUE(options.modules.front().ends_with("libCVHost.so.1"));
+    EXPECT_TRUE(options.listen.empty());
+    EXPECT_STREQ(Options::kDefaultAddress, "udp:127.0.0.1:1161");
+    EXPECT_EQ(options.config, "");
+    EXPECT_EQ(options.stateDir, "");
+    EXPECT_EQ(options.timeoutSeconds, 30U);
+    EXPECT_EQ(options.logLevel, LogLevel::kInfo);
+    EXPECT_FALSE(options.syslog);
+}
+
+TEST(Options, TakesEveryOptionOfServing) {
+    const Options options =
+        Parse({"--module", "/a/one.so", "--module=/b/two.so", "--listen", "udp:161", "--listen", "tcp:161", "--config",
+               "/etc/agent.conf", "--state-dir", "state", "--timeout", "5", "--log-level", "debug", "--syslog"});
+    EXPECT_EQ(options.modules, (std::vector<std::string>{"/a/one.so", "/b/two.so"}));
+    EXPECT_EQ(options.listen, (std::vector<std::string>{"udp:161", "tcp:161"}));
+    EXPECT_EQ(options.config, "/etc/agent.conf");
+    EXPECT_EQ(options.stateDir, "state");
+    EXPECT_EQ(options.timeoutSeconds, 5U);
+    EXPECT_EQ(options.logLevel, LogLevel::kDebug);
+    EXPECT_TRUE(options.syslog);
+}
+
+TEST(Options, MakesFileNamesAbsoluteSinceTheAgentChangesItsFolder) {
+    const std::string here = std::filesystem::current_path().string();
+    const Options options = Parse({"--config", "agent.conf", "--module", "./lib/../one.so"});
+    EXPECT_EQ(options.config, here + "/agent.conf");
+    EXPECT_EQ(options.modules.front(), here + "/one.so");
+}
+
+TEST(Options, LeavesAModuleNameWithoutASlashToTheDynamicLinker) {
+    EXPECT_EQ(Parse({"--module", "libOther.so.1"}).modules.front(), "libOther.so.1");
+}
+
+TEST(Options, KnowsTheActionsThatAreNotServing) {
+    EXPECT_EQ(Parse({"--help"}).action, Options::Action::kShowHelp);
+    EXPECT_EQ(Parse({"--version"}).action, Options::Action::kShowVersion);
+    const Options check = Parse({"--check-config", "/etc/agent.conf"});
+    EXPECT_EQ(check.action, Options::Action::kCheckConfig);
+    EXPECT_EQ(check.config, "/etc/agent.conf");
+}
+
+TEST(Options, SaysOfEachWrongCommandLineWhatIsWrong) {
+    EXPECT_EQ(ErrorOf({"--frobnicate"}), "the option --frobnicate is unknown, ambiguous or takes no value");
+    EXPECT_EQ(ErrorOf({"-x"}), "the option -x is unknown, ambiguous or takes no value");
+    EXPECT_EQ(ErrorOf({"--syslog=yes"}), "the option --syslog=yes is unknown, ambiguous or takes no value");
+    EXPECT_EQ(ErrorOf({"--listen"}), "the option --listen wants a value");
+    EXPECT_EQ(ErrorOf({"--listen", ""}), "--listen wants a value that is not empty");
+    EXPECT_EQ(ErrorOf({"udp:161"}), "the argument \"udp:161\" belongs to no option");
+    EXPECT_EQ(ErrorOf({"--log-level", "loud"}), "--log-level wants error, warning, info or debug, not \"loud\"");
+}
+
+TEST(Options, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
+    for (const char* const text : {"", "0", "-1", "5s", " 5", "1.5", "86401", "99999999999999999999"}) {
+        EXPECT_EQ(ErrorOf({"--timeout", text}),
+                  "--timeout wants a number of seconds from 1 to 86400, not \"" + std::string(text) + "\"");
+    }
+    EXPECT_EQ(Parse({"--timeout", "86400"}).timeoutSeconds, 86400U);
+}
+
+TEST(Options, RefusesWhatThisVersionDoesNotHave) {
+    EXPECT_EQ(ErrorOf({"--agentx"}), "--agentx is not available in this version");
+    EXPECT_EQ(ErrorOf({"--agentx=tcp:127.0.0.1:705"}), "--agentx is not available in this version");
+    EXPECT_EQ(ErrorOf({"--user", "nobody"}), "--user is not available in this version");
+    EXPECT_EQ(ErrorOf({"--create-user", "me"}), "--create-user is not available in this version");
+}
+
+TEST(Options, HelpNamesEveryOption) {
+    const std::string help = Options::Help();
+    for (const char* const option :
+         {"--module", "--listen", "--agentx", "--config", "--state-dir", "--user", "--timeout", "--log-level",
+          "--syslog", "--version", "--help", "--check-config", "--create-user"}) {
+        EXPECT_NE(help.find(option), std::string::npos) << option;
+    }
+}
+
+}  // namespace
+}  // namespace agent

@@ -1,0 +1,163 @@
+#pragma once
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace agent_test {
+
+/// A program in a process of its own, whose standard output and standard error go to one file. Killed, at the latest, by
+/// the destructor.
+class Program {
+public:
+    /// The first argument is the program, looked for in PATH. `settings` ("NAME=value") come before the environment of
+    /// this process.
+    Program(std::vector<std::string> arguments, const std::string& outputFile, std::vector<std::string> settings = {})
+        : m_output(outputFile) {
+        std::vector<char*> argv = Pointers(arguments);
+        for (char** variable = environ; *variable != nullptr; ++variable) {
+            settings.emplace_back(*variable);
+        }
+        std::vector<char*> environment = Pointers(settings);
+        posix_spawn_file_actions_t files;
+        ::posix_spawn_file_actions_init(&files);
+        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                           0600);
+        ::posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
+        const int failed = ::posix_spawnp(&m_pid, argv[0], &files, nullptr, argv.data(), environment.data());
+        ::posix_spawn_file_actions_destroy(&files);
+        if (failed != 0) {
+            throw std::runtime_error("cannot start " + arguments.front());
+        }
+    }
+    ~Program() {
+        if (!m_ended) {
+            Signal(SIGKILL);
+            Wait();
+        }
+    }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    void Signal(int signal) const { ::kill(m_pid, signal); }
+    pid_t Pid() const { return m_pid; }
+
+    /// The exit status, or 128 and the signal that ended it.
+    int Wait() {
+        if (!m_ended) {
+            int status = 0;
+            while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+            }
+            m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            m_ended = true;
+        }
+        return m_status;
+    }
+
+    bool HasBeenWaitedFor() const { return m_ended; }
+    bool HasEnded() {
+        siginfo_t info{};
+        return m_ended || (::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                           info.si_pid == m_pid);
+    }
+
+    /// What it has written so far.
+    std::string Output() const {
+        std::ifstream in(m_output, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    }
+
+    /// Waits until the output holds `text`; false when the program has ended without it, or after 20 seconds.
+    bool WaitForOutput(const std::string& text) {
+        for (int tries = 0; tries < 4000; ++tries) {
+            const bool ended = HasEnded();
+            if (Output().find(text) != std::string::npos) {
+                return true;
+            }
+            if (ended) {
+                return false;
+            }
+            ::poll(nullptr, 0, 5);
+        }
+        return false;
+    }
+
+private:
+    static std::vector<char*> Pointers(std::vector<std::string>& texts) {
+        std::vector<char*> pointers;
+        for (std::string& text : texts) {
+            pointers.push_back(text.data());
+        }
+        pointers.push_back(nullptr);
+        return pointers;
+    }
+
+    const std::string m_output;
+    pid_t m_pid = 0;
+    bool m_ended = false;
+    int m_status = -1;
+};
+
+/// What a program that has ended said and gave.
+struct Outcome {
+    int status = -1;
+    std::string output;
+};
+
+/// A folder of its own for a test, removed with all that is in it.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string pattern = std::filesystem::temp_directory_path() / "cvtagentd-test-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("cannot make a folder for the test");
+        }
+        m_path = pattern;
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
+    const std::string& Path() const { return m_path; }
+
+    /// Gives the new file's name.
+    std::string Write(const std::string& name, const std::string& content) const {
+        std::ofstream(*this / name, std::ios::binary) << content;
+        return *this / name;
+    }
+    std::string MakeFolder(const std::string& name) const {
+        std::filesystem::create_directory(*this / name);
+        return *this / name;
+    }
+
+private:
+    std::string m_path;
+};
+
+/// Runs a program to its end.
+inline Outcome RunToEnd(const std::vector<std::string>& arguments, const ScratchFolder& scratch,
+                        const std::vector<std::string>& settings = {}) {
+    static int number = 0;
+    Program program(arguments, scratch / ("output-" + std::to_string(++number)), settings);
+    const int status = program.Wait();
+    return {status, program.Output()};
+}
+
+}  // namespace agent_test

@@ -1,0 +1,156 @@
+// What stands in the way of a start: one line on standard error, the right exit status, and nothing left half-started.
+
+#include <algorithm>
+
+#include "tests/agent/AgentTest.h"
+
+namespace agent_test {
+namespace {
+
+class StartTest : public AgentTest {};
+
+TEST_F(StartTest, VersionAndHelpGoToStandardOutputAndEndWell) {
+    EXPECT_EQ(RunAgent({"--version"}).output, "cvtagentd " CVHOST_VERSION "\n");
+    EXPECT_EQ(RunAgent({"--version"}).status, 0);
+    const Outcome help = RunAgent({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.output.find("Usage: cvtagentd"), std::string::npos);
+}
+
+TEST_F(StartTest, AWrongCommandLineEndsItWithStatus2) {
+    ExpectRefusal({"--frobnicate"}, 2, "--frobnicate is unknown");
+    ExpectRefusal({"--timeout", "soon"}, 2, "--timeout wants a number of seconds");
+    ExpectRefusal({"--agentx"}, 2, "--agentx is not available in this version");
+}
+
+TEST_F(StartTest, AConfigurationThatCannotBeReadEndsItWithStatus1) {
+    ExpectRefusal(WithOwn({"--config", m_scratch / "none.conf"}), 1, "No such file or directory");
+    ExpectRefusal(WithOwn({"--config", m_scratch.Path()}), 1, "is not a regular file");
+}
+
+TEST_F(StartTest, AFaultyConfigurationEndsItWithTheLineThatIsWrong) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1\nrwcomunity private\n");
+    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": line 2: Warning: Unknown token: rwcomunity");
+}
+
+TEST_F(StartTest, OfSeveralFaultsItSaysTheFirstAndWhereTheOthersAre) {
+    const std::string file = WriteConfig("rwcomunity private\nrouser me maybe\n");
+    ExpectRefusal(WithOwn({"--config", file}), 1, "(and more: cvtagentd --check-config " + file);
+}
+
+TEST_F(StartTest, AConfigurationThatGivesAccessToNobodyIsFaulty) {
+    ExpectRefusal(WithOwn({"--config", WriteConfig("# nothing\n")}), 1, "gives access to nobody");
+}
+
+TEST_F(StartTest, AConfigurationThatWantsAnotherUserIsRefusedAsLongAsThatCannotBeHad) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentuser nobody\n");
+    ExpectRefusal(WithOwn({"--config", file}), 1, "agentuser and agentgroup are not available");
+}
+
+TEST_F(StartTest, AConfigurationThatCrashesTheLibraryIsReportedLikeAnyOther) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1\ncreateUser me SHA\n");
+    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": crashes the SNMP library");
+}
+
+TEST_F(StartTest, CheckConfigPrintsEveryFaultOnALine) {
+    const std::string file = WriteConfig("rwcomunity private\nrouser me maybe\ncreateUser you SHA short\n");
+    const Outcome outcome = RunAgent({"--check-config", file});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 3) << outcome.output;
+    for (const char* const place : {": line 1: ", ": line 2: ", ": line 3: "}) {
+        EXPECT_NE(outcome.output.find(file + place), std::string::npos) << outcome.output;
+    }
+}
+
+TEST_F(StartTest, CheckConfigSaysNothingAboutAGoodFileAndWritesNowhere) {
+    const std::string file = WriteConfig("createUser me SHA-256 \"long enough\" AES\nrwuser me authpriv\n");
+    const Outcome outcome = RunAgent({"--check-config", file});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_TRUE(std::filesystem::is_empty(m_scratch / "state"));
+}
+
+TEST_F(StartTest, CheckConfigReportsAFileThatItCannotRead) {
+    ExpectRefusal({"--check-config", m_scratch / "none.conf"}, 1, "No such file or directory");
+}
+
+TEST_F(StartTest, CheckConfigOutlivesAFileThatCrashesTheLibrary) {
+    ExpectRefusal({"--check-config", WriteConfig("createUser me SHA\n")}, 1, "crashes the SNMP library");
+}
+
+TEST_F(StartTest, ThePackagedConfigurationHasNoFaults) {
+    const Outcome outcome = RunAgent({"--check-config", CVHOST_SOURCE_DIR "/packaging/cvtagentd.conf"});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+}
+
+TEST_F(StartTest, AModuleThatIsNotThereEndsItWithStatus1) {
+    ExpectRefusal(WithOwn({"--module", m_scratch / "none.so"}), 1, "cannot load the module");
+}
+
+TEST_F(StartTest, AFileThatIsNoModuleEndsItWithStatus1) {
+    ExpectRefusal(WithOwn({"--module", m_scratch.Write("text.so", "text\n")}), 1, "cannot load the module");
+    ExpectRefusal(WithOwn({"--module", CVHOST_BUILD_LIB_DIR "/libCVT.so.1"}), 1, "is not an extension module");
+}
+
+TEST_F(StartTest, AModuleThatRefusesToStartEndsItWithStatus1) {
+    ExpectRefusal(WithOwn({"--module", kTestModule}), 1, "refused to start", {"AGENT_TEST_MODULE=refuse"});
+}
+
+TEST_F(StartTest, AModuleBehindAnotherIsLookedAtBeforeTheFirstOneStarts) {
+    ExpectRefusal(WithOwn({"--module", kSampleModule, "--module", m_scratch / "none.so"}), 1, "cannot load the module");
+}
+
+TEST_F(StartTest, TheSameModuleTwiceIsRefused) {
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--module", kTestModule}), 1, "is named twice");
+}
+
+TEST_F(StartTest, TwoModulesForOneSubtreeAreRefused) {
+    const std::string copy = m_scratch / "libCopy.so";
+    std::filesystem::copy_file(kTestModule, copy);
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--module", copy}), 1, "the module " + copy + " serves a subtree");
+}
+
+TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsItWithStatus1) {
+    const Arguments module = {"--module", kTestModule, "--state-dir", m_scratch / "state"};
+    ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:port"}, 1, "no such address");
+    ExpectRefusal(module + Arguments{"--listen", "udp:192.0.2.1:1161"}, 1, "this host has no such address");
+    ExpectRefusal(module + Arguments{"--listen", "unix:" + m_scratch / "no/where"}, 1, "No such file or directory");
+}
+
+TEST_F(StartTest, APortThatIsInUseEndsItWithStatus1) {
+    StartWritable();
+    const Arguments other = {"--module", kTestModule, "--state-dir", m_scratch.MakeFolder("other")};
+    ExpectRefusal(other + Arguments{"--listen", Udp()}, 1, "the port is in use");
+}
+
+TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus1) {
+    const Arguments module = {"--module", kTestModule, "--listen", Udp()};
+    ExpectRefusal(module + Arguments{"--state-dir", m_scratch / "none"}, 1, "No such file or directory");
+    ExpectRefusal(module + Arguments{"--state-dir", m_scratch.Write("file", "")}, 1, "Not a directory");
+    ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, 1, "cannot write to the state directory");
+}
+
+TEST_F(StartTest, TheDefaultStateFolderIsMadeForItsOwnerOnly) {
+    const std::string folder = m_scratch / "made/state";
+    Start({"--state-dir=" + m_scratch / "state", "--module", kTestModule});
+    ExpectCleanEnd();
+    Program agent({kAgentFile, "--module", kTestModule, "--listen", Udp()}, m_scratch / "log",
+                  {"STATE_DIRECTORY=" + folder + ":/nowhere"});
+    ASSERT_TRUE(agent.WaitForOutput("ready after")) << agent.Output();
+    EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
+    EXPECT_TRUE(std::filesystem::exists(folder + "/cvtagentd.conf"));
+    agent.Signal(SIGTERM);
+    EXPECT_EQ(agent.Wait(), 0);
+}
+
+TEST_F(StartTest, AModuleThatDoesNotGetReadyEndsItAfterTheTimeout) {
+    const Outcome outcome =
+        RunAgent({"--module", kTestModule, "--listen", Udp(), "--state-dir", m_scratch / "state", "--timeout", "1"},
+                 {"AGENT_TEST_MODULE=never-ready"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("not ready within 1 s: " + std::string(kTestModule)), std::string::npos)
+        << outcome.output;
+}
+
+}  // namespace
+}  // namespace agent_test
