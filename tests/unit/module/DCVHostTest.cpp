@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <limits>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -75,26 +74,30 @@ TEST_F(DCVHostTest, HasNoHandlerOutsideItsPlaces) {
 }
 
 TEST_F(DCVHostTest, HasEachGroupAtItsPlace) {
-    const std::map<int, const char*> places = {
-        {1, "HOST-RESOURCES-MIB.hrStorage"},      {10, "HOST-RESOURCES-MIB.hrSWRun"},
-        {11, "HOST-RESOURCES-MIB.hrSWRunTable"},  {12, "HOST-RESOURCES-MIB.hrSWRunPerfTable"},
-        {13, "HOST-RESOURCES-MIB.hrSWInstalled"}, {14, "HOST-RESOURCES-MIB.hrSWInstalledTable"}};
+    const std::vector<std::string> groups = {
+        "hrSystem",       "hrStorage",      "hrStorageTable",     "hrDeviceTable",    "hrProcessorTable",
+        "hrNetworkTable", "hrPrinterTable", "hrDiskStorageTable", "hrPartitionTable", "hrFSTable",
+        "hrSWRun",        "hrSWRunTable",   "hrSWRunPerfTable",   "hrSWInstalled",    "hrSWInstalledTable"};
     CountedStore store;
     DCVHost host(&store, false);
-    for (const auto& [place, name] : places) {
-        ASSERT_NE(host.HandlerAt(place), nullptr) << place;
-        EXPECT_STREQ(host.HandlerAt(place)->Name().c_str(), name);
+    ASSERT_EQ(static_cast<int>(groups.size()), host.NumHandlers());
+    for (std::size_t place = 0; place < groups.size(); ++place) {
+        ASSERT_NE(host.HandlerAt(static_cast<int>(place)), nullptr) << place;
+        EXPECT_EQ(host.HandlerAt(static_cast<int>(place))->Name(), CVT::BString("HOST-RESOURCES-MIB." + groups[place]));
     }
 }
 
 TEST_F(DCVHostTest, WithTheSystemGroupOnlyLeavesAllOtherPlacesEmptyAndItsWalksPassOverThem) {
     CountedStore store;
     DCVHost host(&store, true);
+    EXPECT_NE(host.HandlerAt(0), nullptr);
     for (int place = 1; place < host.NumHandlers(); ++place) {
         EXPECT_EQ(host.HandlerAt(place), nullptr) << place;
     }
     EXPECT_EQ(host.Init(), 0U);
+    EXPECT_TRUE(host.HandlerAt(0)->IsActive());
     EXPECT_EQ(host.Cleanup(), 0U);
+    EXPECT_FALSE(host.HandlerAt(0)->IsActive());
 }
 
 TEST_F(DCVHostTest, BringsItsGroupsUpAndDown) {
