@@ -3,6 +3,29 @@
 #include "CVT/Deadline.h"
 
 namespace CVT {
+namespace {
+
+#if defined(__SANITIZE_THREAD__)
+#define CVT_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define CVT_THREAD_SANITIZER 1
+#endif
+#endif
+
+/// 0 when `mutex` is held now.
+int LockWithin(pthread_mutex_t& mutex, unsigned int milliseconds) {
+#ifdef CVT_THREAD_SANITIZER
+    // The sanitizer does not know pthread_mutex_clocklock and would see the lock given back that nobody took.
+    const timespec deadline = DeadlineIn(milliseconds, CLOCK_REALTIME);
+    return pthread_mutex_timedlock(&mutex, &deadline);
+#else
+    const timespec deadline = DeadlineIn(milliseconds);
+    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &deadline);
+#endif
+}
+
+}  // namespace
 
 TMutex::TMutex(bool recursive) {
     pthread_mutexattr_t attributes;
@@ -21,8 +44,7 @@ unsigned int TMutex::Wait(unsigned int milliseconds) {
     } else if (milliseconds == 0) {
         failure = pthread_mutex_trylock(&m_mutex);
     } else {
-        const timespec deadline = DeadlineIn(milliseconds);
-        failure = pthread_mutex_clocklock(&m_mutex, CLOCK_MONOTONIC, &deadline);
+        failure = LockWithin(m_mutex, milliseconds);
     }
     return failure == 0 ? kWaitSignalled : kWaitTimeout;
 }
