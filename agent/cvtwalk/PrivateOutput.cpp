@@ -1,16 +1,16 @@
 #include "agent/cvtwalk/PrivateOutput.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <system_error>
 
 namespace agent {
 namespace {
 
-constexpr std::size_t kEnough = 32 * 1024;
+constexpr std::size_t kEnough = 32'768;
 
 void LetPipesBreak() {
     // A handler rather than SIG_IGN, which the commands that a module runs would inherit.

@@ -1,6 +1,6 @@
 #include "agent/cvtwalk/Walk.h"
 
-#include "CVT/BRequestId.h"
+#include "CVT/BRequest.h"
 
 namespace agent {
 namespace {
@@ -34,7 +34,8 @@ bool Walk::Run(const CVT::BObjectIdentifier& root, std::string& error) {
 }
 
 bool Walk::Visit(const CVT::BObjectIdentifier& root, std::string& error) {
-    const unsigned int request = CVT::BRequestId::Next();
+    const CVT::BRequest whole;  // one request, so that it sees one snapshot of whatever moves
+    const unsigned int request = whole.Id();
     CVT::BVarBind instance;
     instance.name.Set(root);
     const int exact = m_engine.Get(request, instance);

@@ -31,6 +31,7 @@ struct Pipe {
                          const std::map<std::string, std::string>& environment, const std::string& directory, int out,
                          int err) {
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
     }
