@@ -32,7 +32,7 @@ std::vector<CVT::BObjectIdentifier> ShuffledKeys(unsigned int rows) {
 
 void BM_InsertAscending(benchmark::State& state) {
     const auto rows = static_cast<unsigned int>(state.range(0));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         CVT::BMapOid2Ptr map;
         Fill(map, rows);
         benchmark::DoNotOptimize(map.GetCount());
@@ -46,7 +46,7 @@ void BM_LookUp(benchmark::State& state) {
     Fill(map, rows);
     const std::vector<CVT::BObjectIdentifier> keys = ShuffledKeys(rows);
     std::size_t i = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(map.GetData(keys[i]));
         i = (i + 1) % keys.size();
     }
@@ -59,7 +59,7 @@ void BM_Next(benchmark::State& state) {
     const std::vector<CVT::BObjectIdentifier> keys = ShuffledKeys(rows);
     CVT::BObjectIdentifier next;
     std::size_t i = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(map.Next(keys[i], next));
         i = (i + 1) % keys.size();
     }
@@ -105,7 +105,7 @@ void BM_WalkPerRow(benchmark::State& state) {
     BenchTable table(static_cast<unsigned int>(state.range(0)));
     const unsigned int requestId = CVT::BRequestId::Next();
     CVT::BVarBind varBind;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         if (table.GetNext(requestId, varBind) != CVT::noError) {
             varBind.name.Clear();
         }
