@@ -20,10 +20,8 @@ protected:
     /// The store must outlive the group. It may be null.
     DGroup(CVT::INonVolatile* store, const char* name, const char* oid) : Base(name, oid), m_store(store) {}
 
-    CVT::INonVolatile* Store() const { return m_store; }
-
 private:
-    CVT::INonVolatile* m_store;
+    [[maybe_unused]] CVT::INonVolatile* m_store;  // for values that are to outlive the module, when there are some
 };
 
 using DScalarGroup = DGroup<CVT::BMibScalarGroupImpl>;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 #include "CVT/BMapOid2Ptr.h"
 #include "CVT/BMibTableImpl.h"
@@ -94,6 +95,8 @@ protected:
         }
         if constexpr (std::is_same_v<Field, CVT::BString>) {
             value.Assign((row->*field).View());
+        } else if constexpr (std::is_same_v<Field, Value>) {
+            value = row->*field;
         } else {
             value = static_cast<Value>(row->*field);
         }

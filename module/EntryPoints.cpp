@@ -1,5 +1,8 @@
 #include "module/EntryPoints.h"
 
+#include <exception>
+#include <utility>
+
 #include "CVT/TTimer.h"
 #include "module/DCVHost.h"
 #include "module/InitThread.h"
@@ -15,8 +18,13 @@ constexpr unsigned int kReadyPollMs = 1000;
 }  // namespace
 
 int CVxExtAgentInit(void** module, void* trapSender) {
-    gpCVHost = new DCVHost(nullptr, false);
-    InitThread::Launch();
+    try {
+        gpCVHost = new DCVHost(nullptr, false);
+        InitThread::Launch();
+    } catch (const std::exception&) {  // no memory: the host, which may be C, hears of it by the result
+        delete std::exchange(gpCVHost, nullptr);
+        return 0;
+    }
     gpTrapSender = trapSender;
     *module = static_cast<CVT::BMibImplGroup*>(gpCVHost);
     return 1;

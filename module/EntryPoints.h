@@ -7,7 +7,7 @@
 class DCVHost;
 
 // What a host finds in libCVHost.so.1, by these plain names. Init and Close are called by one thread; a host may call
-// Init again after Close. All results are 1.
+// Init again after Close.
 
 extern "C" {
 
@@ -19,12 +19,13 @@ CVHOST_API extern void* gpTrapSender;
 CVHOST_API extern std::atomic<bool> gbReady;
 
 /// Builds the module and hands it out in `*module` as a CVT::BMibImplGroup, which stays the library's. Returns at once:
-/// the groups come up on a thread of their own, and until then answer from their constructed fields.
+/// the groups come up on a thread of their own, and until then answer from their constructed fields. 1, or 0 and no module
+/// when there is no memory for it.
 CVHOST_API int CVxExtAgentInit(void** module, void* trapSender);
 
 /// Waits, without limit, until the start-up has ended, looking once a second; then cleans the module up and deletes it.
 /// No request may be under way. Does nothing when there is no module any more. When it has returned, the thread that
-/// brought the groups up may still be about to end: see CVT::TThread::WaitForSelfDeleting.
+/// brought the groups up may still be about to end: see CVT::TThread::WaitForSelfDeleting. Always 1.
 CVHOST_API int CVxExtAgentClose();
 
 /// Does nothing; for hosts that look for it.

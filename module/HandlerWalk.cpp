@@ -1,18 +1,19 @@
 #include "module/HandlerWalk.h"
 
+#include "CVT/HandlerCall.h"
+
 unsigned int ui32ForEachHandler(CVT::BMibImplGroup& module, void (CVT::BMibImpl::*operation)()) {
-    unsigned int locked = CVT::kWaitSignalled;
     for (int place = 0; place < module.NumHandlers(); ++place) {
         CVT::BMibImpl* const handler = module.HandlerAt(place);
         if (handler == nullptr) {
             continue;
         }
-        locked = handler->RequestLock().Wait(CVT::kWaitForever);
-        try {
+        const CVT::TMutex::Guard guard(handler->RequestLock());
+        // The module has no log: a group that throws stays as it is.
+        CVT::detail::WithoutThrowing([&] {
             (handler->*operation)();
-        } catch (...) {  // NOLINT(bugprone-empty-catch): the module has no log, and the group stays inactive
-        }
-        handler->RequestLock().Done();
+            return CVT::noError;
+        });
     }
-    return locked;
+    return CVT::kWaitSignalled;  // a wait without limit has no other end
 }

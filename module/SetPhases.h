@@ -3,8 +3,8 @@
 #include "CVT/SnmpTypes.h"
 
 /// One phase of a SET of the value in `field`, which is null when the value's row is absent. Between the phases the value
-/// that was there is kept in the undo cell: made by the check, deleted by the release. `effect` is called when a commit
-/// has stored the new value. What a group refuses beyond an absent row it refuses before it calls this.
+/// that was there is kept in the undo cell: made by the check, deleted by the release. `effect` is called by a commit
+/// before it stores the new value: when it throws, nothing is stored. What a group refuses beyond an absent row it refuses before it calls this.
 ///
 /// Gives noError; inconsistentName, commitFailed or undoFailed for an absent row; genErr for a phase that is none.
 template <class T, class Effect>
@@ -20,8 +20,8 @@ int i32SetPhase(CVT::ESnmpSetOpCode phase, T* field, const T& value, void** undo
             if (field == nullptr) {
                 return CVT::commitFailed;
             }
-            *field = value;
             effect();
+            *field = value;
             return CVT::noError;
         case CVT::ESnmpSetOpCode::Undo:
             if (field == nullptr || *undo == nullptr) {

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <climits>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 #include "CVT/TEvent.h"
@@ -126,13 +127,18 @@ bool ExtensionModule::CloseAll(std::span<const std::unique_ptr<ExtensionModule>>
 bool ExtensionModule::EndWork(const std::vector<Exit>& exits, unsigned int milliseconds) {
     // A thread of its own: a module's Close may wait without limit, and the event outlives us if it does.
     const auto closed = std::make_shared<CVT::TEvent>(true);
-    std::thread([exits, closed] {
+    const auto end = [exits, closed] {
         for (const Exit exit : exits) {
             exit();
         }
         CVT::TThread::WaitForSelfDeleting(CVT::kWaitForever);
         closed->Set();
-    }).detach();
+    };
+    try {
+        std::thread(end).detach();
+    } catch (const std::system_error&) {
+        end();  // the system has no thread to give: then without the limit
+    }
     return closed->Wait(milliseconds) == CVT::kWaitSignalled;
 }
 

@@ -1,16 +1,13 @@
 #include "agent/cvtagentd/RequestIds.h"
 
-#include "CVT/BRequestId.h"
-
 namespace agent {
 
 unsigned int RequestIds::Of(long transaction) {
-    if (!m_any || transaction != m_transaction) {
-        m_any = true;
+    if (!m_request || transaction != m_transaction) {
         m_transaction = transaction;
-        m_id = CVT::BRequestId::Next();
+        m_request.emplace();
     }
-    return m_id;
+    return m_request->Id();
 }
 
 }  // namespace agent

@@ -1,6 +1,7 @@
 #include "groups/software/DHrSWInstalledTable.h"
 
 #include "CVT/TextualConventions.h"
+#include "module/DCVHost.h"
 
 const CVT::BRqHndlrEntry DHrSWInstalledTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrSWInstalledIndex", CVT::kInteger, &DHrSWInstalledTable::OnGet_HrSWInstalledIndex),
@@ -14,7 +15,7 @@ const CVT::BRqHndlrEntry DHrSWInstalledTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrSWInstalledTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 1, 2147483647},
-    {CVT::kConvention, 2, nullptr, 0, 64},
+    {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 64},
     {CVT::kEnumeration, 4, nullptr, 0, 0},
     {CVT::kEnumValue, 0, "unknown", 1, 0},
     {CVT::kEnumValue, 0, "operatingSystem", 2, 0},
@@ -30,6 +31,9 @@ DHrSWInstalledTable::DHrSWInstalledTable(CVT::INonVolatile* store)
     : DTable(store, "HOST-RESOURCES-MIB.hrSWInstalledTable", "1.3.6.1.2.1.25.6.3") {}
 
 DHrSWInstalledTable::Entry* DHrSWInstalledTable::pFindEntry(const char* name) {
+    if (name == nullptr) {
+        return nullptr;
+    }
     const CVT::BString wanted(name);
     for (unsigned int place = 0; place < GetNumRows(); ++place) {
         if (RowAt(place)->name == wanted) {

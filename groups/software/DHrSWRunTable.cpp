@@ -13,6 +13,7 @@
 #include "CVT/BRequest.h"
 #include "groups/software/ProcessFiles.h"
 #include "groups/software/ProcessLines.h"
+#include "module/DCVHost.h"
 #include "module/SetPhases.h"
 
 const CVT::BObjectIdentifier DHrSWRunEntry::s_noId{CVT::BString("0.0")};
@@ -32,9 +33,9 @@ const CVT::BRqHndlrEntry DHrSWRunTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrSWRunTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 1, 2147483647},
-    {CVT::kConvention, 2, nullptr, 0, 64},
-    {CVT::kConvention, 4, nullptr, 0, 128},
-    {CVT::kConvention, 5, nullptr, 0, 128},
+    {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 64},
+    {CVT::kConvention, 4, DCVHost::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 5, DCVHost::cszInternationalDisplayString, 0, 128},
     {CVT::kEnumeration, 6, nullptr, 0, 0},
     {CVT::kEnumValue, 0, "unknown", 1, 0},
     {CVT::kEnumValue, 0, "operatingSystem", 2, 0},
@@ -58,7 +59,8 @@ constexpr int kOperatingSystem = 2;
 constexpr int kInvalid = 4;
 constexpr std::time_t kSecondsBetweenScans = 15;
 
-// Of the module, not of a table: a module that is closed and initialised again in one process goes on from here.
+// Of the module, not of a table: a module that is closed and initialised again in one process goes on from here. The time
+// has the clock's own width: one of 32 bits would never let the table scan again after 2038.
 unsigned int s_lastRequestId = 0xFFFFFFFFU;
 std::time_t s_lastScan = 0;
 

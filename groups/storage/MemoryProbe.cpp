@@ -89,6 +89,7 @@ unsigned int ui32GetMemory(unsigned int selector) {
     if (KeyOf(selector) == nullptr) {
         return 0;
     }
+    file.reset();  // before the second opening: there may be just one descriptor to be had
     file = OpenHostFile(kMemInfo);
     return file ? ui32ReadMemoryPerKey(file.get(), selector) : 0;
 }

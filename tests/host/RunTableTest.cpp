@@ -79,6 +79,7 @@ protected:
         ASSERT_TRUE(m_engine.Add(m_module->Group()));
         m_host->Empty("/proc");
         s_scans = 0;
+        s_commands.clear();  // those of the start-up
     }
     void TearDown() override {
         if (m_module) {

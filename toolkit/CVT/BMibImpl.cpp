@@ -1,5 +1,7 @@
 #include "CVT/BMibImpl.h"
 
+#include "CVT/HandlerCall.h"
+
 namespace CVT {
 
 BMibImpl::BMibImpl(const char* name, const char* oid, EHandlerKind kind)
@@ -17,10 +19,14 @@ BMibImpl::~BMibImpl() = default;
 IMibInfo* BMibImpl::GetIMibInfo() { return &m_info; }
 
 BString BMibImpl::ToString() {
-    BString text = Name();
-    text.Append(" (");
-    text.Append(Oid().ToString());
-    text.Append(")");
+    BString text;
+    detail::WithoutThrowing([&] {
+        text = Name();
+        text.Append(" (");
+        text.Append(Oid().ToString());
+        text.Append(")");
+        return noError;
+    });
     return text;
 }
 
@@ -68,20 +74,24 @@ int BMibImpl::Get(unsigned int requestId, BVarBindList& varBinds, int& errorInde
 }
 
 int BMibImpl::GetNext(unsigned int requestId, BVarBind& varBind) {
-    const TMutex::Guard guard(RequestLock());
-    BVarBind next;
-    next.name.Set(varBind.name);
-    int status = noError;
-    do {
-        status = NextInstance(requestId, next);
-        if (status == noError) {
-            status = Get(requestId, next);
+    return detail::WithoutThrowing([&] {
+        const TMutex::Guard guard(RequestLock());
+        // The caller's varbind is used for the search, so that its memory serves the whole of a walk.
+        BObjectIdentifier before = varBind.name;
+        const ESnmpType type = varBind.type;
+        int status = noError;
+        do {
+            status = NextInstance(requestId, varBind);
+            if (status == noError) {
+                status = Get(requestId, varBind);
+            }
+        } while (status == noError && varBind.IsException());  // vanished since it was found: the one behind it, then
+        if (status != noError) {
+            varBind.name = std::move(before);
+            varBind.type = type;
         }
-    } while (status == noError && next.IsException());  // vanished since it was found: the one behind it, then
-    if (status == noError) {
-        varBind = std::move(next);
-    }
-    return status;
+        return status;
+    });
 }
 
 int BMibImpl::Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSetOpCode phase, void** undo,
@@ -103,8 +113,8 @@ int BMibImpl::Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSet
         }
         const bool checking = phase == ESnmpSetOpCode::CheckAndSave;
         for (std::size_t done = i; done-- > 0;) {
-            const int back = Set(requestId, checking ? ESnmpSetOpCode::Release : ESnmpSetOpCode::Undo, &undo[done],
-                                 varBinds[done]);
+            const int back =
+                Set(requestId, checking ? ESnmpSetOpCode::Release : ESnmpSetOpCode::Undo, &undo[done], varBinds[done]);
             if (checking) {
                 undo[done] = nullptr;
             } else if (back != noError) {

@@ -22,8 +22,8 @@ enum EHandlerKind : unsigned int {
 ///
 /// The request lock is recursive and normally the group's own; a group built on a parent uses the parent's, so that both
 /// are served one at a time. The toolkit holds it round every call of a group's operation; Initialize and Cleanup are
-/// called with it held. Groups therefore never lock for themselves. Whoever needs two groups' locks at once takes them in
-/// the order in which their module lists them.
+/// called with it held. Groups therefore never lock for themselves. A module whose
+/// groups need each other's locks fixes one order for them, and writes it down.
 class CVT_API BMibImpl : public BMibSubtreeHandler {
 public:
     ~BMibImpl() override;

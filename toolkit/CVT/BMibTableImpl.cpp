@@ -8,28 +8,28 @@ namespace CVT {
 BMibTableImpl::~BMibTableImpl() = default;
 
 int BMibTableImpl::Get(unsigned int requestId, BVarBind& varBind) {
-    BObjectIdentifier index;
-    const BRqHndlrEntry* const column = Locate(varBind.name, index);
-    if (column == nullptr) {
-        varBind.type = kNoSuchObject;
-        return noError;
-    }
-    const TMutex::Guard guard(RequestLock());
-    return detail::WithoutThrowing([&] {
+    return detail::WithoutThrowing([&]() -> int {
+        BObjectIdentifier index;
+        const BRqHndlrEntry* const column = Locate(varBind.name, index);
+        if (column == nullptr) {
+            varBind.type = kNoSuchObject;
+            return noError;
+        }
+        const TMutex::Guard guard(RequestLock());
         return detail::GetByKind<BTableGet>(
             *column, varBind, [&](auto get, auto& value) { return (this->*get)(index, requestId, value); });
     });
 }
 
 int BMibTableImpl::Set(unsigned int requestId, ESnmpSetOpCode phase, void** undo, const BVarBind& varBind) {
-    BObjectIdentifier index;
-    const BRqHndlrEntry* const column = Locate(varBind.name, index);
-    const int refusal = CheckOfferedValue(column, GetConstraintMap(), ModuleConventions(), varBind);
-    if (refusal != noError) {
-        return phase == ESnmpSetOpCode::CheckAndSave ? refusal : genErr;
-    }
-    const TMutex::Guard guard(RequestLock());
-    return detail::WithoutThrowing([&] {
+    return detail::WithoutThrowing([&]() -> int {
+        BObjectIdentifier index;
+        const BRqHndlrEntry* const column = Locate(varBind.name, index);
+        const int refusal = CheckOfferedValue(column, GetConstraintMap(), ModuleConventions(), varBind);
+        if (refusal != noError) {
+            return phase == ESnmpSetOpCode::CheckAndSave ? refusal : genErr;
+        }
+        const TMutex::Guard guard(RequestLock());
         return detail::SetByKind<BTableSet>(*column, varBind, [&](auto set, const auto& value) {
             return (this->*set)(index, phase, requestId, value, undo);
         });
@@ -37,26 +37,27 @@ int BMibTableImpl::Set(unsigned int requestId, ESnmpSetOpCode phase, void** undo
 }
 
 int BMibTableImpl::NextInstance(unsigned int requestId, BVarBind& varBind) {
-    const TMutex::Guard guard(RequestLock());
+    return detail::WithoutThrowing([&] {
+        const TMutex::Guard guard(RequestLock());
+        return FindNext(requestId, varBind.name);
+    });
+}
+
+/// Moves `at` to the name of the next instance; noSuchName, and `at` untouched, when there is none.
+int BMibTableImpl::FindNext(unsigned int requestId, BObjectIdentifier& at) {
     BObjectIdentifier index;
     BObjectIdentifier next;
-    auto column = FirstCandidate(varBind.name, index);
+    auto column = FirstCandidate(at, index);
     while (column != GetIMibInfo()->Columns().end()) {
-        const int status = detail::WithoutThrowing([&]() -> int {
-            return NextInstanceInColumn(requestId, column->subId, index, next) ? noError : noSuchName;
-        });
-        if (status == genErr) {
-            return genErr;
-        }
         // A row that does not come behind the one before it would make a walk without end.
-        if (status == noSuchName || next <= index) {
+        if (!NextInstanceInColumn(requestId, column->subId, index, next) || next <= index) {
             ++column;
             index.Clear();
             continue;
         }
         BObjectIdentifier name = Oid();
         if (name.Append(column->subId) && name.Append(next)) {
-            varBind.name = std::move(name);
+            at = std::move(name);
             return noError;
         }
         index.Set(next);  // a row whose name would be too long is passed over

@@ -27,6 +27,9 @@ protected:
     BMibTableImpl(BMibImpl& parent, const char* name, const char* oid) : BMibImpl(parent, name, oid, kTableHandler) {
         AppendToOid(1);
     }
+
+private:
+    int FindNext(unsigned int requestId, BObjectIdentifier& at);
 };
 
 }  // namespace CVT

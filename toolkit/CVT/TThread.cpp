@@ -130,7 +130,8 @@ bool TThread::Reap(unsigned int milliseconds) {
         return false;
     }
     const TMutex::Guard guard(m_lock);
-    if (m_joinable) {
+    // Another who waited may have joined it since, and even started it again.
+    if (m_joinable && m_ended.Wait(0) == kWaitSignalled) {
         pthread_join(m_thread, nullptr);  // it has only a few instructions left
         m_joinable = false;
     }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 
 namespace {
@@ -84,10 +85,19 @@ TEST(SetPhases, TheEffectIsCarriedOutByACommitAndByNothingElse) {
         i32SetPhase(phase, &field, 2, &undo, effect);
     }
     EXPECT_EQ(effects, 1);
-    EXPECT_EQ(seen, 2);
+    EXPECT_EQ(seen, 1) << "before the value is stored";
     int* const absent = nullptr;
     EXPECT_EQ(i32SetPhase(ESnmpSetOpCode::Commit, absent, 2, &undo, effect), 14);
     EXPECT_EQ(effects, 1);
+}
+
+TEST(SetPhases, ACommitWhoseEffectThrowsStoresNothing) {
+    int field = 1;
+    void* undo = nullptr;
+    ASSERT_EQ(i32SetPhase(ESnmpSetOpCode::CheckAndSave, &field, 2, &undo), 0);
+    EXPECT_THROW(i32SetPhase(ESnmpSetOpCode::Commit, &field, 2, &undo, [] { throw std::bad_alloc(); }), std::bad_alloc);
+    EXPECT_EQ(field, 1);
+    EXPECT_EQ(i32SetPhase(ESnmpSetOpCode::Release, &field, 2, &undo), 0);
 }
 
 }  // namespace

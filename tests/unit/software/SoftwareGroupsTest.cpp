@@ -90,9 +90,9 @@ TEST(DHrSWRunTable, DeclaresItsColumnsAndConstraints) {
                                                     {6, "hrSWRunType", 2, 3, 1},
                                                     {7, "hrSWRunStatus", 2, 4, 1}});
     ExpectConstraints(DHrSWRunTable::s_sonstraintEntries, {{4, 1, "", 1, kMax},
-                                                           {5, 2, "", 0, 64},
-                                                           {5, 4, "", 0, 128},
-                                                           {5, 5, "", 0, 128},
+                                                           {5, 2, "InternationalDisplayString", 0, 64},
+                                                           {5, 4, "InternationalDisplayString", 0, 128},
+                                                           {5, 5, "InternationalDisplayString", 0, 128},
                                                            {1, 6, "", 0, 0},
                                                            {3, 0, "unknown", 1, 0},
                                                            {3, 0, "operatingSystem", 2, 0},
@@ -181,7 +181,7 @@ TEST(DHrSWInstalledTable, DeclaresItsColumnsWithoutTheIdentifierAndItsConstraint
                                                           {4, "hrSWInstalledType", 2, 3, 1},
                                                           {5, "hrSWInstalledDate", 4, 3, 2}});
     ExpectConstraints(DHrSWInstalledTable::s_sonstraintEntries, {{4, 1, "", 1, kMax},
-                                                                 {5, 2, "", 0, 64},
+                                                                 {5, 2, "InternationalDisplayString", 0, 64},
                                                                  {1, 4, "", 0, 0},
                                                                  {3, 0, "unknown", 1, 0},
                                                                  {3, 0, "operatingSystem", 2, 0},
@@ -219,6 +219,9 @@ TEST(DHrSWInstalledTable, FindsARowByItsNameAndClears) {
     table.CreateNewRow(CVT::BObjectIdentifier(3U))->name.Assign("dash");
     EXPECT_EQ(table.pFindEntry("dash"), table.GetRow(CVT::BObjectIdentifier(2U)));
     EXPECT_EQ(table.pFindEntry("das"), nullptr);
+    table.CreateNewRow(CVT::BObjectIdentifier(4U));
+    EXPECT_EQ(table.pFindEntry(nullptr), nullptr);
+    EXPECT_EQ(table.pFindEntry(""), table.GetRow(CVT::BObjectIdentifier(4U)));
     CVT::TEvent stop(true);
     EXPECT_TRUE(table.vUpdate(stop));
     table.vClearTable();
