@@ -95,10 +95,10 @@ void Discovery::Run() {
 
 DHrDeviceEntry* Discovery::AddDevice(EDeviceType type, const CVT::BString& description) {
     DHrDeviceEntry* const row = m_devices.CreateNewRow(CVT::BObjectIdentifier(nextDeviceIndex));
+    ++nextDeviceIndex;  // a taken one is passed over: it must not keep every later device out
     if (row != nullptr) {
         row->type.Append(type);
         row->description = description;
-        ++nextDeviceIndex;
     }
     return row;
 }

@@ -39,7 +39,7 @@ private:
     void Disk(const mntent& entry);
     void AddLogged(EDeviceType type, const std::string& text);
 
-    /// A new row under the next index, which is then used up; null when none could be made.
+    /// A new row under the next index, which is then used up; null when there is a row already.
     DHrDeviceEntry* AddDevice(EDeviceType type, const CVT::BString& description);
     /// The word before the first ':' of the line, which is cut there; one that is not there leaves the name as it was.
     bool TakeNameBeforeColon();

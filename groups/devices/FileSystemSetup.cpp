@@ -52,7 +52,7 @@ void Fill(DHrFSEntry& row, const mntent& entry, const struct statfs& fs, unsigne
     row.type = FSTypeOid(fs);
 }
 
-/// The partition table's row of a node, made unless there is one with this label already, or one with this number.
+/// The partition table's row of a node; null when the disk has one with this number already.
 DHrPartitionEntry* MakePartition(unsigned int deviceIndex, int number, const std::string& path, unsigned int device) {
     std::array<char, 32> id{};
     std::snprintf(id.data(), id.size(), "0x%x", device);
@@ -115,11 +115,11 @@ DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct 
     if (table.bIsInTable(entry->mnt_dir)) {
         return nullptr;
     }
-    *fsIndexOut = static_cast<int>(fsIndex);
-    DHrFSEntry* const row = table.CreateNewRow(CVT::BObjectIdentifier(fsIndex));
-    ++fsIndex;
+    const unsigned int index = fsIndex++;
+    DHrFSEntry* const row = table.CreateNewRow(CVT::BObjectIdentifier(index));
     if (row != nullptr) {
         Fill(*row, *entry, *space, storageIndex);
+        *fsIndexOut = static_cast<int>(index);
     }
     return row;
 }

@@ -9,7 +9,8 @@ struct DHrFSEntry;
 // holds no other lock than the device table's; each row is made under its table's request lock.
 
 /// Makes the hrFSTable row of a mounted file system and sets `*fsIndexOut` to its index. Null, and 0, when `name` is in no
-/// line of the mount listing, when the file system cannot be measured, or when its mount directory has a row already.
+/// line of the mount listing, when the file system cannot be measured, when its mount directory has a row already, or when
+/// the index is taken, which is then passed over.
 /// `fs`, which may be null, is what statfs gave for the mount directory. The row is the table's, to be changed under its
 /// request lock.
 DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct statfs* fs, int* fsIndexOut);
