@@ -14,7 +14,7 @@ char* pcFormatCPUData(char* source, char* target) {
     char* const end = std::strchr(source, '\n');
     if (end != nullptr) {
         *end = '\0';
-        std::strcpy(target, source);
+        std::memcpy(target, source, static_cast<std::size_t>(end - source) + 1);
     }
     return target;
 }
