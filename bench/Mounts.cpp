@@ -85,7 +85,7 @@ void StartUp(benchmark::State& state) {
     std::size_t before = 0;
     std::size_t after = 0;
     std::size_t rows = 1;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         before = HeapInUse();
         DHrStorageTable table(nullptr);
         table.Initialize();
@@ -102,7 +102,7 @@ void BareStatAndStatfs(benchmark::State& state) {
     if (!Prepare(state)) {
         return;
     }
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (int i = 0; i < state.range(0); ++i) {
             const std::string path = ManyMounts::Instance().Path(i);
             struct stat status {};
@@ -121,7 +121,7 @@ void WalkOf(benchmark::State& state) {
     }
     DHrStorageTable table(nullptr);
     table.Initialize();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         CVT::BObjectIdentifier index;
         unsigned int request = CVT::BRequestId::Next();
         while (table.NextInstanceInColumn(request, 1, index, index)) {
@@ -143,7 +143,7 @@ void RequestAfterAMount(benchmark::State& state) {
     DHrStorageTable table(nullptr);
     table.Initialize();
     const CVT::BObjectIdentifier first(table.GetFirstRow()->index);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         stLastMntFileStat.st_mtime = 1;
         int value = 0;
         table.OnGet_HrStorageSize(first, CVT::BRequestId::Next(), value);
@@ -158,7 +158,7 @@ void FindEveryRow(benchmark::State& state) {
     }
     DHrStorageTable table(nullptr);
     table.Initialize();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (int i = 0; i < state.range(0); ++i) {
             benchmark::DoNotOptimize(table.FindRow(ManyMounts::Instance().Path(i).c_str()));
         }
@@ -167,7 +167,7 @@ void FindEveryRow(benchmark::State& state) {
 
 /// One question to a file system that cannot hang (0), and one through a thread, to one that may (1).
 void AskForSpace(benchmark::State& state) {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(DMountQuestion("/", state.range(0) != 0, DMountQuestion::kSpace).Answer());
     }
 }

@@ -52,7 +52,7 @@ protected:
     }
 
     std::string Directory(const std::string& name) const {
-        const std::string path = m_host->Directory() + "/" + name;
+        std::string path = m_host->Directory() + "/" + name;
         std::filesystem::create_directory(path);
         return path;
     }
