@@ -1,5 +1,7 @@
 #include "agent/cvtwalk/ValueText.h"
 
+#include <optional>
+
 #include "agent/cvtwalk/DateText.h"
 #include "agent/cvtwalk/JsonText.h"
 #include "agent/cvtwalk/Utf8.h"
@@ -20,16 +22,41 @@ std::string Hex(const CVT::BOctetString& octets, const char* separator) {
     return hex;
 }
 
-/// The text in quotes, with a backslash before quotes and backslashes.
-std::string QuotedText(std::string_view text) {
-    std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') {
-            quoted += '\\';
-        }
-        quoted += c;
+/// A letter that stands for a control character in text, behind a backslash; 0 for other characters.
+char EscapeLetter(char32_t character) {
+    switch (character) {
+        case '\n': return 'n';
+        case '\r': return 'r';
+        case '\t': return 't';
+        default: return 0;
     }
-    return quoted + '"';
+}
+
+/// The octets as text with line feeds, carriage returns and tabs written \n, \r and \t, since many a file of the host ends
+/// with one; in quotes if wanted, with a backslash before quotes and backslashes. Nothing when there are other characters
+/// that are not printable, or none that is.
+std::optional<std::string> AsText(const CVT::BOctetString& octets, bool quoted) {
+    std::string text;
+    bool anyPrintable = octets.IsEmpty();
+    for (Utf8 characters(octets.View()); !characters.AtEnd();) {
+        const char32_t character = characters.Next();
+        if (const char letter = EscapeLetter(character); letter != 0) {
+            text += '\\';
+            text += letter;
+        } else if (Utf8::IsPrintable(character)) {
+            if (quoted && (character == '"' || character == '\\')) {
+                text += '\\';
+            }
+            text += characters.Last();
+            anyPrintable = true;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (!anyPrintable) {
+        return std::nullopt;
+    }
+    return quoted ? '"' + text + '"' : text;
 }
 
 std::string TwoDigits(unsigned int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
@@ -89,8 +116,8 @@ std::string ValueText::OctetsTyped() const {
             return "STRING: " + *date;
         }
     }
-    return Utf8::IsPrintable(octets.View()) ? "STRING: " + QuotedText(octets.View())
-                                            : "Hex-STRING: " + Hex(octets, " ");
+    const auto text = AsText(octets, true);
+    return text ? "STRING: " + *text : "Hex-STRING: " + Hex(octets, " ");
 }
 
 std::string ValueText::Bare() const {
@@ -99,20 +126,24 @@ std::string ValueText::Bare() const {
             const char* const name = m_object.EnumerationName(m_value.integer);
             return name == nullptr ? std::to_string(m_value.integer) : name;
         }
-        case CVT::kOctetString:
-            if (m_object.HoldsDates()) {
-                if (auto date = DateText::AsDisplayed(m_value.octets)) {
-                    return *std::move(date);
-                }
-            }
-            return Utf8::IsPrintable(m_value.octets.View()) ? std::string(m_value.octets.View())
-                                                            : Hex(m_value.octets, " ");
+        case CVT::kOctetString: return OctetsBare();
         case CVT::kObjectIdentifier: return Dotted(m_value.identifier);
         case CVT::kCounter32:
         case CVT::kGauge32: return std::to_string(m_value.number);
         case CVT::kTimeTicks: return Elapsed(m_value.number);
         default: return Typed();
     }
+}
+
+std::string ValueText::OctetsBare() const {
+    std::optional<std::string> text;
+    if (m_object.HoldsDates()) {
+        text = DateText::AsDisplayed(m_value.octets);
+    }
+    if (!text) {
+        text = AsText(m_value.octets, false);
+    }
+    return text ? *std::move(text) : Hex(m_value.octets, " ");
 }
 
 bool ValueText::IsNumber() const {

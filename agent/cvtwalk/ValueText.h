@@ -26,6 +26,7 @@ public:
 
 private:
     std::string OctetsTyped() const;
+    std::string OctetsBare() const;
     std::string OctetsJson() const;
 
     const CVT::BVarBind& m_value;

@@ -93,7 +93,16 @@ TEST_F(CvtwalkValueText, ShowsPrintableOctetsAsTextAndOthersInHexadecimal) {
     EXPECT_EQ(Typed(Octets("\x1B[31m"), text), "Hex-STRING: 1B 5B 33 31 6D");
     EXPECT_EQ(Typed(Octets("caf\xE9"), text), "Hex-STRING: 63 61 66 E9");
     EXPECT_EQ(Bare(Octets(R"(a "b")"), text), R"(a "b")");
-    EXPECT_EQ(Bare(Octets("a\nb"), text), "61 0A 62");
+    EXPECT_EQ(Bare(Octets("a\x0B"), text), "61 0B");
+}
+
+TEST_F(CvtwalkValueText, WritesTheEndsOfLinesAndTabsInTextAsLetters) {
+    EXPECT_EQ(Typed(Octets("quiet splash\n"), text), R"(STRING: "quiet splash\n")");
+    EXPECT_EQ(Typed(Octets("a\tb\r\n"), text), R"(STRING: "a\tb\r\n")");
+    EXPECT_EQ(Typed(Octets(R"(a\n)"), text), R"(STRING: "a\\n")") << "a backslash of the value's own";
+    EXPECT_EQ(Bare(Octets("a\n"), text), R"(a\n)");
+    EXPECT_EQ(Typed(Octets("\n"), text), "Hex-STRING: 0A") << "no text at all";
+    EXPECT_EQ(Typed(Octets("a\n\x07"), text), "Hex-STRING: 61 0A 07");
 }
 
 TEST_F(CvtwalkValueText, GivesTheOctetsBesideJsonTextThatCouldNotHoldThem) {
