@@ -1,13 +1,21 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
 
-/// Closes a stream. For the unique_ptr below.
+/// Closes a stream. For the unique_ptr below. A thread that is being terminated does not end here: closing happens in a
+/// destructor, which must not be unwound.
 struct DCloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* file) const {
+        int before = 0;
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+        std::fclose(file);
+        ::pthread_setcancelstate(before, nullptr);
+    }
 };
 
 /// A stream of the host's, closed with its owner; null when it could not be opened.

@@ -145,7 +145,9 @@ TEST_F(RunTable, HasARowForEachProcessWithWhatItsFilesSay) {
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{1, 42}));
     EXPECT_EQ(Number(1, "42"), 42);
     EXPECT_EQ(Text(2, "42"), "prog");
-    EXPECT_EQ(Cell(3, "42").identifier.ToString(), CVT::BString("0.0"));
+    for (const char* const pid : {"1", "42"}) {
+        EXPECT_EQ(Cell(3, pid).identifier.ToString(), CVT::BString("0.0"));
+    }
     EXPECT_EQ(Text(4, "42"), "/home/user");
     EXPECT_EQ(Text(5, "42"), "-a -b ");
     EXPECT_EQ(PerfNumber(1, "42"), 123);
@@ -399,6 +401,16 @@ TEST_F(RunTable, ASetNeverScans) {
     EXPECT_EQ(SetInteger(m_engine, std::string(kEntry) + "7.42", 4), 18) << "no request has read the table yet";
     EXPECT_EQ(s_scans, 0);
     EXPECT_TRUE(s_commands.empty());
+}
+
+TEST_F(RunTable, NoPhaseOfASetScansThoughItIsTimeTo) {
+    Process("42", Stat("42", "victim", 'S'));
+    Pids();
+    s_now += 100;
+    s_scans = 0;
+    EXPECT_EQ(SetInteger(m_engine, std::string(kEntry) + "7.42", 4), 0);
+    EXPECT_EQ(SetInteger(m_engine, std::string(kEntry) + "7.42", 3), 10);
+    EXPECT_EQ(s_scans, 0);
 }
 
 TEST_F(RunTable, AnUndoBringsTheStatusBackAndAPhaseThatIsNoneIsAnError) {

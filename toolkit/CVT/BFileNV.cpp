@@ -95,7 +95,8 @@ bool BFileNV::Load() {
         rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
         const std::size_t key = line.find('\t');
         const std::size_t value = key == std::string_view::npos ? key : line.find('\t', key + 1);
-        if (value == std::string_view::npos || line.front() == '#') {
+        const bool hasMore = value != std::string_view::npos && line.find('\t', value + 1) != std::string_view::npos;
+        if (value == std::string_view::npos || hasMore || line.front() == '#') {
             continue;
         }
         m_values[Name(Unescaped(line.substr(0, key)), Unescaped(line.substr(key + 1, value - key - 1)))] =

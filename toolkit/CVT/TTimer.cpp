@@ -7,9 +7,11 @@
 namespace CVT {
 
 void TTimer::Sleep(unsigned int milliseconds) {
-    const timespec deadline = DeadlineIn(milliseconds);
-    while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
-    }
+    do {
+        const timespec deadline = DeadlineIn(milliseconds);
+        while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
+        }
+    } while (milliseconds == kWaitForever);
 }
 
 }  // namespace CVT

@@ -12,7 +12,9 @@
 
 #include "CVT/BMibScalarGroupImpl.h"
 #include "CVT/TThread.h"
+#include "module/EntryPoints.h"
 #include "module/HandlerWalk.h"
+#include "module/InitThread.h"
 
 namespace {
 
@@ -166,6 +168,15 @@ TEST_F(DCVHostTest, FillsItsDefaultValuesBeforeTheGroupsComeUp) {
     EXPECT_STREQ(DCVHost::defval.objectIdentifier.ToString().c_str(), "1.3.6.1.4.1.32473");
     EXPECT_EQ(DCVHost::defval.numbers, (std::array<unsigned int, 3>{0, 0, 0}));
     EXPECT_STREQ(DCVHost::defval.ipAddress.ToString().c_str(), "127.0.0.1");
+}
+
+TEST(InitThread, MakesReadyWithoutAModuleToo) {
+    ASSERT_EQ(gpCVHost, nullptr);
+    InitThread::Launch();
+    EXPECT_TRUE(CVT::TThread::WaitForSelfDeleting(10'000));
+    EXPECT_TRUE(InitThread::HasFinished());
+    EXPECT_TRUE(gbReady.load());
+    EXPECT_EQ(CVxExtAgentClose(), 1);
 }
 
 /// A group that records what happens to it, and who holds its lock then.

@@ -104,6 +104,10 @@ TEST_F(DateAndTime, PointsEastWhenSummerTimeTakesAnHourWestToZero) {
     EXPECT_EQ(DirectionOf("AZO1AZOST,M3.5.0/0,M10.5.0/1", kJanuary), (Octets{'-', 1, 0}));
 }
 
+TEST_F(DateAndTime, WrapsTheHourWhenSummerTimeTakesOneFromLessThanAnHourWest) {
+    EXPECT_EQ(DirectionOf("XXX0:30YYY,M3.2.0,M11.1.0", kJuly), (Octets{'-', 255, 30}));
+}
+
 TEST_F(DateAndTime, AddsItsHourToUtcInSummerTime) {
     EXPECT_EQ(DirectionOf("GMT0BST,M3.5.0/1,M10.5.0", kJuly), (Octets{'+', 1, 0}));
 }

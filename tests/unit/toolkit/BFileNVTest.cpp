@@ -174,12 +174,13 @@ TEST_F(FileNV, BringsRandomTextsBack) {
 
 TEST_F(FileNV, PassesOverLinesThatDoNotRead) {
     Lay(File(),
-        "# a comment\twith\ttabs\n\n\t\nno tabs\none\ttab\n#\ta\tb\ngood\tkey\tvalue\r\n\t\tempty names\nlast\tline\tno feed");
+        "# a comment\twith\ttabs\n\n\t\nno tabs\none\ttab\nfour\tfields\tin\tit\n#\ta\tb\ngood\tkey\tvalue\r\n\t\tempty names\nlast\tline\tno feed");
     BFileNV store(File().c_str(), false);
     EXPECT_EQ(Read(store, "good", "key"), "value\r");
     EXPECT_EQ(Read(store, "", ""), "empty names");
     EXPECT_EQ(Read(store, "last", "line"), "no feed");
     EXPECT_EQ(Read(store, "one", "tab"), "(none)");
+    EXPECT_EQ(Read(store, "four", "fields"), "(none)");
     EXPECT_EQ(Read(store, "#", "a"), "(none)");
     EXPECT_TRUE(store.Save());
     EXPECT_EQ(ContentOf(File()),
