@@ -44,7 +44,7 @@ EventLoop::Event EventLoop::Wait(int milliseconds) {
     descriptors.Insert(m_signals);
     count = std::max(count, m_signals + 1);
 
-    timeval own{milliseconds / 1000, (milliseconds % 1000) * 1000};
+    timeval own{milliseconds / 1000, (milliseconds % 1000) * 1000L};
     timeval* timeout = milliseconds == kForever ? nullptr : &own;
     if (block == 0 && (timeout == nullptr || timercmp(&librarys, &own, <))) {
         timeout = &librarys;

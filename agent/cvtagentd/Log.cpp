@@ -28,18 +28,18 @@ void WriteToStandardError(const char* label, const std::string& line) {
 }
 
 struct Level {
-    LogLevel level;
     const char* name;
     const char* label;
+    LogLevel level;
     int priority;
 };
 
 /// In the order of LogLevel.
 constexpr Level kLevels[] = {
-    {LogLevel::kError, "error", "error: ", LOG_ERR},
-    {LogLevel::kWarning, "warning", "warning: ", LOG_WARNING},
-    {LogLevel::kInfo, "info", "", LOG_INFO},
-    {LogLevel::kDebug, "debug", "debug: ", LOG_DEBUG},
+    {"error", "error: ", LogLevel::kError, LOG_ERR},
+    {"warning", "warning: ", LogLevel::kWarning, LOG_WARNING},
+    {"info", "", LogLevel::kInfo, LOG_INFO},
+    {"debug", "debug: ", LogLevel::kDebug, LOG_DEBUG},
 };
 
 }  // namespace

@@ -148,7 +148,7 @@ void SubtreeHandler::Check(unsigned int requestId, Request* requests) {
             Refuse(request, CVT::resourceUnavailable);
             return;
         }
-        cell.release();
+        static_cast<void>(cell.release());  // the node owns it
         ::netsnmp_request_add_list_data(request, node);
         if (status != CVT::noError) {
             Refuse(request, status);

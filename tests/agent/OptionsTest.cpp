@@ -12,6 +12,7 @@ namespace {
 Options Parse(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "cvtagentd");
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
         argv.push_back(argument.data());
     }

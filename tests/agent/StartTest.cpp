@@ -132,8 +132,6 @@ TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus1) {
 
 TEST_F(StartTest, TheDefaultStateFolderIsMadeForItsOwnerOnly) {
     const std::string folder = m_scratch / "made/state";
-    Start({"--state-dir=" + m_scratch / "state", "--module", kTestModule});
-    ExpectCleanEnd();
     Program agent({kAgentFile, "--module", kTestModule, "--listen", Udp()}, m_scratch / "log",
                   {"STATE_DIRECTORY=" + folder + ":/nowhere"});
     ASSERT_TRUE(agent.WaitForOutput("ready after")) << agent.Output();
