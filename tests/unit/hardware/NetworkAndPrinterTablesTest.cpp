@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "groups/hardware/DHrNetworkTable.h"
+#include "groups/hardware/DHrPrinterTable.h"
+#include "module/DCVHost.h"
+
+namespace {
+
+const CVT::BObjectIdentifier kSeven(7);
+
+TEST(DHrNetworkTable, IsRegisteredWithItsColumn) {
+    DHrNetworkTable table(nullptr);
+    EXPECT_STREQ(table.Name().c_str(), "HOST-RESOURCES-MIB.hrNetworkTable");
+    EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.4.1");
+    EXPECT_STREQ(DHrNetworkTable::s_pszNVSection, "hrNetworkTable");
+    EXPECT_STREQ(table.GetRqHndlrMap()[0].name, "hrNetworkIfIndex");
+    EXPECT_FALSE(table.GetRqHndlrMap()[0].IsWritable());
+    EXPECT_TRUE(table.GetRqHndlrMap()[1].IsEnd());
+    EXPECT_EQ(table.GetConstraintMap()[0].kind, CVT::kConvention);
+    EXPECT_STREQ(table.GetConstraintMap()[0].label, DCVHost::cszInterfaceIndexOrZero);
+    EXPECT_EQ(table.GetConstraintMap()[0].high, 0);
+    EXPECT_EQ(table.LoadFromNV(), 0);
+}
+
+TEST(DHrNetworkTable, ServesTheNumberThatItsRowWasGiven) {
+    DHrNetworkTable table(nullptr);
+    table.Initialize();
+    EXPECT_TRUE(table.IsActive());
+    int number = 9;
+    EXPECT_EQ(table.OnGet_HrNetworkIfIndex(kSeven, 1, number), 2) << "an empty table";
+    EXPECT_EQ(number, 9);
+    DHrNetworkTable::Entry* const row = table.CreateNewRow(kSeven);
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(table.OnGet_HrNetworkIfIndex(kSeven, 1, number), 0);
+    EXPECT_EQ(number, 0);
+    row->ifIndex = 1;
+    EXPECT_EQ(table.OnGet_HrNetworkIfIndex(kSeven, 1, number), 0);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(table.CreateNewRow(kSeven), nullptr) << "taken";
+    EXPECT_EQ(table.CreateNewRow(CVT::BObjectIdentifier(CVT::BString("7.1"))), nullptr) << "no index of this table";
+    table.Cleanup();
+    EXPECT_FALSE(table.IsActive());
+    EXPECT_EQ(table.GetNumRows(), 1U) << "the rows stay";
+}
+
+TEST(DHrPrinterTable, IsRegisteredWithItsColumns) {
+    DHrPrinterTable table(nullptr);
+    EXPECT_STREQ(table.Name().c_str(), "HOST-RESOURCES-MIB.hrPrinterTable");
+    EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.5.1");
+    EXPECT_STREQ(DHrPrinterTable::s_pszNVSection, "hrPrinterTable");
+    EXPECT_STREQ(table.GetRqHndlrMap()[0].name, "hrPrinterStatus");
+    EXPECT_STREQ(table.GetRqHndlrMap()[1].name, "hrPrinterDetectedErrorState");
+    EXPECT_EQ(table.GetRqHndlrMap()[1].type, CVT::kOctetString);
+    EXPECT_TRUE(table.GetRqHndlrMap()[2].IsEnd());
+    const std::vector<std::string> states = {"other", "unknown", "idle", "printing", "warmup"};
+    EXPECT_EQ(table.GetConstraintMap()[0].kind, CVT::kEnumeration);
+    EXPECT_EQ(table.GetConstraintMap()[0].column, 1U);
+    for (int state = 1; state <= 5; ++state) {
+        EXPECT_EQ(table.GetConstraintMap()[state].label, states[static_cast<std::size_t>(state) - 1]);
+        EXPECT_EQ(table.GetConstraintMap()[state].low, state);
+    }
+    EXPECT_EQ(table.GetConstraintMap()[6].kind, CVT::kEndOfConstraints);
+}
+
+TEST(DHrPrinterTable, SaysTheSameOfEveryPrinter) {
+    DHrPrinterTable table(nullptr);
+    int status = 9;
+    CVT::BOctetString error("x", 1);
+    EXPECT_EQ(table.OnGet_HrPrinterStatus(kSeven, 1, status), 2);
+    EXPECT_EQ(table.OnGet_HrPrinterDetectedErrorState(kSeven, 1, error), 2);
+    EXPECT_EQ(status, 9);
+    EXPECT_EQ(error.View(), "x");
+    ASSERT_NE(table.CreateNewRow(kSeven), nullptr);
+    EXPECT_EQ(table.OnGet_HrPrinterStatus(kSeven, 1, status), 0);
+    EXPECT_EQ(table.OnGet_HrPrinterDetectedErrorState(kSeven, 1, error), 0);
+    EXPECT_EQ(status, 2);
+    EXPECT_EQ(error.View(), "\x30") << "the character zero, not a bit string";
+    EXPECT_EQ(table.CreateNewRow(kSeven), nullptr);
+}
+
+}  // namespace
