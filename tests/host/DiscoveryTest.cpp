@@ -1,0 +1,293 @@
+// Discovery by the library that ships: what it makes of single files, of a second start-up, and of requests meanwhile.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CVT/BMibEngine.h"
+#include "tests/host/MadeUpCalls.h"
+#include "tests/host/WalkText.h"
+#include "tests/support/HostTree.h"
+#include "tests/support/LoadedModule.h"
+#include "tests/support/MadeUpHost.h"
+#include "tests/support/Walk.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr int kDeviceTable = 3;
+
+class DeviceDiscovery : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!MadeUpHost::IsPossible()) {
+            GTEST_SKIP() << "this machine gives no mount namespace";
+        }
+        m_host = std::make_unique<MadeUpHost>();
+        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
+        m_module = std::make_unique<LoadedModule>();
+        ASSERT_TRUE(m_module->IsLoaded());
+    }
+    void TearDown() override {
+        if (m_module) {
+            if (m_started) {
+                m_module->Close();
+            }
+            m_module.reset();
+        }
+        MadeUpCalls::Instance().active = false;
+        EXPECT_EQ(::chdir("/"), 0);
+    }
+
+    void LayHost(const std::string& name) {
+        m_tree = std::make_unique<HostTree>(*m_host, HostFolder(name));
+        MadeUpCalls::Instance().Read(HostFolder(name) + "/figures");
+    }
+    /// A host that has nothing, but commands that say nothing.
+    void LayBlankHost() {
+        const std::string folder = m_host->Directory() + "/blank";
+        std::filesystem::create_directories(folder + "/commands");
+        std::ofstream(folder + "/commands/mount").close();
+        m_tree = std::make_unique<HostTree>(*m_host, folder);
+        MadeUpCalls::Instance().Read(folder + "/figures");
+    }
+    static void WriteFile(const std::string& path, const std::string& content) {
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        std::ofstream(path, std::ios::binary) << content;
+    }
+    void Start() {
+        m_started = true;
+        ASSERT_EQ(m_module->Init(), 1);
+    }
+    void StartUp() {
+        Start();
+        ASSERT_TRUE(m_module->WaitUntilActive());
+        ASSERT_TRUE(m_engine.Add(m_module->Group()));
+    }
+    /// The descriptions of the devices, in order of their indexes.
+    std::vector<std::string> Devices() {
+        std::vector<std::string> devices;
+        for (const CVT::BVarBind& varBind : Walk(m_engine, "1.3.6.1.2.1.25.3.2.1.3")) {
+            devices.emplace_back(varBind.octets.View());
+        }
+        return devices;
+    }
+    using Descriptions = std::vector<std::string>;
+
+    std::unique_ptr<MadeUpHost> m_host;
+    std::unique_ptr<LoadedModule> m_module;
+    std::unique_ptr<HostTree> m_tree;
+    CVT::BMibEngine m_engine;
+
+private:
+    bool m_started = false;
+};
+
+TEST_F(DeviceDiscovery, UsesTheTextItHasForAProcessorWhoseBlockTheFileCutsShort) {
+    LayBlankHost();
+    WriteFile("/proc/cpuinfo", "processor\t: 0\nvendor_id\t: a\ncpu family\t: 6\n");
+    StartUp();
+    EXPECT_EQ(Devices(), Descriptions{" #1"}) << "none at first";
+}
+
+TEST_F(DeviceDiscovery, UsesTheTextOfTheProcessorBeforeWhenABlockIsCutShort) {
+    LayBlankHost();
+    const std::string block = "processor\t: 0\nvendor_id\t: a\ncpu family\t: 6\nmodel\t\t: 1\nmodel name\t: Fast\n";
+    WriteFile("/proc/cpuinfo", block + block.substr(0, block.size() - 1));
+    StartUp();
+    EXPECT_EQ(Devices(), (Descriptions{" Fast #1", " Fast #2"}));
+}
+
+TEST_F(DeviceDiscovery, TakesTheFifthLineOfABlockForTheModelWhateverItSays) {
+    LayBlankHost();
+    WriteFile("/proc/cpuinfo",
+              "Processor\t: ARMv7 Processor rev 2 (v7l)\n"
+              "processor\t: 0\nBogoMIPS\t: 795.44\n\nprocessor\t: 1\nBogoMIPS\t: 795.44\n\n"
+              "processor with more behind its name\n1\n2\n3\nx\n");
+    StartUp();
+    EXPECT_EQ(Devices()[0], "ARMv7 Processor rev 2 (v7l) #1");
+    EXPECT_EQ(Devices()[1], "95.44 #2");
+    EXPECT_EQ(Devices().size(), 3U) << "the second processor stood inside the block of the first";
+}
+
+TEST_F(DeviceDiscovery, CountsProcessorsThatHaveARowAlready) {
+    LayBlankHost();
+    WriteFile("/proc/cpuinfo", "Processor\t: A\nProcessor\t: A\nprocess : B\n Processor: C\n");
+    StartUp();
+    EXPECT_EQ(Devices(), (Descriptions{"A #1", "A #2"}));
+}
+
+TEST_F(DeviceDiscovery, KeepsAPrinterOutThatIsCalledLikeAnInterface) {
+    LayBlankHost();
+    WriteFile("/proc/net/dev", "lo: 1\n");
+    WriteFile("/etc/printcap", "lo:rm=server:\n\t:continued:\nlp:\n");
+    StartUp();
+    EXPECT_EQ(Devices(), (Descriptions{"lo", "lp"}));
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.5.1.1.2").integer, 2);
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.5.1.1.1").type, CVT::kNoSuchInstance);
+}
+
+TEST_F(DeviceDiscovery, EndsTheParallelPortsAtTheFirstGap) {
+    LayBlankHost();
+    WriteFile("/proc/ioports", "0378-037a : parport0\n0278-027a : parport2\n");
+    StartUp();
+    EXPECT_EQ(Devices(), Descriptions{"parport0"});
+}
+
+TEST_F(DeviceDiscovery, KnowsEightParallelPorts) {
+    LayBlankHost();
+    WriteFile("/proc/ioports", "parport7 parport6 parport5 parport4 parport3 parport2 parport1 parport0 parport8\n");
+    StartUp();
+    EXPECT_EQ(Devices().size(), 8U);
+    EXPECT_EQ(Devices().back(), "parport7");
+}
+
+TEST_F(DeviceDiscovery, AsksTheKernelLogForSerialPortsOnlyWhenTheDirectoryHasNone) {
+    LayBlankHost();
+    std::filesystem::create_directory("/dev/cua");
+    m_tree->Command("dmesg", "ttyS0 at 0x03f8 (irq = 4) is a 16550A\n");
+    StartUp();
+    EXPECT_EQ(Devices(), Descriptions{"ttyS0 at 0x03f8 (irq = 4) is a 16550A"}) << "an empty directory";
+}
+
+TEST_F(DeviceDiscovery, CountsASerialPortWithoutNumberThoughItMakesNoRow) {
+    LayBlankHost();
+    WriteFile("/dev/cua/modem", "");
+    m_tree->Command("dmesg", "ttyS0 at 0x03f8 (irq = 4) is a 16550A\n");
+    StartUp();
+    EXPECT_EQ(Devices(), Descriptions{});
+}
+
+TEST_F(DeviceDiscovery, ReadsOnWhenTheCommandsFail) {
+    LayBlankHost();
+    WriteFile("/proc/cpuinfo", "Processor\t: A\n");
+    WriteFile("/proc/ioports", "parport0\n");
+    std::filesystem::remove(m_host->Directory() + "/commands/mount.says");
+    std::filesystem::remove(m_host->Directory() + "/commands/dmesg.says");
+    StartUp();
+    EXPECT_EQ(Devices(), (Descriptions{"A #1", "parport0"}));
+}
+
+TEST_F(DeviceDiscovery, ReadsOnWhenItsTemporaryFileIsTaken) {
+    LayBlankHost();
+    WriteFile("/proc/cpuinfo", "Processor\t: A\n");
+    m_tree->Command("mount", "/dev/sda1 on / type ext4 (rw)\n");
+    m_tree->Command("dmesg", "input: Mouse\n");
+    const std::string name = "/tmp/CVHost." + std::to_string(::getpid());
+    ASSERT_TRUE(std::filesystem::create_directory(name));
+    StartUp();
+    EXPECT_EQ(Devices(), Descriptions{"A #1"});
+    EXPECT_TRUE(std::filesystem::remove(name)) << "what others put there stays";
+}
+
+TEST_F(DeviceDiscovery, AddsAtASecondStartUpOnlyWhatIsNewUnderTheNextIndexes) {
+    LayHost("board");
+    StartUp();
+    const Descriptions before = Devices();
+    ASSERT_EQ(before.size(), 8U);
+    std::ofstream("/proc/net/dev", std::ios::app) << "  usb0: 1\n";
+    m_tree->Command("mount", "/dev/mmcblk0p2 on / type ext4 (rw)\n/dev/sda1 on /media type vfat (rw)\n");
+
+    m_module->Group().Cleanup();
+    EXPECT_FALSE(m_module->Group().HandlerAt(kDeviceTable)->IsActive());
+    EXPECT_EQ(Devices(), before) << "the rows stay";
+    m_module->Group().Init();
+
+    Descriptions after = before;
+    after.insert(after.end(), {"usb0", "/dev/sda1"});
+    EXPECT_EQ(Devices(), after);
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.4.1.1.9").integer, 4) << "the fourth interface";
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.6.1.2.10").integer, 8);
+    EXPECT_EQ(Walk(m_engine, "1.3.6.1.2.1.25.3.3.1.2").size(), 2U);
+}
+
+TEST_F(DeviceDiscovery, CountsOnInANewModuleOfTheSameProcess) {
+    LayHost("board");
+    StartUp();
+    m_engine.Remove(m_module->Group());
+    m_module->Close();
+    StartUp();
+    const auto devices = Walk(m_engine, "1.3.6.1.2.1.25.3.2.1.1");
+    ASSERT_EQ(devices.size(), 8U);
+    EXPECT_EQ(devices.front().integer, 9);
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.4.1.1.11").integer, 4);
+}
+
+TEST_F(DeviceDiscovery, HasNoInstanceUnderTheIndexOfAnotherKindOfDevice) {
+    LayHost("board");
+    StartUp();
+    for (const char* const absent :
+         {"6.1.1.1", "6.1.4.3", "3.1.2.3", "4.1.1.6", "5.1.1.1", "7.1.1.6", "2.1.3.9", "2.1.3.1.1"}) {
+        EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3."s + absent).type, CVT::kNoSuchInstance) << absent;
+    }
+}
+
+/// Asks one group again and again, on a thread of its own.
+class Asker {
+public:
+    explicit Asker(CVT::BMibImpl& group)
+        : m_thread([this, &group] {
+              while (!m_end) {
+                  CVT::BVarBind varBind;
+                  varBind.name = group.Oid();
+                  group.GetNext(CVT::BRequest().Id(), varBind);
+                  ++m_answers;
+                  std::this_thread::yield();
+              }
+          }) {}
+    Asker(const Asker&) = delete;
+    Asker& operator=(const Asker&) = delete;
+    ~Asker() {
+        m_end = true;
+        m_thread.join();
+    }
+    int Answers() const { return m_answers; }
+
+private:
+    std::atomic<bool> m_end = false;
+    std::atomic<int> m_answers = 0;
+    std::thread m_thread;
+};
+
+TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
+    LayHost("disks");
+    const std::string mounts = HostFolder("disks") + "/commands/mount";
+    std::string lines((std::istreambuf_iterator<char>(std::ifstream(mounts).rdbuf())), {});
+    m_tree->Command("mount", lines, "0.3");  // a dozen listings
+    Start();
+    CVT::BMibImpl& devices = *m_module->Group().HandlerAt(kDeviceTable);
+    while (devices.RequestLock().Wait(0) == CVT::kWaitSignalled) {
+        devices.RequestLock().Done();
+        ASSERT_FALSE(devices.IsActive()) << "discovery was over before it was seen";
+        CVT::TTimer().Sleep(1);
+    }
+    {
+        std::vector<std::unique_ptr<Asker>> askers;
+        for (const int place : {0, 1, 2, 4, 5, 6, 7, 8, 9, 10}) {
+            askers.push_back(std::make_unique<Asker>(*m_module->Group().HandlerAt(place)));
+        }
+        CVT::TTimer().Sleep(1500);
+        EXPECT_FALSE(devices.IsActive()) << "it still runs";
+        for (const std::unique_ptr<Asker>& asker : askers) {
+            EXPECT_GT(asker->Answers(), 3);
+        }
+        CVT::BVarBind first;
+        first.name = devices.Oid();
+        EXPECT_EQ(devices.GetNext(CVT::BRequest().Id(), first), CVT::noError);
+        EXPECT_TRUE(devices.IsActive()) << "its own table waits for it";
+    }
+    ASSERT_TRUE(m_module->WaitUntilActive());
+    ASSERT_TRUE(m_engine.Add(m_module->Group()));
+    EXPECT_EQ(Devices().size(), 9U);
+    EXPECT_EQ(Walk(m_engine, "1.3.6.1.2.1.25.3.8.1.1").size(), 3U);
+}
+
+}  // namespace

@@ -1,0 +1,154 @@
+// The sampler of the processors' load, in real time, by the library that ships. This program sees every opening of a file:
+// its fopen stands before the C library's.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "CVT/BMibEngine.h"
+#include "tests/support/HostTree.h"
+#include "tests/support/LoadedModule.h"
+#include "tests/support/MadeUpHost.h"
+#include "tests/support/Walk.h"
+
+namespace {
+
+std::atomic<int> s_samples = 0;
+
+}  // namespace
+
+extern "C" std::FILE* fopen(const char* path, const char* mode) {
+    using Open = std::FILE* (*)(const char*, const char*);
+    static const auto real = reinterpret_cast<Open>(::dlsym(RTLD_NEXT, "fopen"));
+    if (std::strcmp(path, "/proc/stat") == 0) {
+        ++s_samples;
+    }
+    return real(path, mode);
+}
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+class ProcessorLoad : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!MadeUpHost::IsPossible()) {
+            GTEST_SKIP() << "this machine gives no mount namespace";
+        }
+        m_host = std::make_unique<MadeUpHost>();
+        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
+        m_module = std::make_unique<LoadedModule>();
+        ASSERT_TRUE(m_module->IsLoaded());
+        const std::string folder = m_host->Directory() + "/blank";
+        std::filesystem::create_directories(folder + "/commands");
+        std::ofstream(folder + "/commands/mount").close();
+        m_tree = std::make_unique<HostTree>(*m_host, folder);
+        s_samples = 0;
+    }
+    void TearDown() override {
+        if (m_module) {
+            m_module->Close();
+            m_module.reset();
+        }
+        EXPECT_EQ(::chdir("/"), 0);
+    }
+
+    void StartUp() {
+        m_begin = Clock::now();
+        ASSERT_EQ(m_module->Init(), 1);
+        ASSERT_TRUE(m_module->WaitUntilActive());
+        ASSERT_TRUE(m_engine.Add(m_module->Group()));
+    }
+    static void SetStat(const std::string& content) {
+        std::ofstream("/proc/stat.new") << content;
+        std::filesystem::rename("/proc/stat.new", "/proc/stat");
+    }
+    int Load(int processor) { return Get(m_engine, "1.3.6.1.2.1.25.3.3.1.2." + std::to_string(processor)).integer; }
+    void SleepUntil(milliseconds sinceStart) const {
+        const auto left = std::chrono::duration_cast<milliseconds>(m_begin + sinceStart - Clock::now());
+        if (left.count() > 0) {
+            CVT::TTimer().Sleep(static_cast<unsigned int>(left.count()));
+        }
+    }
+    /// Waits for a sample; how long after the start it came.
+    milliseconds WaitForSample(int count) const {
+        while (s_samples < count && Clock::now() - m_begin < std::chrono::seconds(60)) {
+            CVT::TTimer().Sleep(1);
+        }
+        return std::chrono::duration_cast<milliseconds>(Clock::now() - m_begin);
+    }
+
+    std::unique_ptr<MadeUpHost> m_host;
+    std::unique_ptr<LoadedModule> m_module;
+    CVT::BMibEngine m_engine;
+
+private:
+    std::unique_ptr<HostTree> m_tree;
+    Clock::time_point m_begin;
+};
+
+TEST_F(ProcessorLoad, IsMeasuredEveryFifteenSecondsAndFollowsABusyLoop) {
+    std::ofstream("/proc/cpuinfo") << "Processor\t: A\nProcessor\t: A\n";
+    SetStat("cpu  0 0 0 0\ncpu0 25 0 0 75\ncpu1 25 0 0 75\n");
+    StartUp();
+    SleepUntil(milliseconds(14'500));
+    EXPECT_EQ(s_samples, 0);
+    EXPECT_EQ(Load(1), 0) << "nothing is known yet";
+    EXPECT_GE(WaitForSample(1), milliseconds(15'000));
+    CVT::TTimer().Sleep(500);
+    EXPECT_EQ(Load(1), 25) << "since the host was started";
+    EXPECT_EQ(Load(2), 25);
+    SetStat("cpu  0 0 0 0\ncpu0 25 0 0 1575\ncpu1 1510 0 10 80\n");
+    EXPECT_GE(WaitForSample(2), milliseconds(30'000));
+    CVT::TTimer().Sleep(500);
+    EXPECT_EQ(Load(1), 0);
+    EXPECT_EQ(Load(2), 100);
+    EXPECT_EQ(s_samples, 2) << "requests read no file";
+}
+
+TEST_F(ProcessorLoad, IsNotMeasuredWithoutAProcessor) {
+    SetStat("cpu0 25 0 0 75\n");
+    StartUp();
+    SleepUntil(milliseconds(16'500));
+    EXPECT_EQ(s_samples, 0);
+    EXPECT_TRUE(Walk(m_engine, "1.3.6.1.2.1.25.3.3").empty());
+}
+
+TEST_F(ProcessorLoad, StaysAsItWasWhenItCannotBeMeasured) {
+    std::ofstream("/proc/cpuinfo") << "Processor\t: A\n";
+    StartUp();
+    EXPECT_GE(WaitForSample(1), milliseconds(15'000));
+    CVT::TTimer().Sleep(500);
+    EXPECT_EQ(Load(1), 0);
+}
+
+TEST_F(ProcessorLoad, StopsBeingMeasuredAtOnceWhenTheTableIsCleanedUp) {
+    std::ofstream("/proc/cpuinfo") << "Processor\t: A\n";
+    StartUp();
+    CVT::BMibImpl& table = *m_module->Group().HandlerAt(4);
+    milliseconds shortest(1000);
+    // The best of several: this machine may have other things to do.
+    for (int i = 0; i < 5; ++i) {
+        CVT::TTimer().Sleep(30);
+        const CVT::TMutex::Guard guard(table.RequestLock());
+        const auto begin = Clock::now();
+        table.Cleanup();
+        shortest = std::min(shortest, std::chrono::duration_cast<milliseconds>(Clock::now() - begin));
+        EXPECT_FALSE(table.IsActive());
+        table.Initialize();
+    }
+    EXPECT_LE(shortest, milliseconds(250));
+}
+
+}  // namespace
