@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 2) {
         return 0;
     }
-    const unsigned int device = (data[0] << 8U) | data[1];
+    const unsigned int device = data[0] * 256U + data[1];
     std::string text(reinterpret_cast<const char*>(data + 2), size - 2);
     text += '\0';
     unsigned int sizes[2] = {1, 2};

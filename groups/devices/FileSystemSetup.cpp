@@ -15,7 +15,6 @@
 #include "groups/storage/DHrFSTable.h"
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
-#include "groups/storage/MountKinds.h"
 #include "groups/storage/MountQuestion.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
@@ -31,7 +30,7 @@ using ListingLine = std::array<char, 256>;
 
 /// statfs of the mount directory, which is given up when it does not come back.
 std::optional<struct statfs> SpaceOf(const mntent& entry) {
-    return DMountQuestion(entry.mnt_dir, bKindMayHang(entry.mnt_type), DMountQuestion::kSpace).Answer().space;
+    return DMountQuestion(entry.mnt_dir, true, DMountQuestion::kSpace).Answer().space;
 }
 
 unsigned int StorageIndexOf(const char* directory) {

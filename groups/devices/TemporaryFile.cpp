@@ -14,13 +14,16 @@ using Command = std::array<char, 280>;
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
 /// In a directory that others may write to, only the sticky bit keeps them from putting a file of theirs in the place of
-/// ours between our making it and the shell's opening it.
+/// ours between our making it and the shell's opening it. Its owner may do that in any case.
 bool LiesInASafeDirectory() {
     struct stat directory {};
     if (::stat("/tmp", &directory) != 0) {
         return false;
     }
-    return (directory.st_mode & S_IWOTH) == 0 || (directory.st_mode & S_ISVTX) != 0;
+    const bool oursOrRoots = directory.st_uid == 0 || directory.st_uid == ::geteuid();
+    const bool onlyItsOwnerReplaces =
+        (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0 || (directory.st_mode & S_ISVTX) != 0;
+    return oursOrRoots && onlyItsOwnerReplaces;
 }
 
 /// Open for reading; the shell writes through the name. -1 when anything that is not ours stands at the name, a link that
@@ -30,7 +33,11 @@ int MakeAnew(const char* name) {
         return -1;
     }
     vRemoveTmpFile(name);
-    return ::open(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly);
+    const int file = ::open(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly);
+    if (file >= 0) {
+        ::fchmod(file, kOwnerOnly);  // whatever the umask has taken away
+    }
+    return file;
 }
 
 }  // namespace

@@ -97,9 +97,9 @@ DHrStorageTable::DHrStorageTable(CVT::INonVolatile* store)
     : DTable(store, "HOST-RESOURCES-MIB.hrStorageTable", "1.3.6.1.2.1.25.2.3") {}
 
 void DHrStorageTable::Initialize() {
-    m_watch.Open();
+    const bool watching = m_watch.Open();
     if (GetNumRows() != 0) {
-        m_hasNotice = true;  // nobody has watched since Cleanup
+        m_hasNotice = watching;  // nobody has since Cleanup
     } else {
         if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
             ::stat(ETC_MNTTAB, &stLastMntFileStat);
@@ -131,7 +131,8 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
         return;
     }
     stLastMntFileStat = now;
-    m_watch.Open();  // a table that was a file may have become the kernel's
+    m_watch.Close();  // a table that was a file may have become the kernel's, and the reverse
+    m_watch.Open();
     if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
         m_hasNotice = false;
         AddMounts(ReadMountTable(file.get()), kNewDirectories);
@@ -186,6 +187,13 @@ void DHrStorageTable::Add(std::unique_ptr<Entry> row) {
     if (InsertRow(CVT::BObjectIdentifier(row->index), row.get())) {
         static_cast<void>(row.release());  // the table's now
     }
+}
+
+std::unique_ptr<DHrStorageTable::Entry> DHrStorageTable::CreateNewRow(const CVT::BObjectIdentifier& index) {
+    if (index.NumArcs() != Index::kArcs) {
+        return nullptr;
+    }
+    return std::make_unique<Entry>(index[0], nullptr);
 }
 
 void DHrStorageTable::CreateDemoRow(unsigned int index, const mntent* mount) {

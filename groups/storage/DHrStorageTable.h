@@ -3,6 +3,7 @@
 #include <mntent.h>
 #include <sys/stat.h>
 
+#include <memory>
 #include <vector>
 
 #include "groups/storage/MountQuestion.h"
@@ -67,6 +68,10 @@ public:
     /// Adds rows for what was mounted since the last look. Looks only once for each request, and not at all while the
     /// table is not active.
     void vCheckAndUpdateTable(unsigned int requestId);
+
+    /// A row with default values that carries this index; null when the index is not valid. It is the caller's: putting it
+    /// into the table is InsertRow's work.
+    static std::unique_ptr<Entry> CreateNewRow(const CVT::BObjectIdentifier& index);
 
     /// Adds a row for a mounted file system; none when the index is taken.
     void CreateDemoRow(unsigned int index, const mntent* mount);

@@ -22,15 +22,16 @@ std::vector<DMountEntry> ReadMountTable(std::FILE* file) {
     return entries;
 }
 
-void DMountTableWatch::Open() {
+bool DMountTableWatch::Open() {
     if (m_file >= 0) {
-        return;
+        return true;
     }
     m_file = ::open(ETC_MNTTAB, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     struct statfs fileSystem {};
     if (m_file >= 0 && (::fstatfs(m_file, &fileSystem) != 0 || fileSystem.f_type != PROC_SUPER_MAGIC)) {
         Close();
     }
+    return m_file >= 0;
 }
 
 void DMountTableWatch::Close() {

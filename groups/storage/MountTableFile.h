@@ -34,8 +34,8 @@ public:
     ~DMountTableWatch() { Close(); }
 
     /// Watches from now on; to be called before the table is read. Does nothing when it watches already, or when there is
-    /// nothing to watch.
-    void Open();
+    /// nothing to watch. Whether it watches now.
+    bool Open();
     void Close();
     /// Whether there was a change since the last call, or since Open.
     bool HasNotice() const;

@@ -258,6 +258,8 @@ TEST_F(MountListing, IsEmptyWhereEverybodyMayReplaceFilesOfOthers) {
     m_host->Empty("/tmp");  // what is there is covered, the programs included
     ASSERT_EQ(::chmod("/tmp", 0777), 0);
     ExpectEmptyListing();
+    ASSERT_EQ(::chmod("/tmp", 0775), 0);
+    ExpectEmptyListing();
     ASSERT_EQ(::chmod("/tmp", 01777), 0);
     s_command.clear();
     Entry("/");

@@ -322,7 +322,7 @@ TEST_F(StorageTable, FindsRowsByTheirWholeDescription) {
     EXPECT_TRUE(m_table.bIsInTable("Physical Memory"));
     EXPECT_FALSE(m_table.bIsInTable("/no/such/path"));
     EXPECT_EQ(m_table.FindRow(""), 0U);
-    m_table.CreateNewRow(CVT::BObjectIdentifier(9));
+    m_table.CreateDemoRow(9, nullptr);
     EXPECT_EQ(m_table.FindRow(""), 9U) << "a row without a description";
     EXPECT_EQ(m_table.FindRow(nullptr), 9U);
 }
@@ -338,12 +338,16 @@ TEST_F(StorageTable, MakesNoRowForATakenIndexNorForNoMount) {
     EXPECT_EQ(m_table.GetNumRows(), 2U);
     EXPECT_EQ(Descr(5), directory);
     EXPECT_EQ(Descr(6), "");
-    EXPECT_EQ(m_table.CreateNewRow(CVT::BObjectIdentifier(5)), nullptr);
+}
+
+TEST_F(StorageTable, ANewRowIsTheCallersUntilItIsInserted) {
     EXPECT_EQ(m_table.CreateNewRow(CVT::BObjectIdentifier(CVT::BString("7.7"))), nullptr);
-    const DHrStorageTable::Entry* const row = m_table.CreateNewRow(CVT::BObjectIdentifier(7));
-    ASSERT_NE(row, nullptr);
+    m_table.CreateDemoRow(7, nullptr);
+    const auto row = m_table.CreateNewRow(CVT::BObjectIdentifier(7));
+    ASSERT_NE(row, nullptr) << "whether the index is taken is not looked at";
     EXPECT_EQ(row->index, 7U);
     EXPECT_TRUE(row->type.IsEmpty());
+    EXPECT_EQ(m_table.GetNumRows(), 1U);
 }
 
 TEST_F(StorageTable, HasNoValueForARowThatIsNotThere) {
