@@ -264,7 +264,7 @@ TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
     m_tree->Command("mount", lines, "0.3");  // a dozen listings
     Start();
     CVT::BMibImpl& devices = *m_module->Group().HandlerAt(kDeviceTable);
-    while (devices.RequestLock().Wait(0) == CVT::kWaitSignalled) {
+    while (devices.RequestLock().Try()) {
         devices.RequestLock().Done();
         ASSERT_FALSE(devices.IsActive()) << "discovery was over before it was seen";
         CVT::TTimer().Sleep(1);
