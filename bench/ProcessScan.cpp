@@ -150,7 +150,7 @@ void ProcessScan(benchmark::State& state) {
     std::vector<double> scanTimes;
     std::vector<double> ratios;
     std::vector<double> listTimes;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         bareTimes.push_back(CpuOf([&] { bare.Run(); }));
         scanTimes.push_back(CpuOf(scan));
         ratios.push_back(scanTimes.back() / bareTimes.back());
@@ -174,7 +174,7 @@ void ProcessWalk(benchmark::State& state) {
     const unsigned int request = CVT::BRequestId::Next();
     table.vCheckUpDateTable(request);
     CVT::BVarBind at;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         at.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.4.2.1.2");
         while (table.GetNext(request, at) == CVT::noError && at.name[10] == 2) {
         }

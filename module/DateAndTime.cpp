@@ -45,6 +45,7 @@ void WriteDirection(long secondsWest, bool summer, unsigned char* out) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the signature is part of the module's interface
 void vFormat_DateAndTime(long* time, unsigned int* length, unsigned char* out) {
     ::tzset();
     std::tm local{};

@@ -11,7 +11,8 @@
 const char* ProcessFiles::PathOf(const char* file) {
     char* at = std::to_chars(m_path.data(), m_path.data() + m_path.size(), m_pid).ptr;
     *at++ = '/';
-    std::strcpy(at, file);
+    const std::size_t length = std::strlen(file);
+    std::copy_n(file, length + 1, at);
     return m_path.data();
 }
 

@@ -113,6 +113,7 @@ int DHrSystem::OnGet_HrSystemInitialLoadParameters(unsigned int /*requestId*/, C
 
 int DHrSystem::OnGet_HrSystemNumUsers(unsigned int /*requestId*/, unsigned int& value) {
     m_numUsers = 0;
+    // NOLINTBEGIN(concurrency-mt-unsafe): nothing else here reads utmp, and this runs under the request lock
     ::setutent();
     while (const utmp* const entry = ::getutent()) {
         if (entry->ut_type == USER_PROCESS) {
@@ -120,6 +121,7 @@ int DHrSystem::OnGet_HrSystemNumUsers(unsigned int /*requestId*/, unsigned int& 
         }
     }
     ::endutent();
+    // NOLINTEND(concurrency-mt-unsafe)
     value = m_numUsers;
     return CVT::noError;
 }

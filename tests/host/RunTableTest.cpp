@@ -220,7 +220,7 @@ TEST_F(RunTable, TakesAHostileNameAsFarAsItsLineGoes) {
     Process("2", Stat("2", "Web Content", 'S'));
     Process("3", Stat("3", "a)b(c", 'S'));
     Process("4", "4 (new\nline) R" + std::string(kStat) + "1 2\n");
-    Process("5", "5 (nu\0l) R"s + kStat + "1 2\n");
+    Process("5", std::string("5 (nu") + '\0' + "l) R" + kStat + "1 2\n");
     Process("6", Stat("6", "\xFF\xFE", 'S'));
     EXPECT_EQ(Text(2, "2"), "We");
     EXPECT_EQ(PerfNumber(1, "2"), 0);

@@ -29,7 +29,7 @@ TEST(LineScanner, ReadsFieldsUpToTheFirstThatIsNotThere) {
 }
 
 TEST(LineScanner, EndsALineAtItsFirstNul) {
-    LineScanner scanner(std::string_view("1\0002 3", 6));
+    LineScanner scanner(std::string_view("1\0002 3", 5));
     long number = 0;
     EXPECT_TRUE(scanner.Signed(number));
     EXPECT_EQ(number, 1);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -229,7 +230,7 @@ TEST(FormatParameters, KeepsALineFeedThatEndedTheReading) {
 /// The rule as it reads over a zeroed buffer of 512 octets with the C library's string functions.
 std::string ParametersInC(const std::string& read, const std::string& name) {
     char buffer[512] = {};
-    std::memcpy(buffer, read.data(), std::min<std::size_t>(read.size(), 511));
+    std::copy_n(read.data(), std::min<std::size_t>(read.size(), 511), buffer);
     std::string parameters;
     if (name != buffer) {
         if (buffer[0] != '.' && buffer[0] != '/') {
@@ -260,8 +261,9 @@ TEST(FormatParameters, FollowsTheRuleOnRandomCommandLines) {
             octet = random() % 8 != 0 ? 'a' : letters[random() % sizeof letters];
         }
         read.resize(std::min<std::size_t>(read.size(), 511));
-        const std::string name = read.substr(0, random() % 4);
-        EXPECT_EQ(FormatParameters(read, name.c_str()).View(), ParametersInC(read, name.c_str()));
+        const std::string start = read.substr(0, random() % 4);
+        const std::string name = start.substr(0, start.find('\0'));
+        EXPECT_EQ(FormatParameters(read, name).View(), ParametersInC(read, name));
     }
 }
 

@@ -145,7 +145,7 @@ TEST_F(MemoryProbe, SurvivesEveryTruncationOfAGoodFile) {
 }
 
 TEST_F(MemoryProbe, SurvivesNulsAndEndlessLines) {
-    EXPECT_EQ(PerKey(std::string("MemTotal:\0 1000 kB\nMemFree: 5\n", 31), 2), 0U);
+    EXPECT_EQ(PerKey(std::string("MemTotal:\0 1000 kB\nMemFree: 5\n", 30), 2), 0U);
     EXPECT_EQ(PerKey(std::string(1'000'000, 'M'), 2), 0U);
     EXPECT_EQ(PerLine(std::string(1'000'000, ':'), 2), 0U);
 }
