@@ -209,7 +209,7 @@ TEST_F(RunTable, MakesAnEmptyRowOfAStatFileThatOpensButCannotBeRead) {
 }
 
 TEST_F(RunTable, KeepsNothingOfALongerLineInAShorterOne) {
-    Process("7", Stat("7", "long", 'S'), "long\0" + std::string(400, 'a') + "\0tail\0"s, "12345678\n", "/a/long/path");
+    Process("7", Stat("7", "long", 'S'), "long\0"s + std::string(400, 'a') + "\0tail\0"s, "12345678\n", "/a/long/path");
     Process("8", Stat("8", "s", 'S'), "s\0"s, "1\n", "/");
     EXPECT_EQ(Text(5, "8"), "");
     EXPECT_EQ(Text(4, "8"), "/");
