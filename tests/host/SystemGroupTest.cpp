@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <utmp.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -22,8 +23,8 @@
 
 namespace {
 
-std::time_t s_now = 1710113445;  // 2024-03-10 23:30:45 UTC
-unsigned short s_procs = 321;
+std::time_t s_now = 1710113445;             // 2024-03-10 23:30:45 UTC
+std::atomic<unsigned short> s_procs = 321;  // read by the start-up as well
 std::vector<short> s_utmp;
 std::size_t s_nextUser = 0;
 std::vector<std::string> s_clockCommands;
