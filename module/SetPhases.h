@@ -4,7 +4,8 @@
 
 /// One phase of a SET of the value in `field`, which is null when the value's row is absent. Between the phases the value
 /// that was there is kept in the undo cell: made by the check, deleted by the release. `effect` is called by a commit
-/// before it stores the new value: when it throws, nothing is stored. What a group refuses beyond an absent row it refuses before it calls this.
+/// before it stores the new value: when it throws, nothing is stored. What a group refuses beyond an absent row it refuses
+/// before it calls this.
 ///
 /// Gives noError; inconsistentName, commitFailed or undoFailed for an absent row; genErr for a phase that is none.
 template <class T, class Effect>

@@ -162,7 +162,7 @@ Usage: cvtagentd [OPTION]...
 
   --check-config FILE  load FILE, print each fault in it on a line, and end: status 0 when there is none, or else 1
 
-  --agentx[=ADDRESS]   be the subagent of another agent: not available in this version
+  --agentx[=ADDRESS]   serve through another agent: not available in this version
   --user NAME          run as this user: not available in this version
   --create-user NAME   add an SNMPv3 user: not available in this version
 
