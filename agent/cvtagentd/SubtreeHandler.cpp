@@ -1,60 +1,14 @@
 #include "agent/cvtagentd/SubtreeHandler.h"
 
 #include <exception>
-#include <memory>
 #include <vector>
 
-#include "CVT/BSetCell.h"
+#include "agent/cvtagentd/SetRequests.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/StartError.h"
 #include "agent/cvtagentd/VarBinds.h"
 
 namespace agent {
-namespace {
-
-constexpr const char* kCellName = "cvtagentd.setCell";
-
-void Refuse(netsnmp_request_info* request, int status) {
-    const bool known = status > CVT::noError && status <= CVT::inconsistentName;
-    ::netsnmp_request_set_error(request, known ? status : SNMP_ERR_GENERR);
-}
-
-void DeleteCell(void* cell) { delete static_cast<CVT::BSetCell*>(cell); }
-
-/// Null when the varbind was not checked, because one before it was refused.
-CVT::BSetCell* CellOf(netsnmp_request_info* request) {
-    return static_cast<CVT::BSetCell*>(::netsnmp_request_get_list_data(request, kCellName));
-}
-
-void Commit(netsnmp_request_info* requests) {
-    for (netsnmp_request_info* request = requests; request != nullptr; request = request->next) {
-        CVT::BSetCell* const cell = CellOf(request);
-        const int status = cell == nullptr ? CVT::commitFailed : cell->Commit();
-        if (status != CVT::noError) {
-            Refuse(request, status);
-            return;  // the library goes on with the undo phase
-        }
-    }
-}
-
-void Undo(netsnmp_request_info* requests) {
-    for (netsnmp_request_info* request = requests; request != nullptr; request = request->next) {
-        CVT::BSetCell* const cell = CellOf(request);
-        if (cell != nullptr && cell->Undo() != CVT::noError) {
-            Refuse(request, CVT::undoFailed);
-        }
-    }
-}
-
-void Release(netsnmp_request_info* requests) {
-    for (netsnmp_request_info* request = requests; request != nullptr; request = request->next) {
-        if (CVT::BSetCell* const cell = CellOf(request); cell != nullptr) {
-            cell->Release();
-        }
-    }
-}
-
-}  // namespace
 
 SubtreeHandler::SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids) : m_group(group), m_ids(ids) {
     const std::vector<oid> root(group.Oid().Arcs().begin(), group.Oid().Arcs().end());
@@ -93,14 +47,11 @@ void SubtreeHandler::Answer(int mode, unsigned int requestId, Request* requests)
                 }
             }
             break;
-        case MODE_SET_RESERVE1: Check(requestId, requests); break;
-        case MODE_SET_ACTION: Commit(requests); break;
-        case MODE_SET_UNDO:
-            Undo(requests);
-            Release(requests);
-            break;
+        case MODE_SET_RESERVE1: SetRequests::Check(m_group, requestId, requests); break;
+        case MODE_SET_ACTION: SetRequests::Commit(requests); break;
+        case MODE_SET_UNDO: SetRequests::UndoAndRelease(requests); break;
         case MODE_SET_COMMIT:
-        case MODE_SET_FREE: Release(requests); break;
+        case MODE_SET_FREE: SetRequests::Release(requests); break;
         default: break;
     }
 }
@@ -109,11 +60,11 @@ void SubtreeHandler::Get(unsigned int requestId, Request& request) {
     VarBinds::ReadName(*request.requestvb, m_varBind.name);
     const int status = m_group.Get(requestId, m_varBind);
     if (status != CVT::noError) {
-        Refuse(&request, status);
+        VarBinds::Refuse(request, status);
     } else if (m_varBind.IsException()) {
         ::netsnmp_request_set_error(&request, m_varBind.type);  // an error in version 1: the library sees to it
     } else if (!VarBinds::WriteValue(m_varBind, *request.requestvb)) {
-        Refuse(&request, CVT::genErr);
+        VarBinds::Refuse(request, CVT::genErr);
     }
 }
 
@@ -126,7 +77,7 @@ void SubtreeHandler::GetNext(unsigned int requestId, Request& request) {
         return;
     }
     if (status != CVT::noError) {
-        Refuse(&request, status);
+        VarBinds::Refuse(request, status);
         return;
     }
     if (request.range_end != nullptr && !VarBinds::IsBefore(m_varBind.name, request.range_end, request.range_end_len)) {
@@ -134,26 +85,7 @@ void SubtreeHandler::GetNext(unsigned int requestId, Request& request) {
     }
     if (!VarBinds::WriteName(m_varBind.name, *request.requestvb) ||
         !VarBinds::WriteValue(m_varBind, *request.requestvb)) {
-        Refuse(&request, CVT::genErr);
-    }
-}
-
-/// Stops at the first varbind that is refused.
-void SubtreeHandler::Check(unsigned int requestId, Request* requests) {
-    for (Request* request = requests; request != nullptr; request = request->next) {
-        auto cell = std::make_unique<CVT::BSetCell>(m_group, requestId, VarBinds::ReadOffer(*request->requestvb));
-        const int status = cell->Check();
-        netsnmp_data_list* const node = ::netsnmp_create_data_list(kCellName, cell.get(), &DeleteCell);
-        if (node == nullptr) {
-            Refuse(request, CVT::resourceUnavailable);
-            return;
-        }
-        static_cast<void>(cell.release());  // the node owns it
-        ::netsnmp_request_add_list_data(request, node);
-        if (status != CVT::noError) {
-            Refuse(request, status);
-            return;
-        }
+        VarBinds::Refuse(request, CVT::genErr);
     }
 }
 

@@ -14,9 +14,8 @@ namespace agent {
 /// Answers the SNMP library's requests for one group of a module.
 ///
 /// The library calls it with one or more varbinds of one request that lie in the group's subtree, once for GET and for
-/// each step of GETNEXT (it turns GETBULK into such steps), once for each phase of a SET. A varbind of a SET is kept from
-/// phase to phase as a CVT::BSetCell among the data of the library's request: it is released when that goes, whatever has
-/// happened. Used by the thread that runs the library. The group and `ids` must outlive it.
+/// each step of GETNEXT (it turns GETBULK into such steps), once for each phase of a SET (SetRequests). Used by the thread
+/// that runs the library. The group and `ids` must outlive it.
 class SubtreeHandler {
 public:
     /// Registers the group's subtree. Throws StartError when the library refuses.
@@ -35,7 +34,6 @@ private:
     void Answer(int mode, unsigned int requestId, Request* requests);
     void Get(unsigned int requestId, Request& request);
     void GetNext(unsigned int requestId, Request& request);
-    void Check(unsigned int requestId, Request* requests);
 
     CVT::BMibImpl& m_group;
     RequestIds& m_ids;

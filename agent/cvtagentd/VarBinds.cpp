@@ -91,4 +91,9 @@ bool VarBinds::IsBefore(const CVT::BObjectIdentifier& name, const unsigned long*
     return ::snmp_oid_compare(wide.arcs.data(), wide.length, end, endLength) < 0;
 }
 
+void VarBinds::Refuse(netsnmp_request_info& request, int status) {
+    const bool known = status > CVT::noError && status <= CVT::inconsistentName;
+    ::netsnmp_request_set_error(&request, known ? status : SNMP_ERR_GENERR);
+}
+
 }  // namespace agent

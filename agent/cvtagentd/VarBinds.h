@@ -3,6 +3,7 @@
 #include "CVT/BVarBind.h"
 
 struct variable_list;
+struct netsnmp_request_info_s;
 
 namespace agent {
 
@@ -20,6 +21,9 @@ public:
     /// An empty object identifier goes out as 0.0, since BER has none. False when there is no memory, or `from` holds no
     /// value.
     static bool WriteValue(const CVT::BVarBind& from, variable_list& to);
+
+    /// Gives the request an error-status; genErr for what is none.
+    static void Refuse(netsnmp_request_info_s& request, int status);
 
     /// Whether `name` lies before an OID of the library's.
     static bool IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength);

@@ -1,0 +1,70 @@
+#include "agent/cvtagentd/SetRequests.h"
+
+#include <memory>
+
+#include "CVT/BSetCell.h"
+#include "agent/cvtagentd/SnmpHeaders.h"
+#include "agent/cvtagentd/VarBinds.h"
+
+namespace agent {
+namespace {
+
+constexpr const char* kCellName = "cvtagentd.setCell";
+
+void DeleteCell(void* cell) { delete static_cast<CVT::BSetCell*>(cell); }
+
+/// Null when the varbind was not checked, because one before it was refused.
+CVT::BSetCell* CellOf(netsnmp_request_info* request) {
+    return static_cast<CVT::BSetCell*>(::netsnmp_request_get_list_data(request, kCellName));
+}
+
+}  // namespace
+
+void SetRequests::Check(CVT::BMibImpl& group, unsigned int requestId, Request* requests) {
+    for (Request* request = requests; request != nullptr; request = request->next) {
+        auto cell = std::make_unique<CVT::BSetCell>(group, requestId, VarBinds::ReadOffer(*request->requestvb));
+        const int status = cell->Check();
+        netsnmp_data_list* const node = ::netsnmp_create_data_list(kCellName, cell.get(), &DeleteCell);
+        if (node == nullptr) {
+            VarBinds::Refuse(*request, CVT::resourceUnavailable);
+            return;
+        }
+        static_cast<void>(cell.release());  // the node owns it
+        ::netsnmp_request_add_list_data(request, node);
+        if (status != CVT::noError) {
+            VarBinds::Refuse(*request, status);
+            return;
+        }
+    }
+}
+
+void SetRequests::Commit(Request* requests) {
+    for (Request* request = requests; request != nullptr; request = request->next) {
+        CVT::BSetCell* const cell = CellOf(request);
+        const int status = cell == nullptr ? CVT::commitFailed : cell->Commit();
+        if (status != CVT::noError) {
+            VarBinds::Refuse(*request, status);
+            return;
+        }
+    }
+}
+
+void SetRequests::UndoAndRelease(Request* requests) {
+    for (Request* request = requests; request != nullptr; request = request->next) {
+        CVT::BSetCell* const cell = CellOf(request);
+        if (cell != nullptr && cell->Undo() != CVT::noError) {
+            VarBinds::Refuse(*request, CVT::undoFailed);
+        }
+    }
+    Release(requests);
+}
+
+void SetRequests::Release(Request* requests) {
+    for (Request* request = requests; request != nullptr; request = request->next) {
+        if (CVT::BSetCell* const cell = CellOf(request); cell != nullptr) {
+            cell->Release();
+        }
+    }
+}
+
+}  // namespace agent
