@@ -15,16 +15,17 @@ struct Finish {
     Finish(const Finish&) = delete;
     Finish& operator=(const Finish&) = delete;
     ~Finish() {
+        s_finished.store(true);  // first: a host that sees gbReady may close, which looks at both
         gbReady.store(true);
-        s_finished.store(true);
     }
 };
 
 }  // namespace
 
 void InitThread::Launch() {
+    auto* const thread = new InitThread;
     s_finished.store(false);
-    if (!(new InitThread)->Start(0, 0)) {
+    if (!thread->Start(0, 0)) {
         BringUp();
     }
 }

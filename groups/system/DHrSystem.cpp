@@ -104,8 +104,9 @@ int DHrSystem::OnGet_HrSystemInitialLoadDevice(unsigned int /*requestId*/, int& 
 int DHrSystem::OnGet_HrSystemInitialLoadParameters(unsigned int /*requestId*/, CVT::BOctetString& value) {
     if (const DHostFile file = OpenHostFile("/proc/cmdline")) {
         std::array<char, 1024> line{};
-        ReadLine(file.get(), line);
-        m_initialLoadParameters.Assign(line.data(), line.data() + std::strlen(line.data()));
+        if (ReadLine(file.get(), line)) {
+            m_initialLoadParameters.Assign(line.data(), line.data() + std::strlen(line.data()));
+        }
     }
     value = m_initialLoadParameters;
     return CVT::noError;

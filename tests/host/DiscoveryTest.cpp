@@ -221,6 +221,18 @@ TEST_F(DeviceDiscovery, CountsOnInANewModuleOfTheSameProcess) {
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.4.1.1.11").integer, 4);
 }
 
+TEST_F(DeviceDiscovery, GivesTheSystemItsInitialLoadDeviceByThePlaceOfTheFirstDiskNotByItsIndex) {
+    LayHost("board");
+    StartUp();
+    const char* const initialLoadDevice = "1.3.6.1.2.1.25.1.3.0";
+    EXPECT_EQ(Get(m_engine, initialLoadDevice).integer, 6);
+    m_engine.Remove(m_module->Group());
+    m_module->Close();
+    StartUp();
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.2.1.1.14").integer, 14) << "the disk";
+    EXPECT_EQ(Get(m_engine, initialLoadDevice).integer, 6);
+}
+
 TEST_F(DeviceDiscovery, HasNoInstanceUnderTheIndexOfAnotherKindOfDevice) {
     LayHost("board");
     StartUp();

@@ -170,6 +170,11 @@ TEST_F(SystemGroup, AnUndoRestoresTheValueButNotTheClock) {
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode::Commit, &undo, date), 0);
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode::Undo, &undo, date), 0);
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode::Release, &undo, date), 0);
+    void* served = nullptr;  // what a check saves is the value that was served last
+    EXPECT_EQ(group.Set(2, CVT::ESnmpSetOpCode::CheckAndSave, &served, date), 0);
+    EXPECT_EQ(static_cast<const CVT::BOctetString*>(served)->View(),
+              std::string_view("\x07\xE8\x03\x0A\x17\x1E\x2D\x00+\x00\x00", 11));
+    EXPECT_EQ(group.Set(2, CVT::ESnmpSetOpCode::Release, &served, date), 0);
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode{7}, &undo, date), 5);
     EXPECT_EQ(s_clockCommands, (std::vector<std::string>{"date -s 010100002024 > /dev/nul"}));
 }
@@ -205,6 +210,8 @@ TEST_F(SystemGroup, KeepsTheLineFeedOfTheLoadParametersAndCutsThemAt1023Octets) 
     EXPECT_EQ(Column(4).octets.View(), std::string(1022, 'x') + "\n");
     m_host->Cover("/proc/cmdline", std::string(2000, 'y') + "\n");
     EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y'));
+    m_host->Cover("/proc/cmdline", "");
+    EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y')) << "nor does a file without a line change it";
     m_host->Empty("/proc");
     EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y')) << "what cannot be read keeps its value";
 }

@@ -12,6 +12,7 @@
 
 #include "CVT/BMibScalarGroupImpl.h"
 #include "CVT/TThread.h"
+#include "groups/system/DHrSystem.h"
 #include "module/EntryPoints.h"
 #include "module/HandlerWalk.h"
 #include "module/InitThread.h"
@@ -100,6 +101,16 @@ TEST_F(DCVHostTest, WithTheSystemGroupOnlyLeavesAllOtherPlacesEmptyAndItsWalksPa
     EXPECT_TRUE(host.HandlerAt(0)->IsActive());
     EXPECT_EQ(host.Cleanup(), 0U);
     EXPECT_FALSE(host.HandlerAt(0)->IsActive());
+}
+
+TEST_F(DCVHostTest, WithTheSystemGroupOnlyTakesTheFirstDeviceForTheInitialLoadDevice) {
+    CountedStore store;
+    DCVHost host(&store, true);
+    gpCVHost = &host;
+    int device = 0;
+    EXPECT_EQ(static_cast<DHrSystem*>(host.HandlerAt(0))->OnGet_HrSystemInitialLoadDevice(1, device), 0);
+    gpCVHost = nullptr;
+    EXPECT_EQ(device, 1);
 }
 
 TEST_F(DCVHostTest, BringsItsGroupsUpAndDown) {
