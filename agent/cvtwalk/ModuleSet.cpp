@@ -49,7 +49,6 @@ bool ModuleSet::StartOne(ExtensionModule& module, std::string& error) {
     if (!module.Start(nullptr, error)) {
         return false;
     }
-    ++m_started;
     if (!m_engine.Add(module.Group())) {
         error = "the module " + module.File() + " serves a subtree that another module serves already";
         return false;
@@ -70,14 +69,14 @@ bool ModuleSet::WaitUntilReady(unsigned int milliseconds, std::string& error) co
 }
 
 bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
-    for (; m_started > 0; --m_started) {
-        ExtensionModule& module = *m_modules[m_started - 1];
-        m_engine.Remove(module.Group());
-        if (!module.Close(milliseconds)) {
-            error =
-                "the module " + module.File() + " did not close within " + std::to_string(milliseconds / 1000) + " s";
-            return false;
+    for (const auto& module : m_modules) {
+        if (module->IsStarted()) {
+            m_engine.Remove(module->Group());
         }
+    }
+    if (!ExtensionModule::CloseAll(m_modules, milliseconds)) {
+        error = "the modules did not close within " + std::to_string(milliseconds / 1000) + " s";
+        return false;
     }
     m_modules.clear();
     return true;

@@ -26,8 +26,8 @@ public:
     /// Waits up to `milliseconds` until all are ready. False, with `error`, when one is not: it cannot be closed then.
     bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
     CVT::BMibEngine& Engine() { return m_engine; }
-    /// Closes the modules, the last first, each within `milliseconds`. False, with `error`, when one does not end: its
-    /// code may still run, so that only std::_Exit is safe.
+    /// Closes the modules, all within `milliseconds`. False, with `error`, when one does not end: its code may still run, so
+    /// that only std::_Exit is safe.
     bool Close(unsigned int milliseconds, std::string& error);
 
 private:
@@ -35,7 +35,6 @@ private:
     bool StartOne(ExtensionModule& module, std::string& error);
 
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
-    std::size_t m_started = 0;  // so many of them, from the first on
     CVT::BMibEngine m_engine;
 };
 

@@ -8,13 +8,14 @@
 
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tests/support/ScratchFolder.h"
 
 namespace agent_test {
 
@@ -116,40 +117,6 @@ private:
 struct Outcome {
     int status = -1;
     std::string output;
-};
-
-/// A folder of its own for a test, removed with all that is in it.
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        std::string pattern = std::filesystem::temp_directory_path() / "cvtagentd-test-XXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a folder for the test");
-        }
-        m_path = pattern;
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
-    const std::string& Path() const { return m_path; }
-
-    /// Gives the new file's name.
-    std::string Write(const std::string& name, const std::string& content) const {
-        std::ofstream(*this / name, std::ios::binary) << content;
-        return *this / name;
-    }
-    std::string MakeFolder(const std::string& name) const {
-        std::filesystem::create_directory(*this / name);
-        return *this / name;
-    }
-
-private:
-    std::string m_path;
 };
 
 /// Runs a program to its end.

@@ -13,6 +13,7 @@
 
 #include "tests/support/JsonValue.h"
 #include "tests/support/ProgramRun.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
 
@@ -49,18 +50,6 @@ void ExpectOneLine(const ProgramRun& run, int status, const std::string& part) {
     EXPECT_THAT(run.err, AllOf(StartsWith("cvtwalk: "), HasSubstr(part), EndsWith("\n")));
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
 }
-
-class ScratchDirectory {
-public:
-    ScratchDirectory() { EXPECT_NE(::mkdtemp(m_path), nullptr); }
-    ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-    ~ScratchDirectory() { std::filesystem::remove_all(m_path); }
-    std::string Path() const { return m_path; }
-
-private:
-    char m_path[32] = "/tmp/cvtwalk.XXXXXX";
-};
 
 TEST(Cvtwalk, PrintsEveryInstanceOfAModuleInOrder) {
     const ProgramRun run = WalkSample({});
@@ -163,7 +152,7 @@ TEST(Cvtwalk, ClosesTheModulesThatRunWhenALaterOneCannot) {
     const ProgramRun run = Walk({"--module", kOdd, "--module", kSample, "--module", "/nowhere/libNothing.so"},
                                 {{"ODD_MODULE_FAREWELL", "1"}});
     ExpectOneLine(run, 1, "cannot load the module /nowhere/libNothing.so");
-    ScratchDirectory scratch;
+    ScratchFolder scratch;
     const std::string copy = scratch.Path() + "/libCopy.so";
     std::filesystem::copy_file(kSample, copy);
     const ProgramRun taken =
@@ -279,7 +268,7 @@ TEST(Cvtwalk, PrintsWhatItGotAndSaysWhereAWalkBroke) {
 }
 
 TEST(Cvtwalk, LeavesNoFileInTheWorkingDirectory) {
-    const ScratchDirectory scratch;
+    const ScratchFolder scratch;
     const std::string module = ::access(kFirst.c_str(), R_OK) == 0 ? kFirst : kSample;
     const ProgramRun run = ProgramRun::Of({kProgram, "--module", module}, {}, scratch.Path());
     EXPECT_EQ(run.status, 0) << run.err;

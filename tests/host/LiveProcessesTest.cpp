@@ -22,6 +22,7 @@
 #include "CVT/BMibEngine.h"
 #include "CVT/TTimer.h"
 #include "tests/support/LoadedModule.h"
+#include "tests/support/ScratchFolder.h"
 #include "tests/support/Walk.h"
 
 namespace {
@@ -101,8 +102,6 @@ std::set<unsigned int> PidsInProc() {
 class LiveProcesses : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NE(::mkdtemp(m_directory), nullptr);
-        ASSERT_EQ(::chdir(m_directory), 0);
         m_module = std::make_unique<LoadedModule>();
         ASSERT_TRUE(m_module->IsLoaded());
         m_module->Init();
@@ -114,9 +113,6 @@ protected:
             m_module->Close();
             m_module.reset();
         }
-        ::unlink("CVHostPersist.txt");
-        EXPECT_EQ(::chdir("/"), 0);
-        EXPECT_EQ(::rmdir(m_directory), 0);
     }
 
     static void LetItScan() { s_now += 15; }
@@ -132,7 +128,7 @@ protected:
     CVT::BMibEngine m_engine;
 
 private:
-    char m_directory[32] = "/tmp/live.XXXXXX";
+    const WorkingFolder m_workingFolder;
     std::unique_ptr<LoadedModule> m_module;
 };
 

@@ -15,21 +15,12 @@
 #include "CVT/BMibEngine.h"
 #include "CVT/BRequestId.h"
 #include "tests/support/LoadedModule.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
 
 class LoadAndUnload : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_NE(::mkdtemp(m_directory), nullptr);
-        ASSERT_EQ(::chdir(m_directory), 0);
-    }
-    void TearDown() override {
-        ::unlink("CVHostPersist.txt");
-        EXPECT_EQ(::chdir("/"), 0);
-        EXPECT_EQ(::rmdir(m_directory), 0);
-    }
-
     static int EntriesOf(const char* directory) {
         int count = 0;
         DIR* const open = ::opendir(directory);
@@ -50,7 +41,7 @@ protected:
     }
 
 private:
-    char m_directory[32] = "/tmp/load.XXXXXX";
+    const WorkingFolder m_workingFolder;
 };
 
 TEST_F(LoadAndUnload, FindsItsSixNamesAndStartsWithNothing) {

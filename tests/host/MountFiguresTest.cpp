@@ -6,7 +6,6 @@
 #include <pthread.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -14,7 +13,6 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
@@ -25,6 +23,7 @@
 #include "CVT/TThread.h"
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
 
@@ -135,8 +134,6 @@ struct statfs Space(unsigned long blocks, unsigned long free) {
 class MountFigures : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NE(::mkdtemp(m_folder), nullptr);
-        m_mountTable = std::string(m_folder) + "/mtab";
         ETC_MNTTAB = m_mountTable.c_str();
         lastTableIndex = vVMemIndex = vMemIndex = 0;
         stLastMntFileStat = {};
@@ -146,7 +143,6 @@ protected:
     void TearDown() override {
         Release();
         EXPECT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
-        std::filesystem::remove_all(m_folder);
         ETC_MNTTAB = "/etc/mtab";
     }
 
@@ -188,8 +184,8 @@ protected:
     std::unique_ptr<DHrStorageTable> m_table = std::make_unique<DHrStorageTable>(nullptr);
 
 private:
-    char m_folder[32] = "/tmp/figures.XXXXXX";
-    std::string m_mountTable;
+    const ScratchFolder m_folder;
+    const std::string m_mountTable = m_folder / "mtab";
 };
 
 TEST_F(MountFigures, GiveEveryMagicNumberItsFileSystemType) {

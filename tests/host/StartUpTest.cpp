@@ -4,17 +4,16 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/sysinfo.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #include "CVT/TEvent.h"
 #include "tests/support/LoadedModule.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
 
@@ -61,16 +60,6 @@ namespace {
 
 class StartUp : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_NE(::mkdtemp(m_directory), nullptr);
-        ASSERT_EQ(::chdir(m_directory), 0);
-    }
-    void TearDown() override {
-        ::unlink("CVHostPersist.txt");
-        EXPECT_EQ(::chdir("/"), 0);
-        EXPECT_EQ(::rmdir(m_directory), 0);
-    }
-
     static int MemorySize(LoadedModule& module) {
         CVT::BVarBind varBind;
         varBind.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.2.2.0");
@@ -80,7 +69,7 @@ protected:
     }
 
 private:
-    char m_directory[32] = "/tmp/startup.XXXXXX";
+    const WorkingFolder m_workingFolder;
 };
 
 TEST_F(StartUp, InitReturnsAtOnceThoughAGroupIsSlowToComeUp) {

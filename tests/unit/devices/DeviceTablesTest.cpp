@@ -1,61 +1,29 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "CVT/TextualConventions.h"
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/devices/DHrDiskStorageTable.h"
 #include "groups/devices/DHrPartitionTable.h"
 #include "module/DCVHost.h"
+#include "tests/support/Declarations.h"
 
 namespace {
 
 CVT::BObjectIdentifier Oid(const char* dotted) { return CVT::BObjectIdentifier(CVT::BString(dotted)); }
-
-struct Declared {
-    const char* name;
-    unsigned int type;
-    unsigned int kind;
-};
-
-/// Read-only columns, numbered from 1.
-void ExpectColumns(const CVT::BRqHndlrEntry* columns, const std::vector<Declared>& declared) {
-    unsigned int subId = 0;
-    for (const Declared& wanted : declared) {
-        const CVT::BRqHndlrEntry& column = columns[subId++];
-        EXPECT_EQ(column.subId, subId);
-        EXPECT_STREQ(column.name, wanted.name);
-        EXPECT_EQ(column.type, wanted.type) << wanted.name;
-        EXPECT_EQ(column.valueKind, wanted.kind) << wanted.name;
-        EXPECT_EQ(column.access, 3U) << wanted.name;
-        EXPECT_EQ(column.set.index(), 0U) << wanted.name;
-    }
-    EXPECT_TRUE(columns[subId].IsEnd());
-}
-
-void ExpectConstraints(const CVT::BConstraintEntry* entries, const std::vector<CVT::BConstraintEntry>& wanted) {
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
-        EXPECT_EQ(entries[i].kind, wanted[i].kind) << i;
-        EXPECT_EQ(entries[i].column, wanted[i].column) << i;
-        EXPECT_STREQ(entries[i].label, wanted[i].label) << i;
-        EXPECT_EQ(entries[i].low, wanted[i].low) << i;
-        EXPECT_EQ(entries[i].high, wanted[i].high) << i;
-    }
-    EXPECT_EQ(entries[wanted.size()].kind, CVT::kEndOfConstraints);
-}
 
 TEST(DHrDeviceTable, IsRegisteredWithItsColumnsAndConstraints) {
     DHrDeviceTable table(nullptr);
     EXPECT_STREQ(table.Name().c_str(), "HOST-RESOURCES-MIB.hrDeviceTable");
     EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.2.1");
     EXPECT_STREQ(DHrDeviceTable::s_pszNVSection, "hrDeviceTable");
-    ExpectColumns(table.GetRqHndlrMap(), {{"hrDeviceIndex", 2, 1},
-                                          {"hrDeviceType", 6, 3},
-                                          {"hrDeviceDescr", 4, 5},
-                                          {"hrDeviceID", 6, 3},
-                                          {"hrDeviceStatus", 2, 1},
-                                          {"hrDeviceErrors", 0x41, 4}});
+    ExpectColumns(table.GetRqHndlrMap(), {{1, "hrDeviceIndex", 2, 3, 1},
+                                          {2, "hrDeviceType", 6, 3, 3},
+                                          {3, "hrDeviceDescr", 4, 3, 5},
+                                          {4, "hrDeviceID", 6, 3, 3},
+                                          {5, "hrDeviceStatus", 2, 3, 1},
+                                          {6, "hrDeviceErrors", 0x41, 3, 4}});
     ExpectConstraints(table.GetConstraintMap(), {{CVT::kRange, 1, nullptr, 1, 2147483647},
                                                  {CVT::kConvention, 3, CVT::cszDisplayString, 0, 64},
                                                  {CVT::kEnumeration, 5, nullptr, 0, 0},
@@ -118,10 +86,10 @@ TEST(DHrDiskStorageTable, IsRegisteredWithItsColumnsAndConstraints) {
     EXPECT_STREQ(table.Name().c_str(), "HOST-RESOURCES-MIB.hrDiskStorageTable");
     EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.6.1");
     EXPECT_STREQ(DHrDiskStorageTable::s_pszNVSection, "hrDiskStorageTable");
-    ExpectColumns(table.GetRqHndlrMap(), {{"hrDiskStorageAccess", 2, 1},
-                                          {"hrDiskStorageMedia", 2, 1},
-                                          {"hrDiskStorageRemoveble", 2, 1},
-                                          {"hrDiskStorageCapacity", 2, 1}});
+    ExpectColumns(table.GetRqHndlrMap(), {{1, "hrDiskStorageAccess", 2, 3, 1},
+                                          {2, "hrDiskStorageMedia", 2, 3, 1},
+                                          {3, "hrDiskStorageRemoveble", 2, 3, 1},
+                                          {4, "hrDiskStorageCapacity", 2, 3, 1}});
     ExpectConstraints(table.GetConstraintMap(), {{CVT::kEnumeration, 1, nullptr, 0, 0},
                                                  {CVT::kEnumValue, 0, "readWrite", 1, 0},
                                                  {CVT::kEnumValue, 0, "readOnly", 2, 0},
@@ -165,11 +133,11 @@ TEST(DHrPartitionTable, IsRegisteredWithItsColumnsAndConstraints) {
     EXPECT_STREQ(table.Name().c_str(), "HOST-RESOURCES-MIB.hrPartitionTable");
     EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.7.1");
     EXPECT_STREQ(DHrPartitionTable::s_pszNVSection, "hrPartitionTable");
-    ExpectColumns(table.GetRqHndlrMap(), {{"hrPartitionIndex", 2, 1},
-                                          {"hrPartitionLabel", 4, 2},
-                                          {"hrPartitionID", 4, 2},
-                                          {"hrPartitionSize", 2, 1},
-                                          {"hrPartitionFSIndex", 2, 1}});
+    ExpectColumns(table.GetRqHndlrMap(), {{1, "hrPartitionIndex", 2, 3, 1},
+                                          {2, "hrPartitionLabel", 4, 3, 2},
+                                          {3, "hrPartitionID", 4, 3, 2},
+                                          {4, "hrPartitionSize", 2, 3, 1},
+                                          {5, "hrPartitionFSIndex", 2, 3, 1}});
     ExpectConstraints(table.GetConstraintMap(), {{CVT::kRange, 1, nullptr, 1, 2147483647},
                                                  {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 128},
                                                  {CVT::kConvention, 4, DCVHost::cszKBytes, 0, 0},

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -16,31 +14,20 @@
 #include "module/EntryPoints.h"
 #include "module/HandlerWalk.h"
 #include "module/InitThread.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
-
-constexpr const char* kStoreFile = "CVHostPersist.txt";
 
 /// Each test runs in an empty working directory of its own.
 class DCVHostTest : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_NE(::mkdtemp(m_directory), nullptr);
-        ASSERT_EQ(::chdir(m_directory), 0);
-    }
-    void TearDown() override {
-        ::unlink(kStoreFile);
-        EXPECT_EQ(::chdir("/"), 0);
-        EXPECT_EQ(::rmdir(m_directory), 0);
-    }
-
     static bool StoreFileExists() {
         struct stat status {};
-        return ::stat(kStoreFile, &status) == 0;
+        return ::stat(WorkingFolder::kStoreFile, &status) == 0;
     }
 
 private:
-    char m_directory[32] = "/tmp/dcvhost.XXXXXX";
+    const WorkingFolder m_workingFolder;
 };
 
 class CountedStore final : public CVT::INonVolatile {

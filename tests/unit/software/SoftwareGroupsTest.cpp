@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <vector>
+#include <string_view>
 
 #include "groups/software/DHrSWInstalled.h"
 #include "groups/software/DHrSWInstalledTable.h"
@@ -10,49 +8,9 @@
 #include "groups/software/DHrSWRunPerfTable.h"
 #include "groups/software/DHrSWRunTable.h"
 #include "module/DCVHost.h"
+#include "tests/support/Declarations.h"
 
 namespace {
-
-struct ExpectedColumn {
-    unsigned int subId;
-    const char* name;
-    unsigned int type;
-    unsigned int access;
-    unsigned int valueKind;
-};
-
-void ExpectColumns(const CVT::BRqHndlrEntry* entry, const std::vector<ExpectedColumn>& expected) {
-    for (const ExpectedColumn& column : expected) {
-        EXPECT_EQ(entry->subId, column.subId);
-        EXPECT_STREQ(entry->name, column.name);
-        EXPECT_EQ(entry->type, column.type) << column.name;
-        EXPECT_EQ(entry->access, column.access) << column.name;
-        EXPECT_EQ(entry->valueKind, column.valueKind) << column.name;
-        EXPECT_EQ(entry->IsWritable(), column.access == 4) << column.name;
-        ++entry;
-    }
-    EXPECT_TRUE(entry->IsEnd());
-}
-
-struct ExpectedConstraint {
-    unsigned int kind;
-    unsigned int column;
-    std::string label;
-    int low;
-    int high;
-};
-
-void ExpectConstraints(const CVT::BConstraintEntry* entry, const std::vector<ExpectedConstraint>& expected) {
-    for (const ExpectedConstraint& constraint : expected) {
-        EXPECT_EQ(entry->kind, constraint.kind);
-        EXPECT_EQ(entry->column, constraint.column);
-        EXPECT_EQ(entry->label == nullptr ? "" : entry->label, constraint.label);
-        EXPECT_EQ(entry->low, constraint.low);
-        EXPECT_EQ(entry->high, constraint.high);
-        ++entry;
-    }
-    EXPECT_EQ(entry->kind, 0U);
-}
 
 constexpr int kMax = 2147483647;
 
@@ -62,7 +20,7 @@ TEST(DHrSWRun, DeclaresItsColumnAndConstraint) {
     EXPECT_EQ(group.Oid().ToString(), CVT::BString("1.3.6.1.2.1.25.4"));
     EXPECT_STREQ(DHrSWRun::s_pszNVSection, "hrSWRun");
     ExpectColumns(DHrSWRun::s_rqhndlrEntries, {{1, "hrSWOSIndex", 2, 3, 1}});
-    ExpectConstraints(DHrSWRun::s_sonstraintEntries, {{4, 1, "", 1, kMax}});
+    ExpectConstraints(DHrSWRun::s_sonstraintEntries, {{4, 1, nullptr, 1, kMax}});
 }
 
 TEST(DHrSWRun, GivesTheIndexOneOnceItIsUp) {
@@ -89,16 +47,16 @@ TEST(DHrSWRunTable, DeclaresItsColumnsAndConstraints) {
                                                     {5, "hrSWRunParameters", 4, 3, 2},
                                                     {6, "hrSWRunType", 2, 3, 1},
                                                     {7, "hrSWRunStatus", 2, 4, 1}});
-    ExpectConstraints(DHrSWRunTable::s_sonstraintEntries, {{4, 1, "", 1, kMax},
+    ExpectConstraints(DHrSWRunTable::s_sonstraintEntries, {{4, 1, nullptr, 1, kMax},
                                                            {5, 2, "InternationalDisplayString", 0, 64},
                                                            {5, 4, "InternationalDisplayString", 0, 128},
                                                            {5, 5, "InternationalDisplayString", 0, 128},
-                                                           {1, 6, "", 0, 0},
+                                                           {1, 6, nullptr, 0, 0},
                                                            {3, 0, "unknown", 1, 0},
                                                            {3, 0, "operatingSystem", 2, 0},
                                                            {3, 0, "deviceDriver", 3, 0},
                                                            {3, 0, "application", 4, 0},
-                                                           {1, 7, "", 0, 0},
+                                                           {1, 7, nullptr, 0, 0},
                                                            {3, 0, "running", 1, 0},
                                                            {3, 0, "runnable", 2, 0},
                                                            {3, 0, "notRunnable", 3, 0},
@@ -129,7 +87,7 @@ TEST(DHrSWRunPerfTable, DeclaresItsColumnsAndConstraints) {
     EXPECT_EQ(table.Oid().ToString(), CVT::BString("1.3.6.1.2.1.25.5.1.1"));
     ExpectColumns(DHrSWRunPerfTable::s_rqhndlrEntries,
                   {{1, "hrSWRunPerfCPU", 2, 3, 1}, {2, "hrSWRunPerfMem", 2, 3, 1}});
-    ExpectConstraints(DHrSWRunPerfTable::s_sonstraintEntries, {{4, 1, "", 0, kMax}, {5, 2, "KBytes", 0, 0}});
+    ExpectConstraints(DHrSWRunPerfTable::s_sonstraintEntries, {{4, 1, nullptr, 0, kMax}, {5, 2, "KBytes", 0, 0}});
 }
 
 TEST(DHrSWRunPerfTable, SharesTheLockAndTheIndexesOfTheRunTable) {
@@ -180,9 +138,9 @@ TEST(DHrSWInstalledTable, DeclaresItsColumnsWithoutTheIdentifierAndItsConstraint
                                                           {2, "hrSWInstalledName", 4, 3, 2},
                                                           {4, "hrSWInstalledType", 2, 3, 1},
                                                           {5, "hrSWInstalledDate", 4, 3, 2}});
-    ExpectConstraints(DHrSWInstalledTable::s_sonstraintEntries, {{4, 1, "", 1, kMax},
+    ExpectConstraints(DHrSWInstalledTable::s_sonstraintEntries, {{4, 1, nullptr, 1, kMax},
                                                                  {5, 2, "InternationalDisplayString", 0, 64},
-                                                                 {1, 4, "", 0, 0},
+                                                                 {1, 4, nullptr, 0, 0},
                                                                  {3, 0, "unknown", 1, 0},
                                                                  {3, 0, "operatingSystem", 2, 0},
                                                                  {3, 0, "deviceDriver", 3, 0},

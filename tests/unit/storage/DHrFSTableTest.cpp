@@ -4,11 +4,10 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "CVT/TextualConventions.h"
 #include "module/DCVHost.h"
+#include "tests/support/Declarations.h"
 
 namespace {
 
@@ -28,60 +27,28 @@ TEST(DHrFSTable, IsRegisteredUnderItsNameAndOid) {
 }
 
 TEST(DHrFSTable, DeclaresItsNineColumns) {
-    struct Declared {
-        const char* name;
-        unsigned int type;
-        unsigned int access;
-        unsigned int kind;
-    };
-    const std::vector<Declared> declared = {
-        {"hrFSIndex", 2, 3, 1},
-        {"hrFSMountPoint", 4, 3, 2},
-        {"hrFSRemoteMountPoint", 4, 3, 2},
-        {"hrFSType", 6, 3, 3},
-        {"hrFSAccess", 2, 3, 1},
-        {"hrFSBootable", 2, 3, 1},
-        {"hrFSStorageIndex", 2, 3, 1},
-        {"hrFSLastFullBackupDate", 4, 4, 2},
-        {"hrFSLastPartialBackupDate", 4, 4, 2},
-    };
-    unsigned int subId = 0;
-    for (const Declared& wanted : declared) {
-        const CVT::BRqHndlrEntry& column = DHrFSTable::s_rqhndlrEntries[subId++];
-        EXPECT_EQ(column.subId, subId);
-        EXPECT_STREQ(column.name, wanted.name);
-        EXPECT_EQ(column.type, wanted.type) << wanted.name;
-        EXPECT_EQ(column.access, wanted.access) << wanted.name;
-        EXPECT_EQ(column.valueKind, wanted.kind) << wanted.name;
-        EXPECT_NE(column.get.index(), 0U) << wanted.name;
-        EXPECT_EQ(column.set.index() != 0, wanted.access == 4U) << wanted.name;
-    }
-    EXPECT_TRUE(DHrFSTable::s_rqhndlrEntries[subId].IsEnd());
+    ExpectColumns(DHrFSTable::s_rqhndlrEntries, {{1, "hrFSIndex", 2, 3, 1},
+                                                 {2, "hrFSMountPoint", 4, 3, 2},
+                                                 {3, "hrFSRemoteMountPoint", 4, 3, 2},
+                                                 {4, "hrFSType", 6, 3, 3},
+                                                 {5, "hrFSAccess", 2, 3, 1},
+                                                 {6, "hrFSBootable", 2, 3, 1},
+                                                 {7, "hrFSStorageIndex", 2, 3, 1},
+                                                 {8, "hrFSLastFullBackupDate", 4, 4, 2},
+                                                 {9, "hrFSLastPartialBackupDate", 4, 4, 2}});
 }
 
 TEST(DHrFSTable, ConstrainsItsColumns) {
-    const std::vector<CVT::BConstraintEntry> wanted = {
-        {4, 1, nullptr, 1, 2147483647},
-        {5, 2, DCVHost::cszInternationalDisplayString, 0, 128},
-        {5, 3, DCVHost::cszInternationalDisplayString, 0, 128},
-        {1, 5, nullptr, 0, 0},
-        {3, 0, "readWrite", 1, 0},
-        {3, 0, "readOnly", 2, 0},
-        {2, 6, CVT::cszTruthValue, 0, 0},
-        {4, 7, nullptr, 0, 2147483647},
-        {5, 8, CVT::cszDateAndTime, 0, 0},
-        {5, 9, CVT::cszDateAndTime, 0, 0},
-        {0, 0, nullptr, 0, 0},
-    };
-    const CVT::BConstraintEntry* entry = DHrFSTable::s_sonstraintEntries;
-    for (const CVT::BConstraintEntry& constraint : wanted) {
-        EXPECT_EQ(entry->kind, constraint.kind);
-        EXPECT_EQ(entry->column, constraint.column);
-        EXPECT_STREQ(entry->label, constraint.label);
-        EXPECT_EQ(entry->low, constraint.low);
-        EXPECT_EQ(entry->high, constraint.high);
-        ++entry;
-    }
+    ExpectConstraints(DHrFSTable::s_sonstraintEntries, {{4, 1, nullptr, 1, 2147483647},
+                                                        {5, 2, DCVHost::cszInternationalDisplayString, 0, 128},
+                                                        {5, 3, DCVHost::cszInternationalDisplayString, 0, 128},
+                                                        {1, 5, nullptr, 0, 0},
+                                                        {3, 0, "readWrite", 1, 0},
+                                                        {3, 0, "readOnly", 2, 0},
+                                                        {2, 6, CVT::cszTruthValue, 0, 0},
+                                                        {4, 7, nullptr, 0, 2147483647},
+                                                        {5, 8, CVT::cszDateAndTime, 0, 0},
+                                                        {5, 9, CVT::cszDateAndTime, 0, 0}});
 }
 
 TEST(DHrFSTable, MakesARowWithTheDefaultsThatDiscoveryLaterFills) {

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <climits>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <utility>
@@ -16,6 +15,8 @@
 #include "CVT/TextualConventions.h"
 #include "groups/storage/MemoryProbe.h"
 #include "module/DCVHost.h"
+#include "tests/support/Declarations.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
 
@@ -25,22 +26,14 @@ using CVT::ESnmpSetOpCode;
 class StorageTable : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NE(::mkdtemp(m_folder), nullptr);
-        m_mountTable = Path("mtab");
         ETC_MNTTAB = m_mountTable.c_str();
         lastTableIndex = vVMemIndex = vMemIndex = 0;
         stLastMntFileStat = {};
     }
-    void TearDown() override {
-        ETC_MNTTAB = "/etc/mtab";
-        std::filesystem::remove_all(m_folder);
-    }
+    void TearDown() override { ETC_MNTTAB = "/etc/mtab"; }
 
-    std::string Path(const std::string& name) const { return std::string(m_folder) + "/" + name; }
-    std::string Directory(const std::string& name) const {
-        std::filesystem::create_directory(Path(name));
-        return Path(name);
-    }
+    std::string Path(const std::string& name) const { return m_folder / name; }
+    std::string Directory(const std::string& name) const { return m_folder.MakeFolder(name); }
     /// Writes the mount table, each time with times that were not there before.
     void Write(const std::string& lines) {
         std::ofstream(m_mountTable) << lines;
@@ -75,8 +68,8 @@ protected:
     DHrStorageTable m_table{nullptr};
 
 private:
-    char m_folder[32] = "/tmp/storage.XXXXXX";
-    std::string m_mountTable;
+    const ScratchFolder m_folder;
+    const std::string m_mountTable = m_folder / "mtab";
     time_t m_time = 1'000'000'000;
 };
 
@@ -90,49 +83,21 @@ TEST_F(StorageTable, IsRegisteredUnderItsNameAndOid) {
 }
 
 TEST_F(StorageTable, DeclaresItsSevenColumns) {
-    struct Declared {
-        const char* name;
-        unsigned int type;
-        unsigned int access;
-        unsigned int kind;
-    };
-    const std::vector<Declared> declared = {
-        {"hrStorageIndex", 2, 3, 1},
-        {"hrStorageType", 6, 3, 3},
-        {"hrStorageDescr", 4, 3, 5},
-        {"hrStorageAllocationUnits", 2, 3, 1},
-        {"hrStorageSize", 2, 4, 1},
-        {"hrStorageUsed", 2, 3, 1},
-        {"hrStorageAllocationFailures", 0x41, 3, 4},
-    };
-    unsigned int subId = 0;
-    for (const Declared& wanted : declared) {
-        const CVT::BRqHndlrEntry& column = DHrStorageTable::s_rqhndlrEntries[subId++];
-        EXPECT_EQ(column.subId, subId);
-        EXPECT_STREQ(column.name, wanted.name);
-        EXPECT_EQ(column.type, wanted.type) << wanted.name;
-        EXPECT_EQ(column.access, wanted.access) << wanted.name;
-        EXPECT_EQ(column.valueKind, wanted.kind) << wanted.name;
-        EXPECT_NE(column.get.index(), 0U) << wanted.name;
-        EXPECT_EQ(column.set.index() != 0, wanted.access == 4U) << wanted.name;
-    }
-    EXPECT_TRUE(DHrStorageTable::s_rqhndlrEntries[subId].IsEnd());
+    ExpectColumns(DHrStorageTable::s_rqhndlrEntries, {{1, "hrStorageIndex", 2, 3, 1},
+                                                      {2, "hrStorageType", 6, 3, 3},
+                                                      {3, "hrStorageDescr", 4, 3, 5},
+                                                      {4, "hrStorageAllocationUnits", 2, 3, 1},
+                                                      {5, "hrStorageSize", 2, 4, 1},
+                                                      {6, "hrStorageUsed", 2, 3, 1},
+                                                      {7, "hrStorageAllocationFailures", 0x41, 3, 4}});
 }
 
 TEST_F(StorageTable, ConstrainsItsColumns) {
-    const std::vector<CVT::BConstraintEntry> wanted = {
-        {4, 1, nullptr, 1, 2147483647}, {5, 3, CVT::cszDisplayString, 0, 0}, {4, 4, nullptr, 1, 2147483647},
-        {4, 5, nullptr, 0, 2147483647}, {4, 6, nullptr, 0, 2147483647},      {0, 0, nullptr, 0, 0},
-    };
-    const CVT::BConstraintEntry* entry = DHrStorageTable::s_sonstraintEntries;
-    for (const CVT::BConstraintEntry& constraint : wanted) {
-        EXPECT_EQ(entry->kind, constraint.kind);
-        EXPECT_EQ(entry->column, constraint.column);
-        EXPECT_EQ(entry->label, constraint.label);
-        EXPECT_EQ(entry->low, constraint.low);
-        EXPECT_EQ(entry->high, constraint.high);
-        ++entry;
-    }
+    ExpectConstraints(DHrStorageTable::s_sonstraintEntries, {{4, 1, nullptr, 1, 2147483647},
+                                                             {5, 3, CVT::cszDisplayString, 0, 0},
+                                                             {4, 4, nullptr, 1, 2147483647},
+                                                             {4, 5, nullptr, 0, 2147483647},
+                                                             {4, 6, nullptr, 0, 2147483647}});
 }
 
 TEST_F(StorageTable, ListsFileSystemsThenVirtualThenPhysicalMemory) {

@@ -4,6 +4,7 @@
 #include <sys/sysinfo.h>
 
 #include "module/DCVHost.h"
+#include "tests/support/Declarations.h"
 
 namespace {
 
@@ -16,25 +17,8 @@ TEST(DHrStorage, IsRegisteredUnderItsNameAndOid) {
 }
 
 TEST(DHrStorage, DeclaresItsOneColumn) {
-    const CVT::BRqHndlrEntry& column = DHrStorage::s_rqhndlrEntries[0];
-    EXPECT_EQ(column.subId, 2U);
-    EXPECT_STREQ(column.name, "hrMemorySize");
-    EXPECT_EQ(column.type, 2U);
-    EXPECT_EQ(column.access, 3U);
-    EXPECT_EQ(column.valueKind, 1U);
-    EXPECT_EQ(column.reserved, 0U);
-    EXPECT_NE(column.get.index(), 0U);
-    EXPECT_EQ(column.set.index(), 0U);
-    EXPECT_TRUE(DHrStorage::s_rqhndlrEntries[1].IsEnd());
-}
-
-TEST(DHrStorage, ConstrainsItsColumnByTheConventionForKilobytes) {
-    const CVT::BConstraintEntry& constraint = DHrStorage::s_sonstraintEntries[0];
-    EXPECT_EQ(constraint.kind, 5U);
-    EXPECT_EQ(constraint.column, 2U);
-    EXPECT_EQ(constraint.label, DCVHost::cszKBytes);
-    EXPECT_EQ(constraint.high, 0);
-    EXPECT_EQ(DHrStorage::s_sonstraintEntries[1].kind, 0U);
+    ExpectColumns(DHrStorage::s_rqhndlrEntries, {{2, "hrMemorySize", 2, 3, 1}});
+    ExpectConstraints(DHrStorage::s_sonstraintEntries, {{5, 2, DCVHost::cszKBytes, 0, 0}});
 }
 
 TEST(DHrStorage, AnswersZeroBeforeItComesUpAndThisHostsMemoryAfterwards) {
