@@ -187,6 +187,22 @@ TEST_P(ImageOf, IsMeasuredWhileItIsMountedAndKeepsItsRowAfterwards) {
 
 INSTANTIATE_TEST_SUITE_P(EachType, ImageOf, testing::Values("ext4", "xfs", "btrfs"));
 
+TEST_F(RealMounts, KeepTheirRowsWhenUnmountedWhichThenShowTheUseOfTheBareDirectory) {
+    const std::string directory = Directory("ramfs");
+    ASSERT_TRUE(Mount("ramfs", directory));
+    StartModule();
+    const int row = RowOf(directory);
+    ASSERT_NE(row, 0);
+    EXPECT_EQ(Used(row), 0) << "a ramfs counts no blocks";
+    const int units = Units(row);
+    ASSERT_EQ(::umount2(directory.c_str(), 0), 0);
+    m_mounts.clear();
+    EXPECT_EQ(RowOf(directory), row);
+    EXPECT_GT(Used(row), 0);
+    EXPECT_EQ(Size(row), 0) << "measured when the row was made";
+    EXPECT_EQ(Units(row), units);
+}
+
 TEST_F(RealMounts, OfAnOverlayAreMeasured) {
     const std::string base = Directory("base");
     if (!Mount("tmpfs", base)) {
