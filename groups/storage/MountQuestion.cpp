@@ -93,33 +93,30 @@ private:
 
 namespace {
 
-/// The directories whose last question was left behind, each with a way to see whether it has come back. Cleared by those
-/// who ask again: what is left behind must not reach for anything of the module.
+/// The directories whose questions were left behind, each with a way to see whether it has come back. Several who asked at
+/// once may all be stuck, and each counts. Cleared by those who ask again: what is left behind must not reach for anything
+/// of the module.
 class LeftBehind {
 public:
     using HasReturned = std::function<bool()>;
 
     void Add(const std::string& directory, HasReturned hasReturned) {
         const CVT::TMutex::Guard guard(m_lock);
-        m_questions.insert_or_assign(directory, std::move(hasReturned));
+        m_questions.emplace(directory, std::move(hasReturned));
     }
 
     bool Has(const std::string& directory) {
         const CVT::TMutex::Guard guard(m_lock);
-        const auto question = m_questions.find(directory);
-        if (question == m_questions.end()) {
-            return false;
+        auto [question, end] = m_questions.equal_range(directory);
+        while (question != end && question->second()) {
+            question = m_questions.erase(question);
         }
-        if (!question->second()) {
-            return true;
-        }
-        m_questions.erase(question);
-        return false;
+        return question != end;
     }
 
 private:
     CVT::TMutex m_lock{false};
-    std::map<std::string, HasReturned> m_questions CVT_GUARDED_BY(m_lock);
+    std::multimap<std::string, HasReturned> m_questions CVT_GUARDED_BY(m_lock);
 };
 
 LeftBehind s_leftBehind;

@@ -14,7 +14,8 @@ struct DMountFigures {
 
 /// One question to a mounted file system, which is given a second for each call. A file system that cannot hang is asked
 /// by the caller itself. One that may is asked by a thread, which is left behind when it does not come back: from then on
-/// every question to that directory fails at once, until the call has returned.
+/// every question to that directory fails at once, until the call has returned. What came late, but before somebody looked,
+/// is an answer like any other.
 ///
 /// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used from
 /// distinct threads.

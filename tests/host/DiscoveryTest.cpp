@@ -233,6 +233,60 @@ TEST_F(DeviceDiscovery, GivesTheSystemItsInitialLoadDeviceByThePlaceOfTheFirstDi
     EXPECT_EQ(Get(m_engine, initialLoadDevice).integer, 6);
 }
 
+TEST_F(DeviceDiscovery, TellsTheFileSystemTypeByTheLowThirtyTwoBitsOfWhatTheKernelSays) {
+    LayBlankHost();
+    const std::vector<std::pair<unsigned long, int>> types = {{0xADFF, 16},
+                                                              {0x00011954, 3},
+                                                              {0x012FF7B3, 1},
+                                                              {0x012FF7B4, 4},
+                                                              {0x012FF7B5, 4},
+                                                              {0x012FF7B6, 4},
+                                                              {0x012FF7B7, 4},
+                                                              {0x012FF7B8, 1},
+                                                              {0xEF51, 23},
+                                                              {0xEF53, 23},
+                                                              {0x4D44, 5},
+                                                              {0x6969, 14},
+                                                              {0x9660, 12},
+                                                              {0, 2},
+                                                              {0xEF52, 1},
+                                                              {0xF995E849, 6},
+                                                              {0xFFFFFFFFF995E849, 6},
+                                                              {0x100000000UL, 2},
+                                                              {0x9123683E, 1},
+                                                              {0x1F995E849, 6},
+                                                              {0x7995E849UL, 1}};
+    std::string mounts;
+    for (std::size_t i = 0; i < types.size(); ++i) {
+        const std::string number = std::to_string(i);
+        mounts += "/dev/sr" + number + " on /cd" + number + " type iso9660 (ro)\n";
+        MadeUpCalls::Instance().spaces["/cd" + number] = {types[i].first, 2048, 1};
+    }
+    m_tree->Command("mount", mounts);
+    StartUp();
+    const auto served = Walk(m_engine, "1.3.6.1.2.1.25.3.8.1.4");
+    ASSERT_EQ(served.size(), types.size());
+    for (std::size_t i = 0; i < types.size(); ++i) {
+        EXPECT_EQ(served[i].identifier.ToString(),
+                  CVT::BString(("1.3.6.1.2.1.25.3.9." + std::to_string(types[i].second)).c_str()))
+            << std::hex << types[i].first;
+    }
+}
+
+TEST_F(DeviceDiscovery, FindsNoStorageForAMountDirectoryWithABlankWhichTheListingCuts) {
+    LayBlankHost();
+    m_tree->Command("mount", "/dev/fd0 on /mnt/my disk type vfat (rw)\n/dev/fd1 on /mnt/other type vfat (rw)\n");
+    WriteFile("/etc/mtab", "/dev/fd0 /mnt/my\\040disk vfat rw 0 0\n/dev/fd1 /mnt/other vfat rw 0 0\n");
+    for (const char* const directory : {"/mnt/my", "/mnt/my disk", "/mnt/other"}) {
+        MadeUpCalls::Instance().spaces[directory] = {0x4D44, 512, 1};
+    }
+    StartUp();
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.2.3.1.3.1").octets.View(), "/mnt/my disk");
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.8.1.2.1").octets.View(), "/mnt/my");
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.8.1.7.1").integer, 0);
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.8.1.7.2").integer, 2);
+}
+
 TEST_F(DeviceDiscovery, HasNoInstanceUnderTheIndexOfAnotherKindOfDevice) {
     LayHost("board");
     StartUp();
@@ -281,6 +335,11 @@ TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
         ASSERT_FALSE(devices.IsActive()) << "discovery was over before it was seen";
         CVT::TTimer().Sleep(1);
     }
+    CVT::BVarBind initialLoad;
+    initialLoad.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.1.3.0");
+    EXPECT_EQ(m_module->Group().HandlerAt(0)->Get(CVT::BRequest().Id(), initialLoad), CVT::noError);
+    EXPECT_EQ(initialLoad.integer, -1) << "not known as long as it runs";
+    EXPECT_FALSE(devices.IsActive()) << "and not waited for";
     {
         std::vector<std::unique_ptr<Asker>> askers;
         for (const int place : {0, 1, 2, 4, 5, 6, 7, 8, 9, 10}) {
@@ -298,6 +357,7 @@ TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
     }
     ASSERT_TRUE(m_module->WaitUntilActive());
     ASSERT_TRUE(m_engine.Add(m_module->Group()));
+    EXPECT_GT(Get(m_engine, "1.3.6.1.2.1.25.1.3.0").integer, 0) << "what was not known is not kept";
     EXPECT_EQ(Devices().size(), 9U);
     EXPECT_EQ(Walk(m_engine, "1.3.6.1.2.1.25.3.8.1.1").size(), 3U);
 }

@@ -21,8 +21,10 @@
 
 #include "CVT/BRequestId.h"
 #include "CVT/TThread.h"
+#include "CVT/TTimer.h"
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
+#include "groups/storage/MountQuestion.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -42,6 +44,7 @@ struct Fake {
     struct statfs space {};
     int asked = 0;             ///< how often statfs was called
     std::thread::id askedBy;   ///< who called last
+    std::thread::id freed;     ///< does not hang, though the others do
     bool takesSignals = true;  ///< whether that thread did
 };
 
@@ -69,7 +72,7 @@ int Ask(const char* path, bool Fake::*hangs, bool Fake::*has, Answer answer) {
         std::this_thread::sleep_for(delay);
         lock.lock();
     }
-    s_released.wait(lock, [&] { return !(fake.*hangs); });
+    s_released.wait(lock, [&] { return !(fake.*hangs) || fake.freed == std::this_thread::get_id(); });
     if (!(fake.*has)) {
         errno = EIO;
         return -1;
@@ -349,9 +352,42 @@ TEST_F(MountFigures, OfAFileSystemThatStopsAnsweringStayAndCostOneSecondOnce) {
     EXPECT_EQ(Asked(dead), asked + 2);
 }
 
+DMountQuestion Question() { return {"/fake/dead", true, DMountQuestion::kSpace}; }
+
+template <class Condition>
+void WaitUntil(Condition condition) {
+    const auto deadline = Clock::now() + seconds(30);
+    while (!condition()) {
+        ASSERT_LT(Clock::now(), deadline);
+        CVT::TTimer().Sleep(1);
+    }
+}
+
+TEST_F(MountFigures, AreNotAskedForAsLongAsOneOfSeveralWhoAskedAtOnceIsStuck) {
+    Fake& dead = Mount("dead", "nfs4");
+    dead.spaceHangs = true;
+    DMountQuestion first = Question();
+    WaitUntil([&] { return Asked(dead) == 1; });
+    DMountQuestion second = Question();
+    WaitUntil([&] { return Asked(dead) == 2; });
+    EXPECT_FALSE(first.Answer().space);
+    EXPECT_FALSE(second.Answer().space);
+    {
+        const std::lock_guard guard(s_lock);
+        dead.freed = dead.askedBy;
+        s_released.notify_all();
+    }
+    WaitUntil([] { return CVT::TThread::NumSelfDeleting() == 1; });
+    EXPECT_FALSE(Question().Answer().space);
+    EXPECT_EQ(Asked(dead), 2);
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_TRUE(Question().Answer().space);
+}
+
 TEST_F(MountFigures, OfASlowFileSystemAreWaitedFor) {
     Fake& slow = Mount("slow", "cifs");
-    slow.delay = milliseconds(200);
+    slow.delay = milliseconds(700);
     m_table->Initialize();
     EXPECT_EQ(Size(1), 1000);
     EXPECT_EQ(Used(1), 600);
