@@ -1,46 +1,109 @@
 // The library that ships, from load to unload, on this machine.
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <cstdlib>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <set>
 #include <string>
 #include <thread>
 
 #include "CVT/BMibEngine.h"
-#include "CVT/BRequestId.h"
+#include "CVT/BRequest.h"
+#include "tests/support/HostTree.h"
 #include "tests/support/LoadedModule.h"
+#include "tests/support/MadeUpHost.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
 
-class LoadAndUnload : public testing::Test {
-protected:
-    static int EntriesOf(const char* directory) {
+/// What this process holds of the kernel. To be made before the test lays a host of its own over /proc.
+class Holdings {
+public:
+    Holdings() : m_process(::open("/proc/self", O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+    Holdings(const Holdings&) = delete;
+    Holdings& operator=(const Holdings&) = delete;
+    ~Holdings() { ::close(m_process); }
+
+    int Threads() const { return EntriesOf("task"); }
+    int Descriptors() const { return EntriesOf("fd"); }
+    /// The files that are mapped, each as often as it is.
+    std::multiset<std::string> MappedFiles() const {
+        std::multiset<std::string> files;
+        std::FILE* const maps = ::fdopen(::openat(m_process, "maps", O_RDONLY | O_CLOEXEC), "r");
+        char line[1024];
+        while (maps != nullptr && std::fgets(line, sizeof line, maps) != nullptr) {
+            if (const char* const file = std::strchr(line, '/')) {
+                files.insert(file);
+            }
+        }
+        std::fclose(maps);
+        return files;
+    }
+
+private:
+    int EntriesOf(const char* directory) const {
         int count = 0;
-        DIR* const open = ::opendir(directory);
+        DIR* const open = ::fdopendir(::openat(m_process, directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         while (open != nullptr && ::readdir(open) != nullptr) {
             ++count;
         }
         ::closedir(open);
         return count;
     }
-    static int Threads() { return EntriesOf("/proc/self/task"); }
-    static int Descriptors() { return EntriesOf("/proc/self/fd"); }
 
-    static bool IsMapped() {
-        std::ifstream maps("/proc/self/maps");
-        std::stringstream all;
-        all << maps.rdbuf();
-        return all.str().find("libCVHost.so") != std::string::npos;
+    const int m_process;
+};
+
+/// Walks the module on a thread of its own, again and again, from its making to its end.
+class Asker {
+public:
+    explicit Asker(CVT::BMibImplGroup& module) {
+        EXPECT_TRUE(m_engine.Add(module));
+        m_thread = std::thread([this] { Ask(); });
+    }
+    Asker(const Asker&) = delete;
+    Asker& operator=(const Asker&) = delete;
+    ~Asker() {
+        m_stop = true;
+        m_thread.join();
+        EXPECT_FALSE(m_failed);
     }
 
+    int Walks() const { return m_walks; }
+    bool HasFailed() const { return m_failed; }
+
 private:
+    void Ask() {
+        while (!m_stop) {
+            const CVT::BRequest request;
+            CVT::BVarBind at;
+            while (!m_stop && at.type != CVT::kEndOfMibView) {
+                if (m_engine.GetNext(request.Id(), at) != CVT::noError) {
+                    m_failed = true;
+                    return;
+                }
+            }
+            ++m_walks;
+        }
+    }
+
+    CVT::BMibEngine m_engine;
+    std::atomic<bool> m_stop = false;
+    std::atomic<bool> m_failed = false;
+    std::atomic<int> m_walks = 0;
+    std::thread m_thread;
+};
+
+class LoadAndUnload : public testing::Test {
     const WorkingFolder m_workingFolder;
 };
 
@@ -90,74 +153,72 @@ TEST_F(LoadAndUnload, MayBeInitialisedAgainAfterAClose) {
     }
 }
 
-TEST_F(LoadAndUnload, IsReallyGoneAfterTheUnload) {
-    {
-        LoadedModule module;
-        module.Init();
-        EXPECT_TRUE(IsMapped());
-        module.Close();
+TEST_F(LoadAndUnload, AThousandTimesUnderRequestsLeavesNoThreadNoDescriptorAndNoMapping) {
+    if (!MadeUpHost::IsPossible()) {
+        GTEST_SKIP() << "this machine gives no mount namespace";
     }
-    EXPECT_FALSE(IsMapped());
-}
-
-TEST_F(LoadAndUnload, AHundredTimesLeavesNoThreadAndNoDescriptor) {
-    {
-        LoadedModule once;  // what the first thread of a process brings with it is not the module's
-        once.Init();
-        once.Close();
-    }
-    const int threads = Threads();
-    const int descriptors = Descriptors();
-    for (int round = 0; round < 100; ++round) {
+    const Holdings holdings;
+    MadeUpHost host;
+    const std::string folder = host.Directory() + "/small";
+    std::filesystem::create_directories(folder + "/commands");
+    std::filesystem::create_directories(folder + "/proc");
+    std::ofstream(folder + "/commands/mount").close();
+    std::ofstream(folder + "/proc/cpuinfo") << "Processor\t: A\n";  // so that there is a sampler
+    const auto live = [&] {
         LoadedModule module;
         ASSERT_TRUE(module.IsLoaded());
         ASSERT_EQ(module.Init(), 1);
-        ASSERT_TRUE(module.WaitUntilActive());
-        while (!module.IsReady()) {
-            CVT::TTimer().Sleep(1);  // a Close that comes first would wait a whole second
+        {
+            const Asker asker(module.Group());
+            while (!module.IsReady()) {
+                CVT::TTimer().Sleep(1);  // a Close that comes first would wait a whole second
+            }
         }
         ASSERT_EQ(module.Close(), 1);
+    };
+    const HostTree tree(host, folder);
+    live();  // what the first thread of a process brings with it is not the module's
+    const int threads = holdings.Threads();
+    const int descriptors = holdings.Descriptors();
+    const std::multiset<std::string> files = holdings.MappedFiles();
+    for (int round = 0; round < (kIsSanitized ? 100 : 1000) && !HasFailure(); ++round) {
+        live();
     }
-    EXPECT_FALSE(IsMapped());
-    EXPECT_EQ(Descriptors(), descriptors);
-    for (int patience = 0; patience < 1000 && Threads() != threads; ++patience) {
+    EXPECT_EQ(holdings.MappedFiles(), files);
+    EXPECT_EQ(holdings.Descriptors(), descriptors);
+    for (int patience = 0; patience < 10'000 && holdings.Threads() != threads; ++patience) {
         CVT::TTimer().Sleep(1);  // the kernel takes a moment to forget a thread that has ended
     }
-    EXPECT_EQ(Threads(), threads);
+    EXPECT_EQ(holdings.Threads(), threads);
 }
 
 TEST_F(LoadAndUnload, AnswersRequestsFromTheFirstMomentUntilItsClose) {
     LoadedModule module;
     module.Init();
-    CVT::BMibEngine engine;
-    ASSERT_TRUE(engine.Add(module.Group()));
-    std::atomic<bool> stop = false;
-    std::atomic<int> walks = 0;
-    std::atomic<bool> failed = false;
-    std::thread asker([&] {
-        while (!stop) {
-            CVT::BVarBind at;
-            const unsigned int request = CVT::BRequestId::Next();
-            for (;;) {
-                if (engine.GetNext(request, at) != CVT::noError) {
-                    failed = true;
-                    return;
-                }
-                if (at.type == CVT::kEndOfMibView) {
-                    break;
-                }
-            }
-            ++walks;
+    {
+        const Asker asker(module.Group());
+        EXPECT_TRUE(module.WaitUntilActive());
+        const int before = asker.Walks();
+        while (asker.Walks() < before + 3 && !asker.HasFailed()) {
+            CVT::TTimer().Sleep(1);
         }
-    });
-    EXPECT_TRUE(module.WaitUntilActive());
-    while (walks < 3 && !failed) {
-        CVT::TTimer().Sleep(1);
     }
-    stop = true;
-    asker.join();
-    EXPECT_FALSE(failed);
     EXPECT_EQ(module.Close(), 1);
+}
+
+TEST_F(LoadAndUnload, IsReallyGoneAfterTheUnload) {
+    const auto isMapped = [] {
+        const std::multiset<std::string> files = Holdings().MappedFiles();
+        return std::any_of(files.begin(), files.end(),
+                           [](const std::string& file) { return file.find("libCVHost.so") != std::string::npos; });
+    };
+    {
+        LoadedModule module;
+        module.Init();
+        EXPECT_TRUE(isMapped());
+        module.Close();
+    }
+    EXPECT_FALSE(isMapped());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Start-up made slow or impossible: this program's own sysinfo and pthread_create stand before the C library's.
+// Start-up made slow or impossible: this program's own sysinfo, fopen and pthread_create stand before the C library's.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -8,12 +8,17 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
+#include <new>
 #include <thread>
 
+#include "CVT/BMibEngine.h"
+#include "CVT/BRequest.h"
 #include "CVT/TEvent.h"
 #include "tests/support/LoadedModule.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/Walk.h"
 
 namespace {
 
@@ -24,6 +29,8 @@ std::atomic<bool> s_holdUp = false;
 std::atomic<bool> s_noThreads = false;
 std::atomic<int> s_sysinfoResult = 0;
 unsigned long s_totalRam = 123456;
+/// The file whose opening throws, as running out of memory does; null when none does.
+std::atomic<const char*> s_throwAt = nullptr;
 
 CVT::TEvent& Entered() {
     static CVT::TEvent event(true);
@@ -49,6 +56,15 @@ extern "C" int sysinfo(struct sysinfo* info) noexcept {
     return s_sysinfoResult;
 }
 
+extern "C" std::FILE* fopen(const char* path, const char* mode) {
+    using Open = std::FILE* (*)(const char*, const char*);
+    static const auto real = reinterpret_cast<Open>(::dlsym(RTLD_NEXT, "fopen"));
+    if (s_throwAt != nullptr && std::strcmp(path, s_throwAt) == 0) {
+        throw std::bad_alloc();
+    }
+    return real(path, mode);
+}
+
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
                               void* argument) noexcept {
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
@@ -60,13 +76,15 @@ namespace {
 
 class StartUp : public testing::Test {
 protected:
-    static int MemorySize(LoadedModule& module) {
+    static int Scalar(LoadedModule& module, int place, const char* instance) {
         CVT::BVarBind varBind;
-        varBind.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.2.2.0");
-        EXPECT_EQ(module.Group().HandlerAt(1)->Get(1, varBind), CVT::noError);
+        varBind.name.AssignFromDottedDecimalStr(instance);
+        EXPECT_EQ(module.Group().HandlerAt(place)->Get(1, varBind), CVT::noError);
         EXPECT_EQ(varBind.type, CVT::kInteger);
         return varBind.integer;
     }
+    static int MemorySize(LoadedModule& module) { return Scalar(module, 1, "1.3.6.1.2.1.25.2.2.0"); }
+    static int SoftwareIndex(LoadedModule& module) { return Scalar(module, 10, "1.3.6.1.2.1.25.4.1.0"); }
 
 private:
     const WorkingFolder m_workingFolder;
@@ -85,6 +103,56 @@ TEST_F(StartUp, InitReturnsAtOnceThoughAGroupIsSlowToComeUp) {
         << "a group comes up under its request lock";
     GoOn().Set();
     EXPECT_EQ(module.Close(), 1);
+}
+
+TEST_F(StartUp, RequestsMeanwhileAreAnsweredAsTheGroupsWereMadeAndTheSlowOneIsWaitedFor) {
+    s_holdUp = true;
+    LoadedModule module;
+    module.Init();
+    ASSERT_EQ(Entered().Wait(10'000), CVT::kWaitSignalled);
+    for (int place = 2; place < module.Group().NumHandlers(); ++place) {
+        CVT::BMibImpl& group = *module.Group().HandlerAt(place);
+        CVT::BVarBind first;
+        first.name = group.Oid();
+        const bool isEmpty = place <= 9 || place == 14;  // the processes need no start-up
+        EXPECT_EQ(group.GetNext(CVT::BRequest().Id(), first), isEmpty ? CVT::noSuchName : CVT::noError)
+            << group.Name().c_str();
+        EXPECT_FALSE(group.IsActive());
+    }
+    EXPECT_EQ(SoftwareIndex(module), 0) << "1 once it is up";
+    std::atomic<bool> answered = false;
+    std::thread asker([&] {
+        EXPECT_EQ(MemorySize(module), 123456);
+        answered = true;
+    });
+    std::this_thread::sleep_for(milliseconds(100));
+    EXPECT_FALSE(answered);
+    GoOn().Set();
+    asker.join();
+    ASSERT_TRUE(module.WaitUntilActive());
+    EXPECT_EQ(SoftwareIndex(module), 1);
+    EXPECT_EQ(module.Close(), 1);
+}
+
+TEST_F(StartUp, AGroupThatThrowsStaysDownAndLeavesTheOthersUp) {
+    for (const auto& [file, throwing] : {std::pair("/etc/mtab", 2), {"/proc/cpuinfo", 3}}) {
+        s_throwAt = file;
+        LoadedModule module;
+        ASSERT_EQ(module.Init(), 1);
+        while (!module.IsReady()) {
+            CVT::TTimer().Sleep(1);
+        }
+        for (int place = 0; place < module.Group().NumHandlers(); ++place) {
+            EXPECT_EQ(module.Group().HandlerAt(place)->IsActive(), place != throwing) << place;
+        }
+        CVT::BMibEngine engine;
+        ASSERT_TRUE(engine.Add(module.Group()));
+        EXPECT_FALSE(Walk(engine, "1.3.6.1.2.1.25.1").empty());
+        EXPECT_FALSE(Walk(engine, "1.3.6.1.2.1.25.4.2.1.1").empty());
+        EXPECT_TRUE(Walk(engine, throwing == 2 ? "1.3.6.1.2.1.25.2.3" : "1.3.6.1.2.1.25.3.2").empty());
+        engine.Remove(module.Group());
+        EXPECT_EQ(module.Close(), 1);
+    }
 }
 
 TEST_F(StartUp, CloseBeforeReadyWaitsForTheStartUpLookingOnceASecond) {

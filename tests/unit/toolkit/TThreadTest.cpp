@@ -8,15 +8,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/Sanitizers.h"
 #include "tests/unit/toolkit/FunctionThread.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define CVT_TEST_UNDER_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define CVT_TEST_UNDER_SANITIZER 1
-#endif
-#endif
 
 namespace CVT::test {
 namespace {
@@ -269,9 +262,9 @@ int StartWithoutMemory() {
 }
 
 TEST(TThreadDeathTest, DeletesASelfDeletingThreadThatCannotBeStarted) {
-#ifdef CVT_TEST_UNDER_SANITIZER
-    GTEST_SKIP() << "a sanitizer needs the memory that this test takes away";
-#endif
+    if (kIsSanitized) {
+        GTEST_SKIP() << "a sanitizer needs the memory that this test takes away";
+    }
     EXPECT_EXIT(std::_Exit(StartWithoutMemory()), testing::ExitedWithCode(0), "");
 }
 
