@@ -5,19 +5,18 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <map>
 #include <memory>
 #include <set>
 #include <sstream>
 #include <string>
 
 #include "CVT/BMibEngine.h"
+#include "tests/host/DeviceJoins.h"
 #include "tests/host/MadeUpCalls.h"
 #include "tests/host/WalkText.h"
 #include "tests/support/HostTree.h"
 #include "tests/support/LoadedModule.h"
 #include "tests/support/MadeUpHost.h"
-#include "tests/support/Walk.h"
 
 namespace {
 
@@ -52,33 +51,6 @@ protected:
         EXPECT_EQ(::chdir("/"), 0);
     }
 
-    /// The indexes of a column's instances, in dotted text, with their values.
-    std::map<std::string, CVT::BVarBind> Column(const std::string& oid) {
-        std::map<std::string, CVT::BVarBind> column;
-        const CVT::BObjectIdentifier under{CVT::BString(oid.c_str())};
-        for (const CVT::BVarBind& varBind : Walk(m_engine, oid.c_str())) {
-            const CVT::BObjectIdentifier index(varBind.name.Arcs().subspan(under.NumArcs()));
-            column.emplace(index.ToString().View(), varBind);
-        }
-        return column;
-    }
-    std::set<std::string> Indexes(const std::string& oid) {
-        std::set<std::string> indexes;
-        for (const auto& [index, varBind] : Column(oid)) {
-            indexes.insert(index);
-        }
-        return indexes;
-    }
-    std::set<std::string> DevicesOfType(unsigned int type) {
-        std::set<std::string> devices;
-        for (const auto& [index, varBind] : Column("1.3.6.1.2.1.25.3.2.1.2")) {
-            if (varBind.identifier[varBind.identifier.NumArcs() - 1] == type) {
-                devices.insert(index);
-            }
-        }
-        return devices;
-    }
-
     std::unique_ptr<MadeUpHost> m_host;
     std::unique_ptr<LoadedModule> m_module;
     std::unique_ptr<HostTree> m_tree;
@@ -89,28 +61,9 @@ TEST_P(MadeUpHosts, HaveTheDevicesThatTheirFilesTellOf) {
     EXPECT_EQ(WalkText(m_engine), ContentOf(HostFolder(GetParam()) + "/walk"));
 }
 
-TEST_P(MadeUpHosts, HaveOneRowForEachDeviceInTheTableOfItsKindAndNoOther) {
-    EXPECT_EQ(DevicesOfType(3), Indexes("1.3.6.1.2.1.25.3.3.1.2"));
-    EXPECT_EQ(DevicesOfType(4), Indexes("1.3.6.1.2.1.25.3.4.1.1"));
-    EXPECT_EQ(DevicesOfType(5), Indexes("1.3.6.1.2.1.25.3.5.1.1"));
-    EXPECT_EQ(DevicesOfType(6), Indexes("1.3.6.1.2.1.25.3.6.1.1"));
-    for (const auto& [index, partition] : Column("1.3.6.1.2.1.25.3.7.1.1")) {
-        EXPECT_TRUE(DevicesOfType(6).contains(index.substr(0, index.find('.')))) << index;
-    }
-}
+TEST_P(MadeUpHosts, HaveOneRowForEachDeviceInTheTableOfItsKindAndNoOther) { ExpectOneRowForEachDevice(m_engine); }
 
-TEST_P(MadeUpHosts, HaveIndexesThatLeadToRowsOrAreZero) {
-    std::set<std::string> storages = Indexes("1.3.6.1.2.1.25.2.3.1.1");
-    storages.insert("0");
-    for (const auto& [index, storage] : Column("1.3.6.1.2.1.25.3.8.1.7")) {
-        EXPECT_TRUE(storages.contains(std::to_string(storage.integer))) << index;
-    }
-    std::set<std::string> fileSystems = Indexes("1.3.6.1.2.1.25.3.8.1.1");
-    fileSystems.insert("0");
-    for (const auto& [index, fileSystem] : Column("1.3.6.1.2.1.25.3.7.1.5")) {
-        EXPECT_TRUE(fileSystems.contains(std::to_string(fileSystem.integer))) << index;
-    }
-}
+TEST_P(MadeUpHosts, HaveIndexesThatLeadToRowsOrAreZero) { ExpectIndexesThatLeadToRows(m_engine); }
 
 TEST_P(MadeUpHosts, AreLeftWithoutATemporaryFileAndWithoutAQuestionToARemoteFileSystem) {
     EXPECT_NE(::access(("/tmp/CVHost." + std::to_string(::getpid())).c_str(), F_OK), 0);

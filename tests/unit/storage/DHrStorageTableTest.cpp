@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -204,6 +205,31 @@ TEST_F(StorageTable, AddsARowForWhatIsMountedLaterAtTheNextRequest) {
     ASSERT_EQ(m_table.GetNumRows(), 4U) << "one row for each new directory";
     EXPECT_EQ(Descr(4, request), Path("b"));
     EXPECT_EQ(lastTableIndex, 4U);
+}
+
+TEST_F(StorageTable, LooksForNewMountsFirstWhicheverColumnIsAskedFor) {
+    using Index = CVT::BObjectIdentifier;
+    int number = 0;
+    unsigned int failures = 0;
+    CVT::BObjectIdentifier type;
+    CVT::BOctetString descr;
+    const std::vector<std::function<int(const Index&, unsigned int)>> gets = {
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageIndex(row, id, number); },
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageType(row, id, type); },
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageDescr(row, id, descr); },
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageAllocationUnits(row, id, number); },
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageSize(row, id, number); },
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageUsed(row, id, number); },
+        [&](const Index& row, unsigned int id) { return m_table.OnGet_HrStorageAllocationFailures(row, id, failures); },
+    };
+    m_table.Initialize();
+    std::string mounts;
+    for (std::size_t column = 0; column < gets.size(); ++column) {
+        mounts += Line("/dev/hda", "mount" + std::to_string(column), "ext3");
+        Write(mounts);
+        const auto newRow = static_cast<unsigned int>(3 + column);
+        EXPECT_EQ(gets[column](Index(newRow), CVT::BRequestId::Next()), 0) << "column " << column + 1;
+    }
 }
 
 TEST_F(StorageTable, LooksAtTheMountTableOnlyOnceARequest) {
