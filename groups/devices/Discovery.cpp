@@ -18,7 +18,6 @@
 #include "groups/hardware/DHrProcessorTable.h"
 #include "groups/storage/DHrFSTable.h"
 #include "groups/storage/MountFilter.h"
-#include "groups/storage/MountQuestion.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
 #include "module/HostFile.h"
@@ -234,8 +233,7 @@ void Discovery::Disk(const mntent& entry) {
     std::optional<struct statfs> space;
     if (media == kHardDisk) {
         device->status = kRunning;
-        // Any may hang, through what is mounted above it; discovery runs once, so each can have a thread.
-        space = DMountQuestion(entry.mnt_dir, true, DMountQuestion::kSpace).Answer().space;
+        space = SpaceOf(entry);
     }
     AddCompanion(gpCVHost->DiskStorageTable(), index, [&](DHrDiskStorageTable::Entry& row) {
         row.mountDirectory = entry.mnt_dir;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -15,6 +16,7 @@
 #include "groups/storage/DHrFSTable.h"
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
+#include "groups/storage/MountKinds.h"
 #include "groups/storage/MountQuestion.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
@@ -25,13 +27,9 @@ constexpr int kReadOnly = 2;
 constexpr int kTrue = 1;
 constexpr int kLastPartition = 15;
 constexpr std::size_t kPathLimit = 128;
+constexpr std::chrono::seconds kDiskPatience(10);
 
 using ListingLine = std::array<char, 256>;
-
-/// statfs of the mount directory, which is given up when it does not come back.
-std::optional<struct statfs> SpaceOf(const mntent& entry) {
-    return DMountQuestion(entry.mnt_dir, true, DMountQuestion::kSpace).Answer().space;
-}
 
 unsigned int StorageIndexOf(const char* directory) {
     DHrStorageTable* const storage = gpCVHost->StorageTable();
@@ -95,6 +93,12 @@ bool HasPartition(const std::string& path) {
 }
 
 }  // namespace
+
+std::optional<struct statfs> SpaceOf(const mntent& entry) {
+    // Any may hang, through what is mounted above it, and so each is asked by a thread.
+    const auto patience = bKindMayHang(entry.mnt_type) ? DMountQuestion::kPatience : kDiskPatience;
+    return DMountQuestion(entry.mnt_dir, true, DMountQuestion::kSpace, patience).Answer().space;
+}
 
 DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct statfs* fs, int* fsIndexOut) {
     *fsIndexOut = 0;

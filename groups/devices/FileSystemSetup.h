@@ -3,10 +3,16 @@
 #include <mntent.h>
 #include <sys/statfs.h>
 
+#include <optional>
+
 struct DHrFSEntry;
 
 // Rows for what is mounted, in hrFSTable and hrPartitionTable of the module (gpCVHost). Called by discovery alone, which
 // holds no other lock than the device table's; each row is made under its table's request lock.
+
+/// statfs of the mount directory; absent when it fails or does not come back. Discovery does not come again: a file system
+/// that the kernel serves alone, such as one on a disk that has to start up first, gets ten seconds, any other one.
+std::optional<struct statfs> SpaceOf(const mntent& entry);
 
 /// Makes the hrFSTable row of a mounted file system and sets `*fsIndexOut` to its index. Null, and 0, when `name` is in no
 /// line of the mount listing, when the file system cannot be measured, when its mount directory has a row already, or when

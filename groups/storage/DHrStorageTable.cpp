@@ -1,6 +1,7 @@
 #include "groups/storage/DHrStorageTable.h"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <string>
 #include <unordered_set>
@@ -115,6 +116,7 @@ void DHrStorageTable::Initialize() {
 
 void DHrStorageTable::Cleanup() {
     m_watch.Close();
+    m_late.clear();
     SetActive(0);
 }
 
@@ -124,6 +126,7 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
         return;
     }
     lastCheckedRequestId = requestId;
+    FillLateRows();
     struct stat now {};
     ::stat(ETC_MNTTAB, &now);
     m_hasNotice = m_watch.HasNotice() || m_hasNotice;
@@ -168,8 +171,22 @@ void DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
             auto row = std::make_unique<Entry>(++lastTableIndex, batch[i].Record(), questions[i].Answer());
             row->mayHang = hanging.AreOnTheWayTo(batch[i].directory);
             Add(std::move(row));
+            if (questions[i].IsOut()) {
+                m_late.push_back({lastTableIndex, batch[i], std::move(questions[i])});
+            }
         }
     }
+}
+
+void DHrStorageTable::FillLateRows() {
+    std::erase_if(m_late, [this](Late& late) {
+        const std::optional<DMountFigures> figures = late.question.LateAnswer();
+        Entry* const row = figures ? GetRow(CVT::BObjectIdentifier(late.row)) : nullptr;
+        if (row != nullptr) {
+            row->Fill(late.mount.Record(), *figures);
+        }
+        return figures.has_value();
+    });
 }
 
 void DHrStorageTable::AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,

@@ -37,7 +37,7 @@ struct DHrStorageEntry {
     unsigned int allocationFailures = 0;
     bool mayHang = false;  ///< whether asking the file system may never come back
 
-private:
+    /// Takes up what was learnt of the file system; what is absent there stays as it is.
     void Fill(const mntent& mount, const DMountFigures& figures);
 };
 
@@ -45,7 +45,7 @@ private:
 ///
 /// Rows are made when the table comes up, file systems first, in the order of the mount table, and then only added: a file
 /// system that is mounted later gets a row at the next request, one that is unmounted keeps its row. Of all figures only
-/// `used` is measured again, each time it is read.
+/// `used` is measured again, each time it is read; those of a file system that answers late are taken up when they come.
 ///
 /// Everything is called under the request lock. Whether the mount table has changed is looked at once a request.
 ///
@@ -97,12 +97,21 @@ public:
 private:
     enum EWhich { kAll, kNewDirectories };
 
+    /// A row whose file system has not answered yet.
+    struct Late {
+        unsigned int row;
+        DMountEntry mount;
+        DMountQuestion question;
+    };
+
     void AddMounts(std::vector<DMountEntry> mounts, EWhich which);
+    void FillLateRows();
     void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
                    unsigned int usedSelector);
     void Add(std::unique_ptr<Entry> row);
     const Entry* RowOf(const char* name) const;
 
+    std::vector<Late> m_late;
     DMountTableWatch m_watch;
     bool m_hasNotice = false;  // the watch saw a change that is not read yet
 };

@@ -17,8 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kPatience(1000);
-
 /// Two system calls need little; the sanitizers want some.
 constexpr unsigned int kStackBytes = 256 * 1024;
 
@@ -123,7 +121,8 @@ LeftBehind s_leftBehind;
 
 }  // namespace
 
-DMountQuestion::DMountQuestion(const char* directory, bool mayHang, EWhat what) {
+DMountQuestion::DMountQuestion(const char* directory, bool mayHang, EWhat what, std::chrono::milliseconds patience)
+    : m_patience(patience) {
     const char* const path = directory == nullptr ? "" : directory;
     if (!mayHang) {
         if (what == kDirectoryAndSpace) {
@@ -142,24 +141,32 @@ DMountQuestion::DMountQuestion(const char* directory, bool mayHang, EWhat what) 
 }
 
 DMountFigures DMountQuestion::Answer() {
-    const std::shared_ptr<Call> call = std::move(m_call);
-    if (!call) {
+    if (!m_call) {
         return m_figures;
     }
+    Call& call = *m_call;
     bool inTime = true;
-    auto asked = call->asked;
-    if (call->what == kDirectoryAndSpace) {
-        inTime = WaitUntil(call->hasStatus, asked + kPatience);
+    auto asked = call.asked;
+    if (call.what == kDirectoryAndSpace) {
+        inTime = WaitUntil(call.hasStatus, asked + m_patience);
         if (inTime) {
-            m_figures.directory = call->status;
-            asked = call->statusAnswered;
+            m_figures.directory = call.status;
+            asked = call.statusAnswered;
         }
     }
-    inTime = inTime && WaitUntil(call->hasSpace, asked + kPatience);
-    if (inTime) {
-        m_figures.space = call->space;
+    if (inTime && WaitUntil(call.hasSpace, asked + m_patience)) {
+        m_figures.space = call.space;
+        m_call.reset();
     } else {
-        s_leftBehind.Add(call->directory, [call] { return call->hasReturned.load(); });
+        s_leftBehind.Add(call.directory, [left = m_call] { return left->hasReturned.load(); });
     }
     return m_figures;
+}
+
+std::optional<DMountFigures> DMountQuestion::LateAnswer() {
+    if (!m_call || !m_call->hasReturned) {
+        return std::nullopt;
+    }
+    const std::shared_ptr<Call> call = std::move(m_call);
+    return DMountFigures{call->status, call->space};
 }

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <sys/statfs.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -30,16 +31,24 @@ public:
         kDirectoryAndSpace,  ///< stat, and statfs if that succeeds
     };
 
-    /// Null counts as the empty path, which no file system has.
-    DMountQuestion(const char* directory, bool mayHang, EWhat what);
+    static constexpr std::chrono::milliseconds kPatience{1000};  ///< for each call
 
-    /// To be called once.
+    /// Null counts as the empty path, which no file system has.
+    DMountQuestion(const char* directory, bool mayHang, EWhat what, std::chrono::milliseconds patience = kPatience);
+
+    /// Waits. To be called once, and not after LateAnswer.
     DMountFigures Answer();
+
+    /// What came after Answer had given up, or without anybody waiting: once, as soon as it is there. Does not wait.
+    std::optional<DMountFigures> LateAnswer();
+    /// Whether LateAnswer may give something yet.
+    bool IsOut() const { return m_call != nullptr; }
 
 private:
     struct Call;
     class Caller;
 
     DMountFigures m_figures;
-    std::shared_ptr<Call> m_call;  // null when m_figures is the answer
+    std::shared_ptr<Call> m_call;  // null when m_figures is the answer, or all of it was given
+    std::chrono::milliseconds m_patience;
 };

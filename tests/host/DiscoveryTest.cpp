@@ -221,6 +221,17 @@ TEST_F(DeviceDiscovery, CountsOnInANewModuleOfTheSameProcess) {
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.4.1.1.11").integer, 4);
 }
 
+TEST_F(DeviceDiscovery, WaitsForADiskThatHasToStartUpFirstButNotForAServer) {
+    LayHost("board");
+    m_tree->Command("mount", "/dev/sda1 on / type ext4 (rw)\n/dev/fuse on /boot type fuse.test (rw)\n");
+    for (auto& [directory, space] : MadeUpCalls::Instance().spaces) {
+        space.delay = std::chrono::milliseconds(1300);
+    }
+    StartUp();
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.6.1.4.6").integer, 3380224) << "of 2^22, wrapped";
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.6.1.4.7").integer, 0);
+}
+
 TEST_F(DeviceDiscovery, GivesTheSystemItsInitialLoadDeviceByThePlaceOfTheFirstDiskNotByItsIndex) {
     LayHost("board");
     StartUp();

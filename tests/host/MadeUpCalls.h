@@ -12,12 +12,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <map>
 #include <mutex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 /// The folder of a made-up host in the tree of sources.
@@ -29,6 +31,7 @@ struct MadeUpCalls {
         unsigned long magic = 0;
         unsigned long blockSize = 0;
         unsigned long blocks = 0;
+        std::chrono::milliseconds delay{0};  ///< before it answers
     };
 
     bool active = false;
@@ -132,6 +135,9 @@ extern "C" int statfs(const char* path, struct statfs* out) noexcept {
     if (space == calls.spaces.end()) {
         errno = ENOENT;
         return -1;
+    }
+    if (space->second.delay.count() != 0) {
+        std::this_thread::sleep_for(space->second.delay);
     }
     *out = {};
     out->f_type = static_cast<decltype(out->f_type)>(space->second.magic);

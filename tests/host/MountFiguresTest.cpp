@@ -393,6 +393,32 @@ TEST_F(MountFigures, OfASlowFileSystemAreWaitedFor) {
     EXPECT_EQ(Used(1), 600);
 }
 
+TEST_F(MountFigures, ThatComeLateAreTakenUpByTheNextRequest) {
+    Fake& noStat = Mount("a", "cifs");
+    Fake& noSpace = Mount("b", "cifs");
+    noStat.statHangs = true;
+    noSpace.spaceHangs = true;
+    m_table->Initialize();
+    EXPECT_EQ(Units(1), 0);
+    EXPECT_EQ(Units(2), 4096);
+    EXPECT_EQ(Size(1), 0);
+    EXPECT_EQ(Size(2), 0);
+
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    for (const unsigned int row : {1U, 2U}) {
+        EXPECT_EQ(Units(row), 4096);
+        EXPECT_EQ(Size(row), 1000);
+        CVT::BObjectIdentifier type;
+        EXPECT_EQ(m_table->OnGet_HrStorageType(CVT::BObjectIdentifier(row), CVT::BRequestId::Next(), type), 0);
+        EXPECT_EQ(type.ToString().View(), "1.3.6.1.2.1.25.2.1.4");
+    }
+    EXPECT_EQ(Asked(noStat), 1) << "what came late is the answer: nothing is asked anew";
+    EXPECT_EQ(Asked(noSpace), 1);
+    noStat.space.f_blocks = 2000;
+    EXPECT_EQ(Size(1), 1000) << "taken up once";
+}
+
 TEST_F(MountFigures, OfManyDeadFileSystemsCostTheStartUpLittleMoreThanOfOne) {
     for (int i = 0; i < 30; ++i) {
         Fake& dead = Mount("dead" + std::to_string(i), "nfs4");
