@@ -72,6 +72,13 @@ std::string AccessConfig::WhyUnreadable(const std::string& file) {
     return S_ISREG(status.st_mode) ? std::string() : "the configuration " + file + " is not a regular file";
 }
 
+void AccessConfig::RequireReadable(const std::string& file) {
+    const std::string why = file.empty() ? std::string() : WhyUnreadable(file);
+    if (!why.empty()) {
+        throw StartError(why + "; name one that can be read with --config");
+    }
+}
+
 std::vector<std::string> AccessConfig::Faults(const std::string& file,
                                               const std::vector<LibraryMessages::Message>& said) {
     std::vector<std::string> faults;
@@ -96,10 +103,6 @@ std::vector<std::string> AccessConfig::Faults(const std::string& file,
     }
     if (!reason.empty()) {
         faults.push_back(reason);
-    }
-    if (::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_USERID) != 0 ||
-        ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0) {
-        faults.push_back(file + ": agentuser and agentgroup are not available in this version");
     }
     if (noAccess && faults.empty()) {  // or else it follows from the faults
         faults.push_back(file + ": gives access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");

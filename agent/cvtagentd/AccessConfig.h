@@ -14,8 +14,10 @@ public:
     /// it more than once.
     static std::string WhyUnreadable(const std::string& file);
 
-    /// One line for each fault among what the library said when it read the file, and for each directive that this
-    /// version cannot honour.
+    /// Throws StartError when a file is named that cannot be read.
+    static void RequireReadable(const std::string& file);
+
+    /// One line for each fault among what the library said when it read the file.
     static std::vector<std::string> Faults(const std::string& file, const std::vector<LibraryMessages::Message>& said);
 
     /// The one line that an agent says which does not start because of these faults. There is at least one.

@@ -5,48 +5,49 @@
 #include <vector>
 
 #include "agent/cvtagentd/AccessConfig.h"
+#include "agent/cvtagentd/DaemonUser.h"
 #include "agent/cvtagentd/EventLoop.h"
 #include "agent/cvtagentd/ServedModules.h"
+#include "agent/cvtagentd/ServiceManager.h"
 #include "agent/cvtagentd/SnmpLibrary.h"
 #include "agent/cvtagentd/StartError.h"
 #include "agent/cvtagentd/StateDir.h"
+#include "agent/cvtagentd/StateLock.h"
 
 namespace agent {
 namespace {
 
 constexpr int kReadyPollMs = 20;
+constexpr const char* kServing = "serving";
 
 }  // namespace
 
 /// Nothing is said before all went well: a start that fails says one line. No request is answered before Serve.
 int Agent::Run() {
     EventLoop loop;
-    CheckConfigFile();
+    ServiceManager manager;
+    AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
+    const StateLock lock;
     SnmpLibrary library(m_options.config, SnmpLibrary::Use::kServe);
     if (!library.Faults().empty()) {
         throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
     }
+    DaemonUser user(m_options.user);
     library.Store();
     const std::string addresses = Listen(library);
+    user.Assume(m_options.config);
     {
         ServedModules modules(m_options.timeoutSeconds * 1000);
         modules.Start(m_options.modules);
         Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees on " +
                   addresses);
-        Serve(loop, library, modules);
+        user.Report();
+        manager.Status("waiting for the modules to get ready");
+        Serve(loop, library, modules, manager);
     }
     Log::Info("ended");
     return EXIT_SUCCESS;
-}
-
-void Agent::CheckConfigFile() const {
-    if (m_options.config.empty()) {
-        return;
-    }
-    if (const std::string why = AccessConfig::WhyUnreadable(m_options.config); !why.empty()) {
-        throw StartError(why + "; name one that can be read with --config");
-    }
 }
 
 std::string Agent::Listen(SnmpLibrary& library) const {
@@ -65,16 +66,29 @@ std::string Agent::Listen(SnmpLibrary& library) const {
     return all;
 }
 
-void Agent::Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules) const {
+void Agent::Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules, ServiceManager& manager) const {
     const auto begin = std::chrono::steady_clock::now();
     bool ready = false;
     for (;;) {
         if (!ready) {
             ready = LookWhetherReady(modules, begin);
+            if (ready) {
+                manager.Ready(kServing);
+            }
         }
-        switch (loop.Wait(ready ? EventLoop::kForever : kReadyPollMs)) {
-            case EventLoop::Event::kStop: Log::Info("ending"); return;
-            case EventLoop::Event::kReload: library.Reload(); break;
+        manager.FeedWatchdog();
+        switch (loop.Wait(ready ? manager.MillisecondsToWatchdog() : kReadyPollMs)) {
+            case EventLoop::Event::kStop:
+                Log::Info("ending");
+                manager.Stopping();
+                return;
+            case EventLoop::Event::kReload:
+                manager.Reloading();
+                library.Reload();
+                if (ready) {
+                    manager.Ready(kServing);
+                }
+                break;
             case EventLoop::Event::kNone: break;
         }
     }

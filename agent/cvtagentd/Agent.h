@@ -9,6 +9,7 @@ namespace agent {
 
 class EventLoop;
 class ServedModules;
+class ServiceManager;
 class SnmpLibrary;
 
 /// The agent's life: start, serve, end. One in a process, run by its main thread.
@@ -22,10 +23,9 @@ public:
     int Run();
 
 private:
-    void CheckConfigFile() const;
     /// Gives the addresses, for people.
     std::string Listen(SnmpLibrary& library) const;
-    void Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules) const;
+    void Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules, ServiceManager& manager) const;
     bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
 
     const Options& m_options;

@@ -90,6 +90,11 @@ void Apply(int option, const char* argument, Options& options) {
         case kListen: options.listen.push_back(NotEmpty("--listen", argument)); break;
         case kConfig: options.config = Absolute(NotEmpty("--config", argument).c_str()); break;
         case kStateDir: options.stateDir = NotEmpty("--state-dir", argument); break;
+        case kUser: options.user = NotEmpty("--user", argument); break;
+        case kCreateUser:
+            options.action = Options::Action::kCreateUser;
+            options.newUser = NotEmpty("--create-user", argument);
+            break;
         case kTimeout: options.timeoutSeconds = Seconds(argument); break;
         case kLogLevel: options.logLevel = Level(argument); break;
         case kSyslog: options.syslog = true; break;
@@ -100,8 +105,6 @@ void Apply(int option, const char* argument, Options& options) {
             options.config = Absolute(NotEmpty("--check-config", argument).c_str());
             break;
         case kAgentx: RefuseLater("--agentx");
-        case kUser: RefuseLater("--user");
-        case kCreateUser: RefuseLater("--create-user");
         default: break;
     }
 }
@@ -144,6 +147,7 @@ const char* Options::Help() {
 
 Usage: cvtagentd [OPTION]...
        cvtagentd --check-config FILE
+       cvtagentd --create-user NAME [--config FILE] [--state-dir DIR]
 
   --module FILE        an extension module to serve; may be repeated
                        (default: libCVHost.so.1, which comes with the agent)
@@ -154,6 +158,8 @@ Usage: cvtagentd [OPTION]...
   --state-dir DIR      the working directory, where values and keys are kept
                        (default: $STATE_DIRECTORY, or /var/lib/cvtagentd for root,
                        or else cvtagentd in $XDG_STATE_HOME or ~/.local/state)
+  --user NAME          run as this user once the ports are open, with no more rights than modules need; for root
+                       (default: the configuration's agentuser, or whoever starts it)
   --timeout SECONDS    how long modules may take to get ready, and to close (default: 30)
   --log-level LEVEL    error, warning, info or debug (default: info)
   --syslog             log to syslog instead of standard error
@@ -161,10 +167,10 @@ Usage: cvtagentd [OPTION]...
   --help               print this text
 
   --check-config FILE  load FILE, print each fault in it on a line, and end: status 0 when there is none, or else 1
+  --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or else takes
+                       them as two lines of standard input; the agent must not be running
 
   --agentx[=ADDRESS]   serve through another agent: not available in this version
-  --user NAME          run as this user: not available in this version
-  --create-user NAME   add an SNMPv3 user: not available in this version
 
 SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
 Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line.

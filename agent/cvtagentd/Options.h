@@ -16,13 +16,15 @@ public:
 
 /// What the command line asks for. A plain value.
 struct Options {
-    enum class Action { kServe, kCheckConfig, kShowHelp, kShowVersion };
+    enum class Action { kServe, kCheckConfig, kCreateUser, kShowHelp, kShowVersion };
 
     Action action = Action::kServe;
     std::vector<std::string> modules;  ///< never empty after Parse
     std::vector<std::string> listen;   ///< empty: the configuration's agentaddress, or else kDefaultAddress
     std::string config;                ///< absolute; empty: the built-in read-only access from this host
     std::string stateDir;              ///< empty: StateDir's choice
+    std::string user;                  ///< empty: the configuration's agentuser, or else whoever started it
+    std::string newUser;               ///< for kCreateUser
     unsigned int timeoutSeconds = 30;
     LogLevel logLevel = LogLevel::kInfo;
     bool syslog = false;

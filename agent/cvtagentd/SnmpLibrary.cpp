@@ -67,6 +67,9 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use) : m_configFile(std::mo
                             "but no passphrase behind it");
     ::init_agent(kApplication);
     ::init_snmp(kApplication);
+    if (use == Use::kAddUser) {
+        SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else its end would write
+    }
     m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
 }
 
@@ -83,16 +86,18 @@ void SnmpLibrary::SetUp(Use use) {
     SetFlag(NETSNMP_DS_LIB_DONT_LOAD_HOST_FILES);
     ::netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
     SetText(NETSNMP_DS_LIB_CONFIGURATION_DIR, kNoFolder);
-    if (use == Use::kServe) {
-        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, ".");
-    } else {
+    if (use == Use::kCheck) {
         SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, kNoFolder);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
+    } else {
+        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, ".");
     }
     if (!m_configFile.empty()) {
         SetText(NETSNMP_DS_LIB_OPTIONALCONFIG, m_configFile.c_str());
-        return;
+        if (use != Use::kAddUser) {  // whoever adds the first user has given no access yet, and nobody is served
+            return;
+        }
     }
     for (std::string line : kBuiltInAccess) {
         ::netsnmp_config_remember(line.data());
@@ -114,7 +119,10 @@ std::vector<std::string> SnmpLibrary::ConfiguredAddresses() const {
     return addresses;
 }
 
-void SnmpLibrary::Store() { ::snmp_store(kApplication); }
+void SnmpLibrary::Store() {
+    ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 0);
+    ::snmp_store(kApplication);
+}
 
 void SnmpLibrary::Listen(const std::string& address) {
     const LibraryMessages::Collector collector;

@@ -12,7 +12,8 @@ class SnmpLibrary {
 public:
     enum class Use {
         kServe,
-        kCheck,  ///< reads the configuration, and touches no file
+        kCheck,    ///< reads the configuration, and touches no file
+        kAddUser,  ///< reads configuration and state, and touches no file before Store
     };
 
     /// `configFile` may be empty: then community "public" may read, from this host.

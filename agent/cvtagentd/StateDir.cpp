@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/StateDir.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -39,15 +40,53 @@ void Create(const std::string& folder) {
     std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
 }
 
-/// What access(2) says does not hold for root, nor on every file system.
-void CheckWritable(const std::string& folder) {
-    std::string probe = "./.cvtagentd-XXXXXX";
-    const int fd = ::mkostemp(probe.data(), O_CLOEXEC);
-    if (fd < 0) {
-        Fail("cannot write to", folder, {errno, std::generic_category()});
+std::string Here() {
+    std::error_code ignored;
+    return std::filesystem::current_path(ignored).string();
+}
+
+/// The SNMP library makes these.
+bool IsTheLibrarys(const std::string& folder) { return folder == "cert_indexes" || folder == "mib_indexes"; }
+
+/// A directory that can be given away without taking anything from anybody.
+bool IsOursAlone(const struct stat& folder) {
+    if (folder.st_uid != 0 || (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return false;
     }
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        if (entry.symlink_status().type() == std::filesystem::file_type::directory &&
+            !IsTheLibrarys(entry.path().filename().string())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Somebody else may own the directory, and so decide what the name stands for: a file with a second name could be any of
+/// root's.
+bool GiveFile(const std::filesystem::path& file, uid_t user, gid_t group) {
+    const int fd = ::open(file.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return errno == ENOENT;
+    }
+    struct stat status {};
+    bool worked = ::fstat(fd, &status) == 0;
+    const bool whole = S_ISREG(status.st_mode) && status.st_nlink == 1;
+    if (worked && status.st_uid == 0 && (whole || S_ISDIR(status.st_mode))) {
+        worked = ::fchownat(fd, "", user, group, AT_EMPTY_PATH) == 0;
+    }
+    const int error = errno;
     ::close(fd);
-    ::unlink(probe.c_str());
+    errno = error;
+    return worked;
+}
+
+void GiveFiles(uid_t user, gid_t group) {
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        if (!GiveFile(entry.path(), user, group)) {
+            Fail("cannot change the owner of files in", Here(), {errno, std::generic_category()});
+        }
+    }
 }
 
 }  // namespace
@@ -77,7 +116,41 @@ void StateDir::Enter(const std::string& folder) {
     if (::chdir(chosen.c_str()) != 0) {
         Fail("cannot use", chosen, {errno, std::generic_category()});
     }
-    CheckWritable(chosen);
+    CheckWritable();
+}
+
+void StateDir::GiveTo(uid_t user, gid_t group) {
+    struct stat folder {};
+    if (::stat(".", &folder) != 0) {
+        Fail("cannot use", Here(), {errno, std::generic_category()});
+    }
+    if (folder.st_uid != user) {
+        if (!IsOursAlone(folder)) {
+            return;
+        }
+        if (::chown(".", user, group) != 0) {
+            Fail("cannot change the owner of", Here(), {errno, std::generic_category()});
+        }
+    }
+    GiveFiles(user, group);
+}
+
+void StateDir::GiveFilesToItsOwner() {
+    struct stat folder {};
+    if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
+        GiveFiles(folder.st_uid, folder.st_gid);
+    }
+}
+
+/// What access(2) says does not hold for root, nor on every file system.
+void StateDir::CheckWritable() {
+    std::string probe = "./.cvtagentd-XXXXXX";
+    const int fd = ::mkostemp(probe.data(), O_CLOEXEC);
+    if (fd < 0) {
+        Fail("cannot write to", Here(), {errno, std::generic_category()});
+    }
+    ::close(fd);
+    ::unlink(probe.c_str());
 }
 
 }  // namespace agent

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace agent {
@@ -15,6 +17,17 @@ public:
     static void Enter(const std::string& folder);
 
     static std::string Default();
+
+    /// For root: the working directory, and the files that root has put there, belong to this user and group from now on.
+    /// Left as they are: a directory that is not root's, that others may write to, or that holds folders of somebody
+    /// else's, such as /etc; and files that have a second name. Throws StartError when the system refuses.
+    static void GiveTo(uid_t user, gid_t group);
+
+    /// For root: files of root's in the working directory belong to its owner from now on.
+    static void GiveFilesToItsOwner();
+
+    /// Throws StartError when this process can make no file in the working directory.
+    static void CheckWritable();
 };
 
 }  // namespace agent

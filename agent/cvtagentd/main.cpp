@@ -4,6 +4,7 @@
 
 #include "agent/cvtagentd/AccessConfig.h"
 #include "agent/cvtagentd/Agent.h"
+#include "agent/cvtagentd/CreateUser.h"
 #include "agent/cvtagentd/Log.h"
 #include "agent/cvtagentd/Options.h"
 
@@ -17,6 +18,7 @@ int Run(const agent::Options& options) {
         case agent::Options::Action::kShowHelp: std::fputs(agent::Options::Help(), stdout); return EXIT_SUCCESS;
         case agent::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
         case agent::Options::Action::kCheckConfig: return agent::AccessConfig::Check(options.config);
+        case agent::Options::Action::kCreateUser: return agent::CreateUser(options).Run();
         case agent::Options::Action::kServe: break;
     }
     return agent::Agent(options).Run();

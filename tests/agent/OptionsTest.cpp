@@ -45,13 +45,14 @@ TEST(Options, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsDefault) {
 }
 
 TEST(Options, TakesEveryOptionOfServing) {
-    const Options options =
-        Parse({"--module", "/a/one.so", "--module=/b/two.so", "--listen", "udp:161", "--listen", "tcp:161", "--config",
-               "/etc/agent.conf", "--state-dir", "state", "--timeout", "5", "--log-level", "debug", "--syslog"});
+    const Options options = Parse({"--module", "/a/one.so", "--module=/b/two.so", "--listen", "udp:161", "--listen",
+                                   "tcp:161", "--config", "/etc/agent.conf", "--state-dir", "state", "--timeout", "5",
+                                   "--log-level", "debug", "--syslog", "--user", "nobody"});
     EXPECT_EQ(options.modules, (std::vector<std::string>{"/a/one.so", "/b/two.so"}));
     EXPECT_EQ(options.listen, (std::vector<std::string>{"udp:161", "tcp:161"}));
     EXPECT_EQ(options.config, "/etc/agent.conf");
     EXPECT_EQ(options.stateDir, "state");
+    EXPECT_EQ(options.user, "nobody");
     EXPECT_EQ(options.timeoutSeconds, 5U);
     EXPECT_EQ(options.logLevel, LogLevel::kDebug);
     EXPECT_TRUE(options.syslog);
@@ -74,6 +75,11 @@ TEST(Options, KnowsTheActionsThatAreNotServing) {
     const Options check = Parse({"--check-config", "/etc/agent.conf"});
     EXPECT_EQ(check.action, Options::Action::kCheckConfig);
     EXPECT_EQ(check.config, "/etc/agent.conf");
+    const Options create = Parse({"--create-user", "reader", "--config", "/etc/agent.conf", "--state-dir", "/state"});
+    EXPECT_EQ(create.action, Options::Action::kCreateUser);
+    EXPECT_EQ(create.newUser, "reader");
+    EXPECT_EQ(create.config, "/etc/agent.conf");
+    EXPECT_EQ(create.stateDir, "/state");
 }
 
 TEST(Options, SaysOfEachWrongCommandLineWhatIsWrong) {
@@ -81,6 +87,8 @@ TEST(Options, SaysOfEachWrongCommandLineWhatIsWrong) {
     EXPECT_EQ(ErrorOf({"-x"}), "the option -x is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"--syslog=yes"}), "the option --syslog=yes is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"--listen"}), "the option --listen wants a value");
+    EXPECT_EQ(ErrorOf({"--user", ""}), "--user wants a value that is not empty");
+    EXPECT_EQ(ErrorOf({"--create-user", ""}), "--create-user wants a value that is not empty");
     EXPECT_EQ(ErrorOf({"--listen", ""}), "--listen wants a value that is not empty");
     EXPECT_EQ(ErrorOf({"udp:161"}), "the argument \"udp:161\" belongs to no option");
     EXPECT_EQ(ErrorOf({"--log-level", "loud"}), "--log-level wants error, warning, info or debug, not \"loud\"");
@@ -97,8 +105,6 @@ TEST(Options, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
 TEST(Options, RefusesWhatThisVersionDoesNotHave) {
     EXPECT_EQ(ErrorOf({"--agentx"}), "--agentx is not available in this version");
     EXPECT_EQ(ErrorOf({"--agentx=tcp:127.0.0.1:705"}), "--agentx is not available in this version");
-    EXPECT_EQ(ErrorOf({"--user", "nobody"}), "--user is not available in this version");
-    EXPECT_EQ(ErrorOf({"--create-user", "me"}), "--create-user is not available in this version");
 }
 
 TEST(Options, HelpNamesEveryOption) {

@@ -42,11 +42,6 @@ TEST_F(StartTest, AConfigurationThatGivesAccessToNobodyIsFaulty) {
     ExpectRefusal(WithOwn({"--config", WriteConfig("# nothing\n")}), 1, "gives access to nobody");
 }
 
-TEST_F(StartTest, AConfigurationThatWantsAnotherUserIsRefusedAsLongAsThatCannotBeHad) {
-    const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentuser nobody\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, "agentuser and agentgroup are not available");
-}
-
 TEST_F(StartTest, AConfigurationThatCrashesTheLibraryIsReportedLikeAnyOther) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\ncreateUser me SHA\n");
     ExpectRefusal(WithOwn({"--config", file}), 1, file + ": crashes the SNMP library");

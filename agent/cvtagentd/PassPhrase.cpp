@@ -1,0 +1,114 @@
+#include "agent/cvtagentd/PassPhrase.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <string_view>
+
+#include "agent/cvtagentd/StartError.h"
+
+namespace agent {
+namespace {
+
+void Show(const std::string& text) {
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+void OnSignal(int /*signal*/) {}
+
+/// While one exists the terminal shows nothing of what is typed, and a signal that would end the program ends only its
+/// reading, so that the terminal is never left mute.
+class MuteTerminal {
+public:
+    MuteTerminal() {
+        struct sigaction action {};
+        action.sa_handler = &OnSignal;
+        for (std::size_t at = 0; at < kSignals.size(); ++at) {
+            ::sigaction(kSignals[at], &action, &m_actions[at]);
+        }
+        ::tcgetattr(STDIN_FILENO, &m_before);
+        termios mute = m_before;
+        mute.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &mute);
+    }
+    ~MuteTerminal() {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+        for (std::size_t at = 0; at < kSignals.size(); ++at) {
+            ::sigaction(kSignals[at], &m_actions[at], nullptr);
+        }
+        Show("\n");
+    }
+    MuteTerminal(const MuteTerminal&) = delete;
+    MuteTerminal& operator=(const MuteTerminal&) = delete;
+
+private:
+    static constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
+
+    std::array<struct sigaction, kSignals.size()> m_actions{};
+    termios m_before{};
+};
+
+}  // namespace
+
+PassPhrase PassPhrase::Read(const std::string& purpose) {
+    PassPhrase phrase;
+    if (::isatty(STDIN_FILENO) == 0) {
+        phrase.ReadLine(purpose);
+        phrase.Check(purpose);
+        return phrase;
+    }
+    const MuteTerminal mute;
+    Show(purpose + " pass phrase: ");
+    phrase.ReadLine(purpose);
+    phrase.Check(purpose);
+    PassPhrase again;
+    Show("\nthe same once more: ");
+    again.ReadLine(purpose);
+    if (again.m_text != phrase.m_text) {
+        throw StartError("the two " + purpose + " pass phrases are not the same; nothing is changed");
+    }
+    return phrase;
+}
+
+PassPhrase::~PassPhrase() { ::explicit_bzero(m_text.data(), m_text.size()); }
+
+const unsigned char* PassPhrase::Data() const { return reinterpret_cast<const unsigned char*>(m_text.data()); }
+
+/// What is too long is cut one octet behind the limit.
+void PassPhrase::ReadLine(const std::string& purpose) {
+    for (;;) {
+        char octet = 0;
+        const ssize_t count = ::read(STDIN_FILENO, &octet, 1);
+        if (count <= 0) {
+            throw StartError("the input ended before the " + purpose +
+                             " pass phrase was complete; nothing is changed (two lines are wanted: the authentication "
+                             "and the privacy pass phrase)");
+        }
+        if (octet == '\n') {
+            return;
+        }
+        if (m_text.size() <= kLongest) {
+            m_text.push_back(octet);
+        }
+    }
+}
+
+void PassPhrase::Check(const std::string& purpose) const {
+    const std::string which = "the " + purpose + " pass phrase ";
+    if (m_text.size() < kShortest) {
+        throw StartError(which + "is too short; nothing is changed (it needs at least 8 characters)");
+    }
+    if (m_text.size() > kLongest) {
+        throw StartError(which + "is too long; nothing is changed (it may have up to 256 characters)");
+    }
+    if (std::any_of(m_text.begin(), m_text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
+        throw StartError(which + "has a control character in it; nothing is changed (leave out tabs and the like)");
+    }
+}
+
+}  // namespace agent

@@ -1,0 +1,159 @@
+#include "agent/cvtagentd/Privileges.h"
+
+#include <grp.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+#include "agent/cvtagentd/StartError.h"
+
+namespace agent {
+namespace {
+
+struct Capability {
+    int number;
+    const char* name;
+    const char* without;
+};
+
+constexpr std::array kWanted = {
+    Capability{CAP_KILL, "CAP_KILL", "other users' processes cannot be ended"},
+    Capability{CAP_SYS_PTRACE, "CAP_SYS_PTRACE", "other users' working folders cannot be seen"},
+    Capability{CAP_SYS_TIME, "CAP_SYS_TIME", "the clock cannot be set"},
+    Capability{CAP_SYSLOG, "CAP_SYSLOG", "the kernel log cannot be read where the host restricts that"},
+};
+
+std::uint64_t Bit(int number) { return std::uint64_t{1} << static_cast<unsigned int>(number); }
+
+std::uint64_t WantedBits() {
+    std::uint64_t bits = 0;
+    for (const Capability& capability : kWanted) {
+        bits |= Bit(capability.number);
+    }
+    return bits;
+}
+
+[[noreturn]] void Fail(const User& user, const char* what) {
+    throw StartError("cannot run as the user " + user.Label() + ": " + what + ": " +
+                     std::generic_category().message(errno));
+}
+
+/// Two halves, as the kernel wants them.
+using Halves = std::array<__user_cap_data_struct, 2>;
+
+bool Permitted(std::uint64_t& bits) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    Halves halves{};
+    if (::syscall(SYS_capget, &header, halves.data()) != 0) {
+        return false;
+    }
+    bits = halves[0].permitted | (std::uint64_t{halves[1].permitted} << 32U);
+    return true;
+}
+
+/// An ambient capability has to be inheritable.
+bool SetAll(std::uint64_t bits) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    const auto low = static_cast<std::uint32_t>(bits);
+    const auto high = static_cast<std::uint32_t>(bits >> 32U);
+    Halves halves{};
+    halves[0] = {low, low, low};
+    halves[1] = {high, high, high};
+    return ::syscall(SYS_capset, &header, halves.data()) == 0;
+}
+
+/// Only who may set capabilities can do it, and only he needs to: what this process starts gains none in any case.
+void NarrowBoundingSet() {
+    for (int number = 0; ::prctl(PR_CAPBSET_READ, number, 0, 0, 0) >= 0; ++number) {
+        if ((WantedBits() & Bit(number)) == 0) {
+            ::prctl(PR_CAPBSET_DROP, number, 0, 0, 0);
+        }
+    }
+}
+
+bool Is(const User& user) {
+    uid_t real = 0;
+    uid_t effective = 0;
+    uid_t saved = 0;
+    ::getresuid(&real, &effective, &saved);
+    return real == user.uid && effective == user.uid && saved == user.uid;
+}
+
+void ChangeUser(const User& user) {
+    const bool grouped =
+        user.name.empty() ? ::setgroups(1, &user.gid) == 0 : ::initgroups(user.name.c_str(), user.gid) == 0;
+    if (!grouped) {
+        Fail(user, "setting its groups");
+    }
+    if (::setresgid(user.gid, user.gid, user.gid) != 0) {
+        Fail(user, "setting its group");
+    }
+    if (::prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || ::setresuid(user.uid, user.uid, user.uid) != 0) {
+        Fail(user, "setting the user");
+    }
+}
+
+}  // namespace
+
+void Privileges::CheckMayBecome(const User& user) {
+    if (!Is(user) && ::geteuid() != 0) {
+        throw StartError("only root can run the agent as the user " + user.Label() + "; start it as root, or as " +
+                         user.Label());
+    }
+}
+
+void Privileges::Become(const User& user) {
+    CheckMayBecome(user);
+    NarrowBoundingSet();
+    if (::geteuid() == 0) {
+        ChangeUser(user);
+    }
+    std::uint64_t kept = 0;
+    if (!Permitted(kept) || !SetAll(kept &= WantedBits()) ||
+        ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0) != 0) {
+        Fail(user, "giving up capabilities");
+    }
+    for (const Capability& capability : kWanted) {
+        if ((kept & Bit(capability.number)) != 0) {
+            // Where the system does not allow it, only what is started goes without.
+            ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, capability.number, 0, 0);
+        }
+    }
+    ::prctl(PR_SET_KEEPCAPS, 0, 0, 0, 0);
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || !Is(user)) {
+        Fail(user, "giving up privileges");
+    }
+}
+
+std::vector<std::string> Privileges::Kept() {
+    std::uint64_t bits = 0;
+    Permitted(bits);
+    std::vector<std::string> names;
+    for (const Capability& capability : kWanted) {
+        if ((bits & Bit(capability.number)) != 0) {
+            names.emplace_back(capability.name);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> Privileges::Missing() {
+    std::uint64_t bits = 0;
+    Permitted(bits);
+    std::vector<std::string> phrases;
+    for (const Capability& capability : kWanted) {
+        if ((bits & Bit(capability.number)) == 0) {
+            phrases.push_back(std::string(capability.without) + " (" + capability.name + ")");
+        }
+    }
+    return phrases;
+}
+
+}  // namespace agent
