@@ -81,7 +81,7 @@ protected:
     /// Starts the agent and waits until its log holds `until`. A test that waits for its end looks at that itself.
     void Start(const Arguments& more, const Arguments& settings = {}, const std::string& until = "ready after") {
         for (int tries = 0; tries < 3; ++tries) {
-            m_agent = std::make_unique<Program>(Arguments{kAgentFile} + WithOwn(more), m_scratch / "log", settings);
+            m_agent = std::make_unique<Program>(m_command + WithOwn(more), m_scratch / "log", settings);
             if (m_agent->WaitForOutput(until)) {
                 return;
             }
@@ -150,6 +150,7 @@ protected:
 
     const ScratchFolder m_scratch;
     std::string m_community = "private";
+    Arguments m_command = {kAgentFile};  ///< what Start starts
 
 private:
     int m_port = FreePort();

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -23,18 +24,17 @@ namespace agent_test {
 /// the destructor.
 class Program {
 public:
-    /// The first argument is the program, looked for in PATH. `settings` ("NAME=value") come before the environment of
-    /// this process.
-    Program(std::vector<std::string> arguments, const std::string& outputFile, std::vector<std::string> settings = {})
+    /// The first argument is the program, looked for in PATH. `settings` ("NAME=value") go before what the
+    /// environment of this process says of the same names. Standard input is `inputFile`.
+    Program(std::vector<std::string> arguments, const std::string& outputFile, std::vector<std::string> settings = {},
+            const std::string& inputFile = "/dev/null")
         : m_output(outputFile) {
         std::vector<char*> argv = Pointers(arguments);
-        for (char** variable = environ; *variable != nullptr; ++variable) {
-            settings.emplace_back(*variable);
-        }
+        AddEnvironment(settings);
         std::vector<char*> environment = Pointers(settings);
         posix_spawn_file_actions_t files;
         ::posix_spawn_file_actions_init(&files);
-        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, inputFile.c_str(), O_RDONLY, 0);
         ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
                                            0600);
         ::posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
@@ -97,6 +97,20 @@ public:
     }
 
 private:
+    /// No name twice: programs do not agree on which of them counts.
+    static void AddEnvironment(std::vector<std::string>& settings) {
+        std::set<std::string> names;
+        for (const std::string& setting : settings) {
+            names.insert(setting.substr(0, setting.find('=')));
+        }
+        for (char** variable = environ; *variable != nullptr; ++variable) {
+            const std::string setting = *variable;
+            if (names.insert(setting.substr(0, setting.find('='))).second) {
+                settings.push_back(setting);
+            }
+        }
+    }
+
     static std::vector<char*> Pointers(std::vector<std::string>& texts) {
         std::vector<char*> pointers;
         pointers.reserve(texts.size() + 1);
@@ -121,9 +135,9 @@ struct Outcome {
 
 /// Runs a program to its end.
 inline Outcome RunToEnd(const std::vector<std::string>& arguments, const ScratchFolder& scratch,
-                        const std::vector<std::string>& settings = {}) {
+                        const std::vector<std::string>& settings = {}, const std::string& inputFile = "/dev/null") {
     static int number = 0;
-    Program program(arguments, scratch / ("output-" + std::to_string(++number)), settings);
+    Program program(arguments, scratch / ("output-" + std::to_string(++number)), settings, inputFile);
     const int status = program.Wait();
     return {status, program.Output()};
 }

@@ -1,0 +1,259 @@
+// cvtagentd --create-user: pass phrases from the terminal or from standard input, keys in the state directory.
+
+#include <pty.h>
+#include <termios.h>
+
+#include <array>
+
+#include "tests/agent/AgentTest.h"
+
+namespace agent_test {
+namespace {
+
+constexpr const char* kAuthentication = "the first \"secret\" \\ phrase";
+constexpr const char* kPrivacy = "the second 'secret' # phrase";
+
+/// A terminal with the program that --create-user is on it.
+class OnTerminal {
+public:
+    explicit OnTerminal(Arguments arguments) {
+        std::vector<char*> argv;
+        argv.reserve(arguments.size() + 1);
+        for (std::string& argument : arguments) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        m_pid = ::forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (m_pid == 0) {
+            ::execv(argv[0], argv.data());
+            ::_exit(127);
+        }
+    }
+    ~OnTerminal() {
+        ::close(m_terminal);
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGKILL);
+            ::waitpid(m_pid, nullptr, 0);
+        }
+    }
+    OnTerminal(const OnTerminal&) = delete;
+    OnTerminal& operator=(const OnTerminal&) = delete;
+
+    void Type(const std::string& text) const {
+        EXPECT_EQ(::write(m_terminal, text.data(), text.size()), ssize_t(text.size()));
+    }
+
+    /// Waits until it shows `text`, which it does not before the terminal shows nothing of what is typed.
+    bool WaitFor(const std::string& text) {
+        while (m_shown.find(text, m_seen) == std::string::npos) {
+            if (!ReadMore()) {
+                return false;
+            }
+        }
+        m_seen = m_shown.find(text, m_seen) + text.size();
+        return true;
+    }
+    /// Waits for its end, and gives its exit status.
+    int End() {
+        while (ReadMore()) {
+        }
+        int status = 0;
+        ::waitpid(m_pid, &status, 0);
+        m_pid = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    const std::string& Shown() const { return m_shown; }
+    bool Echoes() const {
+        termios settings{};
+        return ::tcgetattr(m_terminal, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
+    }
+
+private:
+    bool ReadMore() {
+        std::array<char, 512> buffer{};
+        const ssize_t count = ::read(m_terminal, buffer.data(), buffer.size());
+        m_shown.append(buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+        return count > 0;
+    }
+
+    int m_terminal = -1;
+    pid_t m_pid = -1;
+    std::string m_shown;
+    std::size_t m_seen = 0;
+};
+
+class CreateUserTest : public AgentTest {
+protected:
+    Arguments Command(const std::string& name, const Arguments& more = {}) const {
+        return Arguments{kAgentFile, "--create-user", name, "--state-dir", m_scratch / "state"} + more;
+    }
+    Outcome Create(const std::string& name, const std::string& lines, const Arguments& more = {}) const {
+        return RunToEnd(Command(name, more), m_scratch, {}, m_scratch.Write("input", lines));
+    }
+    static std::string Phrases() { return std::string(kAuthentication) + "\n" + kPrivacy + "\n"; }
+
+    std::string Kept() const {
+        std::ifstream in(m_scratch / "state/cvtagentd.conf", std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    /// Expects one line that holds `text`, status 1, and the state as it was.
+    void ExpectRefused(const std::string& name, const std::string& lines, const std::string& text) const {
+        const std::string before = Kept();
+        const Outcome outcome = Create(name, lines);
+        EXPECT_EQ(outcome.status, 1) << outcome.output;
+        EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
+        EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
+        EXPECT_EQ(Kept(), before);
+    }
+    Outcome Ask(const std::string& name, const std::string& authentication, const std::string& privacy,
+                const Arguments& options = {}) const {
+        return Client("snmpget",
+                      options + Arguments{"-v3", "-u", name, "-l", "authPriv", "-a", "SHA-256", "-A", authentication,
+                                          "-x", "AES", "-X", privacy, Udp(), kValues + "1.0"});
+    }
+    void StartFor(const std::string& name) {
+        Start({"--module", kTestModule, "--config", WriteConfig("rouser " + name + " authpriv\n")});
+    }
+    void ExpectWorks(const std::string& name) {
+        StartFor(name);
+        EXPECT_EQ(Ask(name, kAuthentication, kPrivacy).output, kValues + "1.0 = INTEGER: 1\n");
+        EXPECT_EQ(Ask(name, kPrivacy, kPrivacy).status, 1);
+        const Arguments impatient = {"-t", "0.3", "-r", "0"};  // what cannot be deciphered is not answered
+        EXPECT_EQ(Ask(name, kAuthentication, kAuthentication, impatient).status, 1);
+        ExpectCleanEnd();
+    }
+};
+
+TEST_F(CreateUserTest, ANewUserReadsWithAuthenticationAndEncryptionOnceTheConfigurationLetsHim) {
+    const Outcome outcome = Create("reader", Phrases());
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_NE(outcome.output.find("rouser reader authpriv\n"), std::string::npos) << outcome.output;
+    ExpectWorks("reader");
+    ExpectWorks("reader");  // after a restart, too
+}
+
+TEST_F(CreateUserTest, KeepsKeysAndNoPassPhrasesInAFileForItsOwner) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    const auto permissions = std::filesystem::status(m_scratch / "state/cvtagentd.conf").permissions();
+    EXPECT_EQ(permissions, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_NE(Kept().find("usmUser "), std::string::npos) << Kept();
+    EXPECT_EQ(Kept().find("secret"), std::string::npos) << Kept();
+}
+
+TEST_F(CreateUserTest, ASecondUserLeavesTheFirstAsHeIs) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    ASSERT_EQ(Create("other", "something else\nand yet another\n").status, 0);
+    ExpectWorks("reader");
+    StartFor("other");
+    EXPECT_EQ(Ask("other", "something else", "and yet another").status, 0);
+}
+
+TEST_F(CreateUserTest, AUserOfAStateDirectoryThatHasBeenInUseIsGoodForTheSameEngine) {
+    StartFor("reader");
+    ExpectCleanEnd();
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    ExpectWorks("reader");
+}
+
+TEST_F(CreateUserTest, TheConfigurationsEngineIdentifierIsTheOneThatHisKeysAreFor) {
+    const std::string config = "engineID a name of its own\n";
+    ASSERT_EQ(Create("reader", Phrases(), {"--config", WriteConfig(config)}).status, 0);
+    Start({"--module", kTestModule, "--config", WriteConfig(config + "rouser reader authpriv\n")});
+    EXPECT_EQ(Ask("reader", kAuthentication, kPrivacy).status, 0);
+}
+
+TEST_F(CreateUserTest, RefusesPassPhrasesThatAreNotGoodEnoughAndChangesNothing) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    ExpectRefused("new", "1234567\n12345678\n", "the authentication pass phrase is too short");
+    ExpectRefused("new", "12345678\n1234567\n", "the privacy pass phrase is too short");
+    ExpectRefused("new", "12345678\n" + std::string(257, 'x') + "\n", "the privacy pass phrase is too long");
+    ExpectRefused("new", "12345678\r\n12345678\r\n", "control character");
+    ExpectRefused("new", "12345678\n", "ended before the privacy pass phrase");
+    ExpectRefused("new", "12345678\n12345678", "ended before the privacy pass phrase");
+    ExpectRefused("new", "", "ended before the authentication pass phrase");
+}
+
+TEST_F(CreateUserTest, RefusesAUserThatIsThereAlready) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    ExpectRefused("reader", "another secret\nanother secret\n", "there is a user reader already");
+    const std::string config = WriteConfig("createUser known SHA-256 \"some secret\" AES\n");
+    const Outcome outcome = Create("known", Phrases(), {"--config", config});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("there is a user known already"), std::string::npos) << outcome.output;
+    ExpectWorks("reader");
+}
+
+TEST_F(CreateUserTest, RefusesNamesThatTheConfigurationCouldNotHold) {
+    for (const std::string& name : {std::string("two words"), std::string("quo\"te"), std::string("-r"),
+                                    std::string("sharp#"), std::string("n\xC3\xA4me"), std::string(33, 'x')}) {
+        ExpectRefused(name, Phrases(), "the name of an SNMPv3 user has 1 to 32 letters");
+    }
+    EXPECT_EQ(Create(std::string(32, 'x'), Phrases()).status, 0);
+}
+
+TEST_F(CreateUserTest, RefusesWhileAnAgentUsesTheStateDirectory) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    StartFor("reader");
+    ExpectRefused("new", Phrases(), "is in use by another agent, process " + std::to_string(Agent().Pid()));
+    ExpectCleanEnd();
+    EXPECT_EQ(Create("new", Phrases()).status, 0);
+}
+
+TEST_F(CreateUserTest, RefusesAFaultyConfigurationAndAStateDirectoryThatIsNotThere) {
+    const Outcome faulty = Create("new", Phrases(), {"--config", WriteConfig("rwcomunity private\n")});
+    EXPECT_EQ(faulty.status, 1);
+    EXPECT_NE(faulty.output.find("Unknown token: rwcomunity"), std::string::npos) << faulty.output;
+    EXPECT_EQ(Create("new", Phrases(), {"--config", m_scratch / "none"}).status, 1);
+    EXPECT_EQ(Create("new", Phrases(), {"--state-dir", m_scratch / "none"}).status, 1);
+    EXPECT_EQ(Kept(), "");
+}
+
+TEST_F(CreateUserTest, OnATerminalItAsksTwiceAndShowsNothingOfWhatIsTyped) {
+    OnTerminal terminal(Command("reader"));
+    for (const char* const phrase : {kAuthentication, kPrivacy}) {
+        ASSERT_TRUE(terminal.WaitFor("pass phrase: ")) << terminal.Shown();
+        EXPECT_FALSE(terminal.Echoes());
+        terminal.Type(std::string(phrase) + "\n");
+        ASSERT_TRUE(terminal.WaitFor("once more: ")) << terminal.Shown();
+        terminal.Type(std::string(phrase) + "\n");
+    }
+    EXPECT_EQ(terminal.End(), 0) << terminal.Shown();
+    EXPECT_EQ(terminal.Shown().find("secret"), std::string::npos) << terminal.Shown();
+    ExpectWorks("reader");
+}
+
+TEST_F(CreateUserTest, OnATerminalTwoDifferentPassPhrasesChangeNothing) {
+    OnTerminal terminal(Command("reader"));
+    ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
+    terminal.Type("the first secret\n");
+    ASSERT_TRUE(terminal.WaitFor("once more: ")) << terminal.Shown();
+    terminal.Type("the first sceret\n");
+    EXPECT_EQ(terminal.End(), 1);
+    EXPECT_NE(terminal.Shown().find("are not the same; nothing is changed"), std::string::npos) << terminal.Shown();
+    EXPECT_EQ(Kept(), "");
+}
+
+TEST_F(CreateUserTest, OnATerminalAnInterruptChangesNothingAndBringsTheEchoBack) {
+    OnTerminal terminal(Command("reader"));
+    ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
+    terminal.Type("the first\x03");
+    ASSERT_TRUE(terminal.WaitFor("nothing is changed")) << terminal.Shown();
+    EXPECT_TRUE(terminal.Echoes());
+    EXPECT_EQ(terminal.End(), 1);
+    EXPECT_EQ(Kept(), "");
+}
+
+TEST_F(CreateUserTest, TwoAgentsDoNotShareAStateDirectoryUntilTheFirstEndsInWhateverWay) {
+    StartWritable();
+    const Arguments other = {"--module",    kTestModule,
+                             "--listen",    "udp:127.0.0.1:" + std::to_string(FreePort()),
+                             "--state-dir", m_scratch / "state"};
+    ExpectRefusal(other, 1, "is in use by another agent, process " + std::to_string(Agent().Pid()));
+    Agent().Signal(SIGKILL);
+    Agent().Wait();
+    StartWritable();
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+}
+
+}  // namespace
+}  // namespace agent_test

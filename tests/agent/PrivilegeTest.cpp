@@ -1,0 +1,366 @@
+// cvtagentd --user: as whom it runs, with which capabilities, and that it can do with them what its modules are for. The
+// host's clock is never set: the agent finds no other `date` than a stand-in.
+
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <map>
+#include <sstream>
+
+#include "tests/agent/AgentTest.h"
+#include "tests/agent/Manager.h"
+#include "tests/support/MadeUpHost.h"
+
+namespace agent_test {
+namespace {
+
+constexpr uid_t kNobody = 65534;
+constexpr uid_t kDaemon = 1;
+constexpr const char* kKept = "0000000402080020";  // CAP_KILL, CAP_SYS_PTRACE, CAP_SYS_TIME, CAP_SYSLOG
+constexpr const char* kNone = "0000000000000000";
+const std::string kDate = ".1.3.6.1.2.1.25.1.2.0";
+const std::string kRun = ".1.3.6.1.2.1.25.4.2.1.";
+
+/// The lines "Name: value" of a process's or thread's status, with single blanks.
+std::map<std::string, std::string> StatusOf(const std::filesystem::path& process) {
+    std::map<std::string, std::string> values;
+    std::ifstream in(process / "status");
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream words(line.substr(line.find(':') + 1));
+        std::string& value = values[line.substr(0, line.find(':'))];
+        for (std::string word; words >> word;) {
+            value += (value.empty() ? "" : " ") + word;
+        }
+    }
+    return values;
+}
+
+/// A process of another user's, in a folder of its own, that does nothing until it is killed.
+class OthersProcess {
+public:
+    OthersProcess(uid_t user, const std::string& folder) : m_pid(::fork()) {
+        if (m_pid == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (::chdir(folder.c_str()) == 0 && ::setresgid(user, user, user) == 0 &&
+                ::setresuid(user, user, user) == 0) {
+                for (;;) {
+                    ::pause();
+                }
+            }
+            ::_exit(1);
+        }
+        const std::string uid = std::to_string(user);
+        while (StatusOf("/proc/" + Pid())["Uid"] != uid + " " + uid + " " + uid + " " + uid) {
+            ::poll(nullptr, 0, 1);
+        }
+    }
+    ~OthersProcess() {
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGKILL);
+            ::waitpid(m_pid, nullptr, 0);
+        }
+    }
+    OthersProcess(const OthersProcess&) = delete;
+    OthersProcess& operator=(const OthersProcess&) = delete;
+
+    std::string Pid() const { return std::to_string(m_pid); }
+    bool IsAlive() const { return ::waitpid(m_pid, nullptr, WNOHANG) == 0; }
+    int EndedBy() {
+        int status = 0;
+        ::waitpid(m_pid, &status, 0);
+        m_pid = -1;
+        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    }
+
+private:
+    pid_t m_pid;
+};
+
+/// An agent that any user can start, on a host with a /dev of its own, with stand-ins for every command.
+class PrivilegeTest : public AgentTest {
+protected:
+    void SetUp() override {
+        if (::geteuid() != 0 || !MadeUpHost::IsPossible() || !HasAll()) {
+            GTEST_SKIP() << "needs root, with all that root usually may";
+        }
+        m_host = std::make_unique<MadeUpHost>();
+        m_host->Empty("/dev");
+        std::filesystem::permissions("/dev", std::filesystem::perms(0755));
+        if (!MakeDevice("null", 3) || !MakeDevice("zero", 5) || !MakeDevice("urandom", 9)) {
+            GTEST_SKIP() << "cannot make device nodes";
+        }
+        std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
+        CopyAgent();
+        m_record = m_scratch.MakeFolder("record");
+        std::filesystem::permissions(m_record, std::filesystem::perms(0777));
+        m_commands = m_scratch.MakeFolder("commands");
+        WriteCommand("date", "{ echo \"$*\"; /usr/bin/id -u; /bin/grep -E '^Cap(Eff|Amb)' /proc/self/status; } >" +
+                                 m_record + "/date");
+        m_host->Cover("/usr/bin/date", "");  // should all else fail: not even executable
+        WriteCommand("dmesg", "exec /bin/grep CapEff /proc/self/status");
+        WriteCommand("mount", ":");
+        m_config = WriteConfig(
+            "createUser operator SHA-256 \"the first secret\" AES \"the second secret\"\nrwuser operator authpriv\n");
+    }
+    void TearDown() override {
+        AgentTest::TearDown();
+        m_host.reset();
+    }
+
+    void StartAs(const std::string& user, const Arguments& more = {}, const Arguments& settings = {}) {
+        StartWith(Arguments{"--user", user} + more, settings);
+    }
+    void StartWith(const Arguments& more, const Arguments& settings = {}) {
+        Start(Arguments{"--module", m_module, "--config", m_config} + more, Arguments{"PATH=" + m_commands} + settings);
+    }
+    /// Runs this agent, which ends by itself, with one line that holds `text`.
+    void ExpectNoStart(const Arguments& more, const std::string& text) const {
+        const Outcome outcome =
+            RunToEnd(m_command + WithOwn(Arguments{"--module", m_module, "--config", m_config} + more), m_scratch);
+        EXPECT_EQ(outcome.status, 1) << outcome.output;
+        EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
+        EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
+    }
+    /// What is not root from the start.
+    void BecomeFirst(const Arguments& options) {
+        m_command = Arguments{"/usr/bin/setpriv"} + options + m_command;
+        ::chown((m_scratch / "state").c_str(), kNobody, kNobody);
+    }
+    Arguments Without() const {
+        return {"--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all", "--bounding-set=-all"};
+    }
+
+    Outcome V3(const std::string& client, const Arguments& arguments) const {
+        return Client(client, Arguments{"-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA-256", "-A",
+                                        "the first secret", "-x", "AES", "-X", "the second secret", Udp()} +
+                                  arguments);
+    }
+    void ExpectAllThreads(const std::string& name, const std::string& value) {
+        int threads = 0;
+        for (const auto& thread :
+             std::filesystem::directory_iterator("/proc/" + std::to_string(Agent().Pid()) + "/task")) {
+            EXPECT_EQ(StatusOf(thread.path())[name], value) << name << " of " << thread.path();
+            ++threads;
+        }
+        EXPECT_GE(threads, 2) << "the module's own thread is looked at, too";
+    }
+
+    static std::string Content(const std::string& file) {
+        std::ifstream in(file);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    static uid_t OwnerOf(const std::string& file) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(file.c_str(), &status), 0) << file;
+        return status.st_uid;
+    }
+    void WriteCommand(const std::string& name, const std::string& line) const {
+        std::filesystem::permissions(m_scratch.Write("commands/" + name, "#!/bin/sh\n" + line + "\n"),
+                                     std::filesystem::perms(0755));
+    }
+
+    std::string m_module;
+    std::string m_config;
+    std::string m_commands;
+    std::string m_record;
+
+private:
+    static bool HasAll() {
+        const auto bits = std::stoull(StatusOf("/proc/self")["CapEff"], nullptr, 16);
+        const auto wanted = std::stoull(kKept, nullptr, 16);
+        return (bits & wanted) == wanted;
+    }
+    static bool MakeDevice(const std::string& name, unsigned int minor) {
+        const std::string file = "/dev/" + name;
+        return ::mknod(file.c_str(), S_IFCHR, ::makedev(1, minor)) == 0 && ::chmod(file.c_str(), 0666) == 0;
+    }
+    /// The tree that it was built in may be closed to others.
+    void CopyAgent() {
+        m_scratch.MakeFolder("bin");
+        m_scratch.MakeFolder("lib");
+        std::filesystem::copy_file(kAgentFile, m_scratch / "bin/cvtagentd");
+        std::filesystem::copy_file(CVHOST_BUILD_LIB_DIR "/libCVT.so.1", m_scratch / "lib/libCVT.so.1");
+        std::filesystem::copy_file(kMainModule, m_scratch / "lib/libCVHost.so.1");
+        m_command = {m_scratch / "bin/cvtagentd"};
+        m_module = m_scratch / "lib/libCVHost.so.1";
+    }
+
+    std::unique_ptr<MadeUpHost> m_host;
+};
+
+TEST_F(PrivilegeTest, EveryThreadRunsAsThatUserWithTheFourCapabilitiesAndNoOther) {
+    StartAs("nobody");
+    ExpectAllThreads("Uid", "65534 65534 65534 65534");
+    ExpectAllThreads("Gid", "65534 65534 65534 65534");
+    ExpectAllThreads("Groups", "65534");
+    for (const char* const set : {"CapInh", "CapPrm", "CapEff", "CapBnd", "CapAmb"}) {
+        ExpectAllThreads(set, kKept);
+    }
+    ExpectAllThreads("NoNewPrivs", "1");
+    EXPECT_NE(Log().find("runs as the user nobody, with CAP_KILL, CAP_SYS_PTRACE, CAP_SYS_TIME, CAP_SYSLOG\n"),
+              std::string::npos)
+        << Log();
+    EXPECT_EQ(Log().find("warning"), std::string::npos) << Log();
+}
+
+TEST_F(PrivilegeTest, OverVersion3TheClockIsSetByThatUserWithTheCapabilityForIt) {
+    StartAs("nobody");
+    EXPECT_EQ(std::filesystem::read_symlink("/dev/nul"), "/dev/null");
+    const Outcome outcome = V3("snmpset", {kDate, "x", "07EA0B150D3938002B0000"});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(Content(m_record + "/date"),
+              "-u -s 112113572026\n65534\nCapEff:\t" + std::string(kKept) + "\nCapAmb:\t" + kKept + "\n");
+    EXPECT_EQ(OwnerOf(m_record + "/date"), kNobody);
+}
+
+TEST_F(PrivilegeTest, OverVersion3AProcessOfAnotherUserDies) {
+    OthersProcess victim(kDaemon, m_record);
+    const OthersProcess neighbour(kDaemon, m_record);
+    StartAs("nobody");
+    const Outcome outcome = V3("snmpset", {kRun + "7." + victim.Pid(), "i", "4"});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(victim.EndedBy(), SIGKILL);
+    EXPECT_TRUE(neighbour.IsAlive());
+}
+
+TEST_F(PrivilegeTest, TheWorkingFolderOfAnotherUsersProcessIsSeen) {
+    const OthersProcess other(kDaemon, m_record);
+    StartAs("nobody");
+    const std::string path = kRun + "4." + other.Pid();
+    EXPECT_EQ(V3("snmpget", {path}).output, path + " = STRING: \"" + m_record + "\"\n");
+}
+
+TEST_F(PrivilegeTest, WhatAModuleStartsToReadTheKernelLogHasTheCapabilityForIt) {
+    WriteCommand("dmesg", "/bin/grep -E '^(Uid|CapEff)' /proc/self/status >" + m_record + "/dmesg");
+    StartAs("nobody");
+    EXPECT_EQ(Content(m_record + "/dmesg"), "Uid:\t65534\t65534\t65534\t65534\nCapEff:\t" + std::string(kKept) + "\n");
+}
+
+TEST_F(PrivilegeTest, TheStateBelongsToThatUserAndOutlivesARestart) {
+    StartWith({});  // as root
+    ExpectCleanEnd();
+    EXPECT_EQ(OwnerOf(m_scratch / "state/cvtagentd.conf"), 0U);
+    for (int boots = 2; boots < 4; ++boots) {
+        StartAs("nobody");
+        EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+        ExpectCleanEnd();
+        EXPECT_NE(Content(m_scratch / "state/cvtagentd.conf").find("engineBoots " + std::to_string(boots) + "\n"),
+                  std::string::npos);
+        EXPECT_EQ(OwnerOf(m_scratch / "state"), kNobody);
+        for (const auto& entry : std::filesystem::directory_iterator(m_scratch / "state")) {
+            EXPECT_EQ(OwnerOf(entry.path()), kNobody) << entry.path();
+        }
+    }
+}
+
+TEST_F(PrivilegeTest, AUserAddedByRootCanBeReadByTheAgent) {
+    StartAs("nobody");
+    ExpectCleanEnd();
+    const Outcome outcome =
+        RunToEnd(m_command + Arguments{"--create-user", "operator2", "--state-dir", m_scratch / "state"}, m_scratch, {},
+                 m_scratch.Write("input", "the first secret\nthe second secret\n"));
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(OwnerOf(m_scratch / "state/cvtagentd.conf"), kNobody);
+    StartAs("nobody");
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+}
+
+TEST_F(PrivilegeTest, AFileWithASecondNameIsNotGivenAway) {
+    const std::string precious = m_scratch.Write("precious", "root's\n");
+    std::filesystem::create_hard_link(precious, m_scratch / "state/linked");
+    std::filesystem::create_symlink(m_scratch.Write("other", "root's, too\n"), m_scratch / "state/symbolic");
+    StartAs("nobody");
+    EXPECT_EQ(OwnerOf(precious), 0U);
+    EXPECT_EQ(OwnerOf(m_scratch / "other"), 0U);
+}
+
+TEST_F(PrivilegeTest, AFolderThatHoldsMoreThanStateIsNotGivenAway) {
+    m_scratch.MakeFolder("state/somebody's");
+    ExpectNoStart({"--user", "nobody"}, "cannot write to the state directory " + m_scratch / "state");
+    EXPECT_EQ(OwnerOf(m_scratch / "state"), 0U);
+}
+
+TEST_F(PrivilegeTest, TheConfigurationCanNameUserAndGroupAndTheCommandLineGoesBeforeIt) {
+    m_config = WriteConfig(Content(m_config) + "agentuser daemon\nagentgroup nogroup\n");
+    StartWith({});
+    ExpectAllThreads("Uid", "1 1 1 1");
+    ExpectAllThreads("Gid", "65534 65534 65534 65534");
+    ExpectAllThreads("CapEff", kKept);
+    ExpectCleanEnd();
+    ::chown((m_scratch / "state").c_str(), 0, 0);
+    StartAs("nobody");
+    ExpectAllThreads("Uid", "65534 65534 65534 65534");
+}
+
+TEST_F(PrivilegeTest, SighupReadsWhatThatUserMayRead) {
+    StartAs("nobody");
+    m_config = WriteConfig("rocommunity other 127.0.0.1\n");
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+    EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "other", Udp(), kMemorySize}).status, 0);
+}
+
+TEST_F(PrivilegeTest, WarnsOfAConfigurationThatThatUserMayNotRead) {
+    std::filesystem::permissions(m_config, std::filesystem::perms(0600));
+    StartAs("nobody");
+    EXPECT_NE(Log().find("warning: as the user nobody it cannot read the configuration " + m_config), std::string::npos)
+        << Log();
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("the configuration stays as it was")) << Log();
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+}
+
+TEST_F(PrivilegeTest, WarnsWhenSomethingElseStandsWhereTheClockCommandWrites) {
+    std::ofstream("/dev/nul") << "somebody's\n";
+    std::filesystem::permissions("/dev/nul", std::filesystem::perms(0644));
+    StartAs("nobody");
+    EXPECT_NE(Log().find("warning: the clock cannot be set: /dev/nul"), std::string::npos) << Log();
+    EXPECT_EQ(Content("/dev/nul"), "somebody's\n");
+}
+
+TEST_F(PrivilegeTest, TheServiceManagerIsReachedThoughOnlyRootMayGoThere) {
+    const std::string folder = m_scratch.MakeFolder("closed");
+    std::filesystem::permissions(folder, std::filesystem::perms(0700));
+    const Manager manager(folder + "/notify");
+    StartAs("nobody", {}, {"NOTIFY_SOCKET=" + folder + "/notify", "WATCHDOG_USEC=100000"});
+    EXPECT_NE(manager.NextThat("READY=1"), "");
+    EXPECT_EQ(manager.NextThat("WATCHDOG=1"), "WATCHDOG=1");
+}
+
+TEST_F(PrivilegeTest, AsThatUserAlreadyItServesWithoutAnyCapabilityWhatCanBeServed) {
+    const OthersProcess victim(kDaemon, m_record);
+    BecomeFirst(Without());
+    StartAs("nobody");
+    ExpectAllThreads("CapEff", kNone);
+    EXPECT_NE(Log().find("runs as the user nobody, without capabilities\n"), std::string::npos) << Log();
+    EXPECT_NE(Log().find("other users' processes cannot be ended (CAP_KILL)"), std::string::npos) << Log();
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+    EXPECT_EQ(V3("snmpget", {kRun + "4." + victim.Pid()}).output, kRun + "4." + victim.Pid() + " = \"\"\n");
+    V3("snmpset", {kRun + "7." + victim.Pid(), "i", "4"});
+    EXPECT_TRUE(victim.IsAlive());
+}
+
+TEST_F(PrivilegeTest, AsThatUserAlreadyItGivesUpWhatItNeedsNoMore) {
+    BecomeFirst({"--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+kill,+net_bind_service",
+                 "--ambient-caps=-all,+kill,+net_bind_service"});
+    StartAs("nobody");
+    for (const char* const set : {"CapInh", "CapPrm", "CapEff", "CapAmb"}) {
+        ExpectAllThreads(set, "0000000000000020");
+    }
+}
+
+TEST_F(PrivilegeTest, OnlyRootCanRunItAsSomebodyElse) {
+    BecomeFirst(Without());
+    ExpectNoStart({"--user", "daemon"}, "only root can run the agent as the user daemon");
+}
+
+TEST_F(PrivilegeTest, AUserThatTheHostDoesNotHaveIsRefused) {
+    ExpectNoStart({"--user", "no-such-user"}, "this host has no user no-such-user");
+    m_config = WriteConfig(Content(m_config) + "agentuser no-such-user\n");
+    ExpectNoStart({}, "no-such-user");
+}
+
+}  // namespace
+}  // namespace agent_test

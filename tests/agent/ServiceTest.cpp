@@ -1,0 +1,123 @@
+// What the agent tells the service manager that has started it, and what it keeps from its children.
+
+#include <ctime>
+
+#include "tests/agent/AgentTest.h"
+#include "tests/agent/Manager.h"
+
+namespace agent_test {
+namespace {
+
+class ServiceTest : public AgentTest {
+protected:
+    void StartUnder(const std::string& address, const Arguments& more = {}, const Arguments& settings = {}) {
+        Start(Arguments{"--module", kTestModule, "--config", WriteConfig("rocommunity private 127.0.0.1\n")} + more,
+              Arguments{"NOTIFY_SOCKET=" + address} + settings, "");
+    }
+};
+
+TEST_F(ServiceTest, TellsWhenItIsReadyWhenItReadsItsConfigurationAgainAndWhenItStops) {
+    const Manager manager(m_scratch / "notify");
+    StartUnder(m_scratch / "notify");
+    EXPECT_EQ(manager.Next(), "STATUS=waiting for the modules to get ready");
+    EXPECT_TRUE(manager.Next().starts_with("READY=1\nSTATUS=serving"));
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(manager.Next().starts_with("RELOADING=1\nMONOTONIC_USEC="));
+    EXPECT_TRUE(manager.Next().starts_with("READY=1\n"));
+    Agent().Signal(SIGTERM);
+    EXPECT_TRUE(manager.Next().starts_with("STOPPING=1\n"));
+    EXPECT_EQ(Agent().Wait(), 0) << Log();
+}
+
+TEST_F(ServiceTest, TheTimeOfAReloadIsTheManagersMonotonicClock) {
+    const Manager manager(m_scratch / "notify");
+    StartUnder(m_scratch / "notify");
+    ASSERT_NE(manager.NextThat("READY=1"), "");
+    const auto now = [] {
+        timespec time{};
+        ::clock_gettime(CLOCK_MONOTONIC, &time);
+        return std::int64_t{time.tv_sec} * 1'000'000 + time.tv_nsec / 1000;
+    };
+    const auto before = now();
+    Agent().Signal(SIGHUP);
+    const std::string message = manager.NextThat("RELOADING=1");
+    const std::string name = "MONOTONIC_USEC=";
+    ASSERT_NE(message.find(name), std::string::npos) << message;
+    const auto told = std::stoll(message.substr(message.find(name) + name.size()));
+    EXPECT_GE(told, before);
+    EXPECT_LE(told, now());
+}
+
+TEST_F(ServiceTest, IsNotReadyBeforeItsModulesAre) {
+    const Manager manager(m_scratch / "notify");
+    StartUnder(m_scratch / "notify", {}, {"AGENT_TEST_MODULE=slow"});
+    EXPECT_EQ(manager.Next(), "STATUS=waiting for the modules to get ready");
+    EXPECT_EQ(Log().find("ready after"), std::string::npos);
+    EXPECT_TRUE(manager.Next().starts_with("READY=1\n"));
+    EXPECT_NE(Log().find("ready after"), std::string::npos);
+}
+
+TEST_F(ServiceTest, ReachesASocketInTheAbstractSpace) {
+    const std::string address = "@cvtagentd-test-" + std::to_string(::getpid());
+    const Manager manager(address);
+    StartUnder(address);
+    EXPECT_NE(manager.NextThat("READY=1"), "");
+}
+
+TEST_F(ServiceTest, GivesSignsOfLifeWhenTheManagerWantsThem) {
+    const Manager manager(m_scratch / "notify");
+    StartUnder(m_scratch / "notify", {}, {"WATCHDOG_USEC=100000"});
+    ASSERT_NE(manager.NextThat("READY=1"), "");
+    for (int sign = 0; sign < 5; ++sign) {
+        EXPECT_EQ(manager.Next(), "WATCHDOG=1");
+    }
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+}
+
+TEST_F(ServiceTest, GivesNoSignsOfLifeUnasked) {
+    const Manager manager(m_scratch / "notify");
+    StartUnder(m_scratch / "notify", {}, {"WATCHDOG_USEC=100000", "WATCHDOG_PID=1"});
+    ASSERT_NE(manager.NextThat("READY=1"), "");
+    Agent().Signal(SIGTERM);
+    EXPECT_TRUE(manager.Next().starts_with("STOPPING=1\n")) << "and nothing before it";
+    EXPECT_EQ(Agent().Wait(), 0);
+}
+
+TEST_F(ServiceTest, ServesAlsoWhenTheManagerCannotBeReached) {
+    for (const std::string& address : {m_scratch / "nobody", std::string("tcp:nonsense"), std::string(300, '/')}) {
+        StartUnder(address);
+        ASSERT_TRUE(Agent().WaitForOutput("ready after")) << Log();
+        EXPECT_NE(Log().find("warning: cannot reach the service manager at $NOTIFY_SOCKET"), std::string::npos);
+        ExpectCleanEnd();
+    }
+}
+
+TEST_F(ServiceTest, AManagerThatGoesAwayEndsNothing) {
+    {
+        const Manager manager(m_scratch / "notify");
+        StartUnder(m_scratch / "notify", {}, {"WATCHDOG_USEC=20000"});
+        ASSERT_NE(manager.NextThat("WATCHDOG=1"), "");
+        ASSERT_TRUE(Agent().WaitForOutput("ready after")) << Log();
+    }
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+    ExpectCleanEnd();
+}
+
+/// dmesg is what the main module starts while it gets ready.
+TEST_F(ServiceTest, WhatAModuleStartsKnowsNothingOfTheManager) {
+    const std::string commands = m_scratch.MakeFolder("commands");
+    const std::string record = m_scratch / "record";
+    std::filesystem::permissions(m_scratch.Write("commands/dmesg", "#!/bin/sh\n/usr/bin/env >" + record + "\n"),
+                                 std::filesystem::perms::owner_all);
+    const Manager manager(m_scratch / "notify");
+    Start({"--module", kMainModule},
+          {"NOTIFY_SOCKET=" + m_scratch / "notify", "WATCHDOG_USEC=60000000", "WATCHDOG_PID=1", "PATH=" + commands});
+    std::ifstream in(record);
+    const std::string environment{std::istreambuf_iterator<char>(in), {}};
+    EXPECT_NE(environment.find("PATH=" + commands), std::string::npos) << environment;
+    EXPECT_EQ(environment.find("NOTIFY_SOCKET"), std::string::npos) << environment;
+    EXPECT_EQ(environment.find("WATCHDOG"), std::string::npos) << environment;
+}
+
+}  // namespace
+}  // namespace agent_test
