@@ -61,7 +61,7 @@ bool ModuleSet::WaitUntilReady(unsigned int milliseconds, std::string& error) co
     for (const auto& module : m_modules) {
         if (!module->WaitUntilReady(MillisecondsUntil(deadline))) {
             error = "the module " + module->File() + " is not ready after " + std::to_string(milliseconds / 1000) +
-                    " s (--timeout)";
+                    " s; --timeout SECONDS waits longer";
             return false;
         }
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "agent/cvtwalk/KnownObjects.h"
 #include "agent/cvtwalk/NearNames.h"
 
 namespace agent {
@@ -53,6 +54,7 @@ ObjectNames::ObjectNames(const CVT::BMibEngine& engine) : m_groups(engine.Groups
     for (CVT::BMibImpl* const group : m_groups) {
         AddGroup(*group);
     }
+    AddBranches();
 }
 
 void ObjectNames::AddGroup(CVT::BMibImpl& group) {
@@ -74,6 +76,20 @@ void ObjectNames::AddGroup(CVT::BMibImpl& group) {
         columnOid.Append(column.subId);
         m_entries.push_back({module, column.name == nullptr ? "" : column.name, columnOid});
     }
+}
+
+void ObjectNames::AddBranches() {
+    for (const KnownObjects::Node& branch : KnownObjects::Branches()) {
+        CVT::BObjectIdentifier oid(CVT::BString(branch.oid));
+        if (IsServedUnder(oid) && Find(branch.module, branch.name) == nullptr) {
+            m_entries.push_back({branch.module, branch.name, std::move(oid)});
+        }
+    }
+}
+
+bool ObjectNames::IsServedUnder(const CVT::BObjectIdentifier& root) const {
+    return std::any_of(m_entries.begin(), m_entries.end(),
+                       [&](const Entry& entry) { return entry.oid.StartsWith(root); });
 }
 
 std::optional<CVT::BObjectIdentifier> ObjectNames::Resolve(std::string_view text, std::string& error) const {

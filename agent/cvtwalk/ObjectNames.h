@@ -19,9 +19,13 @@ public:
 
     /// What an argument stands for: an OID ("1.3.6", ".1.3.6"), or a name, if wanted after its module's
     /// ("hrStorageTable", "HOST-RESOURCES-MIB.hrStorage", "HOST-RESOURCES-MIB::hrStorageDescr"), each with ".instance" if
-    /// wanted. A table's entry has the table's name with "Entry" for "Table". Nothing, and one line for people in
-    /// `error`, when it is neither, or nobody serves an object of that name.
+    /// wanted. A table's entry has the table's name with "Entry" for "Table"; a branch under which something is served
+    /// ("hrDevice") may be meant too. Nothing, and one line for people in `error`, when it is neither, or nobody serves an
+    /// object of that name.
     std::optional<CVT::BObjectIdentifier> Resolve(std::string_view text, std::string& error) const;
+
+    /// Whether a column is served at or under `root`, with or without instances at the moment.
+    bool IsServedUnder(const CVT::BObjectIdentifier& root) const;
 
     /// The object that the instance `name` belongs to.
     ServedObject ObjectOf(const CVT::BObjectIdentifier& name) const;
@@ -34,6 +38,7 @@ private:
     };
 
     void AddGroup(CVT::BMibImpl& group);
+    void AddBranches();
     const Entry* Find(std::string_view module, std::string_view name) const;
     std::string Unknown(std::string_view name) const;
 

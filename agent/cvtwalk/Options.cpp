@@ -20,12 +20,12 @@ constexpr std::array<::option, 6> kOptions{{
     {nullptr, 0, nullptr, 0},
 }};
 
-constexpr unsigned int kLongestTimeout = 4'000'000;  // seconds; as milliseconds it still fits 32 bits
+constexpr unsigned int kLongestTimeout = 24 * 60 * 60;  // seconds; as milliseconds it still fits 32 bits
 
 std::optional<unsigned int> ParseSeconds(std::string_view text) {
     unsigned int seconds = 0;
     const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (failure != std::errc() || end != text.data() + text.size() || seconds > kLongestTimeout) {
+    if (failure != std::errc() || end != text.data() + text.size() || seconds == 0 || seconds > kLongestTimeout) {
         return std::nullopt;
     }
     return seconds;
@@ -47,7 +47,13 @@ std::optional<Options::Format> ParseFormat(std::string_view text) {
 /// Takes up one option with its argument, `optarg`. False, with `error`, when the argument is bad.
 bool Apply(int option, Options& options, std::string& error) {
     switch (option) {
-        case kModule: options.modules.emplace_back(::optarg); return true;
+        case kModule:
+            if (*::optarg == '\0') {
+                error = "--module wants the file of a module, not an empty word";
+                return false;
+            }
+            options.modules.emplace_back(::optarg);
+            return true;
         case kVersion: options.version = true; return true;
         case kHelp: options.help = true; return true;
         case kFormat:
@@ -62,7 +68,8 @@ bool Apply(int option, Options& options, std::string& error) {
                 options.timeoutSeconds = *seconds;
                 return true;
             }
-            error = std::string("--timeout wants a number of seconds, not '") + ::optarg + "'";
+            error = "--timeout wants a number of seconds from 1 to " + std::to_string(kLongestTimeout) + ", not '" +
+                    ::optarg + "'";
             return false;
     }
 }
@@ -98,6 +105,10 @@ std::optional<Options> Options::Parse(int argc, char* const* argv, std::string& 
     }
     if (::optind < argc) {
         options.object = argv[::optind];
+        if (options.object.empty()) {
+            error = "the OID or object name is empty; leave it out to print everything";
+            return std::nullopt;
+        }
     }
     return options;
 }
@@ -106,7 +117,7 @@ const char* Options::Help() {
     return "Usage: cvtwalk [option]... [OID | object name]\n"
            "\n"
            "Loads extension modules into its own process and prints what they serve: every instance\n"
-           "under the OID or object name (a column, a table, a group, with or without .instance), or\n"
+           "under the OID or object name (a column, a table, a group, a branch, or one .instance), or\n"
            "everything. No network, no SNMP.\n"
            "\n"
            "  --module FILE      an extension module; may be repeated (default: libCVHost.so.1)\n"
@@ -117,7 +128,7 @@ const char* Options::Help() {
            "  --version          print the version and exit\n"
            "  --help             print this and exit\n"
            "\n"
-           "Exit status: 0 something was printed, 1 it could not be, 2 wrong command line.\n"
+           "Exit status: 0 printed, or served and empty; 1 it could not be; 2 wrong command line.\n"
            "\n"
            "  cvtwalk hrMemorySize.0\n"
            "  cvtwalk --format table hrStorageTable\n"

@@ -25,7 +25,7 @@ bool Walk::Run(const CVT::BObjectIdentifier& root, std::string& error) {
         }
         return false;
     }
-    if (good && m_instances == 0) {
+    if (good && m_instances == 0 && !m_names.IsServedUnder(root)) {
         error = root.IsEmpty() ? "the modules serve no instance"
                                : std::string("no instance is served under ") + root.ToString().c_str();
         good = false;

@@ -16,10 +16,13 @@ public:
     Walk(CVT::BMibEngine& engine, const ObjectNames& names, OutputFormat& format, PrivateOutput& output)
         : m_engine(engine), m_names(names), m_format(format), m_output(output) {}
 
-    /// Writes the instance that `root` names exactly, or else all that lie under it, and flushes. False, with one line for
-    /// people in `error`, when there is none, or the walk could not go on or be written; `error` is empty when the reader
-    /// has just gone away.
+    /// Writes the instance that `root` names exactly, or else all that lie under it, and flushes. None is as good as any
+    /// where columns are served. False, with one line for people in `error`, when nothing can lie there, or the walk
+    /// could not go on or be written; `error` is empty when the reader has just gone away.
     bool Run(const CVT::BObjectIdentifier& root, std::string& error);
+
+    /// How many instances were found.
+    unsigned long long Instances() const { return m_instances; }
 
 private:
     bool Visit(const CVT::BObjectIdentifier& root, std::string& error);

@@ -53,7 +53,13 @@ bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& outp
         root = *resolved;
     }
     const auto format = OutputFormat::Make(options.format);
-    return Walk(modules.Engine(), names, *format, output).Run(root, error);
+    Walk walk(modules.Engine(), names, *format, output);
+    const bool good = walk.Run(root, error);
+    if (good && walk.Instances() == 0 && options.format != Options::Format::kJson) {
+        Say((options.object.empty() ? "what the modules serve" : options.object) +
+            " is empty: no instance at the moment");
+    }
+    return good;
 }
 
 int Run(const Options& options) {

@@ -129,6 +129,37 @@ TEST(Cvtwalk, NamesTheNearNamesOfAnUnknownObject) {
 TEST(Cvtwalk, EndsWithTwoForAWrongCommandLine) {
     ExpectOneLine(Walk({"--bogus"}), 2, "wrong option --bogus (try --help)");
     ExpectOneLine(Walk({"--format", "xml"}), 2, "--format wants text, json or table, not 'xml'");
+    ExpectOneLine(Walk({"--timeout", "0"}), 2, "--timeout wants a number of seconds from 1 to 86400, not '0'");
+    ExpectOneLine(Walk({"--module", ""}), 2, "--module wants the file of a module");
+    ExpectOneLine(Walk({""}), 2, "the OID or object name is empty");
+}
+
+TEST(Cvtwalk, SaysThatATableIsEmptyAndEndsWell) {
+    for (const char* const empty : {"hrSWInstalledTable", "hrSWInstalledName", "1.3.6.1.2.1.25.6.3"}) {
+        for (const char* const format : {"text", "table"}) {
+            const ProgramRun run = Walk({"--module", kFirst, "--format", format, empty});
+            EXPECT_EQ(run.status, 0);
+            EXPECT_EQ(run.out, "");
+            EXPECT_EQ(run.err, "cvtwalk: " + std::string(empty) + " is empty: no instance at the moment\n");
+        }
+        const ProgramRun json = Walk({"--module", kFirst, "--format", "json", empty});
+        EXPECT_EQ(json.status, 0);
+        EXPECT_EQ(json.out, "[]\n");
+        EXPECT_EQ(json.err, "");
+    }
+    ExpectOneLine(Walk({"--module", kFirst, "hrSWInstalledName.1"}), 1, "no instance is served under");
+}
+
+TEST(Cvtwalk, FindsTheBranchesAboveGroups) {
+    const ProgramRun device = Walk({"--module", kFirst, "hrDevice"});
+    EXPECT_EQ(device.status, 0) << device.err;
+    EXPECT_THAT(device.out, AllOf(StartsWith("hrDeviceIndex.1 = "), HasSubstr("\nhrProcessorLoad.")));
+    EXPECT_THAT(Walk({"--module", kFirst, "HOST-RESOURCES-MIB::hrSWRunPerf"}).out, StartsWith("hrSWRunPerfCPU."));
+    EXPECT_THAT(Walk({"--module", kFirst, "hrDeviceEntry"}).out, StartsWith("hrDeviceIndex."));
+    EXPECT_THAT(Walk({"--module", kFirst, "hrSystem"}).out, StartsWith("hrSystemUptime.0 = "));
+    const ProgramRun host = Walk({"--module", kFirst, "host"});
+    EXPECT_THAT(host.out, AllOf(StartsWith("hrSystemUptime.0 = "), HasSubstr("\nhrSWInstalledLastChange.0 = ")));
+    ExpectOneLine(WalkSample({"hrDevice"}), 1, "no object is called 'hrDevice'");
 }
 
 TEST(Cvtwalk, PrintsItsHelpAndVersionOnStandardOutput) {
@@ -172,8 +203,8 @@ TEST(Cvtwalk, WaitsForAModuleThatIsSlowAndNotForOneThatNeverIsReady) {
     const ProgramRun slow = WalkOdd("slow", {"oddNegative"});
     EXPECT_EQ(slow.status, 0);
     EXPECT_EQ(slow.out, "oddNegative.0 = INTEGER: -2147483648\n");
-    ExpectOneLine(WalkOdd("never-ready", {"--timeout", "1"}), 1, "is not ready after 1 s");
-    ExpectOneLine(WalkOdd("never-ready", {"--timeout", "0"}), 1, "is not ready after 0 s");
+    ExpectOneLine(WalkOdd("never-ready", {"--timeout", "1"}), 1,
+                  "is not ready after 1 s; --timeout SECONDS waits longer");
 }
 
 TEST(Cvtwalk, ClosesItsModules) {

@@ -88,6 +88,20 @@ TEST_F(CvtwalkObjectNames, FindTheInnermostObjectOfAnInstance) {
     EXPECT_FALSE(cell.HoldsDates());
 }
 
+TEST_F(CvtwalkObjectNames, TellWhereColumnsAreServed) {
+    for (const char* const served : {"1", "1.3.1", "1.3.1.3", "1.3.1.4", "1.3.1.4.1", "1.3.1.4.1.2"}) {
+        EXPECT_TRUE(names.IsServedUnder(Oid(served))) << served;
+    }
+    EXPECT_TRUE(names.IsServedUnder(CVT::BObjectIdentifier()));
+    for (const char* const nobodys : {"1.2", "1.3.1.3.0", "1.3.1.9", "1.3.1.4.1.3", "1.3.1.4.1.2.1", "2"}) {
+        EXPECT_FALSE(names.IsServedUnder(Oid(nobodys))) << nobodys;
+    }
+}
+
+TEST_F(CvtwalkObjectNames, KnowNoBranchUnderWhichNothingIsServed) {
+    EXPECT_EQ(Resolve("hrDevice"), "no object is called 'hrDevice'");
+}
+
 TEST_F(CvtwalkObjectNames, FindNoObjectForWhatNobodyServes) {
     for (const char* const nobodys : {"1.2", "1.3.1", "1.3.1.9.0", "1.3.2.1.0", "1.3.1.4.1.3.1"}) {
         EXPECT_EQ(names.ObjectOf(Oid(nobodys)).Group(), nullptr) << nobodys;

@@ -55,11 +55,23 @@ TEST(CvtwalkOptions, KnowTheThreeFormatsAndNoOther) {
 }
 
 TEST(CvtwalkOptions, RefuseATimeoutThatIsNoNumberOfSeconds) {
-    for (const char* const bad : {"", "x", "1s", "-1", "1.5", " 1", "4000001", "99999999999999999999"}) {
-        EXPECT_FALSE(Parse({"--timeout", bad})) << bad;
+    for (const char* const bad : {"", "x", "1s", "-1", "1.5", " 1", "0", "86401", "99999999999999999999"}) {
+        std::string error;
+        EXPECT_FALSE(Parse({"--timeout", bad}, &error)) << bad;
+        EXPECT_EQ(error, "--timeout wants a number of seconds from 1 to 86400, not '" + std::string(bad) + "'");
     }
-    EXPECT_EQ(Parse({"--timeout", "0"})->timeoutSeconds, 0U);
-    EXPECT_EQ(Parse({"--timeout", "4000000"})->timeoutSeconds, 4'000'000U);
+    EXPECT_EQ(Parse({"--timeout", "1"})->timeoutSeconds, 1U);
+    EXPECT_EQ(Parse({"--timeout", "86400"})->timeoutSeconds, 86'400U);
+}
+
+TEST(CvtwalkOptions, RefuseEmptyWords) {
+    std::string error;
+    EXPECT_FALSE(Parse({"--module", ""}, &error));
+    EXPECT_EQ(error, "--module wants the file of a module, not an empty word");
+    EXPECT_FALSE(Parse({"--module="}, &error));
+    EXPECT_EQ(error, "--module wants the file of a module, not an empty word");
+    EXPECT_FALSE(Parse({""}, &error));
+    EXPECT_EQ(error, "the OID or object name is empty; leave it out to print everything");
 }
 
 TEST(CvtwalkOptions, NameTheWordThatIsWrong) {
