@@ -19,6 +19,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -33,6 +34,17 @@ struct MadeUpCalls {
         unsigned long blocks = 0;
         std::chrono::milliseconds delay{0};  ///< before it answers
     };
+
+    /// Whether the call of a function that begins is to fail; null when none is. Asked on any thread.
+    static inline bool (*fails)(std::string_view function) = nullptr;
+    /// Gives the error of a call that fails.
+    static bool Fails(std::string_view function, int error) {
+        if (fails == nullptr || !fails(function)) {
+            return false;
+        }
+        errno = error;
+        return true;
+    }
 
     bool active = false;
     std::map<std::string, Space> spaces;  ///< by mount directory; statfs of any other fails
@@ -105,6 +117,9 @@ Function* RealFunction(const char* name) {
 
 extern "C" int stat(const char* path, struct stat* out) noexcept {
     static auto* const real = RealFunction<int(const char*, struct stat*)>("stat");
+    if (MadeUpCalls::Fails("stat", EIO)) {
+        return -1;
+    }
     const MadeUpCalls& calls = MadeUpCalls::Instance();
     if (!calls.active) {
         return real(path, out);
@@ -126,6 +141,9 @@ extern "C" int stat(const char* path, struct stat* out) noexcept {
 
 extern "C" int statfs(const char* path, struct statfs* out) noexcept {
     static auto* const real = RealFunction<int(const char*, struct statfs*)>("statfs");
+    if (MadeUpCalls::Fails("statfs", EIO)) {
+        return -1;
+    }
     const MadeUpCalls& calls = MadeUpCalls::Instance();
     if (!calls.active) {
         return real(path, out);
@@ -149,6 +167,9 @@ extern "C" int statfs(const char* path, struct statfs* out) noexcept {
 extern "C" DIR* opendir(const char* name) {
     static auto* const real = RealFunction<DIR*(const char*)>("opendir");
     static auto* const realRead = RealFunction<dirent*(DIR*)>("readdir");
+    if (MadeUpCalls::Fails("opendir", EMFILE)) {
+        return nullptr;
+    }
     DIR* const directory = real(name);
     if (directory != nullptr && std::string_view(name) == "/dev/cua") {
         std::vector<dirent>& entries = EntriesToCome();
