@@ -127,6 +127,17 @@ int CreateUser::Run() const {
     AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
     const StateLock lock;
+    AddToState();
+    StateDir::GiveFilesToItsOwner();
+    std::printf(
+        "added the user %s (SHA-256, AES); to let him read, put this line into the configuration and start the "
+        "agent: rouser %s authpriv\n",
+        m_options.newUser.c_str(), m_options.newUser.c_str());
+    return EXIT_SUCCESS;
+}
+
+/// The library writes once more when it goes.
+void CreateUser::AddToState() const {
     SnmpLibrary library(m_options.config, SnmpLibrary::Use::kAddUser);
     if (!library.Faults().empty()) {
         throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
@@ -136,12 +147,6 @@ int CreateUser::Run() const {
     const PassPhrase privacy = PassPhrase::Read("privacy");
     Add(m_options.newUser, authentication, privacy);
     Store(library);
-    StateDir::GiveFilesToItsOwner();
-    std::printf(
-        "added the user %s (SHA-256, AES); to let him read, put this line into the configuration and start the "
-        "agent: rouser %s authpriv\n",
-        m_options.newUser.c_str(), m_options.newUser.c_str());
-    return EXIT_SUCCESS;
 }
 
 /// A name that the configuration's directives can hold, too.

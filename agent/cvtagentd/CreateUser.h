@@ -16,6 +16,7 @@ public:
 
 private:
     void CheckName() const;
+    void AddToState() const;
     void RefuseExisting() const;
 
     const Options& m_options;

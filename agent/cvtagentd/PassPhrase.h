@@ -21,8 +21,11 @@ public:
     std::size_t Size() const { return m_text.size(); }
 
 private:
+    class MuteTerminal;
+
     PassPhrase() { m_text.reserve(kCapacity); }  // never moved by growing
-    void ReadLine(const std::string& purpose);
+    /// `terminal` is null when there is none.
+    void ReadLine(const std::string& purpose, const MuteTerminal* terminal);
     void Check(const std::string& purpose) const;
 
     static constexpr std::size_t kShortest = 8;

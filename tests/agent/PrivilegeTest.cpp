@@ -219,8 +219,10 @@ TEST_F(PrivilegeTest, OverVersion3AProcessOfAnotherUserDies) {
     OthersProcess victim(kDaemon, m_record);
     const OthersProcess neighbour(kDaemon, m_record);
     StartAs("nobody");
-    const Outcome outcome = V3("snmpset", {kRun + "7." + victim.Pid(), "i", "4"});
-    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    const std::string status = kRun + "7." + victim.Pid();
+    EXPECT_EQ(V3("snmpget", {status}).output, status + " = INTEGER: 2\n");
+    const Outcome outcome = V3("snmpset", {status, "i", "4"});
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_EQ(victim.EndedBy(), SIGKILL);
     EXPECT_TRUE(neighbour.IsAlive());
 }
@@ -359,7 +361,7 @@ TEST_F(PrivilegeTest, OnlyRootCanRunItAsSomebodyElse) {
 TEST_F(PrivilegeTest, AUserThatTheHostDoesNotHaveIsRefused) {
     ExpectNoStart({"--user", "no-such-user"}, "this host has no user no-such-user");
     m_config = WriteConfig(Content(m_config) + "agentuser no-such-user\n");
-    ExpectNoStart({}, "no-such-user");
+    ExpectNoStart({}, m_config + ": line 3: Error: User not found");
 }
 
 }  // namespace
