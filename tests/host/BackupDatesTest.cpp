@@ -4,17 +4,14 @@
 #include <gtest/gtest.h>
 #include <sys/statfs.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
 #include "CVT/BRequest.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/MountedPartition.h"
 #include "tests/support/Walk.h"
 
@@ -22,24 +19,18 @@ namespace {
 
 using namespace std::string_literals;
 
-class BackupDates : public testing::Test {
+class BackupDates : public MadeUpHostTest {
 protected:
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
         m_partition = std::make_unique<MountedPartition>(*m_host);
         if (!m_partition->Missing().empty()) {
             GTEST_SKIP() << m_partition->Missing();
         }
-        m_started = true;
-        ASSERT_EQ(m_module->Init(), 1);
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
+        StartUp();
         for (const CVT::BVarBind& mountPoint : Walk(m_engine, "1.3.6.1.2.1.25.3.8.1.2")) {
             if (mountPoint.octets.View() == m_partition->Directory()) {
                 m_row = std::to_string(mountPoint.name[11]);
@@ -48,12 +39,8 @@ protected:
         ASSERT_NE(m_row, "") << "no row for " << m_partition->Directory();
     }
     void TearDown() override {
-        if (m_started) {
-            m_module->Close();
-        }
-        m_module.reset();
+        MadeUpHostTest::TearDown();
         m_partition.reset();
-        EXPECT_EQ(::chdir("/"), 0);
     }
 
     CVT::BVarBind FileSystem(int column) {
@@ -73,15 +60,9 @@ protected:
         return m_engine.Set(CVT::BRequest().Id(), dates, m_errorIndex);
     }
 
-    std::unique_ptr<MadeUpHost> m_host;
     std::unique_ptr<MountedPartition> m_partition;
-    std::unique_ptr<LoadedModule> m_module;
-    CVT::BMibEngine m_engine;
     std::string m_row;
     int m_errorIndex = 0;
-
-private:
-    bool m_started = false;
 };
 
 TEST_F(BackupDates, StandInTheRowOfAMountedPartition) {

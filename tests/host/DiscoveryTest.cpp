@@ -11,12 +11,10 @@
 #include <thread>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
 #include "tests/host/MadeUpCalls.h"
 #include "tests/host/WalkText.h"
 #include "tests/support/HostTree.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/Walk.h"
 
 namespace {
@@ -25,26 +23,11 @@ using namespace std::string_literals;
 
 constexpr int kDeviceTable = 3;
 
-class DeviceDiscovery : public testing::Test {
+class DeviceDiscovery : public MadeUpHostTest {
 protected:
-    void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
-        }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
-    }
     void TearDown() override {
-        if (m_module) {
-            if (m_started) {
-                m_module->Close();
-            }
-            m_module.reset();
-        }
+        MadeUpHostTest::TearDown();
         MadeUpCalls::Instance().active = false;
-        EXPECT_EQ(::chdir("/"), 0);
     }
 
     void LayHost(const std::string& name) {
@@ -63,15 +46,6 @@ protected:
         std::filesystem::create_directories(std::filesystem::path(path).parent_path());
         std::ofstream(path, std::ios::binary) << content;
     }
-    void Start() {
-        m_started = true;
-        ASSERT_EQ(m_module->Init(), 1);
-    }
-    void StartUp() {
-        Start();
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
-    }
     /// The descriptions of the devices, in order of their indexes.
     std::vector<std::string> Devices() {
         std::vector<std::string> devices;
@@ -82,13 +56,7 @@ protected:
     }
     using Descriptions = std::vector<std::string>;
 
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
     std::unique_ptr<HostTree> m_tree;
-    CVT::BMibEngine m_engine;
-
-private:
-    bool m_started = false;
 };
 
 TEST_F(DeviceDiscovery, UsesTheTextItHasForAProcessorWhoseBlockTheFileCutsShort) {
@@ -270,7 +238,7 @@ TEST_F(DeviceDiscovery, TellsTheFileSystemTypeByTheLowThirtyTwoBitsOfWhatTheKern
     std::string mounts;
     for (std::size_t i = 0; i < types.size(); ++i) {
         const std::string number = std::to_string(i);
-        mounts += "/dev/sr" + number + " on /cd" + number + " type iso9660 (ro)\n";
+        mounts.append("/dev/sr").append(number).append(" on /cd").append(number).append(" type iso9660 (ro)\n");
         MadeUpCalls::Instance().spaces["/cd" + number] = {types[i].first, 2048, 1};
     }
     m_tree->Command("mount", mounts);

@@ -18,12 +18,10 @@
 #include <string_view>
 #include <tuple>
 
-#include "CVT/BMibEngine.h"
 #include "CVT/BRequest.h"
 #include "tests/host/MadeUpCalls.h"
 #include "tests/support/HostTree.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/Sanitizers.h"
 
 namespace {
@@ -99,16 +97,13 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
 
 namespace {
 
-class FailingCalls : public testing::TestWithParam<std::tuple<const char*, const char*>> {
+class FailingCalls : public MadeUpHostTest, public testing::WithParamInterface<std::tuple<const char*, const char*>> {
 protected:
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
         const std::string folder = HostFolder(std::get<0>(GetParam()));
         m_tree = std::make_unique<HostTree>(*m_host, folder);
         MadeUpCalls::Instance().Read(folder + "/figures");
@@ -120,9 +115,8 @@ protected:
     }
     void TearDown() override {
         MadeUpCalls::fails = nullptr;
-        m_module.reset();
+        MadeUpHostTest::TearDown();
         MadeUpCalls::Instance().active = false;
-        EXPECT_EQ(::chdir("/"), 0);
     }
 
     /// From Init to Close, with two walks over everything: how many instances the second had. Counts the calls.
@@ -144,8 +138,6 @@ protected:
         return instances;
     }
 
-    std::unique_ptr<LoadedModule> m_module;
-
 private:
     static int Walk(CVT::BMibEngine& engine) {
         const CVT::BRequest request;
@@ -162,7 +154,6 @@ private:
         }
     }
 
-    std::unique_ptr<MadeUpHost> m_host;
     std::unique_ptr<HostTree> m_tree;
 };
 

@@ -10,13 +10,11 @@
 #include <sstream>
 #include <string>
 
-#include "CVT/BMibEngine.h"
 #include "tests/host/DeviceJoins.h"
 #include "tests/host/MadeUpCalls.h"
 #include "tests/host/WalkText.h"
 #include "tests/support/HostTree.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 
 namespace {
 
@@ -26,35 +24,24 @@ std::string ContentOf(const std::string& file) {
     return content.str();
 }
 
-class MadeUpHosts : public testing::TestWithParam<const char*> {
+class MadeUpHosts : public MadeUpHostTest, public testing::WithParamInterface<const char*> {
 protected:
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
         m_tree = std::make_unique<HostTree>(*m_host, HostFolder(GetParam()));
         MadeUpCalls::Instance().Read(HostFolder(GetParam()) + "/figures");
-        ASSERT_EQ(m_module->Init(), 1);
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
+        StartUp();
     }
     void TearDown() override {
-        if (m_module) {
-            m_module->Close();
-            m_module.reset();
-        }
+        MadeUpHostTest::TearDown();
         MadeUpCalls::Instance().active = false;
-        EXPECT_EQ(::chdir("/"), 0);
     }
 
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
+private:
     std::unique_ptr<HostTree> m_tree;
-    CVT::BMibEngine m_engine;
 };
 
 TEST_P(MadeUpHosts, HaveTheDevicesThatTheirFilesTellOf) {

@@ -1,43 +1,23 @@
 // The rows of memory in hrStorageTable, of the library that ships, on hosts with memory figures of the test's making.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/Walk.h"
 
 namespace {
 
-class MemoryRows : public testing::Test {
+class MemoryRows : public MadeUpHostTest {
 protected:
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
         m_host->Cover("/etc/mtab", "");
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
-    }
-    void TearDown() override {
-        if (m_module) {
-            m_module->Close();
-            m_module.reset();
-        }
-        EXPECT_EQ(::chdir("/"), 0);
-    }
-
-    void StartUp() {
-        ASSERT_EQ(m_module->Init(), 1);
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
     }
     /// A column of virtual memory, then of physical memory: without a file system they are the only rows.
     std::vector<int> Column(const std::string& column) {
@@ -48,10 +28,6 @@ protected:
         return numbers;
     }
     using Numbers = std::vector<int>;
-
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
-    CVT::BMibEngine m_engine;
 };
 
 TEST_F(MemoryRows, AreInKilobytesOnAKernelThatHasALineAFigure) {

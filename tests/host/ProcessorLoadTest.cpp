@@ -3,7 +3,6 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -14,10 +13,8 @@
 #include <memory>
 #include <string>
 
-#include "CVT/BMibEngine.h"
 #include "tests/support/HostTree.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/Walk.h"
 
 namespace {
@@ -40,35 +37,23 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-class ProcessorLoad : public testing::Test {
+class ProcessorLoad : public MadeUpHostTest {
 protected:
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
         const std::string folder = m_host->Directory() + "/blank";
         std::filesystem::create_directories(folder + "/commands");
         std::ofstream(folder + "/commands/mount").close();
         m_tree = std::make_unique<HostTree>(*m_host, folder);
         s_samples = 0;
     }
-    void TearDown() override {
-        if (m_module) {
-            m_module->Close();
-            m_module.reset();
-        }
-        EXPECT_EQ(::chdir("/"), 0);
-    }
 
     void StartUp() {
         m_begin = Clock::now();
-        ASSERT_EQ(m_module->Init(), 1);
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
+        MadeUpHostTest::StartUp();
     }
     static void SetStat(const std::string& content) {
         std::ofstream("/proc/stat.new") << content;
@@ -98,10 +83,6 @@ protected:
         }
         return std::chrono::duration_cast<milliseconds>(Clock::now() - m_begin);
     }
-
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
-    CVT::BMibEngine m_engine;
 
 private:
     std::unique_ptr<HostTree> m_tree;

@@ -11,13 +11,10 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/Walk.h"
 
 namespace {
@@ -61,32 +58,20 @@ using namespace std::string_literals;
 
 constexpr const char* kStat = " 1 2 2 0 -1 4194560 100 200 3 4 50 60 ";
 
-class RunTable : public testing::Test {
+class RunTable : public MadeUpHostTest {
 protected:
     static constexpr const char* kEntry = "1.3.6.1.2.1.25.4.2.1.";
     static constexpr const char* kPerfEntry = "1.3.6.1.2.1.25.5.1.1.";
 
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
-        m_module->Init();
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
+        StartUp();
         m_host->Empty("/proc");
         s_scans = 0;
         s_commands.clear();  // those of the start-up
-    }
-    void TearDown() override {
-        if (m_module) {
-            m_module->Close();
-            m_module.reset();
-        }
-        EXPECT_EQ(::chdir("/"), 0);
     }
 
     /// A process with the files that are given; "-" means that there is none.
@@ -132,10 +117,6 @@ protected:
         }
         return pids;
     }
-
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
-    CVT::BMibEngine m_engine;
 };
 
 TEST_F(RunTable, HasARowForEachProcessWithWhatItsFilesSay) {

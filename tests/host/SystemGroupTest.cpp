@@ -3,22 +3,18 @@
 
 #include <gtest/gtest.h>
 #include <sys/sysinfo.h>
-#include <unistd.h>
 #include <utmp.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
 #include "CVT/TEvent.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 #include "tests/support/Walk.h"
 
 namespace {
@@ -64,28 +60,18 @@ extern "C" struct utmp* getutent() noexcept {
 
 namespace {
 
-class SystemGroup : public testing::Test {
+class SystemGroup : public MadeUpHostTest {
 protected:
     static constexpr const char* kDate = "1.3.6.1.2.1.25.1.2.0";
 
     void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
-        }
         ::setenv("TZ", "UTC0", 1);
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
-        m_module->Init();
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
-    }
-    void TearDown() override {
-        if (m_module) {
-            m_module->Close();
-            m_module.reset();
+        MadeUpHostTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        EXPECT_EQ(::chdir("/"), 0);
+        Start();
+        ASSERT_TRUE(m_engine.Add(m_module->Group()));
     }
 
     CVT::BVarBind Column(int column) { return Get(m_engine, "1.3.6.1.2.1.25.1." + std::to_string(column) + ".0"); }
@@ -100,10 +86,6 @@ protected:
         int errorIndex = 0;
         return m_engine.Set(request.Id(), {date}, errorIndex);
     }
-
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
-    CVT::BMibEngine m_engine;
 };
 
 TEST_F(SystemGroup, GivesTheUptimeInHundredths) {
