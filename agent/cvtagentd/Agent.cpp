@@ -66,7 +66,7 @@ std::string Agent::Listen(SnmpLibrary& library) const {
     return all;
 }
 
-void Agent::Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules, ServiceManager& manager) const {
+void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager) const {
     const auto begin = std::chrono::steady_clock::now();
     bool ready = false;
     for (;;) {
@@ -77,7 +77,9 @@ void Agent::Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& mo
             }
         }
         manager.FeedWatchdog();
-        switch (loop.Wait(ready ? manager.MillisecondsToWatchdog() : kReadyPollMs)) {
+        modules.RequestsPutBack().Retry();
+        const int longest = ready ? manager.MillisecondsToWatchdog() : kReadyPollMs;
+        switch (loop.Wait(modules.RequestsPutBack().ShortenWait(longest))) {
             case EventLoop::Event::kStop:
                 Log::Info("ending");
                 manager.Stopping();

@@ -25,7 +25,7 @@ public:
 private:
     /// Gives the addresses, for people.
     std::string Listen(SnmpLibrary& library) const;
-    void Serve(EventLoop& loop, SnmpLibrary& library, const ServedModules& modules, ServiceManager& manager) const;
+    void Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager) const;
     bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
 
     const Options& m_options;

@@ -1,22 +1,29 @@
 #pragma once
 
-#include <optional>
+#include <memory>
 
 #include "CVT/BRequest.h"
 
+struct netsnmp_agent_request_info_s;
+
 namespace agent {
 
-/// Gives each request of the SNMP library's its identifier among the groups (CVT::BRequest), by the number that the
-/// library gives the request's transaction: the same for all calls made on the request's behalf, whatever group they
-/// reach. Requests are served one after the other, each to its end, so the latest is the only one that lives, and it does
-/// until the next one comes. Used by one thread.
+/// Gives each request of the SNMP library's its identifier among the groups (CVT::BRequest): the same for all calls made on
+/// the request's behalf, whatever group they reach.
+///
+/// Several requests may be under way at once, since some are put back: each lives until the library drops what it keeps of
+/// it. The latest lives until the next one comes besides: under an AgentX master the parts of one request, which share the
+/// number of its transaction, come one after the other. Used by one thread.
 class RequestIds {
 public:
-    unsigned int Of(long transaction);
+    unsigned int Of(netsnmp_agent_request_info_s& info);
+
+    /// To be called when a master's connection begins: it counts its transactions anew.
+    void NewConnection() { m_latest.reset(); }
 
 private:
     long m_transaction = 0;
-    std::optional<CVT::BRequest> m_request;
+    std::shared_ptr<const CVT::BRequest> m_latest;
 };
 
 }  // namespace agent

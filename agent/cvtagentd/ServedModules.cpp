@@ -9,6 +9,7 @@
 namespace agent {
 
 ServedModules::~ServedModules() {
+    m_putBack.End();
     m_handlers.clear();
     for (const auto& module : m_modules) {
         if (module->IsStarted()) {
@@ -34,7 +35,7 @@ void ServedModules::Start(const std::vector<std::string>& files) {
         Add(*module);
     }
     for (CVT::BMibImpl* const group : m_engine.Groups()) {
-        m_handlers.emplace_back(*group, m_ids);
+        m_handlers.emplace_back(*group, m_ids, m_putBack);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include "CVT/BMibEngine.h"
 #include "agent/common/ExtensionModule.h"
+#include "agent/cvtagentd/PutBack.h"
 #include "agent/cvtagentd/RequestIds.h"
 #include "agent/cvtagentd/SubtreeHandler.h"
 
@@ -16,8 +17,9 @@ namespace agent {
 /// which must live longer.
 class ServedModules {
 public:
-    /// `closeMs`: how long the modules may take to close.
-    explicit ServedModules(unsigned int closeMs) : m_closeMs(closeMs) {}
+    /// `closeMs`: how long the modules may take to close. `mayPutBack`: whether a request that would have to wait may be
+    /// put back, which a subagent's must not.
+    explicit ServedModules(unsigned int closeMs, bool mayPutBack = true) : m_closeMs(closeMs), m_putBack(mayPutBack) {}
     /// Closes. When that is not over in time it logs so and ends the process with status 1: code of a module's may still
     /// run, and nothing may be taken from under it.
     ~ServedModules();
@@ -31,6 +33,9 @@ public:
     /// The files of the modules that still initialise, for people; empty when all are ready.
     std::string NotReady() const;
 
+    /// To be retried from the event loop.
+    PutBack& RequestsPutBack() { return m_putBack; }
+
     /// How many subtrees are served.
     std::size_t NumSubtrees() const { return m_handlers.size(); }
 
@@ -40,6 +45,7 @@ private:
 
     const unsigned int m_closeMs;
     RequestIds m_ids;
+    PutBack m_putBack;
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;  // for what it does when a module is added; the SNMP library dispatches
     std::deque<SubtreeHandler> m_handlers;

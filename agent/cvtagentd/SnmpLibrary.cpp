@@ -23,6 +23,12 @@ constexpr const char* kApplication = "cvtagentd";
 /// A folder in which no file can ever be: the library looks for its usual configuration files there.
 constexpr const char* kNoFolder = "/dev/null";
 
+/// What a UDP message can hold over IPv4; a longer response would never leave. A GETBULK is cut short to it.
+constexpr int kLongestMessage = 65507;
+
+/// How many instances one GETBULK may bring: 50 columns of 50 rows. maxGetbulkResponses in the configuration overrides it.
+constexpr int kMostBulkResponses = 2500;
+
 constexpr const char* kBuiltInAccess[] = {
     "rocommunity public 127.0.0.1",
     "rocommunity6 public ::1",
@@ -85,6 +91,8 @@ void SnmpLibrary::SetUp(Use use) {
     SetFlag(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG);
     SetFlag(NETSNMP_DS_LIB_DONT_LOAD_HOST_FILES);
     ::netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+    ::netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX, kLongestMessage);
+    ::netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_MAX_GETBULKRESPONSES, kMostBulkResponses);
     SetText(NETSNMP_DS_LIB_CONFIGURATION_DIR, kNoFolder);
     if (use == Use::kCheck) {
         SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, kNoFolder);

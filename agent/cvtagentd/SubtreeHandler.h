@@ -1,7 +1,8 @@
 #pragma once
 
 #include "CVT/BMibImpl.h"
-#include "CVT/BVarBind.h"
+#include "agent/cvtagentd/GetRequests.h"
+#include "agent/cvtagentd/PutBack.h"
 #include "agent/cvtagentd/RequestIds.h"
 
 struct netsnmp_mib_handler_s;
@@ -13,14 +14,15 @@ namespace agent {
 
 /// Answers the SNMP library's requests for one group of a module.
 ///
-/// The library calls it with one or more varbinds of one request that lie in the group's subtree, once for GET and for
-/// each step of GETNEXT (it turns GETBULK into such steps), once for each phase of a SET (SetRequests). Used by the thread
-/// that runs the library. The group and `ids` must outlive it.
+/// The library calls it with one or more varbinds of one request that lie in the group's subtree, once for GET, for each
+/// step of GETNEXT and for GETBULK (GetRequests), once for each phase of a SET (SetRequests). A request that would have to
+/// wait for the group is put back; a SET is refused with resourceUnavailable, because the library serves nobody else while
+/// one is under way. Used by the thread that runs the library. The group, `ids` and `putBack` must outlive it.
 class SubtreeHandler {
 public:
     /// Registers the group's subtree. Throws StartError when the library refuses.
-    SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids);
-    /// Unregisters it. The library must still run.
+    SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids, PutBack& putBack);
+    /// Unregisters it. The library must still run, and no request to it be put back.
     ~SubtreeHandler();
     SubtreeHandler(const SubtreeHandler&) = delete;
     SubtreeHandler& operator=(const SubtreeHandler&) = delete;
@@ -31,13 +33,13 @@ private:
     static int OnRequests(netsnmp_mib_handler_s* handler, netsnmp_handler_registration_s* registration,
                           netsnmp_agent_request_info_s* info, Request* requests);
 
-    void Answer(int mode, unsigned int requestId, Request* requests);
-    void Get(unsigned int requestId, Request& request);
-    void GetNext(unsigned int requestId, Request& request);
+    void Answer(PutBack::Position position);
+    void CheckSet(unsigned int requestId, Request* requests);
 
     CVT::BMibImpl& m_group;
     RequestIds& m_ids;
-    CVT::BVarBind m_varBind;  // for reading: kept, so that a walk needs no new memory for it
+    PutBack& m_putBack;
+    GetRequests m_reader;
     netsnmp_handler_registration_s* m_registration;
 };
 

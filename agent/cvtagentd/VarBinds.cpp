@@ -87,8 +87,13 @@ bool VarBinds::WriteValue(const CVT::BVarBind& from, variable_list& to) {
 }
 
 bool VarBinds::IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength) {
-    const WideOid wide(name);
-    return ::snmp_oid_compare(wide.arcs.data(), wide.length, end, endLength) < 0;
+    const auto arcs = name.Arcs();
+    return std::lexicographical_compare(arcs.begin(), arcs.end(), end, end + endLength);
+}
+
+bool VarBinds::IsInView(const CVT::BObjectIdentifier& name, snmp_pdu& message) {
+    WideOid wide(name);
+    return ::in_a_view(wide.arcs.data(), &wide.length, &message, ASN_NULL) == VACM_SUCCESS;
 }
 
 void VarBinds::Refuse(netsnmp_request_info& request, int status) {

@@ -2,6 +2,7 @@
 
 #include "CVT/BVarBind.h"
 
+struct snmp_pdu;
 struct variable_list;
 struct netsnmp_request_info_s;
 
@@ -27,6 +28,8 @@ public:
 
     /// Whether `name` lies before an OID of the library's.
     static bool IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength);
+    /// Whether the sender of a message may see this instance.
+    static bool IsInView(const CVT::BObjectIdentifier& name, snmp_pdu& message);
 };
 
 }  // namespace agent

@@ -1,0 +1,23 @@
+#include "agent/cvtagentd/AccessView.h"
+
+#include <vector>
+
+#include "agent/cvtagentd/SnmpHeaders.h"
+#include "agent/cvtagentd/VarBinds.h"
+
+namespace agent {
+
+AccessView::AccessView(const netsnmp_agent_request_info_s& info, const CVT::BObjectIdentifier& subtree) : m_info(info) {
+    std::vector<oid> root(subtree.Arcs().begin(), subtree.Arcs().end());
+    switch (::netsnmp_acm_check_subtree(info.asp->pdu, root.data(), root.size())) {
+        case VACM_SUCCESS: m_extent = Extent::kAll; break;
+        case VACM_SUBTREE_UNKNOWN: m_extent = Extent::kSome; break;
+        default: m_extent = Extent::kNothing; break;
+    }
+}
+
+bool AccessView::HoldsOne(const CVT::BObjectIdentifier& name) const {
+    return m_extent == Extent::kSome && VarBinds::IsInView(name, *m_info.asp->pdu);
+}
+
+}  // namespace agent
