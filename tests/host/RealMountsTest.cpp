@@ -15,11 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
 #include "CVT/BRequestId.h"
 #include "tests/support/FuseServer.h"
-#include "tests/support/LoadedModule.h"
-#include "tests/support/MadeUpHost.h"
+#include "tests/support/MadeUpHostTest.h"
 
 namespace {
 
@@ -28,27 +26,13 @@ using std::chrono::milliseconds;
 
 const std::string kEntry = "1.3.6.1.2.1.25.2.3.1.";
 
-class RealMounts : public testing::Test {
+class RealMounts : public MadeUpHostTest {
 protected:
-    void SetUp() override {
-        if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
-        }
-        m_host = std::make_unique<MadeUpHost>();
-        ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
-    }
     void TearDown() override {
-        if (!m_host) {
-            return;
-        }
-        if (m_module) {
-            m_module->Close();
-            m_module.reset();
-        }
+        MadeUpHostTest::TearDown();
         for (auto mount = m_mounts.rbegin(); mount != m_mounts.rend(); ++mount) {
             ::umount2(mount->c_str(), MNT_DETACH);
         }
-        EXPECT_EQ(::chdir("/"), 0);
     }
 
     std::string Directory(const std::string& name) const {
@@ -96,13 +80,6 @@ protected:
         return "";
     }
 
-    void StartModule() {
-        m_module = std::make_unique<LoadedModule>();
-        ASSERT_TRUE(m_module->IsLoaded());
-        ASSERT_EQ(m_module->Init(), 1);
-        ASSERT_TRUE(m_module->WaitUntilActive());
-        ASSERT_TRUE(m_engine.Add(m_module->Group()));
-    }
     /// Ends the module's work, but keeps the library.
     void EndModule() {
         m_engine.Remove(m_module->Group());
@@ -153,9 +130,6 @@ protected:
         ::close(file);
     }
 
-    std::unique_ptr<MadeUpHost> m_host;
-    std::unique_ptr<LoadedModule> m_module;
-    CVT::BMibEngine m_engine;
     std::vector<std::string> m_mounts;
 };
 
@@ -167,7 +141,7 @@ TEST_P(ImageOf, IsMeasuredWhileItIsMountedAndKeepsItsRowAfterwards) {
     if (!why.empty()) {
         GTEST_SKIP() << why;
     }
-    StartModule();
+    StartUp();
     ExpectFigures(directory);
     const int row = RowOf(directory);
     const int size = Size(row);
@@ -190,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(EachType, ImageOf, testing::Values("ext4", "xfs", "btrf
 TEST_F(RealMounts, KeepTheirRowsWhenUnmountedWhichThenShowTheUseOfTheBareDirectory) {
     const std::string directory = Directory("ramfs");
     ASSERT_TRUE(Mount("ramfs", directory));
-    StartModule();
+    StartUp();
     const int row = RowOf(directory);
     ASSERT_NE(row, 0);
     EXPECT_EQ(Used(row), 0) << "a ramfs counts no blocks";
@@ -217,7 +191,7 @@ TEST_F(RealMounts, OfAnOverlayAreMeasured) {
                "lowerdir=" + base + "/lower,upperdir=" + base + "/upper,workdir=" + base + "/work")) {
         GTEST_SKIP() << "this machine mounts no overlay";
     }
-    StartModule();
+    StartUp();
     ExpectFigures(merged);
     const int row = RowOf(merged);
     const int used = Used(row);
@@ -229,12 +203,12 @@ TEST_F(RealMounts, OfAnOverlayAreMeasured) {
 TEST_F(RealMounts, WithABlankInTheirDirectoryAreMeasured) {
     const std::string directory = Directory("my disk");
     ASSERT_TRUE(Mount("ramfs", directory));
-    StartModule();
+    StartUp();
     ExpectFigures(directory);
 }
 
 TEST_F(RealMounts, MadeLaterAppearAtTheNextRequestThoughTheTablesTimesDoNotMove) {
-    StartModule();
+    StartUp();
     for (const char* const name : {"one", "two", "three"}) {
         const std::string directory = Directory(name);
         EXPECT_EQ(RowOf(directory), 0);
@@ -249,7 +223,7 @@ TEST_F(RealMounts, MadeLaterAppearAtTheNextRequestThoughTheTablesTimesDoNotMove)
 TEST_F(RealMounts, AddNoRowTwice) {
     const std::string directory = Directory("disk");
     ASSERT_TRUE(Mount("ramfs", directory));
-    StartModule();
+    StartUp();
     const int row = RowOf(directory);
     ASSERT_TRUE(Mount("ramfs", directory));
     EXPECT_EQ(RowOf(directory), row);
@@ -286,7 +260,7 @@ protected:
 };
 
 TEST_F(FuseMount, IsMeasuredWhileItAnswers) {
-    StartModule();
+    StartUp();
     ExpectFigures(m_directory);
     const int row = RowOf(m_directory);
     EXPECT_EQ(Used(row), 600);
@@ -295,7 +269,7 @@ TEST_F(FuseMount, IsMeasuredWhileItAnswers) {
 }
 
 TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndHoldsNobodyUp) {
-    StartModule();
+    StartUp();
     const int row = RowOf(m_directory);
     ASSERT_EQ(Used(row), 600);
     const int memory = RowOf("Physical Memory");
@@ -321,7 +295,7 @@ TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndHoldsNobodyUp) {
 TEST_F(FuseMount, ThatIsDeadFromTheStartGetsARowWithoutFigures) {
     m_server->FallSilent();
     ASSERT_TRUE(Mount("ramfs", Directory("disk")));
-    StartModule();
+    StartUp();
     const int row = RowOf(m_directory);
     ASSERT_NE(row, 0);
     EXPECT_EQ(Size(row), 0);
@@ -330,7 +304,7 @@ TEST_F(FuseMount, ThatIsDeadFromTheStartGetsARowWithoutFigures) {
 }
 
 TEST_F(FuseMount, ThatIsDeadDoesNotHoldTheModulesEndButTheLibraryStaysUntilItHasGone) {
-    StartModule();
+    StartUp();
     const int row = RowOf(m_directory);
     m_server->FallSilent();
     EXPECT_EQ(Used(row), 600);

@@ -25,7 +25,7 @@ protected:
         ASSERT_TRUE(m_module->IsLoaded());
     }
     void TearDown() override {
-        if (m_started) {
+        if (m_started && m_module) {
             EXPECT_EQ(m_module->Close(), 1);
         }
         m_module.reset();
