@@ -38,8 +38,9 @@ int Agent::Run() {
     const std::string addresses = Listen(library);
     user.Assume(m_options.config);
     {
+        OwnGroups own;
         ServedModules modules(m_options.timeoutSeconds * 1000);
-        modules.Start(m_options.modules);
+        modules.Start(m_options.modules, &own);
         Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees on " +
                   addresses);
         user.Report();

@@ -23,7 +23,7 @@ ServedModules::~ServedModules() {
     }
 }
 
-void ServedModules::Start(const std::vector<std::string>& files) {
+void ServedModules::Start(const std::vector<std::string>& files, OwnGroups* own) {
     for (const std::string& file : files) {
         Load(file);
     }
@@ -33,6 +33,10 @@ void ServedModules::Start(const std::vector<std::string>& files) {
             throw StartError(error);
         }
         Add(*module);
+    }
+    m_numSubtrees = m_engine.Groups().size();
+    if (own != nullptr) {
+        Add(*own);
     }
     for (CVT::BMibImpl* const group : m_engine.Groups()) {
         m_handlers.emplace_back(*group, m_ids, m_putBack);
@@ -57,6 +61,12 @@ void ServedModules::Add(ExtensionModule& module) {
         throw StartError("the module " + module.File() +
                          " serves a subtree that another module, or it itself, serves already; leave one of them out");
     }
+}
+
+void ServedModules::Add(OwnGroups& own) {
+    own.GiveWayTo(m_engine.Groups());
+    m_engine.Add(own);
+    own.Announce(m_engine.Groups());
 }
 
 std::string ServedModules::NotReady() const {

@@ -7,6 +7,7 @@
 
 #include "CVT/BMibEngine.h"
 #include "agent/common/ExtensionModule.h"
+#include "agent/cvtagentd/OwnGroups.h"
 #include "agent/cvtagentd/PutBack.h"
 #include "agent/cvtagentd/RequestIds.h"
 #include "agent/cvtagentd/SubtreeHandler.h"
@@ -27,8 +28,8 @@ public:
     ServedModules& operator=(const ServedModules&) = delete;
 
     /// Loads all the files before it starts the first module, and serves the subtrees of all when all have started.
-    /// Throws StartError.
-    void Start(const std::vector<std::string>& files);
+    /// Throws StartError. `own` is served beside them, where no module serves the same; null, or it outlives this.
+    void Start(const std::vector<std::string>& files, OwnGroups* own);
 
     /// The files of the modules that still initialise, for people; empty when all are ready.
     std::string NotReady() const;
@@ -36,18 +37,20 @@ public:
     /// To be retried from the event loop.
     PutBack& RequestsPutBack() { return m_putBack; }
 
-    /// How many subtrees are served.
-    std::size_t NumSubtrees() const { return m_handlers.size(); }
+    /// How many subtrees of modules are served.
+    std::size_t NumSubtrees() const { return m_numSubtrees; }
 
 private:
     void Load(const std::string& file);
     void Add(ExtensionModule& module);
+    void Add(OwnGroups& own);
 
     const unsigned int m_closeMs;
     RequestIds m_ids;
     PutBack m_putBack;
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;  // for what it does when a module is added; the SNMP library dispatches
+    std::size_t m_numSubtrees = 0;
     std::deque<SubtreeHandler> m_handlers;
 };
 

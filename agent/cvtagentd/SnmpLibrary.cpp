@@ -13,6 +13,7 @@
 #include "agent/cvtagentd/LibraryMessages.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/StartError.h"
+#include "agent/cvtagentd/SystemConfig.h"
 
 namespace agent {
 namespace {
@@ -72,6 +73,7 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use) : m_configFile(std::mo
                             ": crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
                             "but no passphrase behind it");
     ::init_agent(kApplication);
+    SystemConfig::Register();
     ::init_snmp(kApplication);
     if (use == Use::kAddUser) {
         SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else its end would write

@@ -1,6 +1,7 @@
 // An extension module for the tests of the agent, under 1.3.6.1.4.1.32473.2 (and .0). It serves what real modules seldom do, and
 // keeps a record of the phases of every SET. The environment variable AGENT_TEST_MODULE makes it misbehave:
-// "refuse", "never-ready", "slow" (ready after a second) or "never-close".
+// "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group does not come up) or "system" (it
+// serves the system group, too).
 
 #include <array>
 #include <atomic>
@@ -28,6 +29,11 @@ namespace {
 
 using CVT::Column;
 using CVT::ESnmpSetOpCode;
+
+bool Misbehaves(std::string_view how) {
+    const char* const value = std::getenv("AGENT_TEST_MODULE");
+    return value != nullptr && value == how;
+}
 
 /// "check level, commit level, ..." over all groups. The agent serves one request at a time.
 std::string theRecord;
@@ -228,7 +234,12 @@ class Outer final : public CVT::BMibScalarGroupImpl {
 public:
     Outer() : CVT::BMibScalarGroupImpl("AGENT-TEST-MIB.outer", "1.3.6.1.4.1.32473.2.2") {}
 
-    void Initialize() override { SetActive(1); }
+    void Initialize() override {
+        if (Misbehaves("throw")) {
+            throw std::runtime_error("on purpose");
+        }
+        SetActive(1);
+    }
     void Cleanup() override { SetActive(0); }
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
@@ -305,6 +316,33 @@ const CVT::BRqHndlrEntry Inner::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry Inner::s_sonstraintEntries[] = {{}};
 
+/// 1.3.6.1.2.1.1: what the agent would else serve itself.
+class System final : public CVT::BMibScalarGroupImpl {
+public:
+    System() : CVT::BMibScalarGroupImpl("AGENT-TEST-MIB.system", "1.3.6.1.2.1.1") {}
+
+    void Initialize() override { SetActive(1); }
+    void Cleanup() override { SetActive(0); }
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
+
+private:
+    int GetDescr(unsigned int /*requestId*/, CVT::BOctetString& value) {
+        value.Assign("the module's own");
+        return CVT::noError;
+    }
+
+    static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
+    static const CVT::BConstraintEntry s_sonstraintEntries[];
+};
+
+const CVT::BRqHndlrEntry System::s_rqhndlrEntries[] = {
+    Column<CVT::kDisplayStringValue>(1, "sysDescr", CVT::kOctetString, &System::GetDescr),
+    {},
+};
+
+const CVT::BConstraintEntry System::s_sonstraintEntries[] = {{}};
+
 class Module final : public CVT::BMibImplGroup {
 public:
     Module() : CVT::BMibImplGroup("AgentTestModule") {}
@@ -321,7 +359,10 @@ private:
         for (CVT::BMibImpl* const group : m_groups) {
             if (group != nullptr) {
                 const CVT::TMutex::Guard guard(group->RequestLock());
-                (group->*operation)();
+                try {
+                    (group->*operation)();
+                } catch (const std::runtime_error&) {  // as a good module does: the others still come up
+                }
             }
         }
         return 1;
@@ -331,16 +372,13 @@ private:
     Outer m_outer;
     Inner m_inner;
     Failures m_failures;
+    System m_system;
     // The inner subtree before the outer one, and an empty place: hosts must not mind.
-    const std::array<CVT::BMibImpl*, 5> m_groups{&m_inner, nullptr, &m_valuesGroup, &m_outer, &m_failures};
+    const std::array<CVT::BMibImpl*, 6> m_groups{&m_inner, nullptr,     &m_valuesGroup,
+                                                 &m_outer, &m_failures, Misbehaves("system") ? &m_system : nullptr};
 };
 
 std::unique_ptr<Module> theModule;
-
-bool Misbehaves(std::string_view how) {
-    const char* const value = std::getenv("AGENT_TEST_MODULE");
-    return value != nullptr && value == how;
-}
 
 class StartUp final : public CVT::TThread {
 public:

@@ -1,0 +1,63 @@
+#include "agent/cvtagentd/EngineGroup.h"
+
+#include <array>
+#include <limits>
+#include <string_view>
+
+#include "agent/cvtagentd/SnmpHeaders.h"
+
+namespace agent {
+
+using CVT::Column;
+
+namespace {
+
+/// The greatest message that a UDP datagram over IPv4 can carry: what the library says in every SNMPv3 message.
+constexpr int kMaxMessageSize = 65507;
+
+constexpr int kMaxEngineIdLength = 32;
+constexpr int kMaxInt = std::numeric_limits<int>::max();
+
+}  // namespace
+
+const CVT::BRqHndlrEntry EngineGroup::s_rqhndlrEntries[] = {
+    Column<CVT::kOctetStringValue>(1, "snmpEngineID", CVT::kOctetString, &EngineGroup::GetId),
+    Column<CVT::kIntValue>(2, "snmpEngineBoots", CVT::kInteger, &EngineGroup::GetBoots),
+    Column<CVT::kIntValue>(3, "snmpEngineTime", CVT::kInteger, &EngineGroup::GetTime),
+    Column<CVT::kIntValue>(4, "snmpEngineMaxMessageSize", CVT::kInteger, &EngineGroup::GetMaxMessageSize),
+    {},
+};
+
+const CVT::BConstraintEntry EngineGroup::s_sonstraintEntries[] = {
+    {CVT::kRange, 1, nullptr, 5, kMaxEngineIdLength},
+    {CVT::kRange, 2, nullptr, 1, kMaxInt},
+    {CVT::kRange, 3, nullptr, 0, kMaxInt},
+    {CVT::kRange, 4, nullptr, 484, kMaxInt},
+    {},
+};
+
+EngineGroup::EngineGroup() : CVT::BMibScalarGroupImpl("SNMP-FRAMEWORK-MIB.snmpEngine", "1.3.6.1.6.3.10.2.1") {}
+
+int EngineGroup::GetId(unsigned int /*requestId*/, CVT::BOctetString& value) {
+    std::array<unsigned char, kMaxEngineIdLength> id{};
+    const std::size_t length = ::snmpv3_get_engineID(id.data(), id.size());
+    value.Assign(std::string_view(reinterpret_cast<const char*>(id.data()), length));
+    return CVT::noError;
+}
+
+int EngineGroup::GetBoots(unsigned int /*requestId*/, int& value) {
+    value = static_cast<int>(::snmpv3_local_snmpEngineBoots());
+    return CVT::noError;
+}
+
+int EngineGroup::GetTime(unsigned int /*requestId*/, int& value) {
+    value = static_cast<int>(::snmpv3_local_snmpEngineTime());
+    return CVT::noError;
+}
+
+int EngineGroup::GetMaxMessageSize(unsigned int /*requestId*/, int& value) {
+    value = kMaxMessageSize;
+    return CVT::noError;
+}
+
+}  // namespace agent
