@@ -19,17 +19,22 @@ namespace {
 constexpr unsigned int kMemoryMajor = 1;
 constexpr unsigned int kLoopMajor = 7;
 
-/// The number of a loop device that nobody uses; -1 when there is none.
-int FreeLoop() {
-    const int control = ::open("/dev/loop-control", O_RDWR | O_CLOEXEC);
-    const int number = control < 0 ? -1 : ::ioctl(control, LOOP_CTL_GET_FREE);
-    ::close(control);
-    return number;
-}
-
 bool MakeNode(const char* path, mode_t kind, dev_t device) {
     return ::mknod(path, kind | 0600, device) == 0 && ::chmod(path, 0666) == 0;
 }
+
+/// An open file, or what is none.
+class Descriptor {
+public:
+    explicit Descriptor(const char* path) : m_file(::open(path, O_RDWR | O_CLOEXEC)) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { ::close(m_file); }
+    int Get() const { return m_file; }
+
+private:
+    const int m_file;
+};
 
 }  // namespace
 
@@ -51,26 +56,37 @@ std::string MountedPartition::Mount(MadeUpHost& host) {
     if (std::system(("mkfs.ext4 -q -F " + image + " >/dev/null 2>&1").c_str()) != 0) {
         return "there is no mkfs.ext4";
     }
-    const int loop = FreeLoop();
-    if (loop < 0) {
-        return "this machine gives no loop device";
-    }
-    m_device = makedev(kLoopMajor, static_cast<unsigned int>(loop));
+    const Descriptor control("/dev/loop-control");
     host.Empty("/dev");  // the node is not to be seen outside
     std::filesystem::create_directories(kDisk);
-    if (!MakeNode(kNode, S_IFBLK, m_device) || !MakeNode("/dev/null", S_IFCHR, makedev(kMemoryMajor, 3)) ||
+    if (!MakeNode("/dev/null", S_IFCHR, makedev(kMemoryMajor, 3)) ||
         !MakeNode("/dev/urandom", S_IFCHR, makedev(kMemoryMajor, 9))) {
         return "this machine lets us make no device node";
     }
-    const int device = ::open(kNode, O_RDWR | O_CLOEXEC);
-    const int file = ::open(image.c_str(), O_RDWR | O_CLOEXEC);
-    loop_info64 info{};
-    info.lo_flags = LO_FLAGS_AUTOCLEAR;  // with the last that uses it: this process, and then the mount
-    const bool attached =
-        device >= 0 && ::ioctl(device, LOOP_SET_FD, file) == 0 && ::ioctl(device, LOOP_SET_STATUS64, &info) == 0;
-    const bool mounted = attached && ::mount(kNode, m_directory.c_str(), "ext4", 0, nullptr) == 0;
-    const std::string error = std::strerror(errno);
-    ::close(file);
-    ::close(device);
-    return mounted ? "" : "this machine mounts no image: " + error;
+    const Descriptor file(image.c_str());
+    for (int tries = 0; tries < 50; ++tries) {
+        const int loop = ::ioctl(control.Get(), LOOP_CTL_GET_FREE);
+        if (loop < 0) {
+            return "this machine gives no loop device";
+        }
+        m_device = makedev(kLoopMajor, static_cast<unsigned int>(loop));
+        ::unlink(kNode);
+        if (!MakeNode(kNode, S_IFBLK, m_device)) {
+            break;
+        }
+        const Descriptor device(kNode);
+        loop_info64 info{};
+        info.lo_flags = LO_FLAGS_AUTOCLEAR;  // with the last that uses it: this process, and then the mount
+        if (::ioctl(device.Get(), LOOP_SET_FD, file.Get()) == 0) {
+            if (::ioctl(device.Get(), LOOP_SET_STATUS64, &info) == 0 &&
+                ::mount(kNode, m_directory.c_str(), "ext4", 0, nullptr) == 0) {
+                return "";
+            }
+            break;
+        }
+        if (errno != EBUSY) {  // another process may have been quicker
+            break;
+        }
+    }
+    return std::string("this machine mounts no image: ") + std::strerror(errno);
 }

@@ -14,6 +14,7 @@
 #include "module/EntryPoints.h"
 #include "module/HandlerWalk.h"
 #include "module/InitThread.h"
+#include "tests/support/NoStore.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -30,16 +31,12 @@ private:
     const WorkingFolder m_workingFolder;
 };
 
-class CountedStore final : public CVT::INonVolatile {
+class CountedStore final : public NoStore {
 public:
     CountedStore() { ++alive; }
     ~CountedStore() override { --alive; }
     CountedStore(const CountedStore&) = delete;
     CountedStore& operator=(const CountedStore&) = delete;
-    bool Read(const CVT::BString&, const CVT::BString&, CVT::BString&) override { return false; }
-    void Write(const CVT::BString&, const CVT::BString&, const CVT::BString&) override {}
-    bool Remove(const CVT::BString&, const CVT::BString&) override { return false; }
-    bool Save() override { return true; }
     static inline int alive = 0;
 };
 

@@ -17,6 +17,7 @@
 #include "groups/storage/MemoryProbe.h"
 #include "module/DCVHost.h"
 #include "tests/support/Declarations.h"
+#include "tests/support/NoStore.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -432,14 +433,6 @@ protected:
         EXPECT_EQ(varBind.type, CVT::kInteger);
         return varBind.integer;
     }
-
-    class NoStore final : public CVT::INonVolatile {
-    public:
-        bool Read(const CVT::BString&, const CVT::BString&, CVT::BString&) override { return false; }
-        void Write(const CVT::BString&, const CVT::BString&, const CVT::BString&) override {}
-        bool Remove(const CVT::BString&, const CVT::BString&) override { return false; }
-        bool Save() override { return true; }
-    };
 
     NoStore m_store;
     DCVHost m_host{&m_store, false};
