@@ -6,10 +6,10 @@
 
 namespace agent {
 
-std::unique_ptr<OutputFormat> OutputFormat::Make(Options::Format format) {
+std::unique_ptr<OutputFormat> OutputFormat::Make(Options::Format format, const Display& display) {
     switch (format) {
         case Options::Format::kJson: return std::make_unique<JsonFormat>();
-        case Options::Format::kTable: return std::make_unique<TableFormat>();
+        case Options::Format::kTable: return std::make_unique<TableFormat>(display);
         case Options::Format::kText: break;
     }
     return std::make_unique<TextFormat>();

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "CVT/BVarBind.h"
+#include "agent/cvtwalk/Display.h"
 #include "agent/cvtwalk/Options.h"
 #include "agent/cvtwalk/ServedObject.h"
 
@@ -13,7 +14,8 @@ namespace agent {
 /// the order of the walk, End. Whatever was added, what stands between Begin and End is complete output of its kind.
 class OutputFormat {
 public:
-    static std::unique_ptr<OutputFormat> Make(Options::Format format);
+    /// `display` matters to tables only.
+    static std::unique_ptr<OutputFormat> Make(Options::Format format, const Display& display);
 
     OutputFormat() = default;
     OutputFormat(const OutputFormat&) = delete;

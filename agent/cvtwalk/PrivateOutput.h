@@ -21,6 +21,8 @@ public:
     /// False when something could not be written, now or before; errno's number is in Error.
     bool Flush();
 
+    /// The descriptor that is written to, owned by the output; negative when there is none.
+    int Descriptor() const { return m_fd; }
     /// 0 while all is well.
     int Error() const { return m_error; }
     /// What Error means to people; empty when the reader has just gone away.

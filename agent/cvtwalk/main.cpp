@@ -31,6 +31,7 @@ void GoWhereNoFileCanBeMade() {
 
 /// Loads, walks and writes. The modules are left to be closed.
 bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
+    const Display display = Display::Of(output.Descriptor());  // before modules start threads
     const bool byDefault = options.modules.empty();
     if (!modules.Load(byDefault ? std::vector{ExtensionModule::DefaultFile()} : options.modules, error)) {
         return false;
@@ -52,7 +53,7 @@ bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& outp
         }
         root = *resolved;
     }
-    const auto format = OutputFormat::Make(options.format);
+    const auto format = OutputFormat::Make(options.format, display);
     Walk walk(modules.Engine(), names, *format, output);
     const bool good = walk.Run(root, error);
     if (good && walk.Instances() == 0 && options.format != Options::Format::kJson) {

@@ -13,6 +13,7 @@
 
 #include "tests/support/JsonValue.h"
 #include "tests/support/ProgramRun.h"
+#include "tests/support/PseudoTerminal.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -258,25 +259,62 @@ TEST(Cvtwalk, ShowsATableForPeople) {
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out,
               "SAMPLE-MIB.sampleNoteTable\n"
-              "index  sampleNoteIndex  sampleNoteText                sampleNotePriority\n"
-              "    1                1  Copy this folder              high\n"
-              "    2                2  Give it a number of your own  normal\n"
-              "   10               10  Na\xC3\xAFve caf\xC3\xA9s are welcome       low\n");
+              "index  Text                          Priority\n"
+              "    1  Copy this folder              high\n"
+              "    2  Give it a number of your own  normal\n"
+              "   10  Na\xC3\xAFve caf\xC3\xA9s are welcome       low\n");
+}
+
+TEST(Cvtwalk, FitsATableToTheTerminalAndOnlyThere) {
+    const PseudoTerminal terminal(40);
+    if (!terminal.IsOpen()) {
+        GTEST_SKIP() << "no pseudo terminals here";
+    }
+    const std::string command = "\"$0\" --module \"$1\" --format table sampleNoteTable";
+    const auto walk = [&](const std::string& redirection, std::map<std::string, std::string> environment) {
+        environment.emplace("LC_ALL", "C.UTF-8");
+        return ProgramRun::Of({"/bin/sh", "-c", command + redirection, kProgram, kSample, terminal.File()},
+                              environment);
+    };
+    EXPECT_EQ(walk(" >\"$2\"", {{"COLUMNS", ""}}).status, 0);
+    EXPECT_EQ(terminal.Lines(5),
+              "SAMPLE-MIB.sampleNoteTable\n"
+              "index  Text                     Priority\n"
+              "    1  Copy this folder         high\n"
+              "    2  Give it a number of yo\u2026  normal\n"
+              "   10  Na\u00EFve caf\u00E9s are welcome  low\n");
+    EXPECT_EQ(walk(" >\"$2\"", {{"COLUMNS", "33"}}).status, 0);
+    EXPECT_THAT(terminal.Lines(5), HasSubstr("\n    2  Give it a numbe\u2026  normal\n"));
+    EXPECT_THAT(walk("", {{"COLUMNS", "33"}}).out, HasSubstr("  Give it a number of your own  normal\n"));
+}
+
+TEST(Cvtwalk, ShowsStorageInSizesWithABarOfWhatIsUsed) {
+    const std::vector<std::string> arguments = {"--module", kFirst, "--format", "table", "hrStorageTable"};
+    const ProgramRun ascii = Walk(arguments, {{"LC_ALL", "C"}});
+    EXPECT_EQ(ascii.status, 0) << ascii.err;
+    EXPECT_THAT(ascii.out, testing::ContainsRegex("\nindex  Type +Descr +AllocationUnits +Size +Used  Use +Alloc"));
+    EXPECT_THAT(ascii.out, testing::ContainsRegex("  hrStorageRam +Physical Memory +1024 +[0-9.]+ [KMGT]iB +[0-9.]+ "
+                                                  "[KMGT]iB  \\[[#-]{10}\\] +[0-9]+% +0\n"));
+    EXPECT_THAT(Walk(arguments, {{"LC_ALL", "C.UTF-8"}}).out,
+                testing::ContainsRegex("Physical Memory .*B  (\u2588|\u2591){10} +[0-9]+% "));
+    EXPECT_THAT(Walk({"--module", kFirst, "hrStorageUsed"}).out,
+                testing::MatchesRegex("(hrStorageUsed.* = INTEGER: .*\n)+"))
+        << "text keeps the numbers";
 }
 
 TEST(Cvtwalk, ShowsEveryGroupAsATableWithoutAnArgument) {
     const ProgramRun run = WalkSample({"--format", "table"});
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, AllOf(StartsWith("SAMPLE-MIB.sampleInfo\nsampleGreeting   Hello from the sample module\n"),
-                               HasSubstr("\n\nSAMPLE-MIB.sampleNoteTable\nindex  ")));
+                               HasSubstr("\n\nSAMPLE-MIB.sampleNoteTable\nindex  Text ")));
 }
 
 TEST(Cvtwalk, GoesOnWithAGroupBehindATableInItsMidst) {
     const ProgramRun run = WalkOdd("", {"--format", "table"});
     EXPECT_THAT(run.out, EndsWith("\n\nODD-MIB.oddTable\n"
-                                  "index  oddNumber  oddSparse\n"
-                                  "7.1            1          1\n"
-                                  "7.20          20          -\n"
+                                  "index  Number  Sparse\n"
+                                  "7.1         1       1\n"
+                                  "7.20       20       -\n"
                                   "\nODD-MIB.oddValues\n"
                                   "oddMost  4294967295\n"));
 }

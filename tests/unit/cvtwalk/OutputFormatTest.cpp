@@ -14,8 +14,8 @@ using agent::OutputFormat;
 /// Shows made-up instances of the made-up groups.
 class CvtwalkOutputFormat : public testing::Test {
 protected:
-    void Begin(Options::Format format) {
-        m_format = OutputFormat::Make(format);
+    void Begin(Options::Format format, const agent::Display& display = {}) {
+        m_format = OutputFormat::Make(format, display);
         m_format->Begin(m_out);
     }
     void Integer(const char* name, int value) {
@@ -28,6 +28,12 @@ protected:
         CVT::BVarBind instance;
         instance.type = CVT::kOctetString;
         instance.octets.Assign(value);
+        Add(name, instance);
+    }
+    void Identifier(const char* name, const char* value) {
+        CVT::BVarBind instance;
+        instance.type = CVT::kObjectIdentifier;
+        instance.identifier.AssignFromDottedDecimalStr(value);
         Add(name, instance);
     }
     std::string End() {
@@ -86,7 +92,7 @@ TEST_F(CvtwalkOutputFormat, TableHasARowForEachIndexWithNumbersToTheRight) {
     Text("1.3.1.4.1.2.20", "x");
     EXPECT_EQ(End(),
               "A-MIB.thingTable\n"
-              "index   thingSize  thingName\n"
+              "index        Size  Name\n"
               "    1           5  caf\xC3\xA9\n"
               "   20  1234567890  x\n");
 }
@@ -95,13 +101,13 @@ TEST_F(CvtwalkOutputFormat, TableAlignsWideCharacters) {
     Begin(Options::Format::kTable);
     Text("1.3.1.4.1.1.1", "\xE6\x97\xA5\xE6\x9C\xAC");
     Text("1.3.1.4.1.1.2", "abcd");
-    Integer("1.3.1.4.1.2.1", 1);
-    Integer("1.3.1.4.1.2.2", 2);
+    Integer("1.3.1.4.1.2.1", 7);
+    Integer("1.3.1.4.1.2.2", 8);
     EXPECT_EQ(End(),
               "A-MIB.thingTable\n"
-              "index  thingSize  thingName\n"
-              "    1  \xE6\x97\xA5\xE6\x9C\xAC               1\n"
-              "    2  abcd               2\n");
+              "index  Size  Name\n"
+              "    1  \xE6\x97\xA5\xE6\x9C\xAC     7\n"
+              "    2  abcd     8\n");
 }
 
 TEST_F(CvtwalkOutputFormat, TableMarksMissingCellsInAnyColumn) {
@@ -110,9 +116,9 @@ TEST_F(CvtwalkOutputFormat, TableMarksMissingCellsInAnyColumn) {
     Text("1.3.1.4.1.2.7.2", "x");
     EXPECT_EQ(End(),
               "A-MIB.thingTable\n"
-              "index  thingSize  thingName\n"
-              "7.1            1  -\n"
-              "7.2            -  x\n");
+              "index  Size  Name\n"
+              "7.1       1  -\n"
+              "7.2       -  x\n");
 }
 
 TEST_F(CvtwalkOutputFormat, TableShowsScalarsAsNamesAndValues) {
@@ -129,7 +135,48 @@ TEST_F(CvtwalkOutputFormat, TableHasASectionForEachGroup) {
     Begin(Options::Format::kTable);
     Integer("1.3.1.1.0", 2);
     Integer("1.3.1.4.1.1.1", 5);
-    EXPECT_EQ(End(), "A-MIB.things\nthingState  running\n\nA-MIB.thingTable\nindex  thingSize\n    1          5\n");
+    EXPECT_EQ(End(), "A-MIB.things\nthingState  running\n\nA-MIB.thingTable\nindex  Size\n    1     5\n");
+}
+
+TEST_F(CvtwalkOutputFormat, TableLeavesOutAColumnThatRepeatsTheIndex) {
+    Begin(Options::Format::kTable);
+    Integer("1.3.1.4.1.1.1", 1);
+    Integer("1.3.1.4.1.1.20", 20);
+    Text("1.3.1.4.1.2.1", "x");
+    Text("1.3.1.4.1.2.20", "y");
+    EXPECT_EQ(End(), "A-MIB.thingTable\nindex  Name\n    1  x\n   20  y\n");
+}
+
+TEST_F(CvtwalkOutputFormat, TableKeepsAColumnThatIsAllThereIs) {
+    Begin(Options::Format::kTable);
+    Integer("1.3.1.4.1.1.1", 1);
+    EXPECT_EQ(End(), "A-MIB.thingTable\nindex  Size\n    1     1\n");
+}
+
+TEST_F(CvtwalkOutputFormat, TableReadsKnownIdentifiersByName) {
+    Begin(Options::Format::kTable);
+    Identifier("1.3.1.4.1.1.1", "1.3.6.1.2.1.25.3.1.3");
+    Identifier("1.3.1.4.1.1.2", "1.3.6.1.4.1.99");
+    EXPECT_EQ(End(), "A-MIB.thingTable\nindex  Size\n    1  hrDeviceProcessor\n    2  1.3.6.1.4.1.99\n");
+}
+
+TEST_F(CvtwalkOutputFormat, TextAndJsonKeepIdentifiersAsNumbers) {
+    Begin(Options::Format::kText);
+    Identifier("1.3.1.4.1.1.1", "1.3.6.1.2.1.25.3.1.3");
+    EXPECT_EQ(End(), "thingSize.1 = OID: 1.3.6.1.2.1.25.3.1.3\n");
+}
+
+TEST_F(CvtwalkOutputFormat, TableFitsADisplay) {
+    Begin(Options::Format::kTable, {20, true});
+    Text("1.3.1.3.0", "a value that is much too long");
+    Text("1.3.1.4.1.2.1", "a value that is much too long");
+    EXPECT_EQ(End(),
+              "A-MIB.things\n"
+              "thingText  a value that is\u2026\n"
+              "\n"
+              "A-MIB.thingTable\n"
+              "index  Name\n"
+              "    1  a value that\u2026\n");
 }
 
 TEST_F(CvtwalkOutputFormat, TableIsEmptyWithoutInstances) {
