@@ -1,12 +1,15 @@
 #include "agent/cvtagentd/Agent.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "agent/cvtagentd/AccessConfig.h"
 #include "agent/cvtagentd/DaemonUser.h"
 #include "agent/cvtagentd/EventLoop.h"
+#include "agent/cvtagentd/MasterWatch.h"
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/ServiceManager.h"
 #include "agent/cvtagentd/SnmpLibrary.h"
@@ -20,6 +23,14 @@ namespace {
 constexpr int kReadyPollMs = 20;
 constexpr const char* kServing = "serving";
 
+/// Of two waiting times of an EventLoop's.
+int Sooner(int a, int b) {
+    if (a == EventLoop::kForever || b == EventLoop::kForever) {
+        return std::max(a, b);
+    }
+    return std::min(a, b);
+}
+
 }  // namespace
 
 /// Nothing is said before all went well: a start that fails says one line. No request is answered before Serve.
@@ -29,23 +40,26 @@ int Agent::Run() {
     AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
     const StateLock lock;
-    SnmpLibrary library(m_options.config, SnmpLibrary::Use::kServe);
+    std::optional<MasterWatch> master;
+    if (m_options.subagent) {
+        master.emplace(m_options.master);
+    }
+    SnmpLibrary library(m_options.config, SnmpLibrary::Use::kServe, master ? &*master : nullptr);
     if (!library.Faults().empty()) {
         throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
     }
     DaemonUser user(m_options.user);
     library.Store();
-    const std::string addresses = Listen(library);
+    const std::string where = master ? "through the master at " + master->Address() : "on " + Listen(library);
     user.Assume(m_options.config);
     {
         OwnGroups own;
-        ServedModules modules(m_options.timeoutSeconds * 1000);
-        modules.Start(m_options.modules, &own);
-        Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees on " +
-                  addresses);
+        ServedModules modules(m_options.timeoutSeconds * 1000, master ? &*master : nullptr);
+        modules.Start(m_options.modules, master ? nullptr : &own);
+        Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees " + where);
         user.Report();
         manager.Status("waiting for the modules to get ready");
-        Serve(loop, library, modules, manager);
+        Serve(loop, library, modules, manager, master ? &*master : nullptr);
     }
     Log::Info("ended");
     return EXIT_SUCCESS;
@@ -67,10 +81,12 @@ std::string Agent::Listen(SnmpLibrary& library) const {
     return all;
 }
 
-void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager) const {
+void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
+                  MasterWatch* master) const {
     const auto begin = std::chrono::steady_clock::now();
     bool ready = false;
     for (;;) {
+        const bool served = modules.ServeReady();
         if (!ready) {
             ready = LookWhetherReady(modules, begin);
             if (ready) {
@@ -79,8 +95,13 @@ void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules,
         }
         manager.FeedWatchdog();
         modules.RequestsPutBack().Retry();
-        const int longest = ready ? manager.MillisecondsToWatchdog() : kReadyPollMs;
-        switch (loop.Wait(modules.RequestsPutBack().ShortenWait(longest))) {
+        int patienceMs = ready && served ? manager.MillisecondsToWatchdog() : kReadyPollMs;
+        patienceMs = modules.RequestsPutBack().ShortenWait(patienceMs);
+        if (master != nullptr) {
+            master->Report();
+            patienceMs = Sooner(patienceMs, master->MillisecondsToReport());
+        }
+        switch (loop.Wait(patienceMs)) {
             case EventLoop::Event::kStop:
                 Log::Info("ending");
                 manager.Stopping();

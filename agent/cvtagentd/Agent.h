@@ -8,6 +8,7 @@
 namespace agent {
 
 class EventLoop;
+class MasterWatch;
 class ServedModules;
 class ServiceManager;
 class SnmpLibrary;
@@ -25,7 +26,9 @@ public:
 private:
     /// Gives the addresses, for people.
     std::string Listen(SnmpLibrary& library) const;
-    void Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager) const;
+    /// `master` is null when the agent listens itself.
+    void Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
+               MasterWatch* master) const;
     bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
 
     const Options& m_options;

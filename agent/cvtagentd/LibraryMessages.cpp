@@ -1,5 +1,6 @@
 #include "agent/cvtagentd/LibraryMessages.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "agent/cvtagentd/SnmpHeaders.h"
@@ -8,6 +9,7 @@ namespace agent {
 namespace {
 
 LibraryMessages::Collector* s_collector = nullptr;
+std::vector<const char*> s_demoted;
 
 /// What the library finds worth a notice, such as a folder that it has made, is a detail here.
 LogLevel LevelOf(int priority) {
@@ -15,6 +17,10 @@ LogLevel LevelOf(int priority) {
         return LogLevel::kError;
     }
     return priority == LOG_WARNING ? LogLevel::kWarning : LogLevel::kDebug;
+}
+
+bool IsDemoted(const std::string& text) {
+    return std::any_of(s_demoted.begin(), s_demoted.end(), [&](const char* start) { return text.starts_with(start); });
 }
 
 }  // namespace
@@ -34,10 +40,12 @@ int LibraryMessages::OnMessage(int /*majorId*/, int /*minorId*/, void* message, 
     if (s_collector != nullptr && level <= LogLevel::kWarning) {
         s_collector->m_messages.push_back({std::move(text), systemError});
     } else {
-        Log::Write(level, "SNMP library: " + text);
+        Log::Write(IsDemoted(text) ? LogLevel::kDebug : level, "SNMP library: " + text);
     }
     return SNMP_ERR_NOERROR;
 }
+
+void LibraryMessages::Demote(const char* beginning) { s_demoted.push_back(beginning); }
 
 LibraryMessages::Collector::Collector() { s_collector = this; }
 

@@ -19,6 +19,10 @@ public:
     /// Called before the library is initialised.
     static void Install();
 
+    /// Messages that begin so are details from now on, whatever the library thinks of them. `beginning` is kept. A Collector
+    /// takes them all the same.
+    static void Demote(const char* beginning);
+
     /// While one exists, the library's warnings and errors are collected instead of logged. At most one exists at a time.
     class Collector {
     public:

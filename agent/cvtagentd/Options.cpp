@@ -79,10 +79,6 @@ LogLevel Level(const char* name) {
     return *level;
 }
 
-[[noreturn]] void RefuseLater(const char* option) {
-    throw UsageError(std::string(option) + " is not available in this version");
-}
-
 /// `argument` is the option's own, or null.
 void Apply(int option, const char* argument, Options& options) {
     switch (option) {
@@ -104,7 +100,10 @@ void Apply(int option, const char* argument, Options& options) {
             options.action = Options::Action::kCheckConfig;
             options.config = Absolute(NotEmpty("--check-config", argument).c_str());
             break;
-        case kAgentx: RefuseLater("--agentx");
+        case kAgentx:
+            options.subagent = true;
+            options.master = argument == nullptr ? "" : NotEmpty("--agentx=", argument);
+            break;
         default: break;
     }
 }
@@ -136,6 +135,9 @@ Options Options::Parse(int argc, char* const* argv) {
     if (::optind < argc) {
         throw UsageError("the argument \"" + std::string(argv[::optind]) + "\" belongs to no option");
     }
+    if (options.subagent && !options.listen.empty()) {
+        throw UsageError("--listen and --agentx exclude each other: with --agentx the master listens");
+    }
     if (options.modules.empty()) {
         options.modules.push_back(ExtensionModule::DefaultFile());
     }
@@ -153,6 +155,8 @@ Usage: cvtagentd [OPTION]...
                        (default: libCVHost.so.1, which comes with the agent)
   --listen ADDRESS     where to answer, such as udp:161 or udp6:[::1]:1161; may be repeated
                        (default: udp:127.0.0.1:1161)
+  --agentx[=ADDRESS]   listen nowhere, and serve through the AgentX master at this address, such as
+                       tcp:127.0.0.1:705 (default: the configuration's agentXSocket, or else /var/agentx/master)
   --config FILE        who may do what: this file and no other
                        (default: community "public" from this host may read)
   --state-dir DIR      the working directory, where values and keys are kept
@@ -169,8 +173,6 @@ Usage: cvtagentd [OPTION]...
   --check-config FILE  load FILE, print each fault in it on a line, and end: status 0 when there is none, or else 1
   --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or else takes
                        them as two lines of standard input; the agent must not be running
-
-  --agentx[=ADDRESS]   serve through another agent: not available in this version
 
 SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
 Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line.

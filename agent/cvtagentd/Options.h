@@ -21,10 +21,12 @@ struct Options {
     Action action = Action::kServe;
     std::vector<std::string> modules;  ///< never empty after Parse
     std::vector<std::string> listen;   ///< empty: the configuration's agentaddress, or else kDefaultAddress
-    std::string config;                ///< absolute; empty: the built-in read-only access from this host
-    std::string stateDir;              ///< empty: StateDir's choice
-    std::string user;                  ///< empty: the configuration's agentuser, or else whoever started it
-    std::string newUser;               ///< for kCreateUser
+    bool subagent = false;             ///< serve through an AgentX master; `listen` is then empty
+    std::string master;    ///< where; empty: the configuration's agentXSocket, or else the library's default
+    std::string config;    ///< absolute; empty: the built-in read-only access from this host
+    std::string stateDir;  ///< empty: StateDir's choice
+    std::string user;      ///< empty: the configuration's agentuser, or else whoever started it
+    std::string newUser;   ///< for kCreateUser
     unsigned int timeoutSeconds = 30;
     LogLevel logLevel = LogLevel::kInfo;
     bool syslog = false;

@@ -2,15 +2,38 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
+#include "agent/cvtagentd/LibraryMessages.h"
 #include "agent/cvtagentd/Log.h"
+#include "agent/cvtagentd/MasterWatch.h"
+#include "agent/cvtagentd/SetRequests.h"
 #include "agent/cvtagentd/StartError.h"
 
 namespace agent {
+namespace {
+
+constexpr const char* kDuplicate = "failed: 263";  // an error of the AgentX protocol's: duplicateRegistration
+
+}  // namespace
+
+ServedModules::ServedModules(unsigned int closeMs, MasterWatch* master)
+    : m_closeMs(closeMs), m_master(master), m_putBack(master == nullptr) {
+    if (m_master != nullptr) {
+        m_master->OnConnected([this] { m_ids.NewConnection(); });
+        m_master->OnLost(&SetRequests::ReleaseAll);
+    }
+}
 
 ServedModules::~ServedModules() {
+    if (m_master != nullptr) {
+        m_master->OnConnected(nullptr);
+        m_master->OnLost(nullptr);
+        m_master->Cut();
+    }
     m_putBack.End();
     m_handlers.clear();
+    SetRequests::ReleaseAll();
     for (const auto& module : m_modules) {
         if (module->IsStarted()) {
             m_engine.Remove(module->Group());
@@ -38,9 +61,76 @@ void ServedModules::Start(const std::vector<std::string>& files, OwnGroups* own)
     if (own != nullptr) {
         Add(*own);
     }
-    for (CVT::BMibImpl* const group : m_engine.Groups()) {
-        m_handlers.emplace_back(*group, m_ids, m_putBack);
+    if (m_master == nullptr) {
+        for (CVT::BMibImpl* const group : m_engine.Groups()) {
+            m_handlers.emplace_back(*group, m_ids, m_putBack);
+        }
     }
+}
+
+bool ServedModules::ServeReady() {
+    if (m_master == nullptr) {
+        return true;
+    }
+    if (m_connection != m_master->Connections() || !m_master->IsConnected()) {
+        Withdraw();
+    }
+    if (!m_master->IsConnected()) {
+        return true;
+    }
+    std::vector<CVT::BMibImpl*> later;
+    for (CVT::BMibImpl* const group : std::exchange(m_waiting, {})) {
+        if (m_master->IsCut() || !CanAnswer(*group)) {
+            later.push_back(group);
+        } else {
+            Register(*group);
+        }
+    }
+    m_waiting = std::move(later);
+    if (m_waiting.empty()) {
+        ReportRefused();
+    }
+    return m_waiting.empty();
+}
+
+void ServedModules::Register(CVT::BMibImpl& group) {
+    const LibraryMessages::Collector collector;
+    m_handlers.emplace_back(group, m_ids, m_putBack);
+    for (const LibraryMessages::Message& message : collector.Messages()) {
+        if (message.text.find(kDuplicate) != std::string::npos) {
+            m_refused += (m_refused.empty() ? "" : ", ") + std::string(group.Oid().ToString().View());
+        } else {  // he has not answered in time, or answers nonsense: begin anew
+            Log::Write(LogLevel::kDebug, "SNMP library: " + message.text);
+            m_master->Cut();
+        }
+    }
+}
+
+void ServedModules::Withdraw() {
+    m_handlers.clear();
+    m_refused.clear();
+    m_waiting = m_engine.Groups();
+    m_connection = m_master->Connections();
+}
+
+void ServedModules::ReportRefused() {
+    if (!m_refused.empty()) {
+        Log::Warning("the master serves these subtrees already, without us: " + std::exchange(m_refused, {}) +
+                     "; switch its own module off, or the other subagent, and restart the master");
+    }
+}
+
+/// A group of a module that is ready answers even if it is not active: its initialisation has failed.
+bool ServedModules::CanAnswer(CVT::BMibImpl& group) const {
+    const auto ready = [](const auto& module) { return module->IsReady(); };
+    if (!group.IsActive() && !std::all_of(m_modules.begin(), m_modules.end(), ready)) {
+        return false;
+    }
+    if (!group.RequestLock().Try()) {
+        return false;
+    }
+    group.RequestLock().Done();
+    return true;
 }
 
 void ServedModules::Load(const std::string& file) {

@@ -14,22 +14,29 @@
 
 namespace agent {
 
+class MasterWatch;
+
 /// The extension modules that the agent serves, from loading to closing. Used by the thread that runs the SNMP library,
 /// which must live longer.
 class ServedModules {
 public:
-    /// `closeMs`: how long the modules may take to close. `mayPutBack`: whether a request that would have to wait may be
-    /// put back, which a subagent's must not.
-    explicit ServedModules(unsigned int closeMs, bool mayPutBack = true) : m_closeMs(closeMs), m_putBack(mayPutBack) {}
+    /// `closeMs`: how long the modules may take to close. `master`: whom they are served through, and null when the agent
+    /// listens itself; it must outlive this.
+    ServedModules(unsigned int closeMs, MasterWatch* master);
     /// Closes. When that is not over in time it logs so and ends the process with status 1: code of a module's may still
     /// run, and nothing may be taken from under it.
     ~ServedModules();
     ServedModules(const ServedModules&) = delete;
     ServedModules& operator=(const ServedModules&) = delete;
 
-    /// Loads all the files before it starts the first module, and serves the subtrees of all when all have started.
-    /// Throws StartError. `own` is served beside them, where no module serves the same; null, or it outlives this.
+    /// Loads all the files before it starts the first module. Without a master it serves the subtrees of all when all have
+    /// started; with one, ServeReady does. `own` is served beside them, where no module serves the same; null, or it
+    /// outlives this. Throws StartError.
     void Start(const std::vector<std::string>& files, OwnGroups* own);
+
+    /// Registers those groups with the master that can answer by now: a request of his cannot be put back. While there is
+    /// no connection none is registered, so that a new one begins anew. True when nothing is left to do for now.
+    bool ServeReady();
 
     /// The files of the modules that still initialise, for people; empty when all are ready.
     std::string NotReady() const;
@@ -37,20 +44,28 @@ public:
     /// To be retried from the event loop.
     PutBack& RequestsPutBack() { return m_putBack; }
 
-    /// How many subtrees of modules are served.
+    /// How many subtrees the modules have.
     std::size_t NumSubtrees() const { return m_numSubtrees; }
 
 private:
     void Load(const std::string& file);
     void Add(ExtensionModule& module);
     void Add(OwnGroups& own);
+    void Register(CVT::BMibImpl& group);
+    void Withdraw();
+    void ReportRefused();
+    bool CanAnswer(CVT::BMibImpl& group) const;
 
     const unsigned int m_closeMs;
+    MasterWatch* const m_master;
     RequestIds m_ids;
     PutBack m_putBack;
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;  // for what it does when a module is added; the SNMP library dispatches
     std::size_t m_numSubtrees = 0;
+    unsigned int m_connection = 0;          // the master's that the handlers belong to
+    std::vector<CVT::BMibImpl*> m_waiting;  // to be registered with the master, in the order of their OIDs
+    std::string m_refused;                  // by the master; for people
     std::deque<SubtreeHandler> m_handlers;
 };
 

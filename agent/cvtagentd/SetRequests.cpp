@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/SetRequests.h"
 
 #include <memory>
+#include <unordered_set>
 
 #include "CVT/BSetCell.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
@@ -11,7 +12,14 @@ namespace {
 
 constexpr const char* kCellName = "cvtagentd.setCell";
 
-void DeleteCell(void* cell) { delete static_cast<CVT::BSetCell*>(cell); }
+/// The library forgets a request of a master's that has gone, and does not say so.
+std::unordered_set<CVT::BSetCell*> s_liveCells;
+
+void DeleteCell(void* data) {
+    auto* const cell = static_cast<CVT::BSetCell*>(data);
+    s_liveCells.erase(cell);
+    delete cell;
+}
 
 /// Null when the varbind was not checked, because one before it was refused.
 CVT::BSetCell* CellOf(netsnmp_request_info* request) {
@@ -29,6 +37,7 @@ void SetRequests::Check(CVT::BMibImpl& group, unsigned int requestId, Request* r
             VarBinds::Refuse(*request, CVT::resourceUnavailable);
             return;
         }
+        s_liveCells.insert(cell.get());
         static_cast<void>(cell.release());  // the node owns it
         ::netsnmp_request_add_list_data(request, node);
         if (status != CVT::noError) {
@@ -64,6 +73,12 @@ void SetRequests::Release(Request* requests) {
         if (CVT::BSetCell* const cell = CellOf(request); cell != nullptr) {
             cell->Release();
         }
+    }
+}
+
+void SetRequests::ReleaseAll() {
+    for (CVT::BSetCell* const cell : s_liveCells) {
+        cell->Release();
     }
 }
 

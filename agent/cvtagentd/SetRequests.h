@@ -9,7 +9,7 @@ namespace agent {
 /// The phases of a SET, for the varbinds of one request that lie in one group's subtree.
 ///
 /// A varbind is kept from phase to phase as a CVT::BSetCell among the data of the library's request: it is released when
-/// that goes, whatever has happened. Used by the thread that runs the library; the group must outlive the request.
+/// that goes, whatever has happened, and by ReleaseAll when it does not go. Used by the thread that runs the library; the group must outlive the request.
 class SetRequests {
 public:
     using Request = netsnmp_request_info_s;
@@ -20,6 +20,9 @@ public:
     static void Commit(Request* requests);
     static void UndoAndRelease(Request* requests);
     static void Release(Request* requests);
+
+    /// Releases what any request has checked and not released: its master will not come back to it.
+    static void ReleaseAll();
 };
 
 }  // namespace agent

@@ -11,6 +11,7 @@
 #include "agent/cvtagentd/CrashLine.h"
 #include "agent/cvtagentd/DescriptorSet.h"
 #include "agent/cvtagentd/LibraryMessages.h"
+#include "agent/cvtagentd/MasterWatch.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/StartError.h"
 #include "agent/cvtagentd/SystemConfig.h"
@@ -66,14 +67,18 @@ void KeepSocketsFromChildren() {
 
 }  // namespace
 
-SnmpLibrary::SnmpLibrary(std::string configFile, Use use) : m_configFile(std::move(configFile)) {
-    SetUp(use);
+SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* master)
+    : m_configFile(std::move(configFile)) {
+    SetUp(use, master != nullptr);
     const LibraryMessages::Collector collector;
     const CrashLine onCrash("cvtagentd: " + m_configFile +
                             ": crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
                             "but no passphrase behind it");
     ::init_agent(kApplication);
     SystemConfig::Register();
+    if (master != nullptr) {
+        master->SetDefaults();
+    }
     ::init_snmp(kApplication);
     if (use == Use::kAddUser) {
         SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else its end would write
@@ -81,7 +86,7 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use) : m_configFile(std::mo
     m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
 }
 
-void SnmpLibrary::SetUp(Use use) {
+void SnmpLibrary::SetUp(Use use, bool hasMaster) {
     // These would override what is set below.
     for (const char* const name : {"SNMPCONFPATH", "SNMP_PERSISTENT_DIR", "SNMP_PERSISTENT_FILE"}) {
         ::unsetenv(name);  // NOLINT(concurrency-mt-unsafe): there is no second thread yet
@@ -108,6 +113,9 @@ void SnmpLibrary::SetUp(Use use) {
         if (use != Use::kAddUser) {  // whoever adds the first user has given no access yet, and nobody is served
             return;
         }
+    }
+    if (hasMaster) {
+        return;
     }
     for (std::string line : kBuiltInAccess) {
         ::netsnmp_config_remember(line.data());

@@ -5,19 +5,22 @@
 
 namespace agent {
 
+class MasterWatch;
+
 /// The SNMP library at work in this process: protocol, transports, access control. It is initialised once, by the
 /// constructor, and shut down by the destructor; it cannot be had a second time in one process. Its persistent data lie in
 /// the working directory. Not synchronised: one thread runs it.
 class SnmpLibrary {
 public:
     enum class Use {
-        kServe,
+        kServe,    ///< through a master if there is a MasterWatch
         kCheck,    ///< reads the configuration, and touches no file
         kAddUser,  ///< reads configuration and state, and touches no file before Store
     };
 
     /// `configFile` may be empty: then community "public" may read, from this host.
-    SnmpLibrary(std::string configFile, Use use);
+    /// `master`: null without a master; it must outlive this.
+    SnmpLibrary(std::string configFile, Use use, const MasterWatch* master = nullptr);
     ~SnmpLibrary();
     SnmpLibrary(const SnmpLibrary&) = delete;
     SnmpLibrary& operator=(const SnmpLibrary&) = delete;
@@ -38,7 +41,7 @@ public:
     void Reload();
 
 private:
-    void SetUp(Use use);
+    void SetUp(Use use, bool hasMaster);
 
     const std::string m_configFile;
     std::vector<std::string> m_faults;

@@ -73,9 +73,10 @@ protected:
 
     std::string Udp() const { return "udp:127.0.0.1:" + std::to_string(m_port); }
 
-    /// The options of an agent on the test's port, with the test's state folder, and more.
+    /// The options of an agent on the test's port, or of a subagent, with the test's state folder, and more.
     Arguments WithOwn(const Arguments& more) const {
-        return Arguments{"--listen", Udp(), "--state-dir", m_scratch / "state"} + more;
+        const Arguments where = m_master.empty() ? Arguments{"--listen", Udp()} : Arguments{"--agentx=" + m_master};
+        return where + Arguments{"--state-dir", m_scratch / "state"} + more;
     }
 
     /// Starts the agent and waits until its log holds `until`. A test that waits for its end looks at that itself.
@@ -152,8 +153,10 @@ protected:
     std::string m_community = "private";
     Arguments m_command = {kAgentFile};  ///< what Start starts
 
-private:
+    std::string m_master;  ///< when set Start starts a subagent of the master there
     int m_port = FreePort();
+
+private:
     std::unique_ptr<Program> m_agent;
 };
 

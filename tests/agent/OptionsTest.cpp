@@ -102,9 +102,19 @@ TEST(Options, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
     EXPECT_EQ(Parse({"--timeout", "86400"}).timeoutSeconds, 86400U);
 }
 
-TEST(Options, RefusesWhatThisVersionDoesNotHave) {
-    EXPECT_EQ(ErrorOf({"--agentx"}), "--agentx is not available in this version");
-    EXPECT_EQ(ErrorOf({"--agentx=tcp:127.0.0.1:705"}), "--agentx is not available in this version");
+TEST(Options, TheAddressOfAMasterMayBeLeftOut) {
+    EXPECT_FALSE(Parse({}).subagent);
+    EXPECT_TRUE(Parse({"--agentx"}).subagent);
+    EXPECT_EQ(Parse({"--agentx"}).master, "");
+    EXPECT_TRUE(Parse({"--agentx=tcp:127.0.0.1:705"}).subagent);
+    EXPECT_EQ(Parse({"--agentx=tcp:127.0.0.1:705"}).master, "tcp:127.0.0.1:705");
+    EXPECT_EQ(ErrorOf({"--agentx="}), "--agentx= wants a value that is not empty");
+}
+
+TEST(Options, ASubagentListensNowhere) {
+    const std::string error = "--listen and --agentx exclude each other: with --agentx the master listens";
+    EXPECT_EQ(ErrorOf({"--agentx", "--listen", "udp:1161"}), error);
+    EXPECT_EQ(ErrorOf({"--listen", "udp:1161", "--agentx"}), error);
 }
 
 TEST(Options, HelpNamesEveryOption) {

@@ -20,7 +20,7 @@ TEST_F(StartTest, VersionAndHelpGoToStandardOutputAndEndWell) {
 TEST_F(StartTest, AWrongCommandLineEndsItWithStatus2) {
     ExpectRefusal({"--frobnicate"}, 2, "--frobnicate is unknown");
     ExpectRefusal({"--timeout", "soon"}, 2, "--timeout wants a number of seconds");
-    ExpectRefusal({"--agentx"}, 2, "--agentx is not available in this version");
+    ExpectRefusal({"--agentx", "--listen", Udp()}, 2, "--listen and --agentx exclude each other");
 }
 
 TEST_F(StartTest, AConfigurationThatCannotBeReadEndsItWithStatus1) {

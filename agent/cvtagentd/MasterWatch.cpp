@@ -1,0 +1,151 @@
+#include "agent/cvtagentd/MasterWatch.h"
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "agent/cvtagentd/LibraryMessages.h"
+#include "agent/cvtagentd/Log.h"
+#include "agent/cvtagentd/SnmpHeaders.h"
+
+#include <net-snmp/agent/agent_callbacks.h>
+
+namespace agent {
+namespace {
+
+constexpr const char* kDefaultAddress = "/var/agentx/master";
+constexpr std::chrono::seconds kFirstReminder{10};
+constexpr std::chrono::seconds kReminderInterval{60};
+
+// The library waits a second for each answer of the master's, and does nothing else meanwhile. When it gets none to a ping
+// it closes the session and opens another, so that a hung master keeps us from our end for three seconds at most.
+constexpr int kPingSeconds = 2;
+constexpr int kRetries = 0;
+
+MasterWatch* s_watch = nullptr;  // not an argument of the callbacks: the library would free it
+
+}  // namespace
+
+MasterWatch::MasterWatch(std::string address) : m_address(std::move(address)) {
+    s_watch = this;
+    LibraryMessages::Demote("AgentX master agent failed to respond to ping");  // said in our own words
+    LibraryMessages::Demote("registering pdu failed");  // of what it registers again by itself when it reconnects
+    ::netsnmp_enable_subagent();
+    ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, &MasterWatch::OnStart, nullptr);
+    ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, &MasterWatch::OnStop, nullptr);
+}
+
+void MasterWatch::SetDefaults() const {
+    ::netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, kPingSeconds);
+    ::netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_RETRIES, kRetries);
+    ::netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_NO_CONNECTION_WARNINGS, 1);
+    if (!m_address.empty()) {
+        ::netsnmp_config_remember(("agentXSocket " + m_address).data());  // processed behind the files
+    }
+}
+
+MasterWatch::~MasterWatch() {
+    ::snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, &MasterWatch::OnStart, nullptr,
+                               1);
+    ::snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, &MasterWatch::OnStop, nullptr, 1);
+}
+
+int MasterWatch::OnStart(int /*majorId*/, int /*minorId*/, void* session, void* /*unused*/) {
+    MasterWatch& self = *s_watch;
+    self.m_session = session;
+    self.m_cut = false;
+    ++self.m_connections;
+    self.m_changed = true;
+    if (self.m_onConnected) {
+        self.m_onConnected();
+    }
+    return SNMPERR_SUCCESS;
+}
+
+int MasterWatch::OnStop(int /*majorId*/, int /*minorId*/, void* /*session*/, void* /*unused*/) {
+    MasterWatch& self = *s_watch;
+    self.Cut();
+    self.m_session = nullptr;
+    self.m_changed = true;
+    if (self.m_onLost) {
+        self.m_onLost();
+    }
+    return SNMPERR_SUCCESS;
+}
+
+std::string MasterWatch::Address() const {
+    const char* const configured = ::netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET);
+    return configured == nullptr ? kDefaultAddress : configured;
+}
+
+/// Asks the system anew, since the library does not keep the reason.
+std::string MasterWatch::WhyMissing() const {
+    const LibraryMessages::Collector silence;
+    errno = 0;
+    netsnmp_transport* const transport = ::netsnmp_transport_open_client("agentx", Address().c_str());
+    const int error = errno;
+    if (transport != nullptr) {
+        ::netsnmp_transport_free(transport);
+        return "it does not answer; look whether it hangs, and whether it is an AgentX master at all";
+    }
+    switch (error) {
+        case ENOENT:
+            return "the socket is missing; start the master, with \"master agentx\" in its configuration, or name "
+                   "another socket with --agentx=ADDRESS";
+        case EACCES:
+        case EPERM:
+            return "not permitted; let the master give more rights (agentXPerms in its configuration), or start this "
+                   "program as another user";
+        case ECONNREFUSED: return "nobody answers there; start the master, with \"master agentx\" in its configuration";
+        case 0: return "no such address; write it as /PATH, unix:/PATH or tcp:HOST:PORT";
+        default: return std::generic_category().message(error);
+    }
+}
+
+void MasterWatch::Report() {
+    const auto now = Clock::now();
+    const bool remind = !m_changed && !IsConnected() && now >= m_reminder;
+    if (!m_changed && !remind) {
+        return;
+    }
+    m_changed = false;
+    m_reminder = now + kFirstReminder;
+    if (IsConnected()) {
+        Log::Info((m_wasConnected ? "connected again to the master at " : "connected to the master at ") + Address());
+        m_wasConnected = true;
+        return;
+    }
+    if (m_wasConnected && !remind) {  // a master on his way down does not show yet why he is missing
+        Log::Warning("lost the connection to the master at " + Address() + "; trying again every few seconds");
+        return;
+    }
+    m_reminder = now + kReminderInterval;
+    Log::Warning((remind ? "still no connection to the master at " : "no connection to the master at ") + Address() +
+                 ": " + WhyMissing() + "; trying again every few seconds");
+}
+
+int MasterWatch::MillisecondsToReport() const {
+    if (m_changed) {
+        return 0;
+    }
+    if (IsConnected()) {
+        return -1;
+    }
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_reminder - Clock::now()).count();
+    return left < 0 ? 0 : static_cast<int>(left) + 1;
+}
+
+void MasterWatch::Cut() {
+    if (m_session == nullptr) {
+        return;
+    }
+    netsnmp_transport* const transport =
+        ::snmp_sess_transport(::snmp_sess_pointer(static_cast<netsnmp_session*>(m_session)));
+    if (transport != nullptr) {
+        m_cut = true;
+        ::shutdown(transport->sock, SHUT_RDWR);
+    }
+}
+
+}  // namespace agent

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace agent {
+
+/// The connection to an AgentX master. The SNMP library opens it and, when it is lost, opens it again; this says in the log
+/// what people should know of that, and nothing else: when it is there, when it is lost, and now and then that it is
+/// still missing. Made before the library is initialised, it outlives the library. Used by the thread that runs it.
+class MasterWatch {
+public:
+    /// `address` as the library writes it; empty: what the configuration says, or else the library's default.
+    explicit MasterWatch(std::string address);
+    MasterWatch(const MasterWatch&) = delete;
+    MasterWatch& operator=(const MasterWatch&) = delete;
+    ~MasterWatch();
+
+    /// Called by SnmpLibrary when the library knows its own defaults, and before it reads the configuration.
+    void SetDefaults() const;
+
+    /// Called whenever the connection is there, or lost, from within the library.
+    void OnConnected(std::function<void()> call) { m_onConnected = std::move(call); }
+    void OnLost(std::function<void()> call) { m_onLost = std::move(call); }
+
+    bool IsConnected() const { return m_session != nullptr; }
+
+    /// How often the connection has come up; another number means that the master has forgotten us meanwhile.
+    unsigned int Connections() const { return m_connections; }
+
+    /// Where the master is, for people. Known when the library is initialised.
+    std::string Address() const;
+
+    /// Says what is to be said by now.
+    void Report();
+    /// How long until Report has something to say; -1 when that depends on the connection alone.
+    int MillisecondsToReport() const;
+
+    /// Ends the connection without a word to the master, who may hang: he forgets our subtrees all the same. The library
+    /// finds out, and opens another one.
+    void Cut();
+    bool IsCut() const { return m_cut; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    static int OnStart(int majorId, int minorId, void* session, void* unused);
+    static int OnStop(int majorId, int minorId, void* session, void* unused);
+
+    std::string WhyMissing() const;
+
+    const std::string m_address;
+    std::function<void()> m_onConnected;
+    std::function<void()> m_onLost;
+    void* m_session = nullptr;  // the library's; null while there is no connection
+    bool m_cut = false;
+    unsigned int m_connections = 0;
+    bool m_changed = true;  // since the last report
+    bool m_wasConnected = false;
+    Clock::time_point m_reminder;
+};
+
+}  // namespace agent
