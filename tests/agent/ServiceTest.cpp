@@ -1,6 +1,7 @@
 // What the agent tells the service manager that has started it, and what it keeps from its children.
 
 #include <ctime>
+#include <regex>
 
 #include "tests/agent/AgentTest.h"
 #include "tests/agent/Manager.h"
@@ -117,6 +118,21 @@ TEST_F(ServiceTest, WhatAModuleStartsKnowsNothingOfTheManager) {
     EXPECT_NE(environment.find("PATH=" + commands), std::string::npos) << environment;
     EXPECT_EQ(environment.find("NOTIFY_SOCKET"), std::string::npos) << environment;
     EXPECT_EQ(environment.find("WATCHDOG"), std::string::npos) << environment;
+}
+
+TEST_F(ServiceTest, TheUnitThatIsInstalledMeansSomethingToSystemd) {
+    const std::string analyze = "/usr/bin/systemd-analyze";
+    if (!std::filesystem::exists(analyze)) {
+        GTEST_SKIP() << "needs systemd-analyze";
+    }
+    std::ifstream in(CVHOST_BUILD_BIN_DIR "/../packaging/cvtagentd.service");
+    std::string unit{std::istreambuf_iterator<char>(in), {}};
+    unit = std::regex_replace(unit, std::regex("\nExecStart=[^ ]+"), std::string("\nExecStart=") + kAgentFile);
+    const Outcome outcome = RunToEnd({analyze, "verify", m_scratch.Write("cvtagentd.service", unit)}, m_scratch);
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_NE(unit.find("\nType=notify\n"), std::string::npos) << unit;
+    EXPECT_EQ(unit.find('@' + std::string("CMAKE")), std::string::npos) << unit;
 }
 
 }  // namespace
