@@ -133,6 +133,7 @@ std::vector<TextTable::Column> TableFormat::Columns() const {
 std::vector<std::string> TableFormat::WithoutPrefix(const std::vector<std::string>& cells) const {
     const std::string_view prefix = Prefix();
     std::vector<std::string> rest;
+    rest.reserve(cells.size());
     for (const std::string& cell : cells) {
         rest.push_back(cell.substr(BeginsWithName(cell, prefix) ? prefix.size() : 0));
     }

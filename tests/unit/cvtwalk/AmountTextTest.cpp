@@ -19,7 +19,7 @@ TEST(CvtwalkAmountText, CountsOctetsInUnitsOf1024) {
 
 TEST(CvtwalkAmountText, NeverReadsAThousandAndTwentyFourOfAUnit) {
     EXPECT_EQ(AmountText::Size(1048575, 1), "1.0 MiB");
-    EXPECT_EQ(AmountText::Size(1024 * 1023, 1), "1023.0 KiB");
+    EXPECT_EQ(AmountText::Size(1023, 1024), "1023.0 KiB");
 }
 
 TEST(CvtwalkAmountText, SaysNothingOfFiguresThatHaveWrapped) {
