@@ -14,11 +14,13 @@ const std::string kHost = ".1.3.6.1.2.1.25.";
 const std::string kRun = kHost + "4.2.1.";
 const std::string kDate = kHost + "1.2.0";
 
+constexpr const char* kExample = CVHOST_SOURCE_DIR "/packaging/cvtagentd.conf";
+
 class ExampleConfigTest : public AgentTest {
 protected:
     /// The file, without the leading # of each line of directives that `pattern` matches.
     static std::string Example(const std::string& pattern) {
-        std::ifstream in(CVHOST_SOURCE_DIR "/packaging/cvtagentd.conf");
+        std::ifstream in(kExample);
         const std::regex wanted("#(createUser|rouser|rocommunity|view|group|access) .*" + pattern + ".*");
         std::string content;
         int uncommented = 0;
@@ -57,9 +59,9 @@ TEST_F(ExampleConfigTest, AsItStandsItLetsInTheReaderOnceHeIsAddedAndNobodyElse)
     ExpectNoAnswer({"-v2c", "-c", "public"});
     ExpectNoAnswer({"-v1", "-c", "public"});
     ExpectCleanEnd();
-    const Outcome added = RunToEnd(m_command + Arguments{"--create-user", "reader", "--state-dir", m_scratch / "state",
-                                                         "--config", CVHOST_SOURCE_DIR "/packaging/cvtagentd.conf"},
-                                   m_scratch, {}, m_scratch.Write("input", "change this pass phrase\nand this one\n"));
+    const Outcome added = RunToEnd(
+        m_command + Arguments{"--create-user", "reader", "--state-dir", m_scratch / "state", "--config", kExample},
+        m_scratch, {}, m_scratch.Write("input", "change this pass phrase\nand this one\n"));
     ASSERT_EQ(added.status, 0) << added.output;
     StartWith(Example(""));
     EXPECT_EQ(As("reader", "snmpget", {kMemorySize}).status, 0);
@@ -95,10 +97,11 @@ TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesTheFiveColumnsAlone
 
     // The module's own errors: the request has come through to it.
     EXPECT_EQ(ReasonOf(As("operator", "snmpset", {kDate, "x", "00"})), "wrongValue");
-    for (const std::string column : {"2.3.1.5.", "3.8.1.8.", "3.8.1.9."}) {
-        const Arguments value = column == "2.3.1.5." ? Arguments{"i", "1"} : Arguments{"x", "07EA0B150D393800"};
-        EXPECT_EQ(ReasonOf(As("operator", "snmpset", Arguments{kHost + column + "999999"} + value)),
-                  "inconsistentName");
+    const Arguments date = {"x", "07EA0B150D393800"};
+    for (const Arguments& varBind :
+         {Arguments{kHost + "2.3.1.5.999999", "i", "1"}, Arguments{kHost + "3.8.1.8.999999"} + date,
+          Arguments{kHost + "3.8.1.9.999999"} + date}) {
+        EXPECT_EQ(ReasonOf(As("operator", "snmpset", varBind)), "inconsistentName") << varBind.front();
     }
     const Outcome killed = As("operator", "snmpset", {kRun + "7" + row, "i", "4"});
     EXPECT_EQ(killed.status, 0) << killed.output;
@@ -107,7 +110,8 @@ TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesTheFiveColumnsAlone
     ::waitpid(victim, &status, 0);
     EXPECT_EQ(WTERMSIG(status), SIGKILL);
 
-    for (const std::string& other : {kRun + "6" + row, kHost + "2.3.1.4.1", kHost + "1.5.0", kValues + "1.0"}) {
+    const std::string type = kRun + "6" + row;
+    for (const std::string& other : {type, kHost + "2.3.1.4.1", kHost + "1.5.0", kValues + "1.0"}) {
         EXPECT_EQ(ReasonOf(As("operator", "snmpset", {other, "i", "2"})), "noAccess") << other;
     }
 }

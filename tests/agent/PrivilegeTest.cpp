@@ -37,22 +37,28 @@ std::map<std::string, std::string> StatusOf(const std::filesystem::path& process
     return values;
 }
 
+/// As the kernel writes a user who is the same in every respect.
+std::string FourTimes(uid_t user) {
+    std::ostringstream text;
+    text << user << ' ' << user << ' ' << user << ' ' << user;
+    return text.str();
+}
+
 /// A process of another user's, in a folder of its own, that does nothing until it is killed.
 class OthersProcess {
 public:
     OthersProcess(uid_t user, const std::string& folder) : m_pid(::fork()) {
         if (m_pid == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             if (::chdir(folder.c_str()) == 0 && ::setresgid(user, user, user) == 0 &&
                 ::setresuid(user, user, user) == 0) {
+                ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a change of user would take it back
                 for (;;) {
                     ::pause();
                 }
             }
             ::_exit(1);
         }
-        const std::string uid = std::to_string(user);
-        while (StatusOf("/proc/" + Pid())["Uid"] != uid + " " + uid + " " + uid + " " + uid) {
+        while (StatusOf("/proc/" + Pid())["Uid"] != FourTimes(user) && IsAlive()) {
             ::poll(nullptr, 0, 1);
         }
     }
@@ -192,8 +198,8 @@ private:
 
 TEST_F(PrivilegeTest, EveryThreadRunsAsThatUserWithTheFourCapabilitiesAndNoOther) {
     StartAs("nobody");
-    ExpectAllThreads("Uid", "65534 65534 65534 65534");
-    ExpectAllThreads("Gid", "65534 65534 65534 65534");
+    ExpectAllThreads("Uid", FourTimes(kNobody));
+    ExpectAllThreads("Gid", FourTimes(kNobody));
     ExpectAllThreads("Groups", "65534");
     for (const char* const set : {"CapInh", "CapPrm", "CapEff", "CapBnd", "CapAmb"}) {
         ExpectAllThreads(set, kKept);
@@ -287,13 +293,13 @@ TEST_F(PrivilegeTest, AFolderThatHoldsMoreThanStateIsNotGivenAway) {
 TEST_F(PrivilegeTest, TheConfigurationCanNameUserAndGroupAndTheCommandLineGoesBeforeIt) {
     m_config = WriteConfig(Content(m_config) + "agentuser daemon\nagentgroup nogroup\n");
     StartWith({});
-    ExpectAllThreads("Uid", "1 1 1 1");
-    ExpectAllThreads("Gid", "65534 65534 65534 65534");
+    ExpectAllThreads("Uid", FourTimes(kDaemon));
+    ExpectAllThreads("Gid", FourTimes(kNobody));
     ExpectAllThreads("CapEff", kKept);
     ExpectCleanEnd();
     ::chown((m_scratch / "state").c_str(), 0, 0);
     StartAs("nobody");
-    ExpectAllThreads("Uid", "65534 65534 65534 65534");
+    ExpectAllThreads("Uid", FourTimes(kNobody));
 }
 
 TEST_F(PrivilegeTest, SighupReadsWhatThatUserMayRead) {
