@@ -59,7 +59,9 @@ int Agent::Run() {
         Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees " + where);
         user.Report();
         manager.Status("waiting for the modules to get ready");
+        library.OpenEndpoints().RefuseSetsWhile([&] { return !modules.RequestsPutBack().IsEmpty(); });
         Serve(loop, library, modules, manager, master ? &*master : nullptr);
+        library.OpenEndpoints().RefuseSetsWhile({});
     }
     Log::Info("ended");
     return EXIT_SUCCESS;

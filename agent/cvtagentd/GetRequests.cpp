@@ -25,7 +25,7 @@ struct GetRequests::Call {
     const Info& info;
     unsigned int requestId;
     const CVT::BPatience* patience;  // null: no limit
-    std::optional<AccessView> view;  // of a GETBULK; otherwise the library looks
+    std::optional<AccessView> view;  // none: the library looks at what it is given
 
     bool HasGivenUp() const { return patience != nullptr && patience->HasGivenUp(); }
 };
@@ -51,7 +51,7 @@ bool GetRequests::GoOn(const Info& info, unsigned int requestId, Request* reques
     }
     try {
         Call call{info, requestId, patience ? &*patience : nullptr, std::nullopt};
-        if (info.mode == MODE_GETBULK) {
+        if (info.mode != MODE_GET && wait == Wait::kShortly) {  // a subagent's master looks itself
             call.view.emplace(info, m_group.Oid());
         }
         return AnswerAll(call, requests);
@@ -118,9 +118,6 @@ GetRequests::Result GetRequests::GetNext(const Call& call, Request& request) {
 /// Leaves the library what is still to be filled, by the next handler or when the group is asked again, beginning behind
 /// the last name there is.
 bool GetRequests::GetBulk(const Call& call, Request& request) {
-    if (call.view->IsEmpty()) {
-        return true;
-    }
     Result result = GetNext(call, request);
     while (result == Result::kAnswered && request.repeat > 0) {
         const variable_list& last = *request.requestvb;
@@ -137,6 +134,9 @@ bool GetRequests::GetBulk(const Call& call, Request& request) {
 
 /// Moves m_varBind from instance to instance until one may be seen, has a value, and that could be stored.
 GetRequests::Result GetRequests::MoveToNext(const Call& call, Request& request) {
+    if (call.view && call.view->IsEmpty()) {
+        return Result::kNothingBehind;
+    }
     const auto isBehindTheEnd = [&] {
         return request.range_end != nullptr &&
                !VarBinds::IsBefore(m_varBind.name, request.range_end, request.range_end_len);

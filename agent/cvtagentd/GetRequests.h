@@ -11,8 +11,8 @@ namespace agent {
 
 /// Reads one group for GET, GETNEXT and GETBULK: the varbinds of one request that lie in the group's subtree.
 ///
-/// A GETBULK is answered in one go: a varbind's repetitions are filled by walking the group, and what the asker's view
-/// does not hold is stepped over, because the library looks only at some of what it is given.
+/// A GETBULK is answered in one go: a varbind's repetitions are filled by walking the group. What the asker's view does
+/// not hold is stepped over without being read; the library looks only at some of what it is given for a GETBULK.
 ///
 /// Used by the thread that runs the library; the group must outlive it.
 class GetRequests {

@@ -32,6 +32,7 @@ public:
     PutBack& operator=(const PutBack&) = delete;
     ~PutBack();
 
+    bool IsEmpty() const { return m_entries.empty(); }
     GetRequests::Wait HowToWait() const { return m_wait; }
 
     /// Takes varbinds that `reader` has marked as delegated. When there are too many it refuses them with

@@ -123,6 +123,7 @@ void SnmpLibrary::SetUp(Use use, bool hasMaster) {
 }
 
 SnmpLibrary::~SnmpLibrary() {
+    m_endpoints.reset();
     ::snmp_shutdown(kApplication);
     ::shutdown_agent();
 }
@@ -146,8 +147,8 @@ void SnmpLibrary::Listen(const std::string& address) {
     const LibraryMessages::Collector collector;
     errno = 0;
     // The empty address would mean port 161 on all of the host's.
-    if (address.empty() || ::netsnmp_agent_listen_on(address.c_str()) <= 0) {
-        const int error = collector.Messages().empty() ? 0 : collector.Messages().back().systemError;
+    if (address.empty() || !m_endpoints->Open(address)) {
+        const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
         throw StartError("cannot listen on " + address + ": " + Advice(error));
     }
     KeepSocketsFromChildren();

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "agent/cvtagentd/Endpoints.h"
 
 namespace agent {
 
@@ -36,6 +39,7 @@ public:
 
     /// Answers on this address from now on. Throws StartError.
     void Listen(const std::string& address);
+    Endpoints& OpenEndpoints() { return *m_endpoints; }
 
     /// Reads the access configuration again. When it has faults everything stays as it was. Logs what it did.
     void Reload();
@@ -45,6 +49,7 @@ private:
 
     const std::string m_configFile;
     std::vector<std::string> m_faults;
+    std::unique_ptr<Endpoints> m_endpoints = std::make_unique<Endpoints>();
 };
 
 }  // namespace agent

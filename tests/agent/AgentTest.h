@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,7 @@ namespace agent_test {
 inline constexpr const char* kAgentFile = CVHOST_BUILD_BIN_DIR "/cvtagentd";
 inline constexpr const char* kMainModule = CVHOST_BUILD_LIB_DIR "/libCVHost.so.1";
 inline constexpr const char* kSampleModule = CVHOST_BUILD_LIB_DIR "/libSampleModule.so.1";
+inline constexpr const char* kReadModule = CVHOST_READ_TEST_MODULE;
 inline constexpr const char* kTestModule = CVHOST_AGENT_TEST_MODULE;
 
 // Subtrees of the modules, with a dot at the end.
@@ -27,6 +29,10 @@ inline const std::string kSample = ".1.3.6.1.4.1.32473.1.";
 inline const std::string kValues = ".1.3.6.1.4.1.32473.2.1.";
 inline const std::string kOuter = ".1.3.6.1.4.1.32473.2.2.";
 inline const std::string kInner = ".1.3.6.1.4.1.32473.2.2.3.1.";
+inline const std::string kQuick = ".1.3.6.1.4.1.32473.3.1.";
+inline const std::string kTable = ".1.3.6.1.4.1.32473.3.2.1.";
+inline const std::string kSlowToInitialize = ".1.3.6.1.4.1.32473.3.3.1.";
+inline const std::string kSlowToAnswer = ".1.3.6.1.4.1.32473.3.4.1.";
 inline const std::string kFailures = ".1.3.6.1.4.1.32473.0.";
 
 using Arguments = std::vector<std::string>;
@@ -34,6 +40,19 @@ using Arguments = std::vector<std::string>;
 inline Arguments operator+(Arguments a, const Arguments& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
+}
+
+/// The names of the instances in a client's output, in order.
+inline std::vector<std::string> Names(const std::string& output) {
+    std::vector<std::string> names;
+    std::istringstream in(output);
+    for (std::string line; std::getline(in, line);) {
+        if (const auto end = line.find(" = ");
+            line.starts_with('.') && end != std::string::npos && line.find("No more variables") == std::string::npos) {
+            names.push_back(line.substr(0, end));
+        }
+    }
+    return names;
 }
 
 /// A port of the loopback address that neither UDP nor TCP uses.

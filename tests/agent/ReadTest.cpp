@@ -11,18 +11,6 @@ class ReadTest : public AgentTest {
 protected:
     void SetUp() override { StartWritable({"--module", kMainModule, "--module", kSampleModule}); }
 
-    /// The names of the instances in a client's output, in order.
-    static std::vector<std::string> Names(const std::string& output) {
-        std::vector<std::string> names;
-        std::istringstream in(output);
-        for (std::string line; std::getline(in, line);) {
-            if (const auto end = line.find(" = "); line.starts_with('.') && end != std::string::npos &&
-                                                   line.find("No more variables") == std::string::npos) {
-                names.push_back(line.substr(0, end));
-            }
-        }
-        return names;
-    }
     std::vector<std::string> Walk(const std::string& client, const std::string& root) const {
         return Names(V2c(client, {root}).output);
     }
