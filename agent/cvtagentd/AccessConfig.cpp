@@ -11,7 +11,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <set>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -22,6 +24,7 @@
 namespace agent {
 namespace {
 
+constexpr std::string_view kUnknownDirective = "Unknown token: ";
 constexpr const char* kNoAccess = "Warning: no access control information configured";
 
 std::string SystemError(int error) { return std::generic_category().message(error); }
@@ -108,6 +111,24 @@ std::vector<std::string> AccessConfig::Faults(const std::string& file,
         faults.push_back(file + ": gives access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");
     }
     return faults;
+}
+
+std::string AccessConfig::TakeUnknownDirectives(std::vector<std::string>& faults) {
+    std::set<std::string> names;
+    const auto take = [&](const std::string& fault) {
+        const std::size_t at = fault.find(kUnknownDirective);
+        if (at == std::string::npos) {
+            return false;
+        }
+        names.insert(fault.substr(at + kUnknownDirective.size()));
+        return true;
+    };
+    faults.erase(std::remove_if(faults.begin(), faults.end(), take), faults.end());
+    std::string all;
+    for (const std::string& name : names) {
+        all += (all.empty() ? "" : ", ") + name;
+    }
+    return all;
 }
 
 std::string AccessConfig::Summary(const std::string& file, const std::vector<std::string>& faults) {

@@ -20,6 +20,10 @@ public:
     /// One line for each fault among what the library said when it read the file.
     static std::vector<std::string> Faults(const std::string& file, const std::vector<LibraryMessages::Message>& said);
 
+    /// Takes out the faults that are directives which the library does not know in its role, and gives their names, each
+    /// once and separated by commas. A subagent does not decide who may do what, and so does not know how one says that.
+    static std::string TakeUnknownDirectives(std::vector<std::string>& faults);
+
     /// The one line that an agent says which does not start because of these faults. There is at least one.
     static std::string Summary(const std::string& file, const std::vector<std::string>& faults);
 

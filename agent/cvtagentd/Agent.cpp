@@ -49,13 +49,20 @@ int Agent::Run() {
         throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
     }
     DaemonUser user(m_options.user);
-    library.Store();
+    if (!master) {
+        library.Store();
+    }
     const std::string where = master ? "through the master at " + master->Address() : "on " + Listen(library);
     user.Assume(m_options.config);
     {
         OwnGroups own;
         ServedModules modules(m_options.timeoutSeconds * 1000, master ? &*master : nullptr);
         modules.Start(m_options.modules, master ? nullptr : &own);
+        if (!library.IgnoredDirectives().empty()) {
+            Log::Warning(m_options.config +
+                         ": with --agentx these mean nothing, since the master decides who may do what: " +
+                         library.IgnoredDirectives());
+        }
         Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees " + where);
         user.Report();
         manager.Status("waiting for the modules to get ready");
@@ -110,13 +117,21 @@ void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules,
                 return;
             case EventLoop::Event::kReload:
                 manager.Reloading();
-                library.Reload();
+                Reload(library);
                 if (ready) {
                     manager.Ready(kServing);
                 }
                 break;
             case EventLoop::Event::kNone: break;
         }
+    }
+}
+
+void Agent::Reload(SnmpLibrary& library) const {
+    if (m_options.subagent) {  // to read it again would close the connection
+        Log::Info("with --agentx the configuration is read at the start only; the master's says who may do what");
+    } else {
+        library.Reload();
     }
 }
 

@@ -29,6 +29,7 @@ private:
     /// `master` is null when the agent listens itself.
     void Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
                MasterWatch* master) const;
+    void Reload(SnmpLibrary& library) const;
     bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
 
     const Options& m_options;

@@ -1,5 +1,6 @@
 #include "agent/cvtagentd/MasterWatch.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -54,6 +55,9 @@ MasterWatch::~MasterWatch() {
 int MasterWatch::OnStart(int /*majorId*/, int /*minorId*/, void* session, void* /*unused*/) {
     MasterWatch& self = *s_watch;
     self.m_session = session;
+    if (const int fd = self.Socket(); fd >= 0) {
+        ::fcntl(fd, F_SETFD, FD_CLOEXEC);  // or else a child of a module's would keep the connection open
+    }
     self.m_cut = false;
     ++self.m_connections;
     self.m_changed = true;
@@ -137,15 +141,19 @@ int MasterWatch::MillisecondsToReport() const {
 }
 
 void MasterWatch::Cut() {
-    if (m_session == nullptr) {
-        return;
-    }
-    netsnmp_transport* const transport =
-        ::snmp_sess_transport(::snmp_sess_pointer(static_cast<netsnmp_session*>(m_session)));
-    if (transport != nullptr) {
+    if (const int fd = Socket(); fd >= 0) {
         m_cut = true;
-        ::shutdown(transport->sock, SHUT_RDWR);
+        ::shutdown(fd, SHUT_RDWR);
     }
+}
+
+int MasterWatch::Socket() const {
+    if (m_session == nullptr) {
+        return -1;
+    }
+    const netsnmp_transport* const transport =
+        ::snmp_sess_transport(::snmp_sess_pointer(static_cast<netsnmp_session*>(m_session)));
+    return transport == nullptr ? -1 : transport->sock;
 }
 
 }  // namespace agent

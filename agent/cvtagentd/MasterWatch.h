@@ -49,6 +49,7 @@ private:
     static int OnStop(int majorId, int minorId, void* session, void* unused);
 
     std::string WhyMissing() const;
+    int Socket() const;
 
     const std::string m_address;
     std::function<void()> m_onConnected;

@@ -84,6 +84,9 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* mas
         SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else its end would write
     }
     m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
+    if (master != nullptr) {
+        m_ignored = AccessConfig::TakeUnknownDirectives(m_faults);
+    }
 }
 
 void SnmpLibrary::SetUp(Use use, bool hasMaster) {
@@ -101,7 +104,7 @@ void SnmpLibrary::SetUp(Use use, bool hasMaster) {
     ::netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX, kLongestMessage);
     ::netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_MAX_GETBULKRESPONSES, kMostBulkResponses);
     SetText(NETSNMP_DS_LIB_CONFIGURATION_DIR, kNoFolder);
-    if (use == Use::kCheck) {
+    if (use == Use::kCheck || hasMaster) {  // in either role the library would not keep the users of the other one
         SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, kNoFolder);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);

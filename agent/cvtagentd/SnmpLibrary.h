@@ -31,6 +31,9 @@ public:
     /// What is wrong with the configuration; a line each.
     const std::vector<std::string>& Faults() const { return m_faults; }
 
+    /// The directives that mean nothing with a master, for people; empty when there is none.
+    const std::string& IgnoredDirectives() const { return m_ignored; }
+
     /// The addresses that the configuration names by agentaddress.
     std::vector<std::string> ConfiguredAddresses() const;
 
@@ -50,6 +53,7 @@ private:
     const std::string m_configFile;
     std::vector<std::string> m_faults;
     std::unique_ptr<Endpoints> m_endpoints = std::make_unique<Endpoints>();
+    std::string m_ignored;
 };
 
 }  // namespace agent
