@@ -8,39 +8,13 @@
 #include <thread>
 
 #include "tests/agent/AgentTest.h"
+#include "tests/agent/Sockets.h"
 
 namespace agent_test {
 namespace {
 
 class LifeTest : public AgentTest {
 protected:
-    /// "udp 127.0.0.1:1161" and so on for each socket of the agent's. Addresses as the kernel writes them.
-    std::set<std::string> Sockets() {
-        std::set<std::string> inodes;
-        const std::string process = "/proc/" + std::to_string(Agent().Pid());
-        for (const auto& entry : std::filesystem::directory_iterator(process + "/fd")) {
-            std::error_code error;
-            const std::string target = std::filesystem::read_symlink(entry.path(), error).string();
-            if (target.starts_with("socket:[")) {
-                inodes.insert(target.substr(8, target.size() - 9));
-            }
-        }
-        std::set<std::string> sockets;
-        for (const char* const table : {"udp", "udp6", "tcp", "tcp6"}) {
-            std::ifstream in(process + "/net/" + table);
-            for (std::string line; std::getline(in, line);) {
-                std::istringstream fields(line);
-                std::vector<std::string> words{std::istream_iterator<std::string>(fields), {}};
-                if (words.size() > 9 && inodes.erase(words[9]) != 0) {
-                    sockets.insert(std::string(table) + " " + words[1]);
-                }
-            }
-        }
-        for (const std::string& other : inodes) {
-            sockets.insert("socket " + other);
-        }
-        return sockets;
-    }
     static std::string Port(const std::string& address) {
         std::ostringstream hex;
         hex << std::uppercase << std::hex << std::stoi(address.substr(address.rfind(':') + 1));
@@ -51,15 +25,16 @@ protected:
 
 TEST_F(LifeTest, ListensOnTheAddressThatItIsToldAndOnNothingElse) {
     StartWritable();
-    EXPECT_EQ(Sockets(), (std::set<std::string>{"udp 0100007F:" + Port(Udp())}));
+    EXPECT_EQ(Sockets::Of(Agent().Pid()), (std::multiset<std::string>{"udp 0100007F:" + Port(Udp())}));
 }
 
 TEST_F(LifeTest, ListensOnSeveralAddressesOfAllKinds) {
     const std::string tcp = "tcp:127.0.0.1:" + std::to_string(FreePort());
     const std::string udp6 = "udp6:[::1]:" + std::to_string(FreePort());
     StartWritable({"--listen", tcp, "--listen", udp6});
-    EXPECT_EQ(Sockets(), (std::set<std::string>{"udp 0100007F:" + Port(Udp()), "tcp 0100007F:" + Port(tcp),
-                                                "udp6 00000000000000000000000001000000:" + Port(udp6)}));
+    EXPECT_EQ(Sockets::Of(Agent().Pid()),
+              (std::multiset<std::string>{"udp 0100007F:" + Port(Udp()), "tcp 0100007F:" + Port(tcp),
+                                          "udp6 00000000000000000000000001000000:" + Port(udp6)}));
     EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "private", tcp, kValues + "1.0"}).status, 0);
 }
 

@@ -1,0 +1,213 @@
+// The agent behind an AgentX master that comes, goes, hangs or was never there.
+
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include "tests/agent/AgentXTest.h"
+
+namespace agent_test {
+namespace {
+
+/// Stands where a master should be: takes connections, and closes each of them at once.
+class Impostor {
+public:
+    explicit Impostor(const std::string& path) : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        if (::bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+            ::listen(m_socket, 8) != 0) {
+            throw std::runtime_error("cannot listen on " + path);
+        }
+    }
+    ~Impostor() { ::close(m_socket); }
+    Impostor(const Impostor&) = delete;
+    Impostor& operator=(const Impostor&) = delete;
+
+    /// Waits for a connection; false when none comes within 20 seconds.
+    bool Disappoint() const {
+        pollfd waiting{m_socket, POLLIN, 0};
+        if (::poll(&waiting, 1, 20000) != 1) {
+            return false;
+        }
+        ::close(::accept(m_socket, nullptr, nullptr));
+        return true;
+    }
+
+private:
+    int m_socket;
+};
+
+class AgentXLifeTest : public AgentXTest {
+protected:
+    AgentXLifeTest() { m_served = kValues + "1.0"; }
+
+    void StartAlone(const std::string& until) { Start({"--module", kTestModule}, {}, until); }
+
+    void ExpectEndWithin5Seconds() {
+        const auto begin = std::chrono::steady_clock::now();
+        ExpectCleanEnd();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    }
+    /// The warnings in the agent's log.
+    int Warnings() const { return InLog("warning: ") + InLog("error: "); }
+};
+
+TEST_F(AgentXLifeTest, IsRegisteredAgainWithin15SecondsWhenTheMasterHasStoppedAndStarted) {
+    StartBoth({"--module", kTestModule});
+    StopMaster();
+    ASSERT_TRUE(Agent().WaitForOutput("lost the connection to the master at " + m_master)) << Log();
+    StartMaster();
+    EXPECT_TRUE(IsServed(kValues + "1.0", 15)) << Log();
+    ASSERT_TRUE(Agent().WaitForOutput("connected again to the master at " + m_master)) << Log();
+    EXPECT_TRUE(IsServed(kInner + "2.1"));
+    EXPECT_EQ(Warnings(), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, IsRegisteredAgainWhenTheMasterWasKilled) {
+    StartBoth({"--module", kTestModule});
+    KillMaster();
+    StartMaster();
+    EXPECT_TRUE(IsServed(kValues + "1.0", 15)) << Log();
+}
+
+TEST_F(AgentXLifeTest, WithoutAMasterItSaysSoOnceAndServesWhenHeComes) {
+    StartAlone("ready after");
+    const std::string said =
+        "warning: no connection to the master at " + m_master + ": the socket is missing; start the master";
+    ASSERT_TRUE(Agent().WaitForOutput(said)) << Log();
+    StartMaster();
+    EXPECT_TRUE(IsServed(kValues + "1.0", 15)) << Log();
+    EXPECT_TRUE(Agent().WaitForOutput("connected to the master at " + m_master)) << Log();
+    EXPECT_EQ(Warnings(), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, FailingAttemptsAreNotLoggedOneByOne) {
+    const Impostor impostor(m_master);
+    StartAlone("no connection to the master");
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        ASSERT_TRUE(impostor.Disappoint()) << "attempt " << attempt;
+    }
+    EXPECT_EQ(Warnings(), 1) << Log();
+    EXPECT_EQ(InLog(m_master + ": it does not answer; "), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, ASocketThatNobodyServesIsNamed) {
+    { const Impostor gone(m_master); }
+    StartAlone("no connection to the master");
+    EXPECT_EQ(InLog(m_master + ": nobody answers there; start the master"), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, ASocketThatIsForbiddenIsNamed) {
+    const Impostor impostor(m_master);
+    ASSERT_EQ(::chmod(m_master.c_str(), 0), 0);
+    if (::geteuid() == 0) {  // who may do anything, unless that is taken away
+        m_command = Arguments{"setpriv", "--bounding-set=-dac_override,-dac_read_search"} + m_command;
+    }
+    StartAlone("no connection to the master");
+    EXPECT_EQ(InLog(m_master + ": not permitted; let the master give more rights (agentXPerms"), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, AnAddressThatIsNoneIsNamed) {
+    m_master = "carrier-pigeon:1:2";
+    StartAlone("no connection to the master");
+    EXPECT_EQ(InLog("carrier-pigeon:1:2: no such address; write it as /PATH, unix:/PATH or tcp:HOST:PORT"), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {
+    StartBoth({"--module", kTestModule});
+    Master().Signal(SIGSTOP);
+    ExpectEndWithin5Seconds();
+}
+
+TEST_F(AgentXLifeTest, AMasterThatHangsIsReportedAndDoesNotHoldUpTheEnd) {
+    StartBoth({"--module", kTestModule});
+    Master().Signal(SIGSTOP);
+    ASSERT_TRUE(Agent().WaitForOutput("lost the connection")) << Log();
+    ASSERT_TRUE(Agent().WaitForOutput("still no connection to the master at " + m_master + ": it does not answer"))
+        << Log();
+    ExpectEndWithin5Seconds();
+}
+
+TEST_F(AgentXLifeTest, StartsUnderAMasterThatHangsAndServesWhenHeGoesOn) {
+    StartMaster();
+    Master().Signal(SIGSTOP);
+    const auto begin = std::chrono::steady_clock::now();
+    StartAlone("ready after");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    Master().Signal(SIGCONT);
+    EXPECT_TRUE(IsServed(kValues + "1.0", 15)) << Log();
+}
+
+TEST_F(AgentXLifeTest, EndsWithin5SecondsWhenTheMasterHangsAlreadyAtTheStart) {
+    StartMaster();
+    Master().Signal(SIGSTOP);
+    StartAlone("ready after");
+    ExpectEndWithin5Seconds();
+}
+
+TEST_F(AgentXLifeTest, TellsWhichSubtreesSomebodyElseServes) {
+    StartBoth({"--module", kTestModule});
+    std::filesystem::create_directory(m_scratch / "state2");
+    Program second({kAgentFile, "--agentx=" + m_master, "--module", kTestModule, "--module", kSampleModule,
+                    "--state-dir", m_scratch / "state2"},
+                   m_scratch / "log2");
+    const std::string said = "the master serves these subtrees already, without us: 1.3.6.1.4.1.32473.0, ";
+    EXPECT_TRUE(second.WaitForOutput(said)) << second.Output();
+    EXPECT_TRUE(IsServed(kSample + "1.2.0")) << second.Output();
+    EXPECT_EQ(second.Output().find("263"), std::string::npos) << second.Output();
+    second.Signal(SIGTERM);
+    EXPECT_EQ(second.Wait(), 0);
+    EXPECT_TRUE(IsServed(kValues + "1.0"));
+}
+
+TEST_F(AgentXLifeTest, AConfigurationForTheOtherRoleIsTakenWithAWarning) {
+    StartMaster();
+    const std::string config = WriteConfig("rocommunity public\nrouser joe\nview all included .1\nsysContact me\n");
+    Start({"--module", kTestModule, "--config", config});
+    EXPECT_TRUE(IsServed(kValues + "1.0")) << Log();
+    EXPECT_EQ(Warnings(), 1) << Log();
+    EXPECT_EQ(InLog("warning: " + config +
+                    ": with --agentx these mean nothing, since the master decides who may do "
+                    "what: rocommunity, rouser, view\n"),
+              1)
+        << Log();
+}
+
+TEST_F(AgentXLifeTest, TheMasterMayBeNamedByTheConfiguration) {
+    StartMaster();
+    const std::string config = WriteConfig("agentXSocket " + m_master + "\n");
+    Program agent(
+        {kAgentFile, "--agentx", "--module", kTestModule, "--config", config, "--state-dir", m_scratch / "state"},
+        m_scratch / "log");
+    EXPECT_TRUE(agent.WaitForOutput("connected to the master at " + m_master)) << agent.Output();
+    EXPECT_TRUE(IsServed(kValues + "1.0"));
+    agent.Signal(SIGTERM);
+    EXPECT_EQ(agent.Wait(), 0);
+}
+
+TEST_F(AgentXLifeTest, TheOptionOverridesTheConfiguration) {
+    StartMaster();
+    const std::string config = WriteConfig("agentXSocket " + m_scratch / "elsewhere\n");
+    Start({"--module", kTestModule, "--config", config});
+    EXPECT_TRUE(IsServed(kValues + "1.0")) << Log();
+}
+
+TEST_F(AgentXLifeTest, SighupKeepsTheConnection) {
+    StartBoth({"--module", kTestModule});
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("with --agentx the configuration is read at the start only")) << Log();
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+    EXPECT_EQ(InLog("connect"), 1) << Log();
+}
+
+TEST_F(AgentXLifeTest, LeavesTheStoredUsersOfTheOtherRoleAlone) {
+    const std::string kept = m_scratch.Write("state/cvtagentd.conf", "engineBoots 7\n");
+    StartBoth({"--module", kTestModule});
+    ExpectCleanEnd();
+    std::ifstream in(kept);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "engineBoots 7\n");
+}
+
+}  // namespace
+}  // namespace agent_test
