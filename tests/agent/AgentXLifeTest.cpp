@@ -44,10 +44,11 @@ protected:
 
     void StartAlone(const std::string& until) { Start({"--module", kTestModule}, {}, until); }
 
-    void ExpectEndWithin5Seconds() {
+    /// How long the agent takes to end, which it must do cleanly.
+    std::chrono::milliseconds TimeToEnd() {
         const auto begin = std::chrono::steady_clock::now();
         ExpectCleanEnd();
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+        return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
     }
     /// The warnings in the agent's log.
     int Warnings() const { return InLog("warning: ") + InLog("error: "); }
@@ -117,7 +118,7 @@ TEST_F(AgentXLifeTest, AnAddressThatIsNoneIsNamed) {
 TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {
     StartBoth({"--module", kTestModule});
     Master().Signal(SIGSTOP);
-    ExpectEndWithin5Seconds();
+    EXPECT_LT(TimeToEnd().count(), 5000) << Log();
 }
 
 TEST_F(AgentXLifeTest, AMasterThatHangsIsReportedAndDoesNotHoldUpTheEnd) {
@@ -126,7 +127,7 @@ TEST_F(AgentXLifeTest, AMasterThatHangsIsReportedAndDoesNotHoldUpTheEnd) {
     ASSERT_TRUE(Agent().WaitForOutput("lost the connection")) << Log();
     ASSERT_TRUE(Agent().WaitForOutput("still no connection to the master at " + m_master + ": it does not answer"))
         << Log();
-    ExpectEndWithin5Seconds();
+    EXPECT_LT(TimeToEnd().count(), 5000) << Log();
 }
 
 TEST_F(AgentXLifeTest, StartsUnderAMasterThatHangsAndServesWhenHeGoesOn) {
@@ -143,7 +144,7 @@ TEST_F(AgentXLifeTest, EndsWithin5SecondsWhenTheMasterHangsAlreadyAtTheStart) {
     StartMaster();
     Master().Signal(SIGSTOP);
     StartAlone("ready after");
-    ExpectEndWithin5Seconds();
+    EXPECT_LT(TimeToEnd().count(), 5000) << Log();
 }
 
 TEST_F(AgentXLifeTest, TellsWhichSubtreesSomebodyElseServes) {
