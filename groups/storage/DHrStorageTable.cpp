@@ -137,12 +137,14 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
     m_watch.Close();  // a table that was a file may have become the kernel's, and the reverse
     m_watch.Open();
     if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
-        m_hasNotice = false;
-        AddMounts(ReadMountTable(file.get()), kNewDirectories);
+        m_hasNotice = !AddMounts(ReadMountTable(file.get()), kNewDirectories);
+        if (m_hasNotice) {
+            lastCheckedRequestId = 0;  // the request comes again
+        }
     }
 }
 
-void DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
+bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
     DMountsThatMayHang hanging;
     for (const DMountEntry& mount : mounts) {
         hanging.Add(mount.directory, mount.type);
@@ -167,8 +169,14 @@ void DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
             questions.emplace_back(mount.directory.c_str(), hanging.AreOnTheWayTo(mount.directory),
                                    DMountQuestion::kDirectoryAndSpace);
         }
+        std::vector<DMountFigures> figures(batch.size());
+        std::transform(questions.begin(), questions.end(), figures.begin(),
+                       [](DMountQuestion& question) { return question.Answer(); });
+        if (std::any_of(questions.begin(), questions.end(), [](const auto& asked) { return asked.HasGivenUp(); })) {
+            return false;
+        }
         for (std::size_t i = 0; i < batch.size(); ++i) {
-            auto row = std::make_unique<Entry>(++lastTableIndex, batch[i].Record(), questions[i].Answer());
+            auto row = std::make_unique<Entry>(++lastTableIndex, batch[i].Record(), figures[i]);
             row->mayHang = hanging.AreOnTheWayTo(batch[i].directory);
             Add(std::move(row));
             if (questions[i].IsOut()) {
@@ -176,6 +184,7 @@ void DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
             }
         }
     }
+    return true;
 }
 
 void DHrStorageTable::FillLateRows() {

@@ -104,7 +104,8 @@ private:
         DMountQuestion question;
     };
 
-    void AddMounts(std::vector<DMountEntry> mounts, EWhich which);
+    /// False when the caller's patience came to an end: those that it did not get to are still new.
+    bool AddMounts(std::vector<DMountEntry> mounts, EWhich which);
     void FillLateRows();
     void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
                    unsigned int usedSelector);

@@ -7,8 +7,9 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
-#include "CVT/TEvent.h"
+#include "CVT/BPatience.h"
 #include "CVT/TMutex.h"
 #include "CVT/TThread.h"
 #include "CVT/ThreadAnnotations.h"
@@ -28,11 +29,6 @@ std::optional<struct stat> AskDirectory(const char* path) {
 std::optional<struct statfs> AskSpace(const char* path) {
     struct statfs space {};
     return ::statfs(path, &space) == 0 ? std::optional(space) : std::nullopt;
-}
-
-bool WaitUntil(CVT::TEvent& event, Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return event.Wait(static_cast<unsigned int>(std::max<decltype(left)>(left, 0))) == CVT::kWaitSignalled;
 }
 
 }  // namespace
@@ -121,6 +117,35 @@ LeftBehind s_leftBehind;
 
 }  // namespace
 
+/// The calls whose callers had too little patience. One that has come back is an answer for as long again as somebody
+/// patient would have waited for it.
+class DMountQuestion::LeftForAnother {
+public:
+    void Add(const std::shared_ptr<Call>& call) {
+        const CVT::TMutex::Guard guard(m_lock);
+        m_calls.insert_or_assign({call->directory, call->what}, call);
+    }
+
+    /// Null when there is none.
+    std::shared_ptr<Call> Take(const std::string& directory, EWhat what) {
+        const CVT::TMutex::Guard guard(m_lock);
+        const auto node = m_calls.extract({directory, what});
+        if (node.empty() || (node.mapped()->hasReturned && Clock::now() > node.mapped()->asked + 2 * kPatience)) {
+            return nullptr;
+        }
+        return node.mapped();
+    }
+
+    static LeftForAnother& Instance() {
+        static LeftForAnother instance;
+        return instance;
+    }
+
+private:
+    CVT::TMutex m_lock{false};
+    std::map<std::pair<std::string, EWhat>, std::shared_ptr<Call>> m_calls CVT_GUARDED_BY(m_lock);
+};
+
 DMountQuestion::DMountQuestion(const char* directory, bool mayHang, EWhat what, std::chrono::milliseconds patience)
     : m_patience(patience) {
     const char* const path = directory == nullptr ? "" : directory;
@@ -134,31 +159,62 @@ DMountQuestion::DMountQuestion(const char* directory, bool mayHang, EWhat what, 
         m_figures.space = AskSpace(path);
         return;
     }
+    m_call = LeftForAnother::Instance().Take(path, what);
+    m_wasTakenUp = m_call != nullptr;
+    if (m_wasTakenUp) {
+        return;
+    }
     auto call = std::make_shared<Call>(path, what);
     if (!s_leftBehind.Has(call->directory) && (new Caller(call))->Start(kStackBytes, 0)) {
         m_call = std::move(call);
     }
 }
 
+DMountQuestion::EWaited DMountQuestion::Await(CVT::TEvent& event, Clock::time_point deadline) const {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    const auto needed = static_cast<unsigned int>(std::max<decltype(left)>(left, 0));
+    unsigned int allowed = CVT::BPatience::Left();
+    if (m_wasTakenUp && allowed != CVT::kWaitForever) {
+        allowed = 0;  // many may ask in turn, and each has waited once
+    }
+    if (event.Wait(std::min(needed, allowed)) == CVT::kWaitSignalled) {
+        return EWaited::kCame;
+    }
+    return allowed < needed ? EWaited::kGaveUp : EWaited::kInVain;
+}
+
+DMountQuestion::EWaited DMountQuestion::AwaitAll() {
+    Call& call = *m_call;
+    auto asked = call.asked;
+    if (call.what == kDirectoryAndSpace) {
+        const EWaited waited = Await(call.hasStatus, asked + m_patience);
+        if (waited != EWaited::kCame) {
+            return waited;
+        }
+        m_figures.directory = call.status;
+        asked = call.statusAnswered;
+    }
+    const EWaited waited = Await(call.hasSpace, asked + m_patience);
+    if (waited == EWaited::kCame) {
+        m_figures.space = call.space;
+    }
+    return waited;
+}
+
 DMountFigures DMountQuestion::Answer() {
     if (!m_call) {
         return m_figures;
     }
-    Call& call = *m_call;
-    bool inTime = true;
-    auto asked = call.asked;
-    if (call.what == kDirectoryAndSpace) {
-        inTime = WaitUntil(call.hasStatus, asked + m_patience);
-        if (inTime) {
-            m_figures.directory = call.status;
-            asked = call.statusAnswered;
-        }
-    }
-    if (inTime && WaitUntil(call.hasSpace, asked + m_patience)) {
-        m_figures.space = call.space;
-        m_call.reset();
-    } else {
-        s_leftBehind.Add(call.directory, [left = m_call] { return left->hasReturned.load(); });
+    switch (AwaitAll()) {
+        case EWaited::kCame: m_call.reset(); break;
+        case EWaited::kInVain:
+            s_leftBehind.Add(m_call->directory, [left = m_call] { return left->hasReturned.load(); });
+            break;
+        case EWaited::kGaveUp:
+            LeftForAnother::Instance().Add(std::exchange(m_call, nullptr));
+            m_hasGivenUp = true;
+            CVT::BPatience::GiveUp();
+            break;
     }
     return m_figures;
 }
