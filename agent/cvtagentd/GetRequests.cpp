@@ -6,6 +6,7 @@
 
 #include "CVT/BPatience.h"
 #include "agent/cvtagentd/AccessView.h"
+#include "agent/cvtagentd/BulkBound.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/VarBinds.h"
 
@@ -26,6 +27,7 @@ struct GetRequests::Call {
     unsigned int requestId;
     const CVT::BPatience* patience;  // null: no limit
     std::optional<AccessView> view;  // none: the library looks at what it is given
+    std::optional<BulkBound> bound;  // of a GETBULK
 
     bool HasGivenUp() const { return patience != nullptr && patience->HasGivenUp(); }
 };
@@ -50,9 +52,12 @@ bool GetRequests::GoOn(const Info& info, unsigned int requestId, Request* reques
         patience.emplace(kPatienceMs);
     }
     try {
-        Call call{info, requestId, patience ? &*patience : nullptr, std::nullopt};
+        Call call{info, requestId, patience ? &*patience : nullptr, std::nullopt, std::nullopt};
         if (info.mode != MODE_GET && wait == Wait::kShortly) {  // a subagent's master looks itself
             call.view.emplace(info, m_group.Oid());
+        }
+        if (info.mode == MODE_GETBULK) {
+            call.bound.emplace(info);
         }
         return AnswerAll(call, requests);
     } catch (const std::exception&) {  // out of memory: the library is C and must not be unwound
@@ -108,6 +113,10 @@ GetRequests::Result GetRequests::Get(const Call& call, Request& request) {
 /// library then goes on with the next handler.
 GetRequests::Result GetRequests::GetNext(const Call& call, Request& request) {
     const Result result = MoveToNext(call, request);
+    if (result == Result::kAnswered && call.bound && !call.bound->Takes(m_varBind)) {
+        VarBinds::Refuse(request, CVT::tooBig);
+        return Result::kRefused;
+    }
     if (result == Result::kAnswered && !VarBinds::WriteName(m_varBind.name, *request.requestvb)) {
         VarBinds::Refuse(request, CVT::genErr);
         return Result::kRefused;

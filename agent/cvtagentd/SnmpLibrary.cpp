@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "agent/cvtagentd/AccessConfig.h"
+#include "agent/cvtagentd/BulkBound.h"
 #include "agent/cvtagentd/CrashLine.h"
 #include "agent/cvtagentd/DescriptorSet.h"
 #include "agent/cvtagentd/LibraryMessages.h"
@@ -98,6 +99,7 @@ void SnmpLibrary::SetUp(Use use, bool hasMaster) {
         ::setenv(name, "", 1);  // NOLINT(concurrency-mt-unsafe): there is no second thread yet
     }
     LibraryMessages::Install();
+    BulkBound::Install();
     SetFlag(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG);
     SetFlag(NETSNMP_DS_LIB_DONT_LOAD_HOST_FILES);
     ::netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
