@@ -113,10 +113,12 @@ void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules,
         switch (loop.Wait(patienceMs)) {
             case EventLoop::Event::kStop:
                 Log::Info("ending");
+                StateDir::WarnIfGone();
                 manager.Stopping();
                 return;
             case EventLoop::Event::kReload:
                 manager.Reloading();
+                StateDir::WarnIfGone();
                 Reload(library);
                 if (ready) {
                     manager.Ready(kServing);
@@ -142,6 +144,9 @@ bool Agent::LookWhetherReady(const ServedModules& modules, std::chrono::steady_c
     if (notReady.empty()) {
         const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
         Log::Info("ready after " + std::to_string(milliseconds) + " ms");
+        if (const std::string notUp = modules.NotUp(); !notUp.empty()) {
+            Log::Error("did not come up, and will not before the next start: " + notUp);
+        }
         return true;
     }
     if (passed >= std::chrono::seconds(m_options.timeoutSeconds)) {

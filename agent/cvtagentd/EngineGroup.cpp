@@ -12,9 +12,6 @@ using CVT::Column;
 
 namespace {
 
-/// The greatest message that a UDP datagram over IPv4 can carry: what the library says in every SNMPv3 message.
-constexpr int kMaxMessageSize = 65507;
-
 constexpr int kMaxEngineIdLength = 32;
 constexpr int kMaxInt = std::numeric_limits<int>::max();
 
@@ -56,7 +53,7 @@ int EngineGroup::GetTime(unsigned int /*requestId*/, int& value) {
 }
 
 int EngineGroup::GetMaxMessageSize(unsigned int /*requestId*/, int& value) {
-    value = kMaxMessageSize;
+    value = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
     return CVT::noError;
 }
 

@@ -1,5 +1,7 @@
 #include "agent/cvtagentd/EventLoop.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/signalfd.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -8,9 +10,17 @@
 #include <csignal>
 
 #include "agent/cvtagentd/DescriptorSet.h"
+#include "agent/cvtagentd/Log.h"
 #include "agent/cvtagentd/StartError.h"
 
 namespace agent {
+namespace {
+
+constexpr unsigned int kReadsToALook = 16;
+constexpr int kPauseMs = 10;
+
+}  // namespace
+
 EventLoop::EventLoop() {
     ::signal(SIGPIPE, SIG_IGN);
     sigset_t signals;
@@ -33,6 +43,27 @@ EventLoop::Event EventLoop::TakeSignal() {
         return Event::kNone;
     }
     return info.ssi_signo == SIGHUP ? Event::kReload : Event::kStop;
+}
+
+/// A connection that cannot be taken up for lack of a descriptor keeps its socket readable: without a pause, this loop
+/// would take all of a processor.
+void EventLoop::PauseWhenTableIsFull() {
+    if (++m_reads % kReadsToALook != 0) {
+        return;
+    }
+    const int spare = ::fcntl(m_signals, F_DUPFD_CLOEXEC, 0);
+    if (spare >= 0) {
+        ::close(spare);
+        m_wasFull = false;
+        return;
+    }
+    if (!m_wasFull) {
+        Log::Error(
+            "no file descriptor is free: connections wait and requests may be refused; raise the limit "
+            "(ulimit -n, or LimitNOFILE= of the service)");
+        m_wasFull = true;
+    }
+    ::poll(nullptr, 0, kPauseMs);
 }
 
 EventLoop::Event EventLoop::Wait(int milliseconds) {
@@ -58,6 +89,7 @@ EventLoop::Event EventLoop::Wait(int milliseconds) {
             descriptors.Remove(m_signals);
         }
         ::snmp_read2(descriptors.Get());
+        PauseWhenTableIsFull();
     } else if (ready == 0) {
         ::snmp_timeout();
     }

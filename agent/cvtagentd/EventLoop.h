@@ -23,8 +23,11 @@ public:
 
 private:
     Event TakeSignal();
+    void PauseWhenTableIsFull();
 
     int m_signals;
+    unsigned int m_reads = 0;
+    bool m_wasFull = false;  // the table of descriptors, when last looked at
 };
 
 }  // namespace agent

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "agent/cvtagentd/FloodGuard.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 
 namespace agent {
@@ -10,6 +11,16 @@ namespace {
 
 LibraryMessages::Collector* s_collector = nullptr;
 std::vector<const char*> s_demoted;
+FloodGuard s_guard;
+unsigned int s_alarm = 0;  // the library's, that will tell of messages held back; 0 when there are none
+
+void OnAlarm(unsigned int id, void* unused);
+
+void SetAlarm() {
+    if (s_alarm == 0 && s_guard.IsHolding()) {
+        s_alarm = ::snmp_alarm_register(static_cast<unsigned int>(FloodGuard::kWindow.count()), 0, &OnAlarm, nullptr);
+    }
+}
 
 /// What the library finds worth a notice, such as a folder that it has made, is a detail here.
 LogLevel LevelOf(int priority) {
@@ -21,6 +32,25 @@ LogLevel LevelOf(int priority) {
 
 bool IsDemoted(const std::string& text) {
     return std::any_of(s_demoted.begin(), s_demoted.end(), [&](const char* start) { return text.starts_with(start); });
+}
+
+/// Two words: what follows them names a user or an address.
+std::string KindOf(const std::string& text) {
+    const std::size_t first = text.find(' ');
+    return first == std::string::npos ? text : text.substr(0, text.find(' ', first + 1));
+}
+
+void WriteHeld() {
+    for (const FloodGuard::Held& held : s_guard.TakeHeld(FloodGuard::Clock::now())) {
+        Log::Warning(std::to_string(held.count) + " more messages that begin with \"" + held.kind +
+                     "\" within a minute were not logged");
+    }
+}
+
+void OnAlarm(unsigned int /*id*/, void* /*unused*/) {
+    s_alarm = 0;
+    WriteHeld();
+    SetAlarm();
 }
 
 }  // namespace
@@ -40,9 +70,22 @@ int LibraryMessages::OnMessage(int /*majorId*/, int /*minorId*/, void* message, 
     if (s_collector != nullptr && level <= LogLevel::kWarning) {
         s_collector->m_messages.push_back({std::move(text), systemError});
     } else {
-        Log::Write(IsDemoted(text) ? LogLevel::kDebug : level, "SNMP library: " + text);
+        WriteLimited(IsDemoted(text) ? LogLevel::kDebug : level, KindOf(text), "SNMP library: " + text);
     }
     return SNMP_ERR_NOERROR;
+}
+
+void LibraryMessages::WriteLimited(LogLevel level, const std::string& kind, const std::string& text) {
+    if (level > LogLevel::kWarning) {
+        Log::Write(level, text);
+        return;
+    }
+    WriteHeld();
+    if (s_guard.Admit(kind, FloodGuard::Clock::now())) {
+        Log::Write(level, text);
+    } else {
+        SetAlarm();
+    }
 }
 
 void LibraryMessages::Demote(const char* beginning) { s_demoted.push_back(beginning); }

@@ -7,7 +7,8 @@
 
 namespace agent {
 
-/// What the SNMP library says: it all goes to the Log, but for what a Collector takes. State of the process, used by the
+/// What the SNMP library says: it all goes to the Log, but for what a Collector takes, and for more than a few of a kind in a
+/// minute, which are counted. State of the process, used by the
 /// thread that runs the library.
 class LibraryMessages {
 public:
@@ -22,6 +23,9 @@ public:
     /// Messages that begin so are details from now on, whatever the library thinks of them. `beginning` is kept. A Collector
     /// takes them all the same.
     static void Demote(const char* beginning);
+
+    /// Logs a message that whoever sends a packet can cause: a few of its kind in a minute, then their number.
+    static void WriteLimited(LogLevel level, const std::string& kind, const std::string& text);
 
     /// While one exists, the library's warnings and errors are collected instead of logged. At most one exists at a time.
     class Collector {

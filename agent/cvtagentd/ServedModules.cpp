@@ -169,4 +169,14 @@ std::string ServedModules::NotReady() const {
     return files;
 }
 
+std::string ServedModules::NotUp() const {
+    std::string names;
+    for (const CVT::BMibImpl* const group : m_engine.Groups()) {
+        if (!group->IsActive()) {
+            names += (names.empty() ? "" : ", ") + std::string(group->Name().View());
+        }
+    }
+    return names;
+}
+
 }  // namespace agent

@@ -41,6 +41,10 @@ public:
     /// The files of the modules that still initialise, for people; empty when all are ready.
     std::string NotReady() const;
 
+    /// The groups that did not come up though their modules are ready, for people; empty when all did. They answer, if at
+    /// all, with their initial values.
+    std::string NotUp() const;
+
     /// To be retried from the event loop.
     PutBack& RequestsPutBack() { return m_putBack; }
 

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "agent/cvtagentd/AccessConfig.h"
+#include "agent/cvtagentd/AuthFailures.h"
 #include "agent/cvtagentd/BulkBound.h"
 #include "agent/cvtagentd/CrashLine.h"
 #include "agent/cvtagentd/DescriptorSet.h"
@@ -81,6 +82,7 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* mas
         master->SetDefaults();
     }
     ::init_snmp(kApplication);
+    AuthFailures::Watch();
     if (use == Use::kAddUser) {
         SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else its end would write
     }

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "agent/cvtagentd/Log.h"
 #include "agent/cvtagentd/StartError.h"
 
 namespace agent {
@@ -151,6 +152,13 @@ void StateDir::CheckWritable() {
     }
     ::close(fd);
     ::unlink(probe.c_str());
+}
+
+void StateDir::WarnIfGone() {
+    struct stat status {};
+    if (::stat(".", &status) == 0 && status.st_nlink == 0) {
+        Log::Warning("the state directory has been removed: nothing is kept; make it again and restart the agent");
+    }
 }
 
 }  // namespace agent

@@ -16,6 +16,9 @@ public:
     /// file can be made there.
     static void Enter(const std::string& folder);
 
+    /// Says in the log, when it is so, that the directory entered has been removed.
+    static void WarnIfGone();
+
     static std::string Default();
 
     /// For root: the working directory, and the files that root has put there, belong to this user and group from now on.
