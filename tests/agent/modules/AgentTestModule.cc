@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -69,6 +70,9 @@ constexpr int kCommitFails = 13;
 constexpr int kUndoFails = 14;
 constexpr int kInconsistent = 15;
 constexpr int kNoResources = 16;
+constexpr int kCheckIsSlow = 17;
+constexpr int kCommitIsSlow = 18;
+constexpr unsigned int kSlowMs = 1500;  // longer than an AgentX master waits for an answer
 
 /// 1.3.6.1.4.1.32473.2.1
 class Values final : public CVT::BMibScalarGroupImpl {
@@ -98,7 +102,13 @@ private:
             Record(phase, "level", requestId);
             return CVT::undoFailed;
         }
-        return SetRecorded(phase, "level", requestId, value, m_level, undo);
+        const int status = SetRecorded(phase, "level", requestId, value, m_level, undo);
+        const bool committing = phase == ESnmpSetOpCode::Commit;
+        if ((checking && value == kCheckIsSlow) || (committing && value == kCommitIsSlow)) {
+            std::fputs(checking ? "level: check\n" : "level: commit\n", stderr);  // so that a test can step in
+            CVT::TTimer().Sleep(kSlowMs);
+        }
+        return status;
     }
     int GetLabel(unsigned int /*requestId*/, CVT::BOctetString& value) {
         value = m_label;
