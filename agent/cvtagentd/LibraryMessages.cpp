@@ -10,7 +10,6 @@ namespace agent {
 namespace {
 
 LibraryMessages::Collector* s_collector = nullptr;
-std::vector<const char*> s_demoted;
 FloodGuard s_guard;
 unsigned int s_alarm = 0;  // the library's, that will tell of messages held back; 0 when there are none
 
@@ -22,6 +21,13 @@ void SetAlarm() {
     }
 }
 
+struct Demoted {
+    const char* beginning;
+    std::function<void(const std::string&)> listener;
+};
+
+std::vector<Demoted> s_demoted;
+
 /// What the library finds worth a notice, such as a folder that it has made, is a detail here.
 LogLevel LevelOf(int priority) {
     if (priority <= LOG_ERR) {
@@ -30,8 +36,17 @@ LogLevel LevelOf(int priority) {
     return priority == LOG_WARNING ? LogLevel::kWarning : LogLevel::kDebug;
 }
 
+/// Whether it is one of them; its listener then knows.
 bool IsDemoted(const std::string& text) {
-    return std::any_of(s_demoted.begin(), s_demoted.end(), [&](const char* start) { return text.starts_with(start); });
+    const auto found = std::find_if(s_demoted.begin(), s_demoted.end(),
+                                    [&](const Demoted& demoted) { return text.starts_with(demoted.beginning); });
+    if (found == s_demoted.end()) {
+        return false;
+    }
+    if (found->listener) {
+        found->listener(text);
+    }
+    return true;
 }
 
 /// Two words: what follows them names a user or an address.
@@ -75,6 +90,7 @@ int LibraryMessages::OnMessage(int /*majorId*/, int /*minorId*/, void* message, 
     return SNMP_ERR_NOERROR;
 }
 
+<<<<<<< HEAD
 void LibraryMessages::WriteLimited(LogLevel level, const std::string& kind, const std::string& text) {
     if (level > LogLevel::kWarning) {
         Log::Write(level, text);
@@ -89,6 +105,12 @@ void LibraryMessages::WriteLimited(LogLevel level, const std::string& kind, cons
 }
 
 void LibraryMessages::Demote(const char* beginning) { s_demoted.push_back(beginning); }
+=======
+void LibraryMessages::Demote(const char* beginning, std::function<void(const std::string&)> listener) {
+    s_demoted.push_back({beginning, std::move(listener)});
+}
+
+void LibraryMessages::ForgetDemoted() { s_demoted.clear(); }
 
 LibraryMessages::Collector::Collector() { s_collector = this; }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,10 @@ public:
     /// Called before the library is initialised.
     static void Install();
 
-    /// Messages that begin so are details from now on, whatever the library thinks of them. `beginning` is kept. A Collector
-    /// takes them all the same.
-    static void Demote(const char* beginning);
+    /// Messages that begin so are details from now on, whatever the library thinks of them, and `listener` hears of each,
+    /// until ForgetDemoted. `beginning` is kept. A Collector takes them all the same.
+    static void Demote(const char* beginning, std::function<void(const std::string&)> listener = {});
+    static void ForgetDemoted();
 
     /// Logs a message that whoever sends a packet can cause: a few of its kind in a minute, then their number.
     static void WriteLimited(LogLevel level, const std::string& kind, const std::string& text);

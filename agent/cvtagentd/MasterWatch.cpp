@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include "agent/cvtagentd/LibraryMessages.h"
 #include "agent/cvtagentd/Log.h"
@@ -24,6 +25,10 @@ constexpr std::chrono::seconds kReminderInterval{60};
 constexpr int kPingSeconds = 2;
 constexpr int kRetries = 0;
 
+// An error of the AgentX protocol's, duplicateRegistration. When the library registers what it has again it does so once
+// for each stretch of a subtree between those nested in it.
+constexpr const char* kDuplicate = "failed: 263";
+
 MasterWatch* s_watch = nullptr;  // not an argument of the callbacks: the library would free it
 
 }  // namespace
@@ -31,7 +36,11 @@ MasterWatch* s_watch = nullptr;  // not an argument of the callbacks: the librar
 MasterWatch::MasterWatch(std::string address) : m_address(std::move(address)) {
     s_watch = this;
     LibraryMessages::Demote("AgentX master agent failed to respond to ping");  // said in our own words
-    LibraryMessages::Demote("registering pdu failed");  // of what it registers again by itself when it reconnects
+    LibraryMessages::Demote(
+        "dropping bad AgentX request");  // the master takes a SET back that he never got an answer to
+    LibraryMessages::Demote("registering pdu failed", [this](const std::string& text) {
+        m_unregistered |= text.find(kDuplicate) == std::string::npos;
+    });
     ::netsnmp_enable_subagent();
     ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, &MasterWatch::OnStart, nullptr);
     ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, &MasterWatch::OnStop, nullptr);
@@ -47,6 +56,7 @@ void MasterWatch::SetDefaults() const {
 }
 
 MasterWatch::~MasterWatch() {
+    LibraryMessages::ForgetDemoted();
     ::snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, &MasterWatch::OnStart, nullptr,
                                1);
     ::snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, &MasterWatch::OnStop, nullptr, 1);
@@ -59,7 +69,6 @@ int MasterWatch::OnStart(int /*majorId*/, int /*minorId*/, void* session, void* 
         ::fcntl(fd, F_SETFD, FD_CLOEXEC);  // or else a child of a module's would keep the connection open
     }
     self.m_cut = false;
-    ++self.m_connections;
     self.m_changed = true;
     if (self.m_onConnected) {
         self.m_onConnected();
@@ -108,6 +117,9 @@ std::string MasterWatch::WhyMissing() const {
 }
 
 void MasterWatch::Report() {
+    if (std::exchange(m_unregistered, false)) {
+        Cut();
+    }
     const auto now = Clock::now();
     const bool remind = !m_changed && !IsConnected() && now >= m_reminder;
     if (!m_changed && !remind) {

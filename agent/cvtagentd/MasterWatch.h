@@ -26,9 +26,6 @@ public:
 
     bool IsConnected() const { return m_session != nullptr; }
 
-    /// How often the connection has come up; another number means that the master has forgotten us meanwhile.
-    unsigned int Connections() const { return m_connections; }
-
     /// Where the master is, for people. Known when the library is initialised.
     std::string Address() const;
 
@@ -56,8 +53,8 @@ private:
     std::function<void()> m_onLost;
     void* m_session = nullptr;  // the library's; null while there is no connection
     bool m_cut = false;
-    unsigned int m_connections = 0;
-    bool m_changed = true;  // since the last report
+    bool m_unregistered = false;  // the master has not taken what the library told him to
+    bool m_changed = true;        // since the last report
     bool m_wasConnected = false;
     Clock::time_point m_reminder;
 };

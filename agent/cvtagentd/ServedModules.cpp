@@ -61,19 +61,18 @@ void ServedModules::Start(const std::vector<std::string>& files, OwnGroups* own)
     if (own != nullptr) {
         Add(*own);
     }
-    if (m_master == nullptr) {
-        for (CVT::BMibImpl* const group : m_engine.Groups()) {
-            m_handlers.emplace_back(*group, m_ids, m_putBack);
-        }
+    if (m_master != nullptr) {
+        m_waiting = m_engine.Groups();
+        return;
+    }
+    for (CVT::BMibImpl* const group : m_engine.Groups()) {
+        m_handlers.emplace_back(*group, m_ids, m_putBack);
     }
 }
 
 bool ServedModules::ServeReady() {
     if (m_master == nullptr) {
         return true;
-    }
-    if (m_connection != m_master->Connections() || !m_master->IsConnected()) {
-        Withdraw();
     }
     if (!m_master->IsConnected()) {
         return true;
@@ -104,13 +103,6 @@ void ServedModules::Register(CVT::BMibImpl& group) {
             m_master->Cut();
         }
     }
-}
-
-void ServedModules::Withdraw() {
-    m_handlers.clear();
-    m_refused.clear();
-    m_waiting = m_engine.Groups();
-    m_connection = m_master->Connections();
 }
 
 void ServedModules::ReportRefused() {

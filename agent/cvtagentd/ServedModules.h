@@ -34,8 +34,9 @@ public:
     /// outlives this. Throws StartError.
     void Start(const std::vector<std::string>& files, OwnGroups* own);
 
-    /// Registers those groups with the master that can answer by now: a request of his cannot be put back. While there is
-    /// no connection none is registered, so that a new one begins anew. True when nothing is left to do for now.
+    /// Registers those groups with the master that can answer by now: a request of his cannot be put back. What is
+    /// registered stays so, whether he is there or not: the library may hold on to it for a SET that he has left alone, and
+    /// tells him of it when he comes back. True when nothing is left to do as long as the connection stays as it is.
     bool ServeReady();
 
     /// The files of the modules that still initialise, for people; empty when all are ready.
@@ -56,7 +57,6 @@ private:
     void Add(ExtensionModule& module);
     void Add(OwnGroups& own);
     void Register(CVT::BMibImpl& group);
-    void Withdraw();
     void ReportRefused();
     bool CanAnswer(CVT::BMibImpl& group) const;
 
@@ -67,7 +67,6 @@ private:
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;  // for what it does when a module is added; the SNMP library dispatches
     std::size_t m_numSubtrees = 0;
-    unsigned int m_connection = 0;          // the master's that the handlers belong to
     std::vector<CVT::BMibImpl*> m_waiting;  // to be registered with the master, in the order of their OIDs
     std::string m_refused;                  // by the master; for people
     std::deque<SubtreeHandler> m_handlers;

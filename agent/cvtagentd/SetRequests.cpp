@@ -1,7 +1,8 @@
 #include "agent/cvtagentd/SetRequests.h"
 
+#include <map>
 #include <memory>
-#include <unordered_set>
+#include <utility>
 
 #include "CVT/BSetCell.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
@@ -12,34 +13,59 @@ namespace {
 
 constexpr const char* kCellName = "cvtagentd.setCell";
 
-/// The library forgets a request of a master's that has gone, and does not say so.
-std::unordered_set<CVT::BSetCell*> s_liveCells;
+using Cell = std::shared_ptr<CVT::BSetCell>;
 
-void DeleteCell(void* data) {
-    auto* const cell = static_cast<CVT::BSetCell*>(data);
-    s_liveCells.erase(cell);
-    delete cell;
+/// A varbind of a request's: the number of its transaction, and the varbind's place.
+using Place = std::pair<long, int>;
+
+/// The cells that are checked and not released. An AgentX master who lost patience sends a check again, as another request
+/// of the same transaction, and one who has gone leaves requests to the library that it does not drop.
+std::map<Place, Cell> s_liveCells;
+
+Place PlaceOf(const netsnmp_request_info& request) {
+    return {request.agent_req_info->asp->pdu->transid, request.index};
+}
+
+void Forget(const Cell& cell) {
+    std::erase_if(s_liveCells, [&](const auto& entry) { return entry.second == cell; });
+}
+
+void DropCell(void* data) {
+    const std::unique_ptr<Cell> cell(static_cast<Cell*>(data));
+    if (cell->use_count() <= 2) {  // it and the list hold it, and no other attempt
+        (*cell)->Release();
+        Forget(*cell);
+    }
 }
 
 /// Null when the varbind was not checked, because one before it was refused.
-CVT::BSetCell* CellOf(netsnmp_request_info* request) {
-    return static_cast<CVT::BSetCell*>(::netsnmp_request_get_list_data(request, kCellName));
+Cell CellOf(netsnmp_request_info* request) {
+    const void* const cell = ::netsnmp_request_get_list_data(request, kCellName);
+    return cell == nullptr ? nullptr : *static_cast<const Cell*>(cell);
+}
+
+/// The cell of an earlier attempt, or else a new one. Null when there is no memory for it.
+Cell MakeCell(CVT::BMibImpl& group, unsigned int requestId, netsnmp_request_info& request) {
+    Cell& cell = s_liveCells[PlaceOf(request)];
+    if (cell == nullptr) {
+        cell = std::make_shared<CVT::BSetCell>(group, requestId, VarBinds::ReadOffer(*request.requestvb));
+    }
+    auto own = std::make_unique<Cell>(cell);
+    netsnmp_data_list* const node = ::netsnmp_create_data_list(kCellName, own.get(), &DropCell);
+    if (node == nullptr) {
+        return nullptr;
+    }
+    static_cast<void>(own.release());  // the node owns it
+    ::netsnmp_request_add_list_data(&request, node);
+    return cell;
 }
 
 }  // namespace
 
 void SetRequests::Check(CVT::BMibImpl& group, unsigned int requestId, Request* requests) {
     for (Request* request = requests; request != nullptr; request = request->next) {
-        auto cell = std::make_unique<CVT::BSetCell>(group, requestId, VarBinds::ReadOffer(*request->requestvb));
-        const int status = cell->Check();
-        netsnmp_data_list* const node = ::netsnmp_create_data_list(kCellName, cell.get(), &DeleteCell);
-        if (node == nullptr) {
-            VarBinds::Refuse(*request, CVT::resourceUnavailable);
-            return;
-        }
-        s_liveCells.insert(cell.get());
-        static_cast<void>(cell.release());  // the node owns it
-        ::netsnmp_request_add_list_data(request, node);
+        const Cell cell = MakeCell(group, requestId, *request);
+        const int status = cell == nullptr ? CVT::resourceUnavailable : cell->Check();
         if (status != CVT::noError) {
             VarBinds::Refuse(*request, status);
             return;
@@ -49,7 +75,7 @@ void SetRequests::Check(CVT::BMibImpl& group, unsigned int requestId, Request* r
 
 void SetRequests::Commit(Request* requests) {
     for (Request* request = requests; request != nullptr; request = request->next) {
-        CVT::BSetCell* const cell = CellOf(request);
+        const Cell cell = CellOf(request);
         const int status = cell == nullptr ? CVT::commitFailed : cell->Commit();
         if (status != CVT::noError) {
             VarBinds::Refuse(*request, status);
@@ -60,7 +86,7 @@ void SetRequests::Commit(Request* requests) {
 
 void SetRequests::UndoAndRelease(Request* requests) {
     for (Request* request = requests; request != nullptr; request = request->next) {
-        CVT::BSetCell* const cell = CellOf(request);
+        const Cell cell = CellOf(request);
         if (cell != nullptr && cell->Undo() != CVT::noError) {
             VarBinds::Refuse(*request, CVT::undoFailed);
         }
@@ -70,14 +96,15 @@ void SetRequests::UndoAndRelease(Request* requests) {
 
 void SetRequests::Release(Request* requests) {
     for (Request* request = requests; request != nullptr; request = request->next) {
-        if (CVT::BSetCell* const cell = CellOf(request); cell != nullptr) {
+        if (const Cell cell = CellOf(request); cell != nullptr) {
             cell->Release();
+            Forget(cell);
         }
     }
 }
 
 void SetRequests::ReleaseAll() {
-    for (CVT::BSetCell* const cell : s_liveCells) {
+    for (const auto& [place, cell] : std::exchange(s_liveCells, {})) {
         cell->Release();
     }
 }

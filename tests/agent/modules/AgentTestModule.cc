@@ -420,6 +420,9 @@ MODULE_EXPORT int CVxExtAgentClose() {
     while (!gbReady.load() || Misbehaves("never-close")) {
         CVT::TTimer().Sleep(1);
     }
+    if (Misbehaves("tell")) {
+        std::fputs(("record: " + theRecord + "\n").c_str(), stderr);
+    }
     theModule->Cleanup();
     theModule.reset();
     return 1;
