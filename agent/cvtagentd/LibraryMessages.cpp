@@ -90,7 +90,6 @@ int LibraryMessages::OnMessage(int /*majorId*/, int /*minorId*/, void* message, 
     return SNMP_ERR_NOERROR;
 }
 
-<<<<<<< HEAD
 void LibraryMessages::WriteLimited(LogLevel level, const std::string& kind, const std::string& text) {
     if (level > LogLevel::kWarning) {
         Log::Write(level, text);
@@ -104,8 +103,6 @@ void LibraryMessages::WriteLimited(LogLevel level, const std::string& kind, cons
     }
 }
 
-void LibraryMessages::Demote(const char* beginning) { s_demoted.push_back(beginning); }
-=======
 void LibraryMessages::Demote(const char* beginning, std::function<void(const std::string&)> listener) {
     s_demoted.push_back({beginning, std::move(listener)});
 }
