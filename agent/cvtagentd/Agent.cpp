@@ -49,11 +49,11 @@ int Agent::Run() {
         throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
     }
     DaemonUser user(m_options.user);
+    const std::string where = master ? "through the master at " + master->Address() : "on " + Listen(library);
+    user.Assume(m_options.config);
     if (!master) {
         library.Store();
     }
-    const std::string where = master ? "through the master at " + master->Address() : "on " + Listen(library);
-    user.Assume(m_options.config);
     {
         OwnGroups own;
         ServedModules modules(m_options.timeoutSeconds * 1000, master ? &*master : nullptr);

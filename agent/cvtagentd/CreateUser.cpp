@@ -1,5 +1,8 @@
 #include "agent/cvtagentd/CreateUser.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -11,6 +14,7 @@
 #include "agent/cvtagentd/AccessConfig.h"
 #include "agent/cvtagentd/LibraryMessages.h"
 #include "agent/cvtagentd/PassPhrase.h"
+#include "agent/cvtagentd/Privileges.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/SnmpLibrary.h"
 #include "agent/cvtagentd/StartError.h"
@@ -112,6 +116,16 @@ void Add(const std::string& name, const PassPhrase& authentication, const PassPh
     ::usm_add_user(user);
 }
 
+/// For root: what is written afterwards, in a directory of somebody else's, is written as him. His are the files, and root
+/// does not follow a link that he may have laid.
+void BecomeOwnerOfState() {
+    struct stat folder {};
+    if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
+        StateDir::GiveTo(folder.st_uid, folder.st_gid);
+        Privileges::Become({{}, folder.st_uid, folder.st_gid});
+    }
+}
+
 void Store(SnmpLibrary& library) {
     const LibraryMessages::Collector collector;
     library.Store();
@@ -128,7 +142,6 @@ int CreateUser::Run() const {
     StateDir::Enter(m_options.stateDir);
     const StateLock lock;
     AddToState();
-    StateDir::GiveFilesToItsOwner();
     std::printf(
         "added the user %s (SHA-256, AES); to let him read, put this line into the configuration and start the "
         "agent: rouser %s authpriv\n",
@@ -136,7 +149,6 @@ int CreateUser::Run() const {
     return EXIT_SUCCESS;
 }
 
-/// The library writes once more when it goes.
 void CreateUser::AddToState() const {
     SnmpLibrary library(m_options.config, SnmpLibrary::Use::kAddUser);
     if (!library.Faults().empty()) {
@@ -146,6 +158,7 @@ void CreateUser::AddToState() const {
     const PassPhrase authentication = PassPhrase::Read("authentication");
     const PassPhrase privacy = PassPhrase::Read("privacy");
     Add(m_options.newUser, authentication, privacy);
+    BecomeOwnerOfState();
     Store(library);
 }
 

@@ -18,10 +18,6 @@ unsigned int Configured(int name) {
     return static_cast<unsigned int>(number);
 }
 
-void KeepState(bool keep) {
-    ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, keep ? 0 : 1);
-}
-
 std::string Joined(const std::vector<std::string>& texts) {
     std::string all;
     for (const std::string& text : texts) {
@@ -59,9 +55,7 @@ void DaemonUser::Assume(const std::string& configFile) {
         StateDir::GiveTo(m_user->uid, m_user->gid);
     }
     Privileges::Become(*m_user);
-    KeepState(false);  // the library would try to, and complain, when we end here
     StateDir::CheckWritable();
-    KeepState(true);
     if (const std::string why = NulLink::WhyUnusable(); !why.empty()) {
         m_remarks.push_back(why);
     }

@@ -17,7 +17,8 @@ public:
     explicit DaemonUser(const std::string& option);
 
     /// Comes when all that needs more rights is done, the ports are bound above all, and before the first module is
-    /// loaded. The state directory and what root has put there belongs to the user afterwards. Throws StartError.
+    /// loaded or any state is written: root does not write where somebody else may have laid a link. The state directory
+    /// and what root has put there belongs to the user afterwards. Throws StartError.
     void Assume(const std::string& configFile);
 
     /// Logs who the agent is, and what he cannot do.

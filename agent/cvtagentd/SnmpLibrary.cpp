@@ -83,9 +83,7 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* mas
     }
     ::init_snmp(kApplication);
     AuthFailures::Watch();
-    if (use == Use::kAddUser) {
-        SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else its end would write
-    }
+    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else an end before Store would write, too
     m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
     if (master != nullptr) {
         m_ignored = AccessConfig::TakeUnknownDirectives(m_faults);

@@ -16,7 +16,7 @@ class MasterWatch;
 class SnmpLibrary {
 public:
     enum class Use {
-        kServe,    ///< through a master if there is a MasterWatch
+        kServe,    ///< through a master if there is a MasterWatch; touches no file before Store
         kCheck,    ///< reads the configuration, and touches no file
         kAddUser,  ///< reads configuration and state, and touches no file before Store
     };
@@ -37,7 +37,8 @@ public:
     /// The addresses that the configuration names by agentaddress.
     std::vector<std::string> ConfiguredAddresses() const;
 
-    /// Stores what must outlive a crash. Called when the configuration is found to be good, before the first Listen.
+    /// Stores what must outlive a crash; from now on the end stores, too. Called when the agent is going to serve, as the
+    /// user who is to own the state.
     void Store();
 
     /// Answers on this address from now on. Throws StartError.

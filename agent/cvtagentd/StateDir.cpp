@@ -136,13 +136,6 @@ void StateDir::GiveTo(uid_t user, gid_t group) {
     GiveFiles(user, group);
 }
 
-void StateDir::GiveFilesToItsOwner() {
-    struct stat folder {};
-    if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
-        GiveFiles(folder.st_uid, folder.st_gid);
-    }
-}
-
 /// What access(2) says does not hold for root, nor on every file system.
 void StateDir::CheckWritable() {
     std::string probe = "./.cvtagentd-XXXXXX";

@@ -26,9 +26,6 @@ public:
     /// else's, such as /etc; and files that have a second name. Throws StartError when the system refuses.
     static void GiveTo(uid_t user, gid_t group);
 
-    /// For root: files of root's in the working directory belong to its owner from now on.
-    static void GiveFilesToItsOwner();
-
     /// Throws StartError when this process can make no file in the working directory.
     static void CheckWritable();
 };

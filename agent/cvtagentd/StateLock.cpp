@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -31,11 +32,18 @@ std::string Owner(int file) {
     return pid.empty() ? std::string("another agent") : "another agent, process " + pid;
 }
 
+/// The owner of the directory decides what the name stands for; a second name could be that of anybody's file.
+bool IsOneFile(int file) {
+    struct stat status {};
+    return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
 }  // namespace
 
 StateLock::StateLock() : m_file(::open(kFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600)) {
-    if (m_file < 0 || ::flock(m_file, LOCK_EX | LOCK_NB) != 0) {
-        const int error = errno;
+    const bool isOneFile = m_file >= 0 && IsOneFile(m_file);
+    if (!isOneFile || ::flock(m_file, LOCK_EX | LOCK_NB) != 0) {
+        const int error = m_file >= 0 && !isOneFile ? EMLINK : errno;
         const std::string owner = m_file < 0 ? std::string() : Owner(m_file);
         if (m_file >= 0) {
             ::close(m_file);

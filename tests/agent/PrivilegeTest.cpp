@@ -284,6 +284,20 @@ TEST_F(PrivilegeTest, AFileWithASecondNameIsNotGivenAway) {
     EXPECT_EQ(OwnerOf(m_scratch / "other"), 0U);
 }
 
+TEST_F(PrivilegeTest, RootDoesNotWriteThroughALinkInTheStateFolder) {
+    const std::string precious = m_scratch.Write("precious", "root's\n");
+    for (const bool hard : {true, false}) {
+        std::filesystem::remove(m_scratch / "state/cvtagentd.lock");
+        if (hard) {
+            std::filesystem::create_hard_link(precious, m_scratch / "state/cvtagentd.lock");
+        } else {
+            std::filesystem::create_symlink(precious, m_scratch / "state/cvtagentd.lock");
+        }
+        ExpectNoStart({"--user", "nobody"}, "cannot lock the state directory");
+    }
+    EXPECT_EQ(Content(precious), "root's\n");
+}
+
 TEST_F(PrivilegeTest, AFolderThatHoldsMoreThanStateIsNotGivenAway) {
     m_scratch.MakeFolder("state/somebody's");
     ExpectNoStart({"--user", "nobody"}, "cannot write to the state directory " + m_scratch / "state");
