@@ -364,6 +364,18 @@ TEST_F(PrivilegeTest, AsThatUserAlreadyItServesWithoutAnyCapabilityWhatCanBeServ
     EXPECT_TRUE(victim.IsAlive());
 }
 
+TEST_F(PrivilegeTest, WhereRootHasNotAllCapabilitiesItServesWithTheOthersAndSaysWhatIsMissing) {
+    m_command = Arguments{"/usr/bin/setpriv", "--bounding-set=-sys_time,-syslog", "--inh-caps=-all"} + m_command;
+    StartAs("nobody");
+    for (const char* const set : {"CapPrm", "CapEff", "CapBnd", "CapAmb"}) {
+        ExpectAllThreads(set, "0000000000080020");
+    }
+    EXPECT_NE(Log().find("warning: for want of capabilities the clock cannot be set (CAP_SYS_TIME), the kernel log"),
+              std::string::npos)
+        << Log();
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+}
+
 TEST_F(PrivilegeTest, AsThatUserAlreadyItGivesUpWhatItNeedsNoMore) {
     BecomeFirst({"--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+kill,+net_bind_service",
                  "--ambient-caps=-all,+kill,+net_bind_service"});
