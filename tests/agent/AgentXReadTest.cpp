@@ -119,14 +119,16 @@ TEST_F(AgentXReadTest, EachRequestHasAnIdentifierOfItsOwnAlsoUnderANewMaster) {
     EXPECT_LT(second, identifier());
 }
 
-TEST_F(AgentXReadTest, AGroupIsRegisteredWhenItHasInitialised) {
+TEST_F(AgentXReadTest, AGroupIsRegisteredWhenItHasInitialisedAndHoldsUpNoOther) {
     StartMaster();
-    Start({"--module", kTestModule}, {"AGENT_TEST_MODULE=slow"}, "connected to the master");
-    const std::string noSuch = Get(kValues + "1.0");
-    const bool ready = InLog("ready after") != 0;
-    EXPECT_TRUE(ready || noSuch.find("No Such Object") != std::string::npos) << noSuch;
+    Start({"--module", kTestModule}, {"AGENT_TEST_MODULE=gate"}, "connected to the master");
     EXPECT_TRUE(IsServed(kValues + "1.0")) << Log();
-    EXPECT_EQ(InLog("ready after"), 1) << Log();
+    EXPECT_TRUE(IsServed(kInner + "2.1")) << Log();
+    EXPECT_EQ(Get(kOuter + "1.0"), kOuter + "1.0 = No Such Object available on this agent at this OID\n");
+    EXPECT_EQ(InLog("ready after"), 0) << Log();
+    m_scratch.Write("state/gate", "");
+    EXPECT_TRUE(IsServed(kOuter + "1.0")) << Log();
+    EXPECT_TRUE(Agent().WaitForOutput("ready after")) << Log();
 }
 
 }  // namespace

@@ -81,6 +81,17 @@ TEST_F(AgentXSetTest, ACheckThatOutlastsTheMastersPatienceIsReleasedAsOftenAsItW
     EXPECT_EQ(Level(), "5\n");
 }
 
+TEST_F(AgentXSetTest, AMasterWithMorePatienceGetsTheSlowCheckDone) {
+    KillMaster();
+    ASSERT_TRUE(Agent().WaitForOutput("lost the connection")) << Log();
+    StartMaster("agentXTimeout 10\n");
+    ASSERT_TRUE(IsServed(kValues + "1.0")) << Log();
+    const Outcome outcome = V2c("snmpset", {kValues + "1.0", "i", "17"}, {"-t", "10"});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(Level(), "17\n");
+    EXPECT_EQ(Record(), "check level, commit level, release level");
+}
+
 TEST_F(AgentXSetTest, AnotherAgentsRefusalReleasesWhatWasChecked) {
     std::filesystem::create_directory(m_scratch / "state2");
     Program other({kAgentFile, "--agentx=" + m_master, "--module", kSampleModule, "--state-dir", m_scratch / "state2"},

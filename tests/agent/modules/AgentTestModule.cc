@@ -1,7 +1,10 @@
 // An extension module for the tests of the agent, under 1.3.6.1.4.1.32473.2 (and .0). It serves what real modules seldom do, and
 // keeps a record of the phases of every SET. The environment variable AGENT_TEST_MODULE makes it misbehave:
 // "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group does not come up) or "system" (it
-// serves the system group, too).
+// serves the system group, too). "tell" makes it print the record in the end, and "gate" makes one group initialise until the
+// working directory holds a file of that name.
+
+#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -245,6 +248,9 @@ public:
     Outer() : CVT::BMibScalarGroupImpl("AGENT-TEST-MIB.outer", "1.3.6.1.4.1.32473.2.2") {}
 
     void Initialize() override {
+        while (Misbehaves("gate") && ::access("gate", F_OK) != 0) {
+            CVT::TTimer().Sleep(5);
+        }
         if (Misbehaves("throw")) {
             throw std::runtime_error("on purpose");
         }
