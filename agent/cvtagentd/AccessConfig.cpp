@@ -17,6 +17,7 @@
 #include <system_error>
 #include <utility>
 
+#include "agent/cvtagentd/ConfigReview.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/SnmpLibrary.h"
 #include "agent/cvtagentd/StartError.h"
@@ -43,7 +44,7 @@ std::string ReadAll(int pipe) {
     }
 }
 
-/// Starts this program anew with what it writes to standard error going to `pipe`. False when the system refuses.
+/// Starts this program anew with what it writes to standard error going to `pipe`, and its remarks to nobody. False when the system refuses.
 bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
     std::string program = "cvtagentd";
     std::string option = "--check-config";
@@ -52,6 +53,7 @@ bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
 
     posix_spawn_file_actions_t files;
     ::posix_spawn_file_actions_init(&files);
+    ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     ::posix_spawn_file_actions_adddup2(&files, pipe, STDERR_FILENO);
     posix_spawnattr_t attributes;
     ::posix_spawnattr_init(&attributes);
@@ -147,6 +149,12 @@ int AccessConfig::Check(const std::string& file) {
     }
     for (const std::string& fault : faults) {
         Log::Fatal(fault);
+    }
+    for (const std::string& remark : ConfigReview::Of(file).remarks) {
+        std::puts(remark.c_str());
+    }
+    if (faults.empty()) {
+        std::puts((file + ": no faults").c_str());
     }
     return faults.empty() ? 0 : 1;
 }

@@ -27,8 +27,8 @@ public:
     /// The one line that an agent says which does not start because of these faults. There is at least one.
     static std::string Summary(const std::string& file, const std::vector<std::string>& faults);
 
-    /// --check-config: loads the file into this process, prints its faults, and gives the exit status. The process can do
-    /// nothing more with the library afterwards.
+    /// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
+    /// output, and gives the exit status. The process can do nothing more with the library afterwards.
     static int Check(const std::string& file);
 
     /// The faults that another process of this program finds in the file with --check-config. An agent that serves asks

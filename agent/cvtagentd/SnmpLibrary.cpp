@@ -10,6 +10,7 @@
 #include "agent/cvtagentd/AccessConfig.h"
 #include "agent/cvtagentd/AuthFailures.h"
 #include "agent/cvtagentd/BulkBound.h"
+#include "agent/cvtagentd/ConfigReview.h"
 #include "agent/cvtagentd/CrashLine.h"
 #include "agent/cvtagentd/DescriptorSet.h"
 #include "agent/cvtagentd/LibraryMessages.h"
@@ -87,6 +88,9 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* mas
     m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
     if (master != nullptr) {
         m_ignored = AccessConfig::TakeUnknownDirectives(m_faults);
+    } else {
+        const std::vector<std::string> more = ConfigReview::Of(m_configFile).faults;
+        m_faults.insert(m_faults.end(), more.begin(), more.end());
     }
 }
 

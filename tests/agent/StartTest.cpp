@@ -48,7 +48,8 @@ TEST_F(StartTest, AConfigurationThatCrashesTheLibraryIsReportedLikeAnyOther) {
 }
 
 TEST_F(StartTest, CheckConfigPrintsEveryFaultOnALine) {
-    const std::string file = WriteConfig("rwcomunity private\nrouser me maybe\ncreateUser you SHA short\n");
+    const std::string file = WriteConfig("rwcomunity private\nrouser you maybe\ncreateUser you SHA short\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
     const Outcome outcome = RunAgent({"--check-config", file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 3) << outcome.output;
@@ -57,11 +58,12 @@ TEST_F(StartTest, CheckConfigPrintsEveryFaultOnALine) {
     }
 }
 
-TEST_F(StartTest, CheckConfigSaysNothingAboutAGoodFileAndWritesNowhere) {
+TEST_F(StartTest, CheckConfigSaysOfAGoodFileThatItHasNoFaultsAndWritesNowhere) {
     const std::string file = WriteConfig("createUser me SHA-256 \"long enough\" AES\nrwuser me authpriv\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
     const Outcome outcome = RunAgent({"--check-config", file});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.output, file + ": no faults\n");
     EXPECT_TRUE(std::filesystem::is_empty(m_scratch / "state"));
 }
 

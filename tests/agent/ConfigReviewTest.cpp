@@ -1,0 +1,123 @@
+// What --check-config says of a configuration in which every directive is spelt right.
+
+#include "agent/cvtagentd/ConfigReview.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/agent/AgentTest.h"
+
+namespace agent_test {
+namespace {
+
+using agent::ConfigReview;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Perms = std::filesystem::perms;
+
+class ConfigReviewTest : public AgentTest {
+protected:
+    /// Only the owner may read the file, unless somebody says otherwise.
+    ConfigReview Review(const std::string& content, Perms perms = Perms::owner_read | Perms::owner_write) const {
+        const std::string file = WriteConfig(content);
+        std::filesystem::permissions(file, perms);
+        return ConfigReview::Of(file);
+    }
+    std::string File() const { return m_scratch / "agent.conf"; }
+    std::string UndefinedView(int line, const std::string& view) const {
+        return File() + ": line " + std::to_string(line) + ": Error: the view " + view +
+               " is defined nowhere; add \"view " + view + " included OID\"";
+    }
+    std::string UnknownUser(int line, const std::string& user) const {
+        return File() + ": line " + std::to_string(line) + ": Note: the user " + user +
+               " is not made in this file: he is known only if cvtagentd --create-user " + user +
+               ", or an earlier createUser, has made him";
+    }
+};
+
+TEST_F(ConfigReviewTest, AViewThatIsDefinedNowhereIsAFault) {
+    EXPECT_THAT(Review("createUser me SHA \"long enough\"\n"
+                       "rouser me auth -V some\n"
+                       "rocommunity public 127.0.0.1 -V \"others\"\n"
+                       "view mine included .1\n"
+                       "access us \"\" any noauth exact mine write none\n")
+                    .faults,
+                ElementsAre(UndefinedView(2, "some"), UndefinedView(3, "others"), UndefinedView(5, "write")));
+}
+
+TEST_F(ConfigReviewTest, AViewMayBeDefinedBehindItsUse) {
+    const ConfigReview review = Review("rocommunity public 127.0.0.1 -V some\nVIEW some included .1\n");
+    EXPECT_THAT(review.faults, IsEmpty());
+    EXPECT_THAT(review.remarks, IsEmpty());
+}
+
+TEST_F(ConfigReviewTest, AUserWhoIsNotMadeInTheFileIsARemarkSinceHisKeysMayBeKept) {
+    const ConfigReview review = Review(
+        "rouser stranger priv\nrwuser -s usm other auth\ngroup us usm third\n"
+        "createUser -e 0x8000000001020304 known SHA \"long enough\"\nrouser known\n");
+    EXPECT_THAT(review.faults, IsEmpty());
+    EXPECT_THAT(review.remarks,
+                ElementsAre(UnknownUser(1, "stranger"), UnknownUser(2, "other"), UnknownUser(3, "third")));
+}
+
+TEST_F(ConfigReviewTest, DirectivesWithoutEffectAreRemarks) {
+    EXPECT_THAT(Review("rocommunity public 127.0.0.1\nmaster agentx\nagentXSocket /run/x\n").remarks,
+                ElementsAre(File() + ": line 2: Note: master has no effect on this agent",
+                            File() + ": line 3: Note: agentxsocket has an effect with --agentx only"));
+}
+
+TEST_F(ConfigReviewTest, SecretsThatEverybodyCanReadAreARemark) {
+    const std::string warning = File() + ": Warning: everybody on this host can read its secrets; chmod o= " + File();
+    const Perms open = Perms::owner_read | Perms::owner_write | Perms::others_read;
+    EXPECT_THAT(Review("rocommunity public 127.0.0.1\n", open).remarks, ElementsAre(warning));
+    EXPECT_THAT(Review("createUser me SHA \"long enough\"\nrouser me\n", open).remarks, ElementsAre(warning));
+    EXPECT_THAT(Review("createUser me\nrouser me noauth\n", open).remarks, IsEmpty());
+}
+
+TEST_F(ConfigReviewTest, CommentsAndSectionsOfOtherProgramsMeanNothing) {
+    const ConfigReview review = Review(
+        "# rouser stranger -V some\n  # view\n[snmp] disableSNMPv1 yes\n"
+        "[other]\nrouser stranger auth -V some\n[cvtagentd]\nmaster agentx # -V some\n");
+    EXPECT_THAT(review.faults, IsEmpty());
+    EXPECT_THAT(review.remarks, ElementsAre(File() + ": line 7: Note: master has no effect on this agent"));
+}
+
+TEST_F(ConfigReviewTest, WhereOtherFilesAreIncludedNamesMayBeDefinedThere) {
+    const ConfigReview review = Review("includeFile other.conf\nrouser stranger auth -V some\n");
+    EXPECT_THAT(review.faults, IsEmpty());
+    EXPECT_THAT(review.remarks, IsEmpty());
+}
+
+TEST_F(ConfigReviewTest, AFileThatIsMissingGivesNothing) {
+    EXPECT_THAT(ConfigReview::Of(m_scratch / "none").faults, IsEmpty());
+}
+
+TEST_F(ConfigReviewTest, TheAgentDoesNotStartWithAViewThatIsDefinedNowhere) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\n");
+    ExpectRefusal(WithOwn({"--config", file}), 1, UndefinedView(1, "some"));
+}
+
+TEST_F(ConfigReviewTest, CheckConfigPrintsFaultsAndRemarks) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\nmaster agentx\n");
+    std::filesystem::permissions(file, Perms::owner_read);
+    const Outcome outcome = RunAgent({"--check-config", file});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("cvtagentd: " + UndefinedView(1, "some") + "\n"), std::string::npos)
+        << outcome.output;
+    EXPECT_NE(outcome.output.find(file + ": line 2: Note: master has no effect on this agent\n"), std::string::npos)
+        << outcome.output;
+    EXPECT_EQ(outcome.output.find("no faults"), std::string::npos) << outcome.output;
+}
+
+TEST_F(ConfigReviewTest, RemarksAreNoFaultsToARunningAgent) {
+    StartWritable();
+    WriteConfig("rocommunity other 127.0.0.1\nmaster agentx\nrouser stranger\n");
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+    EXPECT_EQ(Log().find("no faults"), std::string::npos) << Log();
+    WriteConfig("rocommunity third 127.0.0.1 -V some\n");
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("stays as it was: " + UndefinedView(1, "some"))) << Log();
+}
+
+}  // namespace
+}  // namespace agent_test
