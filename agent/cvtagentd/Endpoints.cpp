@@ -1,5 +1,8 @@
 #include "agent/cvtagentd/Endpoints.h"
 
+#include <fcntl.h>
+#include <sys/socket.h>
+
 #include "CVT/SnmpTypes.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 

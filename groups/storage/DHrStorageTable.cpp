@@ -125,23 +125,25 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
     if (!IsActive() || requestId == lastCheckedRequestId) {
         return;
     }
-    lastCheckedRequestId = requestId;
-    FillLateRows();
+    const bool isComplete = FillLateRows() && AddNewMounts();
+    lastCheckedRequestId = isComplete ? requestId : 0;  // the request comes again
+}
+
+bool DHrStorageTable::AddNewMounts() {
     struct stat now {};
     ::stat(ETC_MNTTAB, &now);
     m_hasNotice = m_watch.HasNotice() || m_hasNotice;
     if (!m_hasNotice && now.st_mtime == stLastMntFileStat.st_mtime && now.st_ctime == stLastMntFileStat.st_ctime) {
-        return;
+        return true;
     }
     stLastMntFileStat = now;
     m_watch.Close();  // a table that was a file may have become the kernel's, and the reverse
     m_watch.Open();
     if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
         m_hasNotice = !AddMounts(ReadMountTable(file.get()), kNewDirectories);
-        if (m_hasNotice) {
-            lastCheckedRequestId = 0;  // the request comes again
-        }
+        return !m_hasNotice;
     }
+    return true;
 }
 
 bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
@@ -172,30 +174,39 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
         std::vector<DMountFigures> figures(batch.size());
         std::transform(questions.begin(), questions.end(), figures.begin(),
                        [](DMountQuestion& question) { return question.Answer(); });
-        if (std::any_of(questions.begin(), questions.end(), [](const auto& asked) { return asked.HasGivenUp(); })) {
-            return false;
-        }
+        const bool isComplete =
+            std::none_of(questions.begin(), questions.end(), [](const auto& asked) { return asked.HasGivenUp(); });
         for (std::size_t i = 0; i < batch.size(); ++i) {
             auto row = std::make_unique<Entry>(++lastTableIndex, batch[i].Record(), figures[i]);
             row->mayHang = hanging.AreOnTheWayTo(batch[i].directory);
             Add(std::move(row));
-            if (questions[i].IsOut()) {
+            if (questions[i].IsOut() || questions[i].HasGivenUp()) {
                 m_late.push_back({lastTableIndex, batch[i], std::move(questions[i])});
             }
+        }
+        if (!isComplete) {
+            return false;
         }
     }
     return true;
 }
 
-void DHrStorageTable::FillLateRows() {
+bool DHrStorageTable::FillLateRows() {
     std::erase_if(m_late, [this](Late& late) {
-        const std::optional<DMountFigures> figures = late.question.LateAnswer();
+        std::optional<DMountFigures> figures;
+        if (late.question.HasGivenUp()) {  // it is to be asked again, and finds the call where it is
+            late.question = DMountQuestion(late.mount.directory.c_str(), true, DMountQuestion::kDirectoryAndSpace);
+            figures = late.question.Answer();
+        } else {
+            figures = late.question.LateAnswer();
+        }
         Entry* const row = figures ? GetRow(CVT::BObjectIdentifier(late.row)) : nullptr;
         if (row != nullptr) {
             row->Fill(late.mount.Record(), *figures);
         }
-        return figures.has_value();
+        return figures && !late.question.IsOut() && !late.question.HasGivenUp();
     });
+    return std::none_of(m_late.begin(), m_late.end(), [](const Late& late) { return late.question.HasGivenUp(); });
 }
 
 void DHrStorageTable::AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,

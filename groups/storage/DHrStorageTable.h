@@ -104,9 +104,11 @@ private:
         DMountQuestion question;
     };
 
-    /// False when the caller's patience came to an end: those that it did not get to are still new.
+    // False when the caller's patience came to an end: the request is to come again.
+    bool FillLateRows();
+    bool AddNewMounts();
+    /// Those that it did not get to are still new.
     bool AddMounts(std::vector<DMountEntry> mounts, EWhich which);
-    void FillLateRows();
     void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
                    unsigned int usedSelector);
     void Add(std::unique_ptr<Entry> row);

@@ -19,6 +19,7 @@
 #include <string>
 #include <thread>
 
+#include "CVT/BPatience.h"
 #include "CVT/BRequestId.h"
 #include "CVT/TThread.h"
 #include "CVT/TTimer.h"
@@ -417,6 +418,41 @@ TEST_F(MountFigures, ThatComeLateAreTakenUpByTheNextRequest) {
     EXPECT_EQ(Asked(noSpace), 1);
     noStat.space.f_blocks = 2000;
     EXPECT_EQ(Size(1), 1000) << "taken up once";
+}
+
+TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostInAHurry) {
+    m_table->Initialize();
+    Fake& slow = Mount("slow", "cifs");
+    Fake& dead = Mount("dead", "cifs");
+    Fake& quick = Mount("quick", "cifs");
+    slow.spaceHangs = true;
+    dead.statHangs = true;
+    stLastMntFileStat.st_mtime = 1;
+    const auto ask = [&](unsigned int row, int& size) {
+        const CVT::BPatience patience(20);
+        m_table->OnGet_HrStorageSize(CVT::BObjectIdentifier(row), 7, size);
+        return !patience.HasGivenUp();
+    };
+    int size = -77;
+    EXPECT_FALSE(ask(3, size));
+    Change(slow, &Fake::spaceHangs, false);
+    WaitUntil([&] {
+        ask(3, size);
+        return size == 1000;
+    });
+    EXPECT_EQ(size, 1000);
+    WaitUntil([&] { return ask(4, size); });
+    EXPECT_EQ(size, 0) << "the second that the dead one is given has passed";
+    EXPECT_TRUE(ask(5, size));
+    EXPECT_EQ(size, 1000);
+    EXPECT_EQ(m_table->GetNumRows(), 5U) << "in the order of the mount table, behind the two of memory";
+    EXPECT_EQ(Asked(slow), 1);
+    EXPECT_EQ(Asked(quick), 1) << "who has answered is not asked again";
+
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_EQ(Size(4), 1000);
+    EXPECT_EQ(Asked(dead), 1);
 }
 
 TEST_F(MountFigures, OfManyDeadFileSystemsCostTheStartUpLittleMoreThanOfOne) {
