@@ -149,8 +149,9 @@ private:
     void ReportViews() {
         for (const auto& [line, name] : m_viewUses) {
             if (!name.empty() && name != "none" && name != "_all_" && m_views.count(name) == 0) {
-                m_review.faults.push_back(At(*line) + "Error: the view " + name + " is defined nowhere; add \"view " +
-                                          name + " included OID\"");
+                std::string fault = At(*line);
+                fault.append("Error: the view ").append(name).append(" is defined nowhere; add \"view ");
+                m_review.faults.push_back(fault.append(name).append(" included OID\""));
             }
         }
     }
@@ -159,8 +160,9 @@ private:
     void ReportUsers() {
         for (const auto& [line, name] : m_userUses) {
             if (m_users.count(name) == 0) {
-                Remark(*line, "the user " + name + " is not made in this file: he is known only if " +
-                                  "cvtagentd --create-user " + name + ", or an earlier createUser, has made him");
+                std::string text = "the user ";
+                text.append(name).append(" is not made in this file: he is known only if cvtagentd --create-user ");
+                Remark(*line, text.append(name).append(", or an earlier createUser, has made him"));
             }
         }
     }

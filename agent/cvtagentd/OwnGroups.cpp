@@ -13,8 +13,11 @@ OwnGroups::~OwnGroups() { Cleanup(); }
 
 void OwnGroups::GiveWayTo(const std::vector<CVT::BMibImpl*>& groups) {
     for (CVT::BMibImpl*& own : m_groups) {
+        if (own == nullptr) {
+            continue;
+        }
         const auto holds = [&](const CVT::BMibImpl* group) { return own->Oid().StartsWith(group->Oid()); };
-        const auto holder = own == nullptr ? groups.end() : std::find_if(groups.begin(), groups.end(), holds);
+        const auto holder = std::find_if(groups.begin(), groups.end(), holds);
         if (holder != groups.end()) {
             Log::Info("leaves " + std::string(own->Name().View()) + " to a module, which serves " +
                       std::string((*holder)->ToString().View()));
