@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/AccessView.h"
 
-#include <vector>
+#include <algorithm>
+#include <array>
 
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/VarBinds.h"
@@ -8,8 +9,9 @@
 namespace agent {
 
 AccessView::AccessView(const netsnmp_agent_request_info_s& info, const CVT::BObjectIdentifier& subtree) : m_info(info) {
-    std::vector<oid> root(subtree.Arcs().begin(), subtree.Arcs().end());
-    switch (::netsnmp_acm_check_subtree(info.asp->pdu, root.data(), root.size())) {
+    std::array<oid, MAX_OID_LEN> root;  // as far as the subtree's root is long
+    std::copy(subtree.Arcs().begin(), subtree.Arcs().end(), root.begin());
+    switch (::netsnmp_acm_check_subtree(info.asp->pdu, root.data(), subtree.NumArcs())) {
         case VACM_SUCCESS: m_extent = Extent::kAll; break;
         case VACM_SUBTREE_UNKNOWN: m_extent = Extent::kSome; break;
         default: m_extent = Extent::kNothing; break;

@@ -26,6 +26,7 @@ struct GetRequests::Call {
     const Info& info;
     unsigned int requestId;
     const CVT::BPatience* patience;  // null: no limit
+    bool endsWithin;  // whether the stretch asked for ends before the subtree does, where another one lies in it
     std::optional<AccessView> view;  // none: the library looks at what it is given
     std::optional<BulkBound> bound;  // of a GETBULK
 
@@ -52,7 +53,7 @@ bool GetRequests::GoOn(const Info& info, unsigned int requestId, Request* reques
         patience.emplace(kPatienceMs);
     }
     try {
-        Call call{info, requestId, patience ? &*patience : nullptr, std::nullopt, std::nullopt};
+        Call call{info, requestId, patience ? &*patience : nullptr, false, std::nullopt, std::nullopt};
         if (info.mode != MODE_GET && wait == Wait::kShortly) {  // a subagent's master looks itself
             call.view.emplace(info, m_group.Oid());
         }
@@ -75,9 +76,11 @@ void GetRequests::Abandon(Request* requests, int status) {
     }
 }
 
-bool GetRequests::AnswerAll(const Call& call, Request* requests) {
+bool GetRequests::AnswerAll(Call& call, Request* requests) {
     for (Request* request = requests; request != nullptr; request = request->next) {
         if (request->delegated != REQUEST_IS_NOT_DELEGATED) {
+            call.endsWithin = request->range_end != nullptr &&
+                              VarBinds::IsIn(m_group.Oid(), request->range_end, request->range_end_len);
             if (!Answer(call, *request)) {
                 return false;
             }
@@ -147,8 +150,7 @@ GetRequests::Result GetRequests::MoveToNext(const Call& call, Request& request) 
         return Result::kNothingBehind;
     }
     const auto isBehindTheEnd = [&] {
-        return request.range_end != nullptr &&
-               !VarBinds::IsBefore(m_varBind.name, request.range_end, request.range_end_len);
+        return call.endsWithin && !VarBinds::IsBefore(m_varBind.name, request.range_end, request.range_end_len);
     };
     for (;;) {
         int status = m_group.NextInstance(call.requestId, m_varBind);

@@ -42,7 +42,7 @@ private:
     struct Call;
     enum class Result { kAnswered, kRefused, kNothingBehind, kAskAgain };
 
-    bool AnswerAll(const Call& call, Request* requests);
+    bool AnswerAll(Call& call, Request* requests);
     bool Answer(const Call& call, Request& request);
     Result Get(const Call& call, Request& request);
     Result GetNext(const Call& call, Request& request);

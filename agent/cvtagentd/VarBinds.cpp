@@ -91,6 +91,11 @@ bool VarBinds::IsBefore(const CVT::BObjectIdentifier& name, const unsigned long*
     return std::lexicographical_compare(arcs.begin(), arcs.end(), end, end + endLength);
 }
 
+bool VarBinds::IsIn(const CVT::BObjectIdentifier& subtree, const unsigned long* arcs, unsigned long length) {
+    const auto root = subtree.Arcs();
+    return length >= root.size() && std::equal(root.begin(), root.end(), arcs);
+}
+
 bool VarBinds::IsInView(const CVT::BObjectIdentifier& name, snmp_pdu& message) {
     WideOid wide(name);
     return ::in_a_view(wide.arcs.data(), &wide.length, &message, ASN_NULL) == VACM_SUCCESS;

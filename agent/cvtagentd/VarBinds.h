@@ -28,6 +28,8 @@ public:
 
     /// Whether `name` lies before an OID of the library's.
     static bool IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength);
+    /// Whether an OID of the library's lies in a subtree, or is its root.
+    static bool IsIn(const CVT::BObjectIdentifier& subtree, const unsigned long* arcs, unsigned long length);
     /// Whether the sender of a message may see this instance.
     static bool IsInView(const CVT::BObjectIdentifier& name, snmp_pdu& message);
 };

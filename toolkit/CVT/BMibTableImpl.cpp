@@ -48,16 +48,24 @@ int BMibTableImpl::FindNext(unsigned int requestId, BObjectIdentifier& at) {
     BObjectIdentifier index;
     BObjectIdentifier next;
     auto column = FirstCandidate(at, index);
-    while (column != GetIMibInfo()->Columns().end()) {
+    const auto end = GetIMibInfo()->Columns().end();
+    const unsigned int root = Oid().NumArcs() + 1;
+    bool isInColumn = !index.IsEmpty();  // whether `at` begins with the column's name
+    while (column != end) {
         // A row that does not come behind the one before it would make a walk without end.
         if (!NextInstanceInColumn(requestId, column->subId, index, next) || next <= index) {
             ++column;
             index.Clear();
+            isInColumn = false;
             continue;
         }
-        BObjectIdentifier name = Oid();
-        if (name.Append(column->subId) && name.Append(next)) {
-            at = std::move(name);
+        if (root + next.NumArcs() <= BObjectIdentifier::kMaxArcs) {
+            if (!isInColumn) {
+                at.Set(Oid());
+                at.Append(column->subId);
+            }
+            at.Truncate(root);
+            at.Append(next);
             return noError;
         }
         index.Set(next);  // a row whose name would be too long is passed over

@@ -56,7 +56,7 @@ bool BObjectIdentifier::Parse(std::string_view dotted) {
     return true;
 }
 
-bool BObjectIdentifier::Set(std::span<const unsigned int> arcs) {
+bool BObjectIdentifier::SetLong(std::span<const unsigned int> arcs) {
     if (arcs.size() > kMaxArcs) {
         return false;
     }
@@ -103,10 +103,6 @@ int BObjectIdentifier::Compare(const BObjectIdentifier& other) const {
         return 0;
     }
     return m_count < other.m_count ? -1 : 1;
-}
-
-bool BObjectIdentifier::StartsWith(const BObjectIdentifier& prefix) const {
-    return m_count >= prefix.m_count && std::equal(prefix.Data(), prefix.Data() + prefix.m_count, Data());
 }
 
 BString BObjectIdentifier::ToString() const {

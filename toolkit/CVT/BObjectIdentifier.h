@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <compare>
 #include <memory>
@@ -50,10 +51,23 @@ public:
         }
     }
     /// False, and unchanged, when there are more than kMaxArcs.
-    bool Set(std::span<const unsigned int> arcs);
+    bool Set(std::span<const unsigned int> arcs) {
+        if (arcs.size() > kInlineArcs || m_heap) {
+            return SetLong(arcs);
+        }
+        std::copy(arcs.begin(), arcs.end(), m_inline.begin());  // the arcs may be our own
+        m_count = static_cast<unsigned int>(arcs.size());
+        return true;
+    }
 
     /// False, and unchanged, when it would have more than kMaxArcs.
-    bool Append(unsigned int arc) { return Append(std::span(&arc, 1)); }
+    bool Append(unsigned int arc) {
+        if (m_count >= kInlineArcs || m_heap) {
+            return Append(std::span(&arc, 1));
+        }
+        m_inline[m_count++] = arc;
+        return true;
+    }
     bool Append(const BObjectIdentifier& other) { return Append(other.Arcs()); }
     bool Append(std::span<const unsigned int> arcs);
 
@@ -70,7 +84,9 @@ public:
     int Compare(const BObjectIdentifier& other) const;
 
     /// True also when both are equal.
-    bool StartsWith(const BObjectIdentifier& prefix) const;
+    bool StartsWith(const BObjectIdentifier& prefix) const {
+        return m_count >= prefix.m_count && AreEqual(prefix.Data(), Data(), prefix.m_count);
+    }
 
     /// Dotted decimal text; the empty text when there are no arcs.
     BString ToString() const;
@@ -82,7 +98,9 @@ public:
     /// Valid until the next change of this object.
     std::span<const unsigned int> Arcs() const { return {Data(), m_count}; }
 
-    friend bool operator==(const BObjectIdentifier& a, const BObjectIdentifier& b) { return a.Compare(b) == 0; }
+    friend bool operator==(const BObjectIdentifier& a, const BObjectIdentifier& b) {
+        return a.m_count == b.m_count && AreEqual(a.Data(), b.Data(), a.m_count);
+    }
     friend std::strong_ordering operator<=>(const BObjectIdentifier& a, const BObjectIdentifier& b) {
         return a.Compare(b) <=> 0;
     }
@@ -90,7 +108,15 @@ public:
 private:
     using HeapArcs = std::array<unsigned int, kMaxArcs>;
 
+    /// From the end, where names of one table differ. Mostly too short for a call of memcmp to pay.
+    static bool AreEqual(const unsigned int* a, const unsigned int* b, unsigned int count) {
+        while (count > 0 && a[count - 1] == b[count - 1]) {
+            --count;
+        }
+        return count == 0;
+    }
     bool Parse(std::string_view dotted);
+    bool SetLong(std::span<const unsigned int> arcs);
     const unsigned int* Data() const { return m_heap ? m_heap->data() : m_inline.data(); }
     unsigned int* Room(unsigned int count);
     void Take(BObjectIdentifier& other) noexcept;

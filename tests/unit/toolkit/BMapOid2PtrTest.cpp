@@ -191,4 +191,27 @@ TEST(BMapOid2Ptr, IsUsableAfterClear) {
 }
 
 }  // namespace
+TEST(BMapOid2Ptr, WhatIsRememberedOfALookUpDoesNotMisleadTheNextOne) {
+    CVT::BMapOid2Ptr map;
+    int data = 0;
+    const auto key = [](unsigned int arc) { return CVT::BObjectIdentifier(arc); };
+    for (unsigned int row = 2; row <= 10; row += 2) {
+        ASSERT_TRUE(map.Insert(key(row), &data));
+    }
+    ASSERT_NE(map.GetData(key(6)), nullptr);
+    ASSERT_TRUE(map.Remove(key(6)));
+    EXPECT_EQ(map.GetData(key(6)), nullptr);
+    EXPECT_NE(map.GetData(key(8)), nullptr);
+    ASSERT_TRUE(map.Insert(key(1), &data));
+    EXPECT_FALSE(map.Insert(key(8), &data));
+    CVT::BObjectIdentifier next;
+    ASSERT_TRUE(map.Next(key(4), next));
+    EXPECT_EQ(next, key(8));
+    ASSERT_TRUE(map.Next(key(7), next));
+    EXPECT_EQ(next, key(8));
+    map.Clear();
+    EXPECT_EQ(map.GetData(key(8)), nullptr);
+    EXPECT_FALSE(map.Next(key(8), next));
+}
+
 }  // namespace CVT
