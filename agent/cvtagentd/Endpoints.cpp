@@ -1,6 +1,8 @@
 #include "agent/cvtagentd/Endpoints.h"
 
 #include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include "CVT/SnmpTypes.h"
@@ -8,6 +10,37 @@
 
 namespace agent {
 namespace {
+
+netsnmp_transport* TransportOf(snmp_session& session) {
+    void* const internal = ::snmp_sess_pointer(&session);
+    return internal == nullptr ? nullptr : ::snmp_sess_transport(internal);
+}
+
+/// Makes room for what a sender does not read at once; keeps the connection from what a module starts.
+void SetUpConnection(int socket) {
+    constexpr int kRoom = 1 << 20;  // the kernel may give less
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof kRoom);
+}
+
+/// Whether a message may wait until the sender of a stream reads, which might be never: a quarter of the room is
+/// taken. A response, of which the kernel keeps more than its octets, fits into the rest.
+bool MayHaveToWait(int socket) {
+    int unread = 0;
+    int room = 0;
+    socklen_t length = sizeof room;
+    return ::ioctl(socket, SIOCOUTQ, &unread) == 0 &&
+           ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &room, &length) == 0 && unread > room / 4;
+}
+
+/// Every message comes here first, also one that the library answers by itself. What is not taken is dropped whole.
+int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
+    const bool isStream = (transport->flags & NETSNMP_TRANSPORT_FLAG_STREAM) != 0;
+    if (isStream && MayHaveToWait(transport->sock)) {
+        return 0;
+    }
+    return ::netsnmp_agent_check_packet(session, transport, opaque, length);
+}
 
 void Refuse(snmp_session& session, snmp_pdu& message) {
     snmp_pdu* const response = ::snmp_clone_pdu(&message);
@@ -45,9 +78,8 @@ bool Endpoints::Open(const std::string& address) {
     if (transport->f_open != nullptr) {
         transport = transport->f_open(transport);
     }
-    snmp_session* const opened = transport == nullptr ? nullptr
-                                                      : ::snmp_add(&session, transport, &::netsnmp_agent_check_packet,
-                                                                   &::netsnmp_agent_check_parse);
+    snmp_session* const opened =
+        transport == nullptr ? nullptr : ::snmp_add(&session, transport, &CheckPacket, &::netsnmp_agent_check_parse);
     if (opened == nullptr) {  // it has freed the transport
         return false;
     }
@@ -57,6 +89,11 @@ bool Endpoints::Open(const std::string& address) {
 
 /// The sessions of connections that were accepted come here too. The library's own handler takes no magic.
 int Endpoints::OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self) {
+    if (operation == NETSNMP_CALLBACK_OP_CONNECT) {
+        if (const netsnmp_transport* const transport = TransportOf(*session); transport != nullptr) {
+            SetUpConnection(transport->sock);
+        }
+    }
     if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE && static_cast<Endpoints*>(self)->Refuses(*message)) {
         Refuse(*session, *message);
         return 1;

@@ -14,6 +14,8 @@ namespace agent {
 /// The SNMP library holds a SET until no request is put back any more, and every other request until that SET is through.
 /// So that nobody is held up, a SET that comes meanwhile is refused here, with resourceUnavailable.
 ///
+/// Nor is anybody held up by a client that sends over a stream and does not read: its messages are dropped until it does.
+///
 /// Used by the thread that runs the library, which must live longer. The object stays where it is.
 class Endpoints {
 public:
