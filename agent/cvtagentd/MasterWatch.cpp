@@ -64,6 +64,7 @@ MasterWatch::~MasterWatch() {
 
 int MasterWatch::OnStart(int /*majorId*/, int /*minorId*/, void* session, void* /*unused*/) {
     MasterWatch& self = *s_watch;
+    self.m_limit.Set(false);
     self.m_session = session;
     if (const int fd = self.Socket(); fd >= 0) {
         ::fcntl(fd, F_SETFD, FD_CLOEXEC);  // or else a child of a module's would keep the connection open
@@ -78,6 +79,7 @@ int MasterWatch::OnStart(int /*majorId*/, int /*minorId*/, void* session, void* 
 
 int MasterWatch::OnStop(int /*majorId*/, int /*minorId*/, void* /*session*/, void* /*unused*/) {
     MasterWatch& self = *s_watch;
+    self.m_limit.Set(!self.m_leaving);  // after a ping without an answer the library connects anew at once
     self.Cut();
     self.m_session = nullptr;
     self.m_changed = true;
@@ -110,6 +112,8 @@ std::string MasterWatch::WhyMissing() const {
         case EPERM:
             return "not permitted; let the master give more rights (agentXPerms in its configuration), or start this "
                    "program as another user";
+        case EINTR:  // ConnectLimit's doing
+        case EAGAIN: return "it takes no more connections; look whether it hangs";
         case ECONNREFUSED: return "nobody answers there; start the master, with \"master agentx\" in its configuration";
         case 0: return "no such address; write it as /PATH, unix:/PATH or tcp:HOST:PORT";
         default: return std::generic_category().message(error);
@@ -120,6 +124,7 @@ void MasterWatch::Report() {
     if (std::exchange(m_unregistered, false)) {
         Cut();
     }
+    m_limit.Set(!IsConnected());
     const auto now = Clock::now();
     const bool remind = !m_changed && !IsConnected() && now >= m_reminder;
     if (!m_changed && !remind) {
@@ -150,6 +155,12 @@ int MasterWatch::MillisecondsToReport() const {
     }
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_reminder - Clock::now()).count();
     return left < 0 ? 0 : static_cast<int>(left) + 1;
+}
+
+void MasterWatch::Leave() {
+    m_leaving = true;
+    m_limit.Set(false);
+    Cut();
 }
 
 void MasterWatch::Cut() {

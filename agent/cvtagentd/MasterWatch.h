@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "agent/cvtagentd/ConnectLimit.h"
+
 namespace agent {
 
 /// The connection to an AgentX master. The SNMP library opens it and, when it is lost, opens it again; this says in the log
@@ -11,7 +13,8 @@ namespace agent {
 /// still missing. Made before the library is initialised, it outlives the library. Used by the thread that runs it.
 class MasterWatch {
 public:
-    /// `address` as the library writes it; empty: what the configuration says, or else the library's default.
+    /// `address` as the library writes it; empty: what the configuration says, or else the library's default. Throws
+    /// StartError.
     explicit MasterWatch(std::string address);
     MasterWatch(const MasterWatch&) = delete;
     MasterWatch& operator=(const MasterWatch&) = delete;
@@ -38,6 +41,8 @@ public:
     /// finds out, and opens another one.
     void Cut();
     bool IsCut() const { return m_cut; }
+    /// The last thing before the modules are closed: cuts, and nothing is waited for any more.
+    void Leave();
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -49,6 +54,8 @@ private:
     int Socket() const;
 
     const std::string m_address;
+    ConnectLimit m_limit;
+    bool m_leaving = false;
     std::function<void()> m_onConnected;
     std::function<void()> m_onLost;
     void* m_session = nullptr;  // the library's; null while there is no connection

@@ -29,7 +29,7 @@ ServedModules::~ServedModules() {
     if (m_master != nullptr) {
         m_master->OnConnected(nullptr);
         m_master->OnLost(nullptr);
-        m_master->Cut();
+        m_master->Leave();
     }
     m_putBack.End();
     m_handlers.clear();

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 #include <system_error>
 
@@ -11,6 +12,7 @@
 #include "agent/cvtagentd/AuthFailures.h"
 #include "agent/cvtagentd/BulkBound.h"
 #include "agent/cvtagentd/ConfigReview.h"
+#include "agent/cvtagentd/ConnectLimit.h"
 #include "agent/cvtagentd/CrashLine.h"
 #include "agent/cvtagentd/DescriptorSet.h"
 #include "agent/cvtagentd/LibraryMessages.h"
@@ -79,10 +81,13 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* mas
                             "but no passphrase behind it");
     ::init_agent(kApplication);
     SystemConfig::Register();
+    std::optional<ConnectLimit> limit;  // init_snmp connects
     if (master != nullptr) {
         master->SetDefaults();
+        limit.emplace().Set(true);
     }
     ::init_snmp(kApplication);
+    limit.reset();
     AuthFailures::Watch();
     SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else an end before Store would write, too
     m_faults = AccessConfig::Faults(m_configFile, collector.Messages());
