@@ -1,0 +1,127 @@
+// The phases of a SET as an AgentX master may send them when it runs out of patience, or dies: what the module sees.
+
+#include <cstdint>
+#include <string>
+
+#include "tests/agent/AgentXTest.h"
+#include "tests/agent/ScriptedMaster.h"
+
+namespace agent_test {
+namespace {
+
+class AgentXPhasesTest : public AgentXTest {
+protected:
+    void SetUp() override {
+        Start({"--module", kTestModule}, {}, "");
+        m_script.TakeAgent(kSubtrees);
+    }
+
+    std::string Record() { return m_script.GetText(kRecord, ++m_reading); }
+
+    static int Count(const std::string& record, const std::string& phase) {
+        int count = 0;
+        for (std::size_t at = record.find(phase); at != std::string::npos; at = record.find(phase, at + 1)) {
+            ++count;
+        }
+        return count;
+    }
+
+    static constexpr int kSubtrees = 4;
+    const ScriptedMaster::Oid kLevel{1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0};
+    const ScriptedMaster::Oid kRecord{1, 3, 6, 1, 4, 1, 32473, 2, 1, 10, 0};
+    const std::string kLevel7 = ScriptedMaster::IntegerVarBind(kLevel, 7);
+    ScriptedMaster m_script{m_master};
+
+private:
+    std::uint32_t m_reading = 1000;
+};
+
+using Master = ScriptedMaster;
+
+TEST_F(AgentXPhasesTest, AGoodSetIsCheckedCommittedAndReleasedOnce) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
+    m_script.Send(Master::kCleanupSet, 1);
+    EXPECT_EQ(Record(), "check level, commit level, release level");
+}
+
+TEST_F(AgentXPhasesTest, ASetThatIsGivenUpAfterItsCheckIsReleasedOnce) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    m_script.Send(Master::kCleanupSet, 1);
+    EXPECT_EQ(Record(), "check level, release level");
+}
+
+TEST_F(AgentXPhasesTest, AnUndoWithoutACommitUndoesNothingAndReleasesOnce) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    m_script.Send(Master::kUndoSet, 1);
+    EXPECT_EQ(m_script.ReadError(), 0);
+    EXPECT_EQ(Record(), "check level, release level");
+}
+
+TEST_F(AgentXPhasesTest, AnUndoBehindACommitUndoesAndReleasesOnce) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
+    EXPECT_EQ(m_script.Ask(Master::kUndoSet, 1), 0);
+    EXPECT_EQ(Record(), "check level, commit level, undo level, release level");
+}
+
+TEST_F(AgentXPhasesTest, ACheckThatComesTwiceForOneTransactionIsReleasedAsOftenAsItIsMade) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    m_script.Ask(Master::kTestSet, 1, kLevel7);
+    EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
+    m_script.Send(Master::kCleanupSet, 1);
+    m_script.Disconnect();  // at the latest now nothing is left
+    m_script.TakeAgent(kSubtrees);
+    const std::string record = Record();
+    EXPECT_GE(Count(record, "check level"), 1) << record;
+    EXPECT_EQ(Count(record, "commit level"), 1) << record;
+    EXPECT_EQ(Count(record, "release level"), Count(record, "check level")) << record;
+}
+
+TEST_F(AgentXPhasesTest, WhatTheMasterDoesNotEndBecauseItDiesIsReleasedOnce) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    m_script.Disconnect();
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_EQ(Record(), "check level, release level");
+}
+
+TEST_F(AgentXPhasesTest, WhatTheMasterDoesNotEndBehindTheCommitBecauseItDiesIsReleasedOnce) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
+    m_script.Disconnect();
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_EQ(Record(), "check level, commit level, release level");
+}
+
+TEST_F(AgentXPhasesTest, AMasterThatDiesBeforeItHasReadTheAnswerDoesNoHarm) {
+    m_script.Send(Master::kTestSet, 1, kLevel7);
+    m_script.Disconnect();
+    m_script.TakeAgent(kSubtrees);
+    const std::string record = Record();
+    EXPECT_TRUE(record.empty() || record == "check level, release level") << record;
+}
+
+TEST_F(AgentXPhasesTest, TheNextMasterMayUseTheNumbersOfTransactionsAgain) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    m_script.Disconnect();
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
+    m_script.Send(Master::kCleanupSet, 1);
+    EXPECT_EQ(Record(), "check level, release level; check level, commit level, release level");
+}
+
+TEST_F(AgentXPhasesTest, EndsCleanlyInTheMiddleOfASet) {
+    EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
+    ExpectCleanEnd();
+}
+
+TEST_F(AgentXPhasesTest, APhaseOfASetThatWasNeverCheckedReachesNoModule) {
+    m_script.Send(Master::kCommitSet, 1);
+    m_script.Disconnect();  // the library may have done so itself
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_EQ(Record(), "");
+}
+
+}  // namespace
+}  // namespace agent_test
