@@ -110,7 +110,7 @@ void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules,
             master->Report();
             patienceMs = Sooner(patienceMs, master->MillisecondsToReport());
         }
-        switch (loop.Wait(patienceMs)) {
+        switch (loop.Wait(patienceMs, master == nullptr ? EventLoop::kNoDescriptor : master->Socket())) {
             case EventLoop::Event::kStop:
                 Log::Info("ending");
                 StateDir::WarnIfGone();

@@ -66,7 +66,7 @@ void EventLoop::PauseWhenTableIsFull() {
     ::poll(nullptr, 0, kPauseMs);
 }
 
-EventLoop::Event EventLoop::Wait(int milliseconds) {
+EventLoop::Event EventLoop::Wait(int milliseconds, int last) {
     DescriptorSet descriptors;
     int count = 0;
     int block = 1;  // stays so when the library waits for nothing but packets
@@ -87,6 +87,9 @@ EventLoop::Event EventLoop::Wait(int milliseconds) {
                 return event;
             }
             descriptors.Remove(m_signals);
+        }
+        if (last != kNoDescriptor && ready > 1) {
+            descriptors.Remove(last);
         }
         ::snmp_read2(descriptors.Get());
         PauseWhenTableIsFull();

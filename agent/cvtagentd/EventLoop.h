@@ -11,6 +11,7 @@ public:
     enum class Event { kNone, kReload, kStop };
 
     static constexpr int kForever = -1;
+    static constexpr int kNoDescriptor = -1;
 
     /// Throws StartError when the system gives no descriptor for signals.
     EventLoop();
@@ -18,8 +19,9 @@ public:
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /// Serves what comes. Gives a signal's event at once; kNone after about `milliseconds`, or sooner.
-    Event Wait(int milliseconds);
+    /// Serves what comes. Gives a signal's event at once; kNone after about `milliseconds`, or sooner. Of the library's
+    /// descriptors, `last` is served only when no other one is ready.
+    Event Wait(int milliseconds, int last = kNoDescriptor);
 
 private:
     Event TakeSignal();

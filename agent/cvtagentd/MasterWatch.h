@@ -29,6 +29,10 @@ public:
 
     bool IsConnected() const { return m_session != nullptr; }
 
+    /// The connection's descriptor, or -1. To be served behind all others: the library passes a request of the master's on
+    /// through descriptors of its own, and must not learn that he has gone before it is through with that.
+    int Socket() const;
+
     /// Where the master is, for people. Known when the library is initialised.
     std::string Address() const;
 
@@ -51,7 +55,6 @@ private:
     static int OnStop(int majorId, int minorId, void* session, void* unused);
 
     std::string WhyMissing() const;
-    int Socket() const;
 
     const std::string m_address;
     ConnectLimit m_limit;

@@ -78,9 +78,12 @@ public:
         Send(type, transaction, payload);
         return ReadError();
     }
+    void SendGet(const Oid& name, std::uint32_t transaction) {
+        Send(kGet, transaction, Encoded(name) + Number(0));  // and no end of the range
+    }
     /// Reads an instance whose value is an octet string.
     std::string GetText(const Oid& name, std::uint32_t transaction) {
-        Send(kGet, transaction, Encoded(name) + Number(0));
+        SendGet(name, transaction);
         const std::string payload = ReadResponse().payload;
         const std::size_t at = kErrorSize + kTypeSize;  // of a name, whose first octet counts its arcs
         const std::size_t value = at + 4 + 4 * static_cast<std::size_t>(payload.at(at));
