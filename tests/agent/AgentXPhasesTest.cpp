@@ -18,14 +18,6 @@ protected:
 
     std::string Record() { return m_script.GetText(kRecord, ++m_reading); }
 
-    static int Count(const std::string& record, const std::string& phase) {
-        int count = 0;
-        for (std::size_t at = record.find(phase); at != std::string::npos; at = record.find(phase, at + 1)) {
-            ++count;
-        }
-        return count;
-    }
-
     static constexpr int kSubtrees = 4;
     const ScriptedMaster::Oid kLevel{1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0};
     const ScriptedMaster::Oid kRecord{1, 3, 6, 1, 4, 1, 32473, 2, 1, 10, 0};

@@ -31,14 +31,6 @@ protected:
         const std::string output = V2c("snmpget", {kValues + "10.0"}, {"-Oqv"}).output;
         return output.size() < 3 ? output : output.substr(1, output.size() - 3);
     }
-    /// How often a phase stands in the record.
-    static int Count(const std::string& record, const std::string& phase) {
-        int count = 0;
-        for (std::size_t at = record.find(phase); at != std::string::npos; at = record.find(phase, at + 1)) {
-            ++count;
-        }
-        return count;
-    }
     std::string Level() const { return V2c("snmpget", {kValues + "1.0"}, {"-Oqv"}).output; }
 
     std::unique_ptr<Program> m_client;

@@ -67,10 +67,11 @@ protected:
     bool IsNotServed(const std::string& oid, int seconds = 15) const { return Becomes(false, oid, seconds); }
 
     /// How often the text stands in the agent's log.
-    int InLog(const std::string& text) const {
-        const std::string log = Log();
+    int InLog(const std::string& text) const { return Count(Log(), text); }
+
+    static int Count(const std::string& whole, const std::string& part) {
         int count = 0;
-        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
+        for (std::size_t at = whole.find(part); at != std::string::npos; at = whole.find(part, at + 1)) {
             ++count;
         }
         return count;
