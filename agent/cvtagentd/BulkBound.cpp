@@ -13,19 +13,17 @@ namespace {
 
 constexpr const char* kRoomName = "cvtagentd.room";
 
-/// Of a message of version 3: what comes before the varbinds.
-constexpr long kHeaderOctets = 256;
-/// Tags and lengths of a varbind, its name and its value.
-constexpr std::size_t kTagOctets = 12;
-/// A number, or an IP address.
-constexpr std::size_t kNumberOctets = 5;
-/// More than the name of any instance of HOST-RESOURCES-MIB.
-constexpr std::size_t kNameOctets = 24;
+/// Of a message of version 3 without the names in it: what comes before the varbinds, the longest digest, and a block of
+/// padding.
+constexpr long kHeaderOctets = 156;
+/// More than the name of any instance of HOST-RESOURCES-MIB, and the tags and lengths of a varbind.
+constexpr std::size_t kNameOctets = 36;
 
 std::size_t Room(const netsnmp_pdu& pdu) {
     const long most = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
     const long message = pdu.msgMaxSize > 0 ? std::min(pdu.msgMaxSize, most) : most;
-    return static_cast<std::size_t>(std::max(message - kHeaderOctets, 0L));
+    const auto names = pdu.securityEngineIDLen + pdu.securityNameLen + pdu.contextEngineIDLen + pdu.contextNameLen;
+    return static_cast<std::size_t>(std::max(message - kHeaderOctets - static_cast<long>(names), 0L));
 }
 
 /// The library asks so whether a request that has just come may be served at all.
@@ -40,30 +38,36 @@ int OnRequest(int /*major*/, int /*minor*/, void* serverArgument, void* /*client
         ++columns;
     }
     if (columns > 0) {
-        const auto fit = static_cast<long>(Room(*pdu) / (BulkBound::kValueOctets + kTagOctets + kNameOctets));
+        const auto fit = static_cast<long>(Room(*pdu) / (BulkBound::kValueOctets + kNameOctets));
         pdu->max_repetitions = std::min(pdu->max_repetitions, std::max((fit - singles) / columns, 1L));
     }
     return SNMPERR_SUCCESS;
 }
 
-std::size_t OctetsOf(const CVT::BObjectIdentifier& name) {
+/// With tag and length.
+std::size_t FieldOctets(std::size_t content) { return content + (content < 0x80 ? 2 : content < 0x100 ? 3 : 4); }
+
+std::size_t ContentOf(const CVT::BObjectIdentifier& name) {
     std::size_t octets = 0;
     for (unsigned int arc : name.Arcs()) {
         for (++octets; arc >= 0x80; arc >>= 7U) {
             ++octets;
         }
     }
-    return octets;
+    return octets > 2 ? octets - 1 : octets;  // the first two arcs share an octet
 }
 
-/// At most.
-std::size_t OctetsOf(const CVT::BVarBind& varBind) {
-    const std::size_t name = OctetsOf(varBind.name) + kTagOctets;
+/// At most: a number is seldom that long.
+std::size_t ContentOf(const CVT::BVarBind& varBind) {
     switch (varBind.type) {
-        case CVT::kOctetString: return name + varBind.octets.Length();
-        case CVT::kObjectIdentifier: return name + OctetsOf(varBind.identifier);
-        default: return name + kNumberOctets;
+        case CVT::kOctetString: return varBind.octets.Length();
+        case CVT::kObjectIdentifier: return ContentOf(varBind.identifier);
+        default: return varBind.number < 0x800000 ? 3 : 5;
     }
+}
+
+std::size_t OctetsOf(const CVT::BVarBind& varBind) {
+    return FieldOctets(FieldOctets(ContentOf(varBind.name)) + FieldOctets(ContentOf(varBind)));
 }
 
 void DeleteRoom(void* room) { delete static_cast<std::size_t*>(room); }

@@ -88,6 +88,15 @@ TEST_P(BulkBoundTest, SeveralColumnsAreCutBehindAWholeRow) {
     EXPECT_EQ(names.back(), m_text + "." + std::to_string(names.size() / 2));
 }
 
+TEST_P(BulkBoundTest, AsManyNumbersFitAsInTheAnswerToAGet) {
+    const std::size_t columns = GetParam().longestMessage < 1472 ? 10 : 45;
+    std::string oids = m_number;
+    for (std::size_t i = 1; i < columns; ++i) {
+        oids += "," + m_number + "." + std::to_string(i);
+    }
+    EXPECT_EQ(Names(1, oids).size(), columns);
+}
+
 TEST_P(BulkBoundTest, RowsThatDoNotFitAreRefusedAndTheAgentGoesOn) {
     const std::string longText = kValues + "14.0";  // behind it comes a text of 20,000 octets
     const Outcome outcome = Ask(3, longText + "," + longText + "," + longText + "," + longText);

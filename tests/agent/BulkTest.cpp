@@ -38,6 +38,7 @@ protected:
         for (const int repetitions : {1, 2, 3, 7, 50, 299, 1000}) {
             EXPECT_EQ(BulkWalk(repetitions), walk) << repetitions << " repetitions";
             const std::vector<std::string> once = Names(Bulk({kBoth}, 0, repetitions).output);
+            EXPECT_FALSE(once.empty()) << repetitions << " repetitions";
             const auto common = std::min(walk.size(), once.size());  // it goes on behind the walk's root
             EXPECT_TRUE(once.size() == static_cast<std::size_t>(repetitions) || repetitions > 7) << once.size();
             EXPECT_TRUE(
