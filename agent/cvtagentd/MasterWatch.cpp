@@ -81,8 +81,8 @@ int MasterWatch::OnStop(int /*majorId*/, int /*minorId*/, void* /*session*/, voi
     MasterWatch& self = *s_watch;
     self.m_limit.Set(!self.m_leaving);  // after a ping without an answer the library connects anew at once
     self.Cut();
+    self.m_changed |= self.m_session != nullptr;  // an attempt that failed changes nothing
     self.m_session = nullptr;
-    self.m_changed = true;
     if (self.m_onLost) {
         self.m_onLost();
     }
