@@ -22,16 +22,16 @@ constexpr std::size_t kMost = 1000;
 PutBack::~PutBack() { End(); }
 
 void PutBack::Add(GetRequests& reader, unsigned int requestId, Position position) {
-    netsnmp_delegated_cache* const cache =
-        m_hasEnded || m_entries.size() >= kMost
-            ? nullptr
-            : ::netsnmp_create_delegated_cache(position.handler, position.registration, position.info,
-                                               position.requests, nullptr);
-    if (cache == nullptr) {
-        GetRequests::Abandon(position.requests, CVT::resourceUnavailable);
-        return;
+    if (!m_hasEnded && m_entries.size() < kMost) {
+        m_entries.push_back({&reader, requestId, nullptr});
+        m_entries.back().cache = ::netsnmp_create_delegated_cache(position.handler, position.registration,
+                                                                  position.info, position.requests, nullptr);
+        if (m_entries.back().cache != nullptr) {
+            return;
+        }
+        m_entries.pop_back();
     }
-    m_entries.push_back({&reader, requestId, cache});
+    GetRequests::Abandon(position.requests, CVT::resourceUnavailable);
 }
 
 /// The library may put others back as soon as it goes on, but not before all of these have been looked at.

@@ -57,15 +57,16 @@ void SubtreeHandler::Answer(PutBack::Position position) {
     }
 }
 
-void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) {
-    if (m_putBack.HowToWait() == GetRequests::Wait::kShortly) {
-        CVT::TMutex& lock = m_group.RequestLock();
-        if (!lock.Try()) {
-            VarBinds::Refuse(*requests, CVT::resourceUnavailable);
-            return;
-        }
-        lock.Done();
+/// The lock is recursive, and held until all are checked, so that nobody takes it in between for long.
+void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) CVT_NO_THREAD_SAFETY_ANALYSIS {
+    CVT::TMutex& lock = m_group.RequestLock();
+    const bool mayWait = m_putBack.HowToWait() != GetRequests::Wait::kShortly;
+    if (lock.Wait(mayWait ? CVT::kWaitForever : 0) != CVT::kWaitSignalled) {
+        VarBinds::Refuse(*requests, CVT::resourceUnavailable);
+        return;
     }
+    const CVT::TMutex::Guard held(lock);
+    lock.Done();
     SetRequests::Check(m_group, requestId, requests);
 }
 
