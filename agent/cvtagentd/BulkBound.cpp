@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* kRoomName = "cvtagentd.room";
 
+/// What a UDP message over IPv4 can hold: for a configuration that takes the bound away (sendMessageMaxSize).
+constexpr long kDatagramOctets = 65507;
 /// Of a message of version 3 without the names in it: what comes before the varbinds, the longest digest, and a block of
 /// padding.
 constexpr long kHeaderOctets = 156;
@@ -20,8 +22,11 @@ constexpr long kHeaderOctets = 156;
 constexpr std::size_t kNameOctets = 36;
 
 std::size_t Room(const netsnmp_pdu& pdu) {
-    const long most = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
-    const long message = pdu.msgMaxSize > 0 ? std::min(pdu.msgMaxSize, most) : most;
+    const long configured = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
+    long message = configured > 0 ? configured : kDatagramOctets;
+    if (pdu.msgMaxSize > 0) {
+        message = std::min(message, pdu.msgMaxSize);
+    }
     const auto names = pdu.securityEngineIDLen + pdu.securityNameLen + pdu.contextEngineIDLen + pdu.contextNameLen;
     return static_cast<std::size_t>(std::max(message - kHeaderOctets - static_cast<long>(names), 0L));
 }
