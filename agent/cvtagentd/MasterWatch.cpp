@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -25,9 +26,11 @@ constexpr std::chrono::seconds kReminderInterval{60};
 constexpr int kPingSeconds = 2;
 constexpr int kRetries = 0;
 
-// An error of the AgentX protocol's, duplicateRegistration. When the library registers what it has again it does so once
-// for each stretch of a subtree between those nested in it.
-constexpr const char* kDuplicate = "failed: 263";
+// The least of the AgentX protocol's own errors. One is duplicateRegistration: when the library registers again what it has
+// it does so once for each stretch of a subtree between those nested in it.
+constexpr int kLeastError = 256;
+
+constexpr int kMostLosses = 3;  // that are reported within kReminderInterval
 
 MasterWatch* s_watch = nullptr;  // not an argument of the callbacks: the library would free it
 
@@ -38,9 +41,8 @@ MasterWatch::MasterWatch(std::string address) : m_address(std::move(address)) {
     LibraryMessages::Demote("AgentX master agent failed to respond to ping");  // said in our own words
     LibraryMessages::Demote(
         "dropping bad AgentX request");  // the master takes a SET back that he never got an answer to
-    LibraryMessages::Demote("registering pdu failed", [this](const std::string& text) {
-        m_unregistered |= text.find(kDuplicate) == std::string::npos;
-    });
+    LibraryMessages::Demote("registering pdu failed",
+                            [this](const std::string& text) { m_unregistered |= !IsRefusal(text); });
     ::netsnmp_enable_subagent();
     ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, &MasterWatch::OnStart, nullptr);
     ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, &MasterWatch::OnStop, nullptr);
@@ -81,12 +83,33 @@ int MasterWatch::OnStop(int /*majorId*/, int /*minorId*/, void* /*session*/, voi
     MasterWatch& self = *s_watch;
     self.m_limit.Set(!self.m_leaving);  // after a ping without an answer the library connects anew at once
     self.Cut();
-    self.m_changed |= self.m_session != nullptr;  // an attempt that failed changes nothing
+    if (self.m_session != nullptr) {  // an attempt that failed changes nothing
+        self.m_changed = true;
+        self.CountLoss();
+    }
     self.m_session = nullptr;
     if (self.m_onLost) {
         self.m_onLost();
     }
     return SNMPERR_SUCCESS;
+}
+
+void MasterWatch::CountLoss() {
+    const auto now = Clock::now();
+    if (now - m_firstLoss >= kReminderInterval) {
+        m_firstLoss = now;
+        m_losses = 0;
+    }
+    ++m_losses;
+}
+
+MasterWatch::Clock::time_point MasterWatch::QuietUntil() const {
+    return m_losses > kMostLosses ? m_firstLoss + kReminderInterval : Clock::time_point();
+}
+
+bool MasterWatch::IsRefusal(const std::string& message) {
+    const std::size_t number = message.find_first_of("0123456789");
+    return number != std::string::npos && std::atoi(message.c_str() + number) >= kLeastError;
 }
 
 std::string MasterWatch::Address() const {
@@ -126,6 +149,9 @@ void MasterWatch::Report() {
     }
     m_limit.Set(!IsConnected());
     const auto now = Clock::now();
+    if (now < QuietUntil()) {
+        return;
+    }
     const bool remind = !m_changed && !IsConnected() && now >= m_reminder;
     if (!m_changed && !remind) {
         return;
@@ -138,7 +164,9 @@ void MasterWatch::Report() {
         return;
     }
     if (m_wasConnected && !remind) {  // a master on his way down does not show yet why he is missing
-        Log::Warning("lost the connection to the master at " + Address() + "; trying again every few seconds");
+        const bool often = m_losses == kMostLosses;
+        Log::Warning("lost the connection to the master at " + Address() +
+                     (often ? "; it does not last: look into the master's log" : "; trying again every few seconds"));
         return;
     }
     m_reminder = now + kReminderInterval;
@@ -147,13 +175,13 @@ void MasterWatch::Report() {
 }
 
 int MasterWatch::MillisecondsToReport() const {
-    if (m_changed) {
-        return 0;
+    const auto now = Clock::now();
+    const auto quiet = QuietUntil();
+    if (now >= quiet && (m_changed || IsConnected())) {
+        return m_changed ? 0 : -1;
     }
-    if (IsConnected()) {
-        return -1;
-    }
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_reminder - Clock::now()).count();
+    const auto next = now < quiet ? quiet : m_reminder;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(next - now).count();
     return left < 0 ? 0 : static_cast<int>(left) + 1;
 }
 

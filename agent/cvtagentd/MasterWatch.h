@@ -33,6 +33,9 @@ public:
     /// through descriptors of its own, and must not learn that he has gone before it is through with that.
     int Socket() const;
 
+    /// Whether this message of the library's about a registration is a refusal of the master's; or else he has not answered.
+    static bool IsRefusal(const std::string& message);
+
     /// Where the master is, for people. Known when the library is initialised.
     std::string Address() const;
 
@@ -55,6 +58,9 @@ private:
     static int OnStop(int majorId, int minorId, void* session, void* unused);
 
     std::string WhyMissing() const;
+    void CountLoss();
+    /// Until when nothing is said, since the connection comes and goes.
+    Clock::time_point QuietUntil() const;
 
     const std::string m_address;
     ConnectLimit m_limit;
@@ -67,6 +73,8 @@ private:
     bool m_changed = true;        // since the last report
     bool m_wasConnected = false;
     Clock::time_point m_reminder;
+    Clock::time_point m_firstLoss;  // of those that m_losses counts
+    int m_losses = 0;
 };
 
 }  // namespace agent

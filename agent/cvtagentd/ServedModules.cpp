@@ -98,7 +98,10 @@ void ServedModules::Register(CVT::BMibImpl& group) {
     for (const LibraryMessages::Message& message : collector.Messages()) {
         if (message.text.find(kDuplicate) != std::string::npos) {
             m_refused += (m_refused.empty() ? "" : ", ") + std::string(group.Oid().ToString().View());
-        } else {  // he has not answered in time, or answers nonsense: begin anew
+        } else if (MasterWatch::IsRefusal(message.text)) {
+            Log::Warning("the master refuses " + std::string(group.Oid().ToString().View()) + " (" + message.text +
+                         "); look into the master's log");
+        } else {  // he has not answered in time: begin anew
             Log::Write(LogLevel::kDebug, "SNMP library: " + message.text);
             m_master->Cut();
         }

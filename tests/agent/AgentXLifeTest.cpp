@@ -4,6 +4,7 @@
 #include <sys/un.h>
 
 #include "tests/agent/AgentXTest.h"
+#include "tests/agent/ScriptedMaster.h"
 
 namespace agent_test {
 namespace {
@@ -145,6 +146,31 @@ TEST_F(AgentXLifeTest, EndsWithin5SecondsWhenTheMasterHangsAlreadyAtTheStart) {
     Master().Signal(SIGSTOP);
     StartAlone("ready after");
     EXPECT_LT(TimeToEnd().count(), 5000) << Log();
+}
+
+TEST_F(AgentXLifeTest, ASubtreeThatTheMasterRefusesIsNamedAndTheConnectionKept) {
+    ScriptedMaster master(m_master);
+    master.RefuseRegistrations(267);
+    StartAlone("");
+    master.TakeAgent(4);
+    ASSERT_TRUE(Agent().WaitForOutput("the master refuses 1.3.6.1.4.1.32473.2.2 (registering pdu failed: 267"))
+        << Log();
+    ASSERT_TRUE(Agent().WaitForOutput("ready after")) << Log();
+    EXPECT_EQ(InLog("lost the connection"), 0) << Log();
+}
+
+TEST_F(AgentXLifeTest, AConnectionThatDoesNotLastIsReportedAFewTimes) {
+    constexpr int kSubtrees = 4;
+    constexpr int kAgain = 6;  // when the library registers them anew: once for each stretch between nested ones
+    ScriptedMaster master(m_master);
+    StartAlone("");
+    for (int round = 0; round < 6; ++round) {
+        master.TakeAgent(round == 0 ? kSubtrees : kAgain);
+        master.Disconnect();
+    }
+    EXPECT_EQ(InLog("lost the connection to the master at "), 3) << Log();
+    EXPECT_EQ(InLog("it does not last: look into the master's log"), 1) << Log();
+    EXPECT_LE(InLog("connected again"), 3) << Log();
 }
 
 TEST_F(AgentXLifeTest, TellsWhichSubtreesSomebodyElseServes) {

@@ -7,6 +7,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <stdexcept>
@@ -59,6 +60,9 @@ public:
             Answer(message);
         }
     }
+
+    /// From now on the agent may register nothing, for this reason.
+    void RefuseRegistrations(std::uint16_t error) { m_refusal = error; }
 
     void Disconnect() {
         if (m_agent >= 0) {
@@ -166,7 +170,9 @@ private:
         }
     }
     void Answer(const Message& message) const {
-        Write(kResponse, kSession, message.transaction, message.packet, Number(0) + Number(0));
+        const std::array<std::uint16_t, 2> result{message.type == kRegister ? m_refusal : std::uint16_t{0}, 0};
+        Write(kResponse, kSession, message.transaction, message.packet,
+              Number(0) + std::string(reinterpret_cast<const char*>(result.data()), sizeof result));
     }
     void Write(Type type, std::uint32_t session, std::uint32_t transaction, std::uint32_t packet,
                const std::string& payload) const {
@@ -181,6 +187,7 @@ private:
     int m_listener = -1;
     int m_agent = -1;
     std::uint32_t m_packet = 0;
+    std::uint16_t m_refusal = 0;
 };
 
 }  // namespace agent_test
