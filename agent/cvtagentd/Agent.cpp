@@ -39,18 +39,25 @@ int Agent::Run() {
     ServiceManager manager;
     AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
-    const StateLock lock;
+    DaemonUser user(m_options.user);
     std::optional<MasterWatch> master;
+    std::optional<StateLock> lock;
     if (m_options.subagent) {
         master.emplace(m_options.master);
+    } else {  // the library obeys what stands in the state directory
+        user.Assume(m_options.config);
+        lock.emplace();
     }
     SnmpLibrary library(m_options.config, SnmpLibrary::Use::kServe, master ? &*master : nullptr);
     if (!library.Faults().empty()) {
         throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
     }
-    DaemonUser user(m_options.user);
+    if (master) {  // it has been reached, and no state has been read
+        user.Assume();
+        lock.emplace();
+    }
     const std::string where = master ? "through the master at " + master->Address() : "on " + Listen(library);
-    user.Assume(m_options.config);
+    user.GiveUpPorts();
     if (!master) {
         library.Store();
     }

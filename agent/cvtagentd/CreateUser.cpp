@@ -116,13 +116,14 @@ void Add(const std::string& name, const PassPhrase& authentication, const PassPh
     ::usm_add_user(user);
 }
 
-/// For root: what is written afterwards, in a directory of somebody else's, is written as him. His are the files, and root
-/// does not follow a link that he may have laid.
+/// For root: the state of somebody else is read and written as him. His are the files, and root neither obeys what stands
+/// in them nor follows a link that he may have laid.
 void BecomeOwnerOfState() {
     struct stat folder {};
     if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
         StateDir::GiveTo(folder.st_uid, folder.st_gid);
         Privileges::Become({{}, folder.st_uid, folder.st_gid});
+        Privileges::GiveUpPorts();
     }
 }
 
@@ -138,8 +139,10 @@ void Store(SnmpLibrary& library) {
 
 int CreateUser::Run() const {
     CheckName();
-    AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
+    BecomeOwnerOfState();
+    AccessConfig::RequireReadable(m_options.config);
+    StateDir::CheckUsable();
     const StateLock lock;
     AddToState();
     std::printf(
@@ -158,7 +161,6 @@ void CreateUser::AddToState() const {
     const PassPhrase authentication = PassPhrase::Read("authentication");
     const PassPhrase privacy = PassPhrase::Read("privacy");
     Add(m_options.newUser, authentication, privacy);
-    BecomeOwnerOfState();
     Store(library);
 }
 

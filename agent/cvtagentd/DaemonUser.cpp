@@ -6,17 +6,11 @@
 #include "agent/cvtagentd/Log.h"
 #include "agent/cvtagentd/NulLink.h"
 #include "agent/cvtagentd/Privileges.h"
-#include "agent/cvtagentd/SnmpHeaders.h"
+#include "agent/cvtagentd/StartError.h"
 #include "agent/cvtagentd/StateDir.h"
 
 namespace agent {
 namespace {
-
-/// A number of the configuration's; 0 when it says nothing.
-unsigned int Configured(int name) {
-    const int number = ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, name);
-    return static_cast<unsigned int>(number);
-}
 
 std::string Joined(const std::vector<std::string>& texts) {
     std::string all;
@@ -29,25 +23,15 @@ std::string Joined(const std::vector<std::string>& texts) {
 }  // namespace
 
 DaemonUser::DaemonUser(const std::string& option) {
-    const uid_t uid = Configured(NETSNMP_DS_AGENT_USERID);
-    const gid_t gid = Configured(NETSNMP_DS_AGENT_GROUPID);
     if (!option.empty()) {
         m_user = Users::Named(option);
-    } else if (uid != 0) {
-        m_user = Users::WithId(uid);
-    } else if (gid != 0) {
-        m_user = Users::WithId(::geteuid());
-    } else {
-        return;
+        Privileges::CheckMayBecome(*m_user);
     }
-    if (gid != 0) {
-        m_user->gid = gid;
-    }
-    Privileges::CheckMayBecome(*m_user);
 }
 
 void DaemonUser::Assume(const std::string& configFile) {
     if (!m_user) {
+        StateDir::CheckUsable();
         return;
     }
     if (::geteuid() == 0) {
@@ -55,13 +39,19 @@ void DaemonUser::Assume(const std::string& configFile) {
         StateDir::GiveTo(m_user->uid, m_user->gid);
     }
     Privileges::Become(*m_user);
-    StateDir::CheckWritable();
+    StateDir::CheckUsable();
     if (const std::string why = NulLink::WhyUnusable(); !why.empty()) {
         m_remarks.push_back(why);
     }
     if (const std::string why = configFile.empty() ? "" : AccessConfig::WhyUnreadable(configFile); !why.empty()) {
-        m_remarks.push_back("as the user " + m_user->Label() + " it " + why +
-                            "; SIGHUP will change nothing until he may read it");
+        throw StartError("as the user " + m_user->Label() + " it " + why +
+                         "; let him read it (its group his, and mode 0640), and the folders that it is in");
+    }
+}
+
+void DaemonUser::GiveUpPorts() const {
+    if (m_user) {
+        Privileges::GiveUpPorts();
     }
 }
 

@@ -8,18 +8,20 @@
 
 namespace agent {
 
-/// The user as whom the agent serves: the one of --user, or else the configuration's agentuser and agentgroup, or else
-/// whoever started it. Used by the process's only thread.
+/// The user as whom the agent serves: the one of --user, or else whoever started it. Used by the process's only thread.
 class DaemonUser {
 public:
-    /// Looks him up; `option` may be empty. Comes after the SNMP library has read the configuration. Throws StartError,
-    /// also when this process may not run as that user.
+    /// Looks him up; `option` may be empty. Throws StartError, also when this process may not run as that user.
     explicit DaemonUser(const std::string& option);
 
-    /// Comes when all that needs more rights is done, the ports are bound above all, and before the first module is
-    /// loaded or any state is written: root does not write where somebody else may have laid a link. The state directory
-    /// and what root has put there belongs to the user afterwards. Throws StartError.
-    void Assume(const std::string& configFile);
+    /// Comes before the first module is loaded, and before anything is read from the state directory or written there:
+    /// its owner can write directives into what the SNMP library keeps there, and lay links. Only low ports can still be
+    /// opened, until GiveUpPorts. The state directory, with what root has put there, belongs to the user
+    /// afterwards. `configFile`, unless it is empty, is one that he must be able to read. Throws StartError.
+    void Assume(const std::string& configFile = {});
+
+    /// Comes when the ports are open. Throws StartError.
+    void GiveUpPorts() const;
 
     /// Logs who the agent is, and what he cannot do.
     void Report() const;

@@ -162,8 +162,8 @@ Usage: cvtagentd [OPTION]...
   --state-dir DIR      the working directory, where values and keys are kept
                        (default: $STATE_DIRECTORY, or /var/lib/cvtagentd for root,
                        or else cvtagentd in $XDG_STATE_HOME or ~/.local/state)
-  --user NAME          run as this user once the ports are open, with no more rights than modules need; for root
-                       (default: the configuration's agentuser, or whoever starts it)
+  --user NAME          run as this user, with no more rights than modules need; for root
+                       (default: whoever starts it)
   --timeout SECONDS    how long modules may take to get ready, and to close (default: 30)
   --log-level LEVEL    error, warning, info or debug (default: info)
   --syslog             log to syslog instead of standard error

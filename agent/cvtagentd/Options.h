@@ -25,7 +25,7 @@ struct Options {
     std::string master;    ///< where; empty: the configuration's agentXSocket, or else the library's default
     std::string config;    ///< absolute; empty: the built-in read-only access from this host
     std::string stateDir;  ///< empty: StateDir's choice
-    std::string user;      ///< empty: the configuration's agentuser, or else whoever started it
+    std::string user;      ///< empty: whoever started it
     std::string newUser;   ///< for kCreateUser
     unsigned int timeoutSeconds = 30;
     LogLevel logLevel = LogLevel::kInfo;

@@ -59,13 +59,16 @@ bool Permitted(std::uint64_t& bits) {
 }
 
 /// An ambient capability has to be inheritable.
-bool SetAll(std::uint64_t bits) {
+bool SetAll(std::uint64_t bits, std::uint64_t alsoEffective = 0) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     const auto low = static_cast<std::uint32_t>(bits);
     const auto high = static_cast<std::uint32_t>(bits >> 32U);
+    const std::uint64_t effective = bits | alsoEffective;
+    const auto effectiveLow = static_cast<std::uint32_t>(effective);
+    const auto effectiveHigh = static_cast<std::uint32_t>(effective >> 32U);
     Halves halves{};
-    halves[0] = {low, low, low};
-    halves[1] = {high, high, high};
+    halves[0] = {effectiveLow, effectiveLow, low};
+    halves[1] = {effectiveHigh, effectiveHigh, high};
     return ::syscall(SYS_capset, &header, halves.data()) == 0;
 }
 
@@ -115,8 +118,10 @@ void Privileges::Become(const User& user) {
     if (::geteuid() == 0) {
         ChangeUser(user);
     }
-    std::uint64_t kept = 0;
-    if (!Permitted(kept) || !SetAll(kept &= WantedBits()) ||
+    std::uint64_t had = 0;
+    const bool known = Permitted(had);
+    const std::uint64_t kept = had & WantedBits();
+    if (!known || !SetAll(kept, had & Bit(CAP_NET_BIND_SERVICE)) ||
         ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0) != 0) {
         Fail(user, "giving up capabilities");
     }
@@ -129,6 +134,13 @@ void Privileges::Become(const User& user) {
     ::prctl(PR_SET_KEEPCAPS, 0, 0, 0, 0);
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || !Is(user)) {
         Fail(user, "giving up privileges");
+    }
+}
+
+void Privileges::GiveUpPorts() {
+    std::uint64_t bits = 0;
+    if (!Permitted(bits) || !SetAll(bits & WantedBits())) {
+        throw StartError("cannot give up the right to open low ports: " + std::generic_category().message(errno));
     }
 }
 

@@ -20,8 +20,11 @@ public:
     /// Runs as `user` from now on, for good, with no other capabilities than those that modules need: CAP_KILL,
     /// CAP_SYS_PTRACE, CAP_SYS_TIME and CAP_SYSLOG, as far as they were there. They are ambient, since it is programs that
     /// use some of them; nothing that is started can gain others. For somebody who is that user already, all but these
-    /// capabilities are given up. Throws StartError.
+    /// capabilities are given up. CAP_NET_BIND_SERVICE stays until GiveUpPorts. Throws StartError.
     static void Become(const User& user);
+
+    /// Follows Become when the ports are open. Throws StartError.
+    static void GiveUpPorts();
 
     /// Those of the capabilities that this process has: names, in the order of their numbers.
     static std::vector<std::string> Kept();

@@ -19,6 +19,7 @@
 #include "agent/cvtagentd/MasterWatch.h"
 #include "agent/cvtagentd/SnmpHeaders.h"
 #include "agent/cvtagentd/StartError.h"
+#include "agent/cvtagentd/StateDir.h"
 #include "agent/cvtagentd/SystemConfig.h"
 
 namespace agent {
@@ -54,6 +55,12 @@ std::string Advice(int error) {
         case EACCES: return "not permitted; choose a port above 1023, or start it with more rights";
         default: return std::generic_category().message(error);
     }
+}
+
+/// Whether a directive says as whom to run. By then it has been decided: what can say it may be that user's own.
+bool IsNamedUser() {
+    return ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_USERID) != 0 ||
+           ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0;
 }
 
 /// What a module starts must not keep the agent's sockets open.
@@ -97,6 +104,10 @@ SnmpLibrary::SnmpLibrary(std::string configFile, Use use, const MasterWatch* mas
         const std::vector<std::string> more = ConfigReview::Of(m_configFile).faults;
         m_faults.insert(m_faults.end(), more.begin(), more.end());
     }
+    if (IsNamedUser()) {
+        m_faults.push_back(m_configFile +
+                           ": agentuser and agentgroup come too late: take them out, and name the user with --user");
+    }
 }
 
 void SnmpLibrary::SetUp(Use use, bool hasMaster) {
@@ -120,7 +131,7 @@ void SnmpLibrary::SetUp(Use use, bool hasMaster) {
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
     } else {
-        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, ".");
+        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, StateDir::Path().c_str());  // "." would also mean a folder in "/"
     }
     if (!m_configFile.empty()) {
         SetText(NETSNMP_DS_LIB_OPTIONALCONFIG, m_configFile.c_str());

@@ -11,11 +11,15 @@
 
 #include "agent/cvtagentd/Log.h"
 #include "agent/cvtagentd/StartError.h"
+#include "agent/cvtagentd/Users.h"
 
 namespace agent {
 namespace {
 
 constexpr const char* kName = "cvtagentd";
+
+/// What the SNMP library keeps: engine identifier, users, and any directive that somebody has written there.
+constexpr const char* kLibrarysFile = "cvtagentd.conf";
 
 /// An absolute path from the environment, or nothing.
 std::string PathFrom(const char* variable) {
@@ -39,11 +43,6 @@ void Create(const std::string& folder) {
         Fail("cannot make", folder, error);
     }
     std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
-}
-
-std::string Here() {
-    std::error_code ignored;
-    return std::filesystem::current_path(ignored).string();
 }
 
 /// The SNMP library makes these.
@@ -85,7 +84,37 @@ bool GiveFile(const std::filesystem::path& file, uid_t user, gid_t group) {
 void GiveFiles(uid_t user, gid_t group) {
     for (const auto& entry : std::filesystem::directory_iterator(".")) {
         if (!GiveFile(entry.path(), user, group)) {
-            Fail("cannot change the owner of files in", Here(), {errno, std::generic_category()});
+            Fail("cannot change the owner of files in", StateDir::Path(), {errno, std::generic_category()});
+        }
+    }
+}
+
+/// What access(2) says does not hold for root, nor on every file system.
+void CheckWritable() {
+    std::string probe = "./.cvtagentd-XXXXXX";
+    const int fd = ::mkostemp(probe.data(), O_CLOEXEC);
+    if (fd < 0) {
+        Fail("cannot write to", StateDir::Path(), {errno, std::generic_category()});
+    }
+    ::close(fd);
+    ::unlink(probe.c_str());
+}
+
+/// Nobody but root decides what stands in the directory.
+void RequireRootsAlone() {
+    for (const char* const name : {".", kLibrarysFile}) {
+        struct stat status {};
+        if (::lstat(name, &status) != 0) {
+            continue;
+        }
+        if (status.st_uid != 0) {
+            throw StartError("the state directory " + StateDir::Path() + " belongs to the user " +
+                             Users::WithId(status.st_uid).Label() +
+                             "; run the agent as him (--user), or name another directory with --state-dir");
+        }
+        if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+            throw StartError("others than root can write to the state directory " + StateDir::Path() +
+                             "; close it to them (chmod 700), or name another one with --state-dir");
         }
     }
 }
@@ -117,34 +146,44 @@ void StateDir::Enter(const std::string& folder) {
     if (::chdir(chosen.c_str()) != 0) {
         Fail("cannot use", chosen, {errno, std::generic_category()});
     }
-    CheckWritable();
+    if (Path().find(':') != std::string::npos) {
+        throw StartError("the state directory " + Path() +
+                         " has a colon in its name, which the SNMP library cannot deal with; name another one with "
+                         "--state-dir");
+    }
+}
+
+std::string StateDir::Path() {
+    std::error_code ignored;
+    return std::filesystem::current_path(ignored).string();
 }
 
 void StateDir::GiveTo(uid_t user, gid_t group) {
     struct stat folder {};
     if (::stat(".", &folder) != 0) {
-        Fail("cannot use", Here(), {errno, std::generic_category()});
+        Fail("cannot use", Path(), {errno, std::generic_category()});
     }
     if (folder.st_uid != user) {
         if (!IsOursAlone(folder)) {
             return;
         }
         if (::chown(".", user, group) != 0) {
-            Fail("cannot change the owner of", Here(), {errno, std::generic_category()});
+            Fail("cannot change the owner of", Path(), {errno, std::generic_category()});
         }
     }
     GiveFiles(user, group);
 }
 
-/// What access(2) says does not hold for root, nor on every file system.
-void StateDir::CheckWritable() {
-    std::string probe = "./.cvtagentd-XXXXXX";
-    const int fd = ::mkostemp(probe.data(), O_CLOEXEC);
-    if (fd < 0) {
-        Fail("cannot write to", Here(), {errno, std::generic_category()});
+void StateDir::CheckUsable() {
+    if (::geteuid() == 0) {
+        RequireRootsAlone();
     }
-    ::close(fd);
-    ::unlink(probe.c_str());
+    CheckWritable();
+    if (::access(kLibrarysFile, R_OK) != 0 && errno != ENOENT) {
+        throw StartError(
+            "cannot read " + Path() + "/" + kLibrarysFile + ": " + std::generic_category().message(errno) +
+            "; give it to the user who runs the agent (chown), or name another directory with --state-dir");
+    }
 }
 
 void StateDir::WarnIfGone() {

@@ -12,8 +12,7 @@ class StateDir {
 public:
     /// Makes `folder` the working directory. Empty means the default: the first of $STATE_DIRECTORY, as systemd sets it;
     /// for root /var/lib/cvtagentd; for anybody else cvtagentd in $XDG_STATE_HOME or in ~/.local/state. The default is
-    /// made, for its owner only, when it is missing; a folder that is given must exist. Throws StartError, also when no
-    /// file can be made there.
+    /// made, for its owner only, when it is missing; a folder that is given must exist. Throws StartError.
     static void Enter(const std::string& folder);
 
     /// Says in the log, when it is so, that the directory entered has been removed.
@@ -26,8 +25,13 @@ public:
     /// else's, such as /etc; and files that have a second name. Throws StartError when the system refuses.
     static void GiveTo(uid_t user, gid_t group);
 
-    /// Throws StartError when this process can make no file in the working directory.
-    static void CheckWritable();
+    /// Throws StartError when this process can make no file in the working directory, or not read what the SNMP library
+    /// keeps there; for root, also when somebody else can write it: root would do what stands there, and lock its owner
+    /// out. Comes before anything is read or written there.
+    static void CheckUsable();
+
+    /// The working directory, absolute.
+    static std::string Path();
 };
 
 }  // namespace agent

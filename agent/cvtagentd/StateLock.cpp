@@ -52,8 +52,9 @@ StateLock::StateLock() : m_file(::open(kFile, O_RDWR | O_CREAT | O_CLOEXEC | O_N
             throw StartError("the state directory " + Folder() + " is in use by " + owner +
                              "; stop that one, or name another directory with --state-dir");
         }
+        const std::string advice = error == EACCES ? "give it to the user who runs the agent (chown), or " : "";
         throw StartError("cannot lock the state directory " + Folder() + " by " + kFile + ": " +
-                         std::generic_category().message(error) + "; name another one with --state-dir");
+                         std::generic_category().message(error) + "; " + advice + "name another one with --state-dir");
     }
     const std::string pid = std::to_string(::getpid()) + "\n";
     [[maybe_unused]] const bool told =

@@ -153,6 +153,16 @@ protected:
         EXPECT_GE(threads, 2) << "the module's own thread is looked at, too";
     }
 
+    static bool IsFree(int port) {
+        const int udp = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        const bool free = ::bind(udp, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        ::close(udp);
+        return free;
+    }
     static std::string Content(const std::string& file) {
         std::ifstream in(file);
         return {std::istreambuf_iterator<char>(in), {}};
@@ -304,16 +314,69 @@ TEST_F(PrivilegeTest, AFolderThatHoldsMoreThanStateIsNotGivenAway) {
     EXPECT_EQ(OwnerOf(m_scratch / "state"), 0U);
 }
 
-TEST_F(PrivilegeTest, TheConfigurationCanNameUserAndGroupAndTheCommandLineGoesBeforeIt) {
-    m_config = WriteConfig(Content(m_config) + "agentuser daemon\nagentgroup nogroup\n");
-    StartWith({});
-    ExpectAllThreads("Uid", FourTimes(kDaemon));
-    ExpectAllThreads("Gid", FourTimes(kNobody));
-    ExpectAllThreads("CapEff", kKept);
-    ExpectCleanEnd();
-    ::chown((m_scratch / "state").c_str(), 0, 0);
+TEST_F(PrivilegeTest, WhatThatUserWritesIntoTheStateIsNotDoneByRoot) {
+    const std::string precious = m_scratch.Write("precious", "root's\n");
+    std::filesystem::permissions(precious, std::filesystem::perms(0600));
+    ::chown((m_scratch / "state").c_str(), kNobody, kNobody);
+    for (const char* const name : {"state/cvtagentd.conf", "state/snmp.conf"}) {
+        const std::string file = m_scratch.Write(name, "[snmp] logOption f " + precious + "\n");
+        ::chown(file.c_str(), kNobody, kNobody);
+        RunToEnd(m_command + WithOwn({"--user", "nobody", "--config", m_config, "--module", "/none"}), m_scratch);
+        EXPECT_EQ(Content(precious), "root's\n") << name;
+        RunToEnd(m_command + Arguments{"--create-user", "new", "--state-dir", m_scratch / "state"}, m_scratch, {},
+                 m_scratch.Write("input", "the first secret\nthe second secret\n"));
+        EXPECT_EQ(Content(precious), "root's\n") << name;
+        std::filesystem::remove(file);
+    }
+}
+
+TEST_F(PrivilegeTest, NoDirectiveSaysAsWhomToRun) {
+    const std::string config = m_config;
+    m_config = WriteConfig(Content(config) + "agentuser daemon\n");
+    ExpectNoStart({}, "agentuser and agentgroup come too late: take them out, and name the user with --user");
+    m_config = WriteConfig("rocommunity public 127.0.0.1\n");
+    ::chown((m_scratch / "state").c_str(), kNobody, kNobody);
+    ::chown(m_scratch.Write("state/cvtagentd.conf", "agentgroup disk\n").c_str(), kNobody, kNobody);
+    ExpectNoStart({"--user", "nobody"}, "agentuser and agentgroup come too late");
+}
+
+TEST_F(PrivilegeTest, LowPortsAreOpenedByThatUser) {
+    std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> m_port;
+    if (m_port < 2) {
+        GTEST_SKIP() << "this host has no low ports";
+    }
+    do {
+        --m_port;
+    } while (m_port > 1 && !IsFree(m_port));
     StartAs("nobody");
-    ExpectAllThreads("Uid", FourTimes(kNobody));
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+    ExpectAllThreads("CapPrm", kKept);
+}
+
+TEST_F(PrivilegeTest, RootDoesNotUseWhatIsNotRootsAlone) {
+    ::chown((m_scratch / "state").c_str(), kDaemon, kDaemon);
+    ExpectNoStart({}, "belongs to the user daemon; run the agent as him (--user)");
+    EXPECT_TRUE(std::filesystem::is_empty(m_scratch / "state")) << "nothing of root's is left that keeps its owner out";
+    ::chown((m_scratch / "state").c_str(), 0, 0);
+    std::filesystem::permissions(m_scratch / "state", std::filesystem::perms(0777));
+    ExpectNoStart({}, "others than root can write to the state directory");
+}
+
+TEST_F(PrivilegeTest, AStartThatFailsLeavesNothingOfRootsInTheState) {
+    ExpectNoStart({"--user", "nobody", "--listen", "udp:256.0.0.1:99999"}, "cannot listen on");
+    for (const auto& entry : std::filesystem::directory_iterator(m_scratch / "state")) {
+        EXPECT_EQ(OwnerOf(entry.path()), kNobody) << entry.path();
+    }
+}
+
+TEST_F(PrivilegeTest, RootsFilesInThatUsersStateAreNamed) {
+    BecomeFirst(Without());
+    for (const char* const name : {"state/cvtagentd.conf", "state/cvtagentd.lock"}) {
+        const std::string file = m_scratch.Write(name, "");
+        std::filesystem::permissions(file, std::filesystem::perms(0600));
+        ExpectNoStart({}, "give it to the user who runs the agent (chown)");
+        std::filesystem::remove(file);
+    }
 }
 
 TEST_F(PrivilegeTest, SighupReadsWhatThatUserMayRead) {
@@ -324,14 +387,9 @@ TEST_F(PrivilegeTest, SighupReadsWhatThatUserMayRead) {
     EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "other", Udp(), kMemorySize}).status, 0);
 }
 
-TEST_F(PrivilegeTest, WarnsOfAConfigurationThatThatUserMayNotRead) {
+TEST_F(PrivilegeTest, AConfigurationThatThatUserMayNotReadIsRefused) {
     std::filesystem::permissions(m_config, std::filesystem::perms(0600));
-    StartAs("nobody");
-    EXPECT_NE(Log().find("warning: as the user nobody it cannot read the configuration " + m_config), std::string::npos)
-        << Log();
-    Agent().Signal(SIGHUP);
-    ASSERT_TRUE(Agent().WaitForOutput("the configuration stays as it was")) << Log();
-    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+    ExpectNoStart({"--user", "nobody"}, "as the user nobody it cannot read the configuration " + m_config);
 }
 
 TEST_F(PrivilegeTest, WarnsWhenSomethingElseStandsWhereTheClockCommandWrites) {

@@ -127,6 +127,25 @@ TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus1) {
     ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, 1, "cannot write to the state directory");
 }
 
+TEST_F(StartTest, WhatTheLibraryMakesLiesInTheStateFolderAndNotInTheRootFolder) {
+    const auto inRoot = [] {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator("/")) {
+            names.insert(entry.path());
+        }
+        return names;
+    };
+    const std::set<std::string> before = inRoot();
+    Start({"--module", kTestModule});
+    ExpectCleanEnd();
+    EXPECT_TRUE(std::filesystem::is_directory(m_scratch / "state/cert_indexes"));
+    EXPECT_EQ(inRoot(), before);
+}
+
+TEST_F(StartTest, AStateFolderWithAColonInItsNameIsRefused) {
+    ExpectRefusal({"--state-dir", m_scratch.MakeFolder("a:b")}, 1, "has a colon in its name");
+}
+
 TEST_F(StartTest, TheDefaultStateFolderIsMadeForItsOwnerOnly) {
     const std::string folder = m_scratch / "made/state";
     Program agent({kAgentFile, "--module", kTestModule, "--listen", Udp()}, m_scratch / "log",
