@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/AccessConfig.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <set>
@@ -30,16 +32,26 @@ constexpr const char* kNoAccess = "Warning: no access control information config
 
 std::string SystemError(int error) { return std::generic_category().message(error); }
 
-/// Reads the pipe to its end.
-std::string ReadAll(int pipe) {
-    std::string text;
+/// How long another process may take to look at a file. Meanwhile nobody is answered.
+constexpr std::chrono::seconds kPatience{5};
+
+/// Reads the pipe to its end. False when that has not come in time.
+bool ReadAll(int pipe, std::string& text) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     std::array<char, 4096> buffer;
     for (;;) {
-        const ssize_t count = ::read(pipe, buffer.data(), buffer.size());
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+        pollfd readable{pipe, POLLIN, 0};
+        const int ready = left > 0 ? ::poll(&readable, 1, static_cast<int>(left)) : 0;
+        if (ready == 0) {
+            return false;
+        }
+        const ssize_t count = ready > 0 ? ::read(pipe, buffer.data(), buffer.size()) : -1;
         if (count > 0) {
             text.append(buffer.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || errno != EINTR) {
-            return text;
+            return true;
         }
     }
 }
@@ -167,12 +179,21 @@ std::vector<std::string> AccessConfig::FaultsFoundByChild(const std::string& fil
     }
     const bool started = SpawnCheck(file, ends[1], child);
     ::close(ends[1]);
-    std::istringstream said(started ? ReadAll(ends[0]) : std::string());
+    std::string text;
+    const bool inTime = !started || ReadAll(ends[0], text);
     ::close(ends[0]);
     int status = -1;
     if (started) {
+        if (!inTime) {
+            ::kill(child, SIGKILL);
+        }
         ::waitpid(child, &status, 0);
     }
+    if (!inTime) {
+        return {"looking at the configuration " + file + " takes longer than " + std::to_string(kPatience.count()) +
+                " s; look for an includeFile that is no regular file"};
+    }
+    std::istringstream said(text);
     std::vector<std::string> faults;
     const std::string program = "cvtagentd: ";
     for (std::string line; std::getline(said, line);) {

@@ -1,5 +1,7 @@
 // Who may do what: the built-in access, the configuration's, and its reading anew.
 
+#include <sys/stat.h>
+
 #include "tests/agent/AgentTest.h"
 
 namespace agent_test {
@@ -131,6 +133,17 @@ TEST_F(AccessTest, SighupWithoutAConfigurationChangesNothing) {
     Agent().Signal(SIGHUP);
     ASSERT_TRUE(Agent().WaitForOutput("no configuration file")) << Log();
     ExpectReader("public");
+}
+
+TEST_F(AccessTest, AReloadThatHangsIsGivenUpAndEverythingStaysAsItWas) {
+    const std::string config = "rocommunity private 127.0.0.1\n";
+    Start({"--module", kTestModule, "--config", WriteConfig(config)});
+    const std::string pipe = m_scratch / "pipe.conf";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    WriteConfig(config + "includeFile " + pipe + "\n");
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("takes longer than 5 s")) << Log();
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
 }
 
 }  // namespace
