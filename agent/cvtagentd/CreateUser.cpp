@@ -138,6 +138,7 @@ void Store(SnmpLibrary& library) {
 }  // namespace
 
 int CreateUser::Run() const {
+    Privileges::ForbidCoreFiles();
     CheckName();
     StateDir::Enter(m_options.stateDir);
     BecomeOwnerOfState();

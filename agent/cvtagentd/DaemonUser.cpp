@@ -40,6 +40,14 @@ void DaemonUser::Assume(const std::string& configFile) {
     }
     Privileges::Become(*m_user);
     StateDir::CheckUsable();
+    std::vector<std::string> foreign;
+    for (const gid_t group : Privileges::ForeignGroups(*m_user)) {
+        foreign.push_back(std::to_string(group));
+    }
+    if (!foreign.empty()) {
+        m_remarks.push_back("it stays in groups that are not those of the user " + m_user->Label() + ": " +
+                            Joined(foreign) + "; start it as root, or without them");
+    }
     if (const std::string why = NulLink::WhyUnusable(); !why.empty()) {
         m_remarks.push_back(why);
     }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <system_error>
 
@@ -89,7 +90,8 @@ bool Is(const User& user) {
     return real == user.uid && effective == user.uid && saved == user.uid;
 }
 
-void ChangeUser(const User& user) {
+/// Of somebody who is that user already, too: whoever started it may have been in root's.
+void SetGroups(const User& user) {
     const bool grouped =
         user.name.empty() ? ::setgroups(1, &user.gid) == 0 : ::initgroups(user.name.c_str(), user.gid) == 0;
     if (!grouped) {
@@ -98,6 +100,9 @@ void ChangeUser(const User& user) {
     if (::setresgid(user.gid, user.gid, user.gid) != 0) {
         Fail(user, "setting its group");
     }
+}
+
+void ChangeUser(const User& user) {
     if (::prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || ::setresuid(user.uid, user.uid, user.uid) != 0) {
         Fail(user, "setting the user");
     }
@@ -115,11 +120,14 @@ void Privileges::CheckMayBecome(const User& user) {
 void Privileges::Become(const User& user) {
     CheckMayBecome(user);
     NarrowBoundingSet();
+    std::uint64_t had = 0;
+    const bool known = Permitted(had);
+    if (::geteuid() == 0 || (had & Bit(CAP_SETGID)) != 0) {
+        SetGroups(user);
+    }
     if (::geteuid() == 0) {
         ChangeUser(user);
     }
-    std::uint64_t had = 0;
-    const bool known = Permitted(had);
     const std::uint64_t kept = had & WantedBits();
     if (!known || !SetAll(kept, had & Bit(CAP_NET_BIND_SERVICE)) ||
         ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0) != 0) {
@@ -135,6 +143,27 @@ void Privileges::Become(const User& user) {
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || !Is(user)) {
         Fail(user, "giving up privileges");
     }
+    ForbidCoreFiles();
+}
+
+void Privileges::ForbidCoreFiles() { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }
+
+std::vector<gid_t> Privileges::ForeignGroups(const User& user) {
+    std::vector<gid_t> own(NGROUPS_MAX + 1, user.gid);
+    int numOwn = user.name.empty() ? 1 : static_cast<int>(own.size());
+    if (!user.name.empty() && ::getgrouplist(user.name.c_str(), user.gid, own.data(), &numOwn) < 0) {
+        return {};
+    }
+    own.resize(static_cast<std::size_t>(numOwn));
+    std::vector<gid_t> groups(NGROUPS_MAX + 1);
+    const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    groups.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    groups.push_back(::getegid());
+    std::sort(groups.begin(), groups.end());
+    groups.erase(std::unique(groups.begin(), groups.end()), groups.end());
+    const auto isOwn = [&](gid_t group) { return std::find(own.begin(), own.end(), group) != own.end(); };
+    groups.erase(std::remove_if(groups.begin(), groups.end(), isOwn), groups.end());
+    return groups;
 }
 
 void Privileges::GiveUpPorts() {

@@ -443,6 +443,31 @@ TEST_F(PrivilegeTest, AsThatUserAlreadyItGivesUpWhatItNeedsNoMore) {
     }
 }
 
+TEST_F(PrivilegeTest, AsThatUserAlreadyItLeavesTheGroupsOfWhoeverStartedIt) {
+    BecomeFirst(
+        {"--reuid=65534", "--regid=0", "--groups=0,4", "--inh-caps=-all,+setgid", "--ambient-caps=-all,+setgid"});
+    StartAs("nobody");
+    ExpectAllThreads("Gid", FourTimes(kNobody));
+    ExpectAllThreads("Groups", "65534");
+    ExpectAllThreads("CapPrm", kNone);
+}
+
+TEST_F(PrivilegeTest, WarnsOfGroupsThatItCannotLeave) {
+    BecomeFirst({"--reuid=65534", "--regid=65534", "--groups=0,65534", "--inh-caps=-all", "--bounding-set=-all"});
+    StartAs("nobody");
+    EXPECT_NE(Log().find("warning: it stays in groups that are not those of the user nobody: 0;"), std::string::npos)
+        << Log();
+}
+
+TEST_F(PrivilegeTest, NoCoreFileIsWrittenAndNobodyOfThatUserLooksIntoIt) {
+    BecomeFirst(Without());
+    StartAs("nobody");
+    EXPECT_EQ(OwnerOf("/proc/" + std::to_string(Agent().Pid()) + "/status"), 0U) << "the kernel's sign of it";
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+}
+
 TEST_F(PrivilegeTest, OnlyRootCanRunItAsSomebodyElse) {
     BecomeFirst(Without());
     ExpectNoStart({"--user", "daemon"}, "only root can run the agent as the user daemon");
