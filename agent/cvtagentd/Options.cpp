@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <filesystem>
+#include <set>
 #include <string_view>
 
 #include "agent/common/ExtensionModule.h"
@@ -108,16 +109,36 @@ void Apply(int option, const char* argument, Options& options) {
     }
 }
 
+/// Whoever asks for one thing gets that, and not another one in silence.
+void CheckActions(const Options& options, std::set<int> seen) {
+    if (options.action == Options::Action::kServe) {
+        return;
+    }
+    const bool creates = seen.erase(kCreateUser) != 0;
+    const bool checks = seen.erase(kCheckConfig) != 0;
+    seen.erase(kLogLevel);
+    if (creates && !checks) {
+        seen.erase(kConfig);
+        seen.erase(kStateDir);
+        if (!seen.empty()) {
+            throw UsageError("--create-user goes with --config and --state-dir, and with no other option");
+        }
+    } else if (creates || !seen.empty()) {
+        throw UsageError("--check-config goes with no other option");
+    }
+}
+
 }  // namespace
 
 Options Options::Parse(int argc, char* const* argv) {
     Options options;
+    std::set<int> seen;
     ::optind = 0;  // begin anew, also when called again
     ::opterr = 0;
     for (;;) {
         const int at = ::optind == 0 ? 1 : ::optind;
         // NOLINTNEXTLINE(concurrency-mt-unsafe): called before there is a second thread
-        const int option = ::getopt_long(argc, argv, ":", kOptions, nullptr);
+        const int option = ::getopt_long(argc, argv, "+:", kOptions, nullptr);
         if (option == -1) {
             break;
         }
@@ -128,6 +149,7 @@ Options Options::Parse(int argc, char* const* argv) {
             throw UsageError("the option " + std::string(argv[at]) + " is unknown, ambiguous or takes no value");
         }
         Apply(option, ::optarg, options);
+        seen.insert(option);
         if (options.action == Action::kShowHelp || options.action == Action::kShowVersion) {
             return options;
         }
@@ -138,6 +160,7 @@ Options Options::Parse(int argc, char* const* argv) {
     if (options.subagent && !options.listen.empty()) {
         throw UsageError("--listen and --agentx exclude each other: with --agentx the master listens");
     }
+    CheckActions(options, seen);
     if (options.modules.empty()) {
         options.modules.push_back(ExtensionModule::DefaultFile());
     }

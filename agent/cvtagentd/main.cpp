@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -24,9 +27,20 @@ int Run(const agent::Options& options) {
     return agent::Agent(options).Run();
 }
 
+/// What is opened later must not get the number of a standard stream, into which messages are written.
+void OpenStandardStreams() {
+    for (int fd = 0; fd >= 0 && fd <= STDERR_FILENO;) {
+        fd = ::open("/dev/null", O_RDWR);  // NOLINT(android-cloexec-open): what is started wants the three, too
+        if (fd > STDERR_FILENO) {
+            ::close(fd);
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    OpenStandardStreams();
     try {
         return Run(agent::Options::Parse(argc, argv));
     } catch (const agent::UsageError& error) {

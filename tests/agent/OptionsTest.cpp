@@ -94,6 +94,20 @@ TEST(Options, SaysOfEachWrongCommandLineWhatIsWrong) {
     EXPECT_EQ(ErrorOf({"--log-level", "loud"}), "--log-level wants error, warning, info or debug, not \"loud\"");
 }
 
+TEST(Options, NamesTheFirstWordThatIsWrong) {
+    EXPECT_EQ(ErrorOf({"foo", "--bogus"}), "the argument \"foo\" belongs to no option");
+    EXPECT_EQ(ErrorOf({"--bogus", "foo"}), "the option --bogus is unknown, ambiguous or takes no value");
+}
+
+TEST(Options, WhatIsAskedForBesidesServingGoesWithLittleElse) {
+    EXPECT_EQ(ErrorOf({"--create-user", "bob", "--check-config", "F"}), "--check-config goes with no other option");
+    EXPECT_EQ(ErrorOf({"--check-config", "F", "--create-user", "bob"}), "--check-config goes with no other option");
+    EXPECT_EQ(ErrorOf({"--check-config", "F", "--listen", "udp:161"}), "--check-config goes with no other option");
+    EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--create-user", "bob"}),
+              "--create-user goes with --config and --state-dir, and with no other option");
+    EXPECT_EQ(ErrorOf({"--log-level", "debug", "--check-config", "F"}), "");
+}
+
 TEST(Options, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
     for (const char* const text : {"", "0", "-1", "5s", " 5", "1.5", "86401", "99999999999999999999"}) {
         EXPECT_EQ(ErrorOf({"--timeout", text}),

@@ -127,6 +127,15 @@ TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus1) {
     ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, 1, "cannot write to the state directory");
 }
 
+TEST_F(StartTest, ClosedStandardStreamsAreNotReused) {
+    m_command = Arguments{"/bin/sh", "-c", "exec \"$0\" \"$@\" <&- >&-"} + m_command;
+    Start({"--module", kTestModule});
+    for (const char* const stream : {"0", "1"}) {
+        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(Agent().Pid()) + "/fd/" + stream),
+                  "/dev/null");
+    }
+}
+
 TEST_F(StartTest, WhatTheLibraryMakesLiesInTheStateFolderAndNotInTheRootFolder) {
     const auto inRoot = [] {
         std::set<std::string> names;
