@@ -70,6 +70,12 @@ public:
 
 private:
     bool ReadMore() {
+        pollfd readable{m_terminal, POLLIN, 0};
+        if (::poll(&readable, 1, 30 * 1000) == 0) {
+            ADD_FAILURE() << "nothing more on the terminal behind: " << m_shown;
+            ::kill(m_pid, SIGKILL);
+            return false;
+        }
         std::array<char, 512> buffer{};
         const ssize_t count = ::read(m_terminal, buffer.data(), buffer.size());
         m_shown.append(buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);

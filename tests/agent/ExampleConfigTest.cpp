@@ -106,9 +106,7 @@ TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesTheFiveColumnsAlone
     const Outcome killed = As("operator", "snmpset", {kRun + "7" + row, "i", "4"});
     EXPECT_EQ(killed.status, 0) << killed.output;
     ::kill(victim, killed.status == 0 ? 0 : SIGTERM);
-    int status = 0;
-    ::waitpid(victim, &status, 0);
-    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+    EXPECT_EQ(SignalThatEnds(victim), SIGKILL);
 
     const std::string type = kRun + "6" + row;
     for (const std::string& other : {type, kHost + "2.3.1.4.1", kHost + "1.5.0", kValues + "1.0"}) {

@@ -73,12 +73,7 @@ public:
 
     std::string Pid() const { return std::to_string(m_pid); }
     bool IsAlive() const { return ::waitpid(m_pid, nullptr, WNOHANG) == 0; }
-    int EndedBy() {
-        int status = 0;
-        ::waitpid(m_pid, &status, 0);
-        m_pid = -1;
-        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    }
+    int EndedBy() { return SignalThatEnds(std::exchange(m_pid, -1)); }
 
 private:
     pid_t m_pid;

@@ -40,12 +40,7 @@ public:
         return ::waitpid(m_pid, &status, WNOHANG) == 0;
     }
     /// Waits for its end; the signal that ended it.
-    int EndedBy() {
-        int status = 0;
-        ::waitpid(m_pid, &status, 0);
-        m_pid = -1;
-        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    }
+    int EndedBy() { return SignalThatEnds(std::exchange(m_pid, -1)); }
 
 private:
     pid_t m_pid = -1;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -7,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <iterator>
@@ -19,6 +22,34 @@
 #include "tests/support/ScratchFolder.h"
 
 namespace agent_test {
+
+/// Waits until this child has ended; false when it has not after 30 seconds. It can be waited for afterwards.
+inline bool WaitForEnd(pid_t child) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    for (;;) {
+        siginfo_t info{};
+        if (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+            info.si_pid == child) {
+            return true;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        ::poll(nullptr, 0, 1);
+    }
+}
+
+/// The signal that ends this child; it is waited for. One that has not ended after 30 seconds is killed, and the test
+/// fails.
+inline int SignalThatEnds(pid_t child) {
+    if (!WaitForEnd(child)) {
+        ADD_FAILURE() << "process " << child << " has not ended";
+        ::kill(child, SIGKILL);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+}
 
 /// A program in a process of its own, whose standard output and standard error go to one file. Killed, at the latest, by
 /// the destructor.
@@ -56,10 +87,15 @@ public:
     void Signal(int signal) const { ::kill(m_pid, signal); }
     pid_t Pid() const { return m_pid; }
 
-    /// The exit status, or 128 and the signal that ended it.
+    /// The exit status, or 128 and the signal that ended it. One that has not ended after 30 seconds is killed, and the
+    /// test fails.
     int Wait() {
         if (!m_ended) {
             int status = 0;
+            if (!WaitForEnd(m_pid)) {
+                ADD_FAILURE() << "killed, since it did not end:\n" << Output();
+                Signal(SIGKILL);
+            }
             while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
             }
             m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
