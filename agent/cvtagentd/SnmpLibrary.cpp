@@ -1,11 +1,13 @@
 #include "agent/cvtagentd/SnmpLibrary.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
 #include "agent/cvtagentd/AccessConfig.h"
@@ -61,6 +63,16 @@ std::string Advice(int error) {
 bool IsNamedUser() {
     return ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_USERID) != 0 ||
            ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0;
+}
+
+/// Whether the address of a socket in the file system names something that is none.
+bool IsOtherFile(const std::string& address) {
+    constexpr std::string_view kPrefix = "unix:";
+    if (!address.starts_with(kPrefix)) {
+        return false;
+    }
+    struct stat status {};
+    return ::lstat(address.c_str() + kPrefix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
 }
 
 /// What a module starts must not keep the agent's sockets open.
@@ -169,6 +181,9 @@ void SnmpLibrary::Store() {
 }
 
 void SnmpLibrary::Listen(const std::string& address) {
+    if (IsOtherFile(address)) {  // the library would delete it
+        throw StartError("cannot listen on " + address + ": that file is no socket; choose another name");
+    }
     const LibraryMessages::Collector collector;
     errno = 0;
     // The empty address would mean port 161 on all of the host's.

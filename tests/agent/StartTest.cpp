@@ -136,6 +136,13 @@ TEST_F(StartTest, ClosedStandardStreamsAreNotReused) {
     }
 }
 
+TEST_F(StartTest, AFileThatIsNoSocketIsNotReplacedByOne) {
+    const std::string file = m_scratch.Write("precious", "somebody's\n");
+    ExpectRefusal({"--module", kTestModule, "--state-dir", m_scratch / "state", "--listen", "unix:" + file}, 1,
+                  "that file is no socket; choose another name");
+    EXPECT_TRUE(std::filesystem::is_regular_file(file));
+}
+
 TEST_F(StartTest, WhatTheLibraryMakesLiesInTheStateFolderAndNotInTheRootFolder) {
     const auto inRoot = [] {
         std::set<std::string> names;
