@@ -13,7 +13,8 @@ namespace agent {
 ///
 /// Several requests may be under way at once, since some are put back: each lives until the library drops what it keeps of
 /// it. The latest lives until the next one comes besides: under an AgentX master the parts of one request, which share the
-/// number of its transaction, come one after the other. Used by one thread.
+/// number of its transaction, come one after the other. Where a part of another request comes in between, the rest counts as
+/// a request of its own: nothing says when a master is through with one. Used by one thread.
 class RequestIds {
 public:
     unsigned int Of(netsnmp_agent_request_info_s& info);
