@@ -88,9 +88,10 @@ public:
     /// Reads an instance whose value is an octet string.
     std::string GetText(const Oid& name, std::uint32_t transaction) {
         SendGet(name, transaction);
-        const std::string payload = ReadResponse().payload;
+        const Message response = ReadResponse();
+        const std::string& payload = response.payload;
         const std::size_t at = kErrorSize + kTypeSize;  // of a name, whose first octet counts its arcs
-        const std::size_t value = at + 4 + 4 * static_cast<std::size_t>(payload.at(at));
+        const std::size_t value = at + 4 + 4 * std::size_t{NumberAt<std::uint8_t>(payload, at)};
         return payload.substr(value + 4, NumberAt<std::uint32_t>(payload, value));
     }
 
