@@ -35,6 +35,10 @@ inline const std::string kSlowToInitialize = ".1.3.6.1.4.1.32473.3.3.1.";
 inline const std::string kSlowToAnswer = ".1.3.6.1.4.1.32473.3.4.1.";
 inline const std::string kFailures = ".1.3.6.1.4.1.32473.0.";
 
+/// A setting for agents of tests in which the SNMP library itself leaks.
+inline const std::string kLibraryLeaks =
+    "LSAN_OPTIONS=suppressions=" CVHOST_SOURCE_DIR "/tests/agent/library-leaks.supp:print_suppressions=0";
+
 using Arguments = std::vector<std::string>;
 
 inline Arguments operator+(Arguments a, const Arguments& b) {

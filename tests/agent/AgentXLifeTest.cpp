@@ -43,7 +43,7 @@ class AgentXLifeTest : public AgentXTest {
 protected:
     AgentXLifeTest() { m_served = kValues + "1.0"; }
 
-    void StartAlone(const std::string& until) { Start({"--module", kTestModule}, {}, until); }
+    void StartAlone(const std::string& until) { Start({"--module", kTestModule}, {kLibraryLeaks}, until); }
 
     /// How long the agent takes to end, which it must do cleanly.
     std::chrono::milliseconds TimeToEnd() {

@@ -16,7 +16,9 @@ class SlowGroupTest : public AgentTest {
 protected:
     void SetUp() override {
         Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n"), "--listen", Tcp()},
-              {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", "READ_TEST_VALUE=" + m_scratch / "value"}, "serves");
+              {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", "READ_TEST_VALUE=" + m_scratch / "value",
+               kLibraryLeaks},
+              "serves");
         m_quick = kQuick + "1.0";
     }
     void TearDown() override {
