@@ -257,20 +257,24 @@ void BM_Bulk(benchmark::State& state) {
     const bool full = std::getenv("CVHOST_BENCH_FULL") != nullptr;
     const int many = full ? 20'000 : 1'000;
     const int pairs = full ? 25 : 3;
-    const std::array<std::unique_ptr<Server>, 4> servers = {
-        std::make_unique<Server>(Server::Kind::kBare, 200), std::make_unique<Server>(Server::Kind::kAgent, 200),
-        std::make_unique<Server>(Server::Kind::kBare, many), std::make_unique<Server>(Server::Kind::kAgent, many)};
+    Server bareFew(Server::Kind::kBare, 200);
+    Server agentFew(Server::Kind::kAgent, 200);
+    Server bareMany(Server::Kind::kBare, many);
+    Server agentMany(Server::Kind::kAgent, many);
+    const std::array<Server*, 4> servers = {&bareFew, &agentFew, &bareMany, &agentMany};
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is no second thread
     ::setenv("MIBS", "", 1);
     ::setenv("SNMPCONFPATH", "/dev/null", 1);
+    // NOLINTEND(concurrency-mt-unsafe)
     ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
     ::init_snmp("bench");
-    for (const auto& server : servers) {
+    for (Server* const server : servers) {
         server->Connect();
         server->Walk();
     }
     std::array<std::vector<double>, 4> costs;
     std::array<std::vector<double>, 3> ratios;  // few rows, many rows, and the agent's many to few
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         for (int pair = 0; pair < pairs; ++pair) {
             std::array<double, 4> cost{};
             for (std::size_t i = 0; i < servers.size(); ++i) {

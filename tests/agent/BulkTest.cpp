@@ -32,7 +32,7 @@ protected:
 
     /// Expects that every kind of walk shows what GETNEXT does, and gives that.
     std::vector<std::string> ExpectSameWalks() const {
-        const std::vector<std::string> walk = Names(V2c("snmpwalk", {kBoth}).output);
+        std::vector<std::string> walk = Names(V2c("snmpwalk", {kBoth}).output);
         EXPECT_GT(walk.size(), 30U);
         EXPECT_EQ(Names(V1("snmpwalk", {kBoth}).output), walk);
         for (const int repetitions : {1, 2, 3, 7, 50, 299, 1000}) {

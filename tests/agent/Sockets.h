@@ -21,11 +21,13 @@ public:
         const std::string process = "/proc/" + std::to_string(pid);
         std::set<std::string> inodes = InodesOf(process);
         std::multiset<std::string> sockets;
+        const std::string folder = process + "/net/";
         for (const std::string table : {"udp", "udp6", "tcp", "tcp6"}) {
-            for (const std::vector<std::string>& row : Rows(process + "/net/" + table)) {
+            const std::string file = folder + table;
+            for (const std::vector<std::string>& row : Rows(file)) {
                 if (row.size() > 9 && inodes.erase(row[9]) != 0) {
                     const bool connected = table.starts_with("tcp") && row[3] != "0A";
-                    sockets.insert(table + " " + (connected ? "connected" : row[1]));
+                    sockets.insert((table + " ").append(connected ? "connected" : row[1]));
                 }
             }
         }
