@@ -64,7 +64,7 @@ TEST_F(AgentXSetTest, WhatWasCheckedIsReleasedWhenTheAgentEndsUnderAMasterThatHa
 
 TEST_F(AgentXSetTest, ACheckThatOutlastsTheMastersPatienceIsReleasedAsOftenAsItWasMade) {
     BeginSet({kValues + "1.0", "i", "17"}, "check");
-    EXPECT_GE(m_client->Wait(), 0);
+    m_client->Wait();  // what it is told is the master's affair
     ASSERT_TRUE(IsServed(kValues + "10.0")) << Log();
     const std::string record = Record();
     EXPECT_GE(Count(record, "check level"), 1) << record;
@@ -111,7 +111,7 @@ TEST_F(AgentXSetTest, ThisAgentsCommitThatFailsUndoesTheOthersAndAllIsReleasedOn
 
 TEST_F(AgentXSetTest, ACommitThatOutlastsTheMastersPatienceIsReleasedOnce) {
     BeginSet({kValues + "1.0", "i", "18"}, "commit");
-    EXPECT_GE(m_client->Wait(), 0);
+    m_client->Wait();  // what it is told is the master's affair
     ASSERT_TRUE(IsServed(kValues + "10.0")) << Log();
     const std::string record = Record();
     EXPECT_EQ(Count(record, "check level"), Count(record, "release level")) << record;
