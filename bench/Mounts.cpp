@@ -168,7 +168,7 @@ void FindEveryRow(benchmark::State& state) {
 /// One question to a file system that cannot hang (0), and one through a thread, to one that may (1).
 void AskForSpace(benchmark::State& state) {
     while (state.KeepRunning()) {
-        benchmark::DoNotOptimize(DMountQuestion("/", state.range(0) != 0, DMountQuestion::kSpace).Answer());
+        benchmark::DoNotOptimize(DMountProbe("/", state.range(0) != 0, DMountProbe::kSpace).Answer());
     }
 }
 

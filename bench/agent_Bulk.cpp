@@ -24,11 +24,11 @@
 
 #include "CVT/BMapOid2Ptr.h"
 #include "CVT/BMibTableImpl.h"
-#include "agent/cvtagentd/EventLoop.h"
-#include "agent/cvtagentd/PutBack.h"
-#include "agent/cvtagentd/SnmpHeaders.h"
-#include "agent/cvtagentd/SnmpLibrary.h"
-#include "agent/cvtagentd/SubtreeHandler.h"
+#include "agent/cvtagentd/requests/DelegatedRequests.h"
+#include "agent/cvtagentd/requests/SubtreeHandler.h"
+#include "agent/cvtagentd/snmp/EventLoop.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
 namespace {
 
@@ -211,21 +211,22 @@ private:
             std::_Exit(EXIT_FAILURE);
         }
         std::vector<int> values(static_cast<std::size_t>(m_rows), 1234567);
-        agent::EventLoop loop;
-        agent::SnmpLibrary library("", agent::SnmpLibrary::Use::kServe);
+        cvtagentd::EventLoop loop;
+        cvtagentd::SnmpLibrary library("", cvtagentd::SnmpLibrary::Use::kServe);
         std::filesystem::remove_all(folder);
         library.Listen(m_address);
         Table table(values);
-        agent::RequestIds ids;
-        agent::PutBack putBack(true);
+        cvtagentd::RequestIds ids;
+        cvtagentd::DelegatedRequests putBack(true);
         const auto keep = [&](const auto& registered) {
             static_cast<void>(registered);
             static_cast<void>(::write(ready, "", 1));
-            while (loop.Wait(putBack.ShortenWait(agent::EventLoop::kForever)) == agent::EventLoop::Event::kNone) {
+            while (loop.Wait(putBack.ShortenWait(cvtagentd::EventLoop::kForever)) ==
+                   cvtagentd::EventLoop::Event::kNone) {
             }
         };
         if (kind == Kind::kAgent) {
-            keep(agent::SubtreeHandler(table, ids, putBack));
+            keep(cvtagentd::SubtreeHandler(table, ids, putBack));
         } else {
             auto* const registration = ::netsnmp_create_handler_registration(
                 "bare", &FillFromArray, kTable.data(), kTable.size(), HANDLER_CAN_RONLY | HANDLER_CAN_GETBULK);

@@ -5,11 +5,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "groups/common/HostFile.h"
 #include "groups/devices/DiskStorageType.h"
 #include "groups/storage/MountFilter.h"
 #include "groups/storage/MountKinds.h"
 #include "groups/storage/MountTableFile.h"
-#include "module/HostFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string text(reinterpret_cast<const char*>(data), size);

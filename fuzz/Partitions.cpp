@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "groups/common/HostFile.h"
 #include "groups/devices/PartitionProbe.h"
-#include "module/HostFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 2) {

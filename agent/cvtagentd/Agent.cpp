@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-#include "agent/cvtagentd/AccessConfig.h"
-#include "agent/cvtagentd/DaemonUser.h"
-#include "agent/cvtagentd/EventLoop.h"
-#include "agent/cvtagentd/MasterWatch.h"
 #include "agent/cvtagentd/ServedModules.h"
-#include "agent/cvtagentd/ServiceManager.h"
-#include "agent/cvtagentd/SnmpLibrary.h"
-#include "agent/cvtagentd/StartError.h"
-#include "agent/cvtagentd/StateDir.h"
-#include "agent/cvtagentd/StateLock.h"
+#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/agentx/MasterConnection.h"
+#include "agent/cvtagentd/process/DaemonUser.h"
+#include "agent/cvtagentd/process/ServiceManager.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/StateLock.h"
+#include "agent/cvtagentd/snmp/EventLoop.h"
+#include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
-namespace agent {
+namespace cvtagentd {
 namespace {
 
 constexpr int kReadyPollMs = 20;
@@ -40,7 +40,7 @@ int Agent::Run() {
     AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
     DaemonUser user(m_options.user);
-    std::optional<MasterWatch> master;
+    std::optional<MasterConnection> master;
     std::optional<StateLock> lock;
     if (m_options.subagent) {
         master.emplace(m_options.master);
@@ -62,7 +62,7 @@ int Agent::Run() {
         library.Store();
     }
     {
-        OwnGroups own;
+        BuiltinModule own;
         ServedModules modules(m_options.timeoutSeconds * 1000, master ? &*master : nullptr);
         modules.Start(m_options.modules, master ? nullptr : &own);
         if (!library.IgnoredDirectives().empty()) {
@@ -98,7 +98,7 @@ std::string Agent::Listen(SnmpLibrary& library) const {
 }
 
 void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
-                  MasterWatch* master) const {
+                  MasterConnection* master) const {
     const auto begin = std::chrono::steady_clock::now();
     bool ready = false;
     for (;;) {
@@ -164,4 +164,4 @@ bool Agent::LookWhetherReady(const ServedModules& modules, std::chrono::steady_c
     return false;
 }
 
-}  // namespace agent
+}  // namespace cvtagentd

@@ -5,10 +5,10 @@
 
 #include "agent/cvtagentd/Options.h"
 
-namespace agent {
+namespace cvtagentd {
 
 class EventLoop;
-class MasterWatch;
+class MasterConnection;
 class ServedModules;
 class ServiceManager;
 class SnmpLibrary;
@@ -28,11 +28,11 @@ private:
     std::string Listen(SnmpLibrary& library) const;
     /// `master` is null when the agent listens itself.
     void Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
-               MasterWatch* master) const;
+               MasterConnection* master) const;
     void Reload(SnmpLibrary& library) const;
     bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
 
     const Options& m_options;
 };
 
-}  // namespace agent
+}  // namespace cvtagentd

@@ -9,7 +9,7 @@
 
 #include "agent/common/ExtensionModule.h"
 
-namespace agent {
+namespace cvtagentd {
 namespace {
 
 constexpr unsigned int kLongestTimeoutSeconds = 24 * 60 * 60;
@@ -162,7 +162,7 @@ Options Options::Parse(int argc, char* const* argv) {
     }
     CheckActions(options, seen);
     if (options.modules.empty()) {
-        options.modules.push_back(ExtensionModule::DefaultFile());
+        options.modules.push_back(agent::ExtensionModule::DefaultFile());
     }
     return options;
 }
@@ -202,4 +202,4 @@ Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong
 )";
 }
 
-}  // namespace agent
+}  // namespace cvtagentd

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "agent/cvtagentd/Log.h"
+#include "agent/cvtagentd/process/Log.h"
 
-namespace agent {
+namespace cvtagentd {
 
 /// A command line that means nothing, in one line for people. It ends the program with status 2.
 class UsageError : public std::runtime_error {
@@ -41,4 +41,4 @@ struct Options {
     static const char* Help();
 };
 
-}  // namespace agent
+}  // namespace cvtagentd

@@ -4,24 +4,24 @@
 #include <cstdlib>
 #include <utility>
 
-#include "agent/cvtagentd/LibraryMessages.h"
-#include "agent/cvtagentd/Log.h"
-#include "agent/cvtagentd/MasterWatch.h"
-#include "agent/cvtagentd/SetRequests.h"
-#include "agent/cvtagentd/StartError.h"
+#include "agent/cvtagentd/agentx/MasterConnection.h"
+#include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/requests/SetTransactions.h"
+#include "agent/cvtagentd/snmp/LibraryLog.h"
 
-namespace agent {
+namespace cvtagentd {
 namespace {
 
 constexpr const char* kDuplicate = "failed: 263";  // an error of the AgentX protocol's: duplicateRegistration
 
 }  // namespace
 
-ServedModules::ServedModules(unsigned int closeMs, MasterWatch* master)
+ServedModules::ServedModules(unsigned int closeMs, MasterConnection* master)
     : m_closeMs(closeMs), m_master(master), m_putBack(master == nullptr) {
     if (m_master != nullptr) {
         m_master->OnConnected([this] { m_ids.NewConnection(); });
-        m_master->OnLost(&SetRequests::ReleaseAll);
+        m_master->OnLost(&SetTransactions::ReleaseAll);
     }
 }
 
@@ -33,20 +33,20 @@ ServedModules::~ServedModules() {
     }
     m_putBack.End();
     m_handlers.clear();
-    SetRequests::ReleaseAll();
+    SetTransactions::ReleaseAll();
     for (const auto& module : m_modules) {
         if (module->IsStarted()) {
             m_engine.Remove(module->Group());
         }
     }
-    if (!ExtensionModule::CloseAll(m_modules, m_closeMs)) {
+    if (!agent::ExtensionModule::CloseAll(m_modules, m_closeMs)) {
         Log::Fatal("the modules did not close within " + std::to_string(m_closeMs / 1000) +
                    " s; ending without waiting any longer");
         std::_Exit(EXIT_FAILURE);
     }
 }
 
-void ServedModules::Start(const std::vector<std::string>& files, OwnGroups* own) {
+void ServedModules::Start(const std::vector<std::string>& files, BuiltinModule* own) {
     for (const std::string& file : files) {
         Load(file);
     }
@@ -93,12 +93,12 @@ bool ServedModules::ServeReady() {
 }
 
 void ServedModules::Register(CVT::BMibImpl& group) {
-    const LibraryMessages::Collector collector;
+    const LibraryLog::Collector collector;
     m_handlers.emplace_back(group, m_ids, m_putBack);
-    for (const LibraryMessages::Message& message : collector.Messages()) {
+    for (const LibraryLog::Message& message : collector.Messages()) {
         if (message.text.find(kDuplicate) != std::string::npos) {
             m_refused += (m_refused.empty() ? "" : ", ") + std::string(group.Oid().ToString().View());
-        } else if (MasterWatch::IsRefusal(message.text)) {
+        } else if (MasterConnection::IsRefusal(message.text)) {
             Log::Warning("the master refuses " + std::string(group.Oid().ToString().View()) + " (" + message.text +
                          "); look into the master's log");
         } else {  // he has not answered in time: begin anew
@@ -130,7 +130,7 @@ bool ServedModules::CanAnswer(CVT::BMibImpl& group) const {
 
 void ServedModules::Load(const std::string& file) {
     std::string error;
-    auto module = ExtensionModule::Load(file, error);
+    auto module = agent::ExtensionModule::Load(file, error);
     if (module == nullptr) {
         throw StartError(error + "; name an extension module with --module");
     }
@@ -141,14 +141,14 @@ void ServedModules::Load(const std::string& file) {
     m_modules.push_back(std::move(module));
 }
 
-void ServedModules::Add(ExtensionModule& module) {
+void ServedModules::Add(agent::ExtensionModule& module) {
     if (!m_engine.Add(module.Group())) {
         throw StartError("the module " + module.File() +
                          " serves a subtree that another module, or it itself, serves already; leave one of them out");
     }
 }
 
-void ServedModules::Add(OwnGroups& own) {
+void ServedModules::Add(BuiltinModule& own) {
     own.GiveWayTo(m_engine.Groups());
     m_engine.Add(own);
     own.Announce(m_engine.Groups());
@@ -174,4 +174,4 @@ std::string ServedModules::NotUp() const {
     return names;
 }
 
-}  // namespace agent
+}  // namespace cvtagentd

@@ -5,26 +5,26 @@
 #include <cstdlib>
 #include <exception>
 
-#include "agent/cvtagentd/AccessConfig.h"
 #include "agent/cvtagentd/Agent.h"
-#include "agent/cvtagentd/CreateUser.h"
-#include "agent/cvtagentd/Log.h"
 #include "agent/cvtagentd/Options.h"
+#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/access/CreateUser.h"
+#include "agent/cvtagentd/process/Log.h"
 
 namespace {
 
 constexpr int kUsageStatus = 2;
 
-int Run(const agent::Options& options) {
-    agent::Log::Open(options.logLevel, options.syslog);
+int Run(const cvtagentd::Options& options) {
+    cvtagentd::Log::Open(options.logLevel, options.syslog);
     switch (options.action) {
-        case agent::Options::Action::kShowHelp: std::fputs(agent::Options::Help(), stdout); return EXIT_SUCCESS;
-        case agent::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
-        case agent::Options::Action::kCheckConfig: return agent::AccessConfig::Check(options.config);
-        case agent::Options::Action::kCreateUser: return agent::CreateUser(options).Run();
-        case agent::Options::Action::kServe: break;
+        case cvtagentd::Options::Action::kShowHelp: std::fputs(cvtagentd::Options::Help(), stdout); return EXIT_SUCCESS;
+        case cvtagentd::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
+        case cvtagentd::Options::Action::kCheckConfig: return cvtagentd::AccessConfig::Check(options.config);
+        case cvtagentd::Options::Action::kCreateUser: return cvtagentd::CreateUser(options).Run();
+        case cvtagentd::Options::Action::kServe: break;
     }
-    return agent::Agent(options).Run();
+    return cvtagentd::Agent(options).Run();
 }
 
 /// What is opened later must not get the number of a standard stream, into which messages are written.
@@ -42,12 +42,12 @@ void OpenStandardStreams() {
 int main(int argc, char** argv) {
     OpenStandardStreams();
     try {
-        return Run(agent::Options::Parse(argc, argv));
-    } catch (const agent::UsageError& error) {
-        agent::Log::Fatal(std::string(error.what()) + " (cvtagentd --help lists the options)");
+        return Run(cvtagentd::Options::Parse(argc, argv));
+    } catch (const cvtagentd::UsageError& error) {
+        cvtagentd::Log::Fatal(std::string(error.what()) + " (cvtagentd --help lists the options)");
         return kUsageStatus;
     } catch (const std::exception& error) {
-        agent::Log::Fatal(error.what());
+        cvtagentd::Log::Fatal(error.what());
         return EXIT_FAILURE;
     }
 }

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr std::array<const char*, 7> kUnits{"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
@@ -48,4 +48,4 @@ std::string AmountText::UseBar(long long used, long long size, int places, bool 
     return bar + percent.data();
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

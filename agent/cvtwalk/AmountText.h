@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace agent {
+namespace cvtwalk {
 
 /// Amounts of storage for people, from figures that may have wrapped on their way through 32 bits.
 class AmountText {
@@ -19,4 +19,4 @@ public:
     static std::string UseBar(long long used, long long size, int places, bool utf8);
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

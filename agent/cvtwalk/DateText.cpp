@@ -1,6 +1,6 @@
 #include "agent/cvtwalk/DateText.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr unsigned int kZoneAt = 8;  // the length of a date without distance from UTC
@@ -54,4 +54,4 @@ std::optional<std::string> DateText::AsIso8601(const CVT::BOctetString& octets) 
     return text;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -5,7 +5,7 @@
 
 #include "CVT/BOctetString.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// Reads DateAndTime octets: year, month, day, hour, minute, second, tenths, and perhaps the distance from UTC.
 class DateText {
@@ -18,4 +18,4 @@ public:
     static std::optional<std::string> AsIso8601(const CVT::BOctetString& octets);
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string_view>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 /// 0 when the variable does not hold a number of columns.
@@ -47,4 +47,4 @@ bool LocaleIsUtf8() {
 
 Display Display::Of(int descriptor) { return {WidthOf(descriptor), LocaleIsUtf8()}; }
 
-}  // namespace agent
+}  // namespace cvtwalk

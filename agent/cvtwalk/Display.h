@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace agent {
+namespace cvtwalk {
 
 /// What the output's reader can show. A plain value.
 struct Display {
@@ -13,4 +13,4 @@ struct Display {
     static Display Of(int descriptor);
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

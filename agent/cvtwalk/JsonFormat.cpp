@@ -3,7 +3,7 @@
 #include "agent/cvtwalk/JsonText.h"
 #include "agent/cvtwalk/ValueText.h"
 
-namespace agent {
+namespace cvtwalk {
 
 void JsonFormat::Begin(std::string& out) { out += '['; }
 
@@ -19,4 +19,4 @@ void JsonFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, 
 
 void JsonFormat::End(std::string& out) { out += m_first ? "]\n" : "\n]\n"; }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -2,7 +2,7 @@
 
 #include "agent/cvtwalk/OutputFormat.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// One JSON array with an object for each instance, one to a line:
 ///
@@ -17,4 +17,4 @@ private:
     bool m_first = true;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -2,7 +2,7 @@
 
 #include "agent/cvtwalk/Utf8.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
@@ -62,4 +62,4 @@ bool JsonText::IsUtf8(std::string_view octets) {
     return true;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace agent {
+namespace cvtwalk {
 
 /// Strings as JSON.
 class JsonText {
@@ -15,4 +15,4 @@ public:
     static bool IsUtf8(std::string_view octets);
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

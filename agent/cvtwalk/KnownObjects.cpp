@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr char kHostResources[] = "HOST-RESOURCES-MIB";
@@ -93,4 +93,4 @@ const KnownObjects::Amounts* KnownObjects::AmountsOf(std::string_view group) {
     return found == std::end(kAmounts) ? nullptr : found;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -5,7 +5,7 @@
 
 #include "CVT/BObjectIdentifier.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// What cvtwalk knows of published MIBs and no module can tell it: the one place for such data. Constant, and readable
 /// from any thread.
@@ -36,4 +36,4 @@ public:
     static const Amounts* AmountsOf(std::string_view group);
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

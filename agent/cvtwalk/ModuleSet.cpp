@@ -4,7 +4,7 @@
 #include <chrono>
 #include <filesystem>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 /// Whether both are one file, under whatever names.
@@ -32,7 +32,7 @@ bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
             return false;
         }
     }
-    auto module = ExtensionModule::Load(file, error);
+    auto module = agent::ExtensionModule::Load(file, error);
     if (module == nullptr) {
         return false;
     }
@@ -45,7 +45,7 @@ bool ModuleSet::Start(std::string& error) {
                        [&](const auto& module) { return StartOne(*module, error); });
 }
 
-bool ModuleSet::StartOne(ExtensionModule& module, std::string& error) {
+bool ModuleSet::StartOne(agent::ExtensionModule& module, std::string& error) {
     if (!module.Start(nullptr, error)) {
         return false;
     }
@@ -74,7 +74,7 @@ bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
             m_engine.Remove(module->Group());
         }
     }
-    if (!ExtensionModule::CloseAll(m_modules, milliseconds)) {
+    if (!agent::ExtensionModule::CloseAll(m_modules, milliseconds)) {
         error = "the modules did not close within " + std::to_string(milliseconds / 1000) + " s";
         return false;
     }
@@ -82,4 +82,4 @@ bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
     return true;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

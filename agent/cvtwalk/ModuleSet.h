@@ -7,7 +7,7 @@
 #include "CVT/BMibEngine.h"
 #include "agent/common/ExtensionModule.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// The extension modules of the process, served as one tree. Life: Load, Start, WaitUntilReady, requests to Engine, Close.
 /// Used by one thread.
@@ -32,10 +32,10 @@ public:
 
 private:
     bool LoadOne(const std::string& file, std::string& error);
-    bool StartOne(ExtensionModule& module, std::string& error);
+    bool StartOne(agent::ExtensionModule& module, std::string& error);
 
-    std::vector<std::unique_ptr<ExtensionModule>> m_modules;
+    std::vector<std::unique_ptr<agent::ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <utility>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr std::size_t kMostNames = 5;
@@ -73,4 +73,4 @@ std::vector<std::string> NearNames(const std::vector<std::string>& known, std::s
     return names;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -5,7 +5,7 @@
 #include "agent/cvtwalk/KnownObjects.h"
 #include "agent/cvtwalk/NearNames.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr std::string_view kTable = "Table";
@@ -167,4 +167,4 @@ ServedObject ObjectNames::ObjectOf(const CVT::BObjectIdentifier& name) const {
     return {};
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

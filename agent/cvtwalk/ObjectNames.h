@@ -8,7 +8,7 @@
 #include "CVT/BMibEngine.h"
 #include "agent/cvtwalk/ServedObject.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// The names of what an engine serves, and the object identifiers that they stand for: groups, tables, and their columns.
 ///
@@ -46,4 +46,4 @@ private:
     std::vector<Entry> m_entries;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

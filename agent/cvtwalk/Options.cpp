@@ -6,7 +6,7 @@
 #include <charconv>
 #include <string_view>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 enum Option : int { kModule = 256, kFormat, kTimeout, kVersion, kHelp };
@@ -135,4 +135,4 @@ const char* Options::Help() {
            "  cvtwalk --format json 1.3.6.1.2.1.25.4 | jq -r '.[].name'\n";
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace agent {
+namespace cvtwalk {
 
 /// What the command line of cvtwalk says. A plain value.
 struct Options {
@@ -24,4 +24,4 @@ struct Options {
     static const char* Help();
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

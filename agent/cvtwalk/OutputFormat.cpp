@@ -4,7 +4,7 @@
 #include "agent/cvtwalk/TableFormat.h"
 #include "agent/cvtwalk/TextFormat.h"
 
-namespace agent {
+namespace cvtwalk {
 
 std::unique_ptr<OutputFormat> OutputFormat::Make(Options::Format format, const Display& display) {
     switch (format) {
@@ -15,4 +15,4 @@ std::unique_ptr<OutputFormat> OutputFormat::Make(Options::Format format, const D
     return std::make_unique<TextFormat>();
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

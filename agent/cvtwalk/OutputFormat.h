@@ -8,7 +8,7 @@
 #include "agent/cvtwalk/Options.h"
 #include "agent/cvtwalk/ServedObject.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// How a walk is written. Each operation appends to `out` what can be written by then: Begin, Add for each instance in
 /// the order of the walk, End. Whatever was added, what stands between Begin and End is complete output of its kind.
@@ -27,4 +27,4 @@ public:
     virtual void End(std::string& /*out*/) {}
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -7,7 +7,7 @@
 #include <csignal>
 #include <system_error>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr std::size_t kEnough = 32'768;
@@ -65,4 +65,4 @@ std::string PrivateOutput::ErrorText() const {
     return m_error == 0 || m_error == EPIPE ? std::string() : std::generic_category().message(m_error);
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace agent {
+namespace cvtwalk {
 
 /// The program's standard output, kept for the program alone: whatever a module, or a command that it runs, prints on
 /// file descriptor 1 goes to standard error instead. Make it before any module is loaded.
@@ -35,4 +35,4 @@ private:
     std::string m_pending;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -2,7 +2,7 @@
 
 #include "CVT/TextualConventions.h"
 
-namespace agent {
+namespace cvtwalk {
 
 std::string_view ServedObject::Name() const {
     return m_column == nullptr || m_column->name == nullptr ? std::string_view() : m_column->name;
@@ -26,4 +26,4 @@ bool ServedObject::HoldsDates() const {
     return false;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

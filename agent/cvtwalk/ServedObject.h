@@ -5,7 +5,7 @@
 
 #include "CVT/BMibImpl.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// The object that an instance belongs to: the column that serves it, and the index that follows. Looks at the group,
 /// which must outlive it.
@@ -36,4 +36,4 @@ private:
     CVT::BObjectIdentifier m_index;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

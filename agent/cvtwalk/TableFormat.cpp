@@ -7,7 +7,7 @@
 #include "agent/cvtwalk/Utf8.h"
 #include "agent/cvtwalk/ValueText.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr const char* kAbsent = "-";
@@ -228,4 +228,4 @@ void TableFormat::WriteScalars(std::string& out) const {
     }
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

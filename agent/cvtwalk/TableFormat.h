@@ -8,7 +8,7 @@
 #include "agent/cvtwalk/OutputFormat.h"
 #include "agent/cvtwalk/TextTable.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// For people: a section for each group, under its name. A table has a header with its columns and a row for each index,
 /// numbers to the right; a group of scalars has a line for each, the name and the value.
@@ -57,4 +57,4 @@ private:
     std::map<CVT::BObjectIdentifier, Row> m_rows;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -2,7 +2,7 @@
 
 #include "agent/cvtwalk/ValueText.h"
 
-namespace agent {
+namespace cvtwalk {
 
 void TextFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, std::string& out) {
     if (object.Name().empty()) {
@@ -19,4 +19,4 @@ void TextFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, 
     out += '\n';
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -2,7 +2,7 @@
 
 #include "agent/cvtwalk/OutputFormat.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// A line for each instance, as SNMP clients print it: "hrMemorySize.0 = INTEGER: 1234".
 class TextFormat final : public OutputFormat {
@@ -10,4 +10,4 @@ public:
     void Add(const CVT::BVarBind& instance, const ServedObject& object, std::string& out) override;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -4,7 +4,7 @@
 
 #include "agent/cvtwalk/Utf8.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr std::string_view kGap = "  ";
@@ -126,4 +126,4 @@ void TextTable::Write(const Display& display, std::string& out) {
     }
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

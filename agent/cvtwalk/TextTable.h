@@ -5,7 +5,7 @@
 
 #include "agent/cvtwalk/Display.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// Columns of text side by side under a header. Knows nothing of what they mean.
 class TextTable {
@@ -41,4 +41,4 @@ private:
     std::vector<Column> m_columns;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 struct Span {
@@ -108,4 +108,4 @@ std::size_t Utf8::Width(std::string_view text) {
     return width;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

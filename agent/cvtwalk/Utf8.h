@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace agent {
+namespace cvtwalk {
 
 /// Reads octets of any kind as UTF-8, one character after the other.
 ///
@@ -35,4 +35,4 @@ private:
     std::size_t m_at = 0;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

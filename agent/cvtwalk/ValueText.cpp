@@ -6,7 +6,7 @@
 #include "agent/cvtwalk/JsonText.h"
 #include "agent/cvtwalk/Utf8.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 std::string Hex(const CVT::BOctetString& octets, const char* separator) {
@@ -192,4 +192,4 @@ std::string ValueText::OctetsJson() const {
     return members;
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

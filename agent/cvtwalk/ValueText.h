@@ -5,7 +5,7 @@
 #include "CVT/BVarBind.h"
 #include "agent/cvtwalk/ServedObject.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// How a value reads: for people as an SNMP client prints it, in a table's cell, and as JSON.
 ///
@@ -33,4 +33,4 @@ private:
     const ServedObject& m_object;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -2,7 +2,7 @@
 
 #include "CVT/BRequest.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 std::string Failure(const CVT::BObjectIdentifier& name, const char* relation, int status) {
@@ -72,4 +72,4 @@ void Walk::Write(const CVT::BVarBind& instance) {
     m_text.clear();
 }
 
-}  // namespace agent
+}  // namespace cvtwalk

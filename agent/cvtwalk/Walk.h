@@ -7,7 +7,7 @@
 #include "agent/cvtwalk/OutputFormat.h"
 #include "agent/cvtwalk/PrivateOutput.h"
 
-namespace agent {
+namespace cvtwalk {
 
 /// One walk through what an engine serves, as one request: groups that work once for a request show one state of affairs.
 /// Looks at its arguments, which must outlive it.
@@ -36,4 +36,4 @@ private:
     unsigned long long m_instances = 0;
 };
 
-}  // namespace agent
+}  // namespace cvtwalk

@@ -9,7 +9,7 @@
 #include "agent/cvtwalk/Options.h"
 #include "agent/cvtwalk/Walk.h"
 
-namespace agent {
+namespace cvtwalk {
 namespace {
 
 constexpr int kFailed = 1;
@@ -33,7 +33,7 @@ void GoWhereNoFileCanBeMade() {
 bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
     const Display display = Display::Of(output.Descriptor());  // before modules start threads
     const bool byDefault = options.modules.empty();
-    if (!modules.Load(byDefault ? std::vector{ExtensionModule::DefaultFile()} : options.modules, error)) {
+    if (!modules.Load(byDefault ? std::vector{agent::ExtensionModule::DefaultFile()} : options.modules, error)) {
         return false;
     }
     GoWhereNoFileCanBeMade();
@@ -99,11 +99,11 @@ int Main(int argc, char** argv) {
 }
 
 }  // namespace
-}  // namespace agent
+}  // namespace cvtwalk
 
 int main(int argc, char** argv) {
     try {
-        return agent::Main(argc, argv);
+        return cvtwalk::Main(argc, argv);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "cvtwalk: %s\n", failure.what());
         std::_Exit(1);  // modules may be running

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 // The indexes that discovery hands out next. They are never given back as long as the library is loaded, and are
 // discovery's alone.

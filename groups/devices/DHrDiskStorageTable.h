@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// A disk. Its index is that of its device.
 struct DHrDiskStorageEntry {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// The index of a partition: its disk's device, and its number on that disk.
 struct DPartitionIndex {

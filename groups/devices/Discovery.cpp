@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 
+#include "groups/common/HostFile.h"
 #include "groups/devices/DHrDiskStorageTable.h"
 #include "groups/devices/DiskStorageType.h"
 #include "groups/devices/FileSystemSetup.h"
@@ -20,7 +21,6 @@
 #include "groups/storage/MountFilter.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
-#include "module/HostFile.h"
 
 namespace {
 

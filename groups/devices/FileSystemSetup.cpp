@@ -17,7 +17,7 @@
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
 #include "groups/storage/MountKinds.h"
-#include "groups/storage/MountQuestion.h"
+#include "groups/storage/MountProbe.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
 
@@ -96,8 +96,8 @@ bool HasPartition(const std::string& path) {
 
 std::optional<struct statfs> SpaceOf(const mntent& entry) {
     // Any may hang, through what is mounted above it, and so each is asked by a thread.
-    const auto patience = bKindMayHang(entry.mnt_type) ? DMountQuestion::kPatience : kDiskPatience;
-    return DMountQuestion(entry.mnt_dir, true, DMountQuestion::kSpace, patience).Answer().space;
+    const auto patience = bKindMayHang(entry.mnt_type) ? DMountProbe::kPatience : kDiskPatience;
+    return DMountProbe(entry.mnt_dir, true, DMountProbe::kSpace, patience).Answer().space;
 }
 
 DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct statfs* fs, int* fsIndexOut) {

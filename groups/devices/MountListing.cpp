@@ -3,8 +3,8 @@
 #include <array>
 #include <cstring>
 
+#include "groups/common/HostFile.h"
 #include "groups/devices/TemporaryFile.h"
-#include "module/HostFile.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "module/HostFile.h"
+#include "groups/common/HostFile.h"
 
 namespace {
 

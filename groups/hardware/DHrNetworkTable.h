@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// A network interface. Its index is that of its device.
 struct DHrNetworkEntry {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// A printer. Its index is that of its device. No printer is ever asked: the values are the same for all.
 struct DHrPrinterEntry {

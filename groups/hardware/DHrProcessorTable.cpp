@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "groups/common/HostFile.h"
 #include "groups/hardware/ProcessorWThread.h"
-#include "module/HostFile.h"
 
 const CVT::BObjectIdentifier DHrProcessorEntry::s_frwId{CVT::BString("1.3.6.1.2.1.25.3.3.1.1")};
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 class ProcessorWThread;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DGroup.h"
+#include "groups/common/DGroup.h"
 
 /// The scalars of hrSWInstalled: when the list of installed software last changed and was last brought up to date. This
 /// system keeps no such list, so both are 0.

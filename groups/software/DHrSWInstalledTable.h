@@ -1,7 +1,7 @@
 #pragma once
 
 #include "CVT/TEvent.h"
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// One piece of installed software, with the values that a new row has.
 struct DHrSWInstalledEntry {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DGroup.h"
+#include "groups/common/DGroup.h"
 
 /// The scalar of hrSWRun: hrSWOSIndex, the index of the operating system among the running software.
 class DHrSWRun final : public DScalarGroup {

@@ -11,10 +11,10 @@
 #include <string>
 
 #include "CVT/BRequest.h"
+#include "groups/common/SetPhases.h"
 #include "groups/software/ProcessFiles.h"
 #include "groups/software/ProcessLines.h"
 #include "module/DCVHost.h"
-#include "module/SetPhases.h"
 
 const CVT::BObjectIdentifier DHrSWRunEntry::s_noId{CVT::BString("0.0")};
 

@@ -3,7 +3,7 @@
 #include <ctime>
 #include <vector>
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// One process. The index is its process id.
 struct DHrSWRunEntry {

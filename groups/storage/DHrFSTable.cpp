@@ -3,9 +3,9 @@
 #include <string_view>
 
 #include "CVT/TextualConventions.h"
+#include "groups/common/DateAndTime.h"
+#include "groups/common/SetPhases.h"
 #include "module/DCVHost.h"
-#include "module/DateAndTime.h"
-#include "module/SetPhases.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DTable.h"
+#include "groups/common/DTable.h"
 
 /// One row of hrFSTable, with the values it has until discovery fills it.
 struct DHrFSEntry {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DGroup.h"
+#include "groups/common/DGroup.h"
 
 /// The scalars of hrStorage: hrMemorySize, the size of the host's memory.
 class DHrStorage final : public DScalarGroup {

@@ -7,12 +7,12 @@
 #include <unordered_set>
 
 #include "CVT/TextualConventions.h"
+#include "groups/common/HostFile.h"
+#include "groups/common/SetPhases.h"
 #include "groups/devices/DiskStorageType.h"
 #include "groups/storage/MemoryProbe.h"
 #include "groups/storage/MountFilter.h"
 #include "groups/storage/MountKinds.h"
-#include "module/HostFile.h"
-#include "module/SetPhases.h"
 
 unsigned int lastTableIndex = 0;
 unsigned int vVMemIndex = 0;
@@ -73,7 +73,7 @@ DHrStorageEntry::DHrStorageEntry(unsigned int rowIndex, const mntent* mount) : i
         return;
     }
     mayHang = bKindMayHang(mount->mnt_type);
-    Fill(*mount, DMountQuestion(mount->mnt_dir, mayHang, DMountQuestion::kDirectoryAndSpace).Answer());
+    Fill(*mount, DMountProbe(mount->mnt_dir, mayHang, DMountProbe::kDirectoryAndSpace).Answer());
 }
 
 DHrStorageEntry::DHrStorageEntry(unsigned int rowIndex, const mntent& mount, const DMountFigures& figures)
@@ -116,7 +116,7 @@ void DHrStorageTable::Initialize() {
 
 void DHrStorageTable::Cleanup() {
     m_watch.Close();
-    m_late.clear();
+    m_unanswered.clear();
     SetActive(0);
 }
 
@@ -165,15 +165,15 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
 
     for (std::size_t done = 0; done < mounts.size(); done += kAskedAtOnce) {
         const std::span batch = std::span(mounts).subspan(done, std::min(kAskedAtOnce, mounts.size() - done));
-        std::vector<DMountQuestion> questions;
+        std::vector<DMountProbe> questions;
         questions.reserve(batch.size());
         for (const DMountEntry& mount : batch) {
             questions.emplace_back(mount.directory.c_str(), hanging.AreOnTheWayTo(mount.directory),
-                                   DMountQuestion::kDirectoryAndSpace);
+                                   DMountProbe::kDirectoryAndSpace);
         }
         std::vector<DMountFigures> figures(batch.size());
         std::transform(questions.begin(), questions.end(), figures.begin(),
-                       [](DMountQuestion& question) { return question.Answer(); });
+                       [](DMountProbe& question) { return question.Answer(); });
         const bool isComplete =
             std::none_of(questions.begin(), questions.end(), [](const auto& asked) { return asked.HasGivenUp(); });
         for (std::size_t i = 0; i < batch.size(); ++i) {
@@ -181,7 +181,7 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
             row->mayHang = hanging.AreOnTheWayTo(batch[i].directory);
             Add(std::move(row));
             if (questions[i].IsOut() || questions[i].HasGivenUp()) {
-                m_late.push_back({lastTableIndex, batch[i], std::move(questions[i])});
+                m_unanswered.push_back({lastTableIndex, batch[i], std::move(questions[i])});
             }
         }
         if (!isComplete) {
@@ -192,10 +192,10 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
 }
 
 bool DHrStorageTable::FillLateRows() {
-    std::erase_if(m_late, [this](Late& late) {
+    std::erase_if(m_unanswered, [this](Unanswered& late) {
         std::optional<DMountFigures> figures;
         if (late.question.HasGivenUp()) {  // it is to be asked again, and finds the call where it is
-            late.question = DMountQuestion(late.mount.directory.c_str(), true, DMountQuestion::kDirectoryAndSpace);
+            late.question = DMountProbe(late.mount.directory.c_str(), true, DMountProbe::kDirectoryAndSpace);
             figures = late.question.Answer();
         } else {
             figures = late.question.LateAnswer();
@@ -206,7 +206,8 @@ bool DHrStorageTable::FillLateRows() {
         }
         return figures && !late.question.IsOut() && !late.question.HasGivenUp();
     });
-    return std::none_of(m_late.begin(), m_late.end(), [](const Late& late) { return late.question.HasGivenUp(); });
+    return std::none_of(m_unanswered.begin(), m_unanswered.end(),
+                        [](const Unanswered& late) { return late.question.HasGivenUp(); });
 }
 
 void DHrStorageTable::AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
@@ -294,7 +295,7 @@ int DHrStorageTable::OnGet_HrStorageUsed(const CVT::BObjectIdentifier& index, un
     } else if (row->index == vVMemIndex) {
         row->used = Cut(ui32GetMemory(kVirtualUsed));
     } else {
-        const DMountFigures figures = DMountQuestion(row->descr.c_str(), row->mayHang, DMountQuestion::kSpace).Answer();
+        const DMountFigures figures = DMountProbe(row->descr.c_str(), row->mayHang, DMountProbe::kSpace).Answer();
         if (figures.space) {
             row->used = UsedBlocks(*figures.space);
         }

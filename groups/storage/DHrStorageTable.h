@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "groups/storage/MountQuestion.h"
+#include "groups/common/DTable.h"
+#include "groups/storage/MountProbe.h"
 #include "groups/storage/MountTableFile.h"
-#include "module/DTable.h"
 
 // What outlives a table: indexes are not given out again as long as the library is loaded. All are 0 at load, and used
 // under the table's request lock.
@@ -98,10 +98,10 @@ private:
     enum EWhich { kAll, kNewDirectories };
 
     /// A row whose file system has not answered yet.
-    struct Late {
+    struct Unanswered {
         unsigned int row;
         DMountEntry mount;
-        DMountQuestion question;
+        DMountProbe question;
     };
 
     // False when the caller's patience came to an end: the request is to come again.
@@ -114,7 +114,7 @@ private:
     void Add(std::unique_ptr<Entry> row);
     const Entry* RowOf(const char* name) const;
 
-    std::vector<Late> m_late;
+    std::vector<Unanswered> m_unanswered;
     DMountTableWatch m_watch;
     bool m_hasNotice = false;  // the watch saw a change that is not read yet
 };

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstring>
 
-#include "module/HostFile.h"
+#include "groups/common/HostFile.h"
 
 std::atomic<bool> bIsNewMemInfo = false;
 

@@ -9,13 +9,13 @@
 #include <ctime>
 
 #include "CVT/TextualConventions.h"
+#include "groups/common/DateAndTime.h"
+#include "groups/common/HostFile.h"
+#include "groups/common/SetPhases.h"
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/system/ClockCommand.h"
 #include "module/DCVHost.h"
-#include "module/DateAndTime.h"
 #include "module/EntryPoints.h"
-#include "module/HostFile.h"
-#include "module/SetPhases.h"
 
 const CVT::BRqHndlrEntry DHrSystem::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kUnsignedValue>(1, "hrSystemUptime", CVT::kTimeTicks, &DHrSystem::OnGet_HrSystemUptime),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/DGroup.h"
+#include "groups/common/DGroup.h"
 
 /// The scalars of hrSystem: how long the host has been up, its clock, what it was loaded from, who uses it and how many
 /// processes it has. Every get reads the host afresh, but for the initial load device, which is kept once it was found. No

@@ -1,6 +1,6 @@
 // What --check-config says of a configuration in which every directive is spelt right.
 
-#include "agent/cvtagentd/ConfigReview.h"
+#include "agent/cvtagentd/access/ConfigReview.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +9,7 @@
 namespace agent_test {
 namespace {
 
-using agent::ConfigReview;
+using cvtagentd::ConfigReview;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Perms = std::filesystem::perms;

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-namespace agent {
+namespace cvtagentd {
 namespace {
 
 Options Parse(std::vector<std::string> arguments) {
@@ -141,4 +141,4 @@ TEST(Options, HelpNamesEveryOption) {
 }
 
 }  // namespace
-}  // namespace agent
+}  // namespace cvtagentd

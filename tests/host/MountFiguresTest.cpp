@@ -25,7 +25,7 @@
 #include "CVT/TTimer.h"
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
-#include "groups/storage/MountQuestion.h"
+#include "groups/storage/MountProbe.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -353,7 +353,7 @@ TEST_F(MountFigures, OfAFileSystemThatStopsAnsweringStayAndCostOneSecondOnce) {
     EXPECT_EQ(Asked(dead), asked + 2);
 }
 
-DMountQuestion Question() { return {"/fake/dead", true, DMountQuestion::kSpace}; }
+DMountProbe Question() { return {"/fake/dead", true, DMountProbe::kSpace}; }
 
 template <class Condition>
 void WaitUntil(Condition condition) {
@@ -367,9 +367,9 @@ void WaitUntil(Condition condition) {
 TEST_F(MountFigures, AreNotAskedForAsLongAsOneOfSeveralWhoAskedAtOnceIsStuck) {
     Fake& dead = Mount("dead", "nfs4");
     dead.spaceHangs = true;
-    DMountQuestion first = Question();
+    DMountProbe first = Question();
     WaitUntil([&] { return Asked(dead) == 1; });
-    DMountQuestion second = Question();
+    DMountProbe second = Question();
     WaitUntil([&] { return Asked(dead) == 2; });
     EXPECT_FALSE(first.Answer().space);
     EXPECT_FALSE(second.Answer().space);

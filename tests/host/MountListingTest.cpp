@@ -16,9 +16,9 @@
 #include <string>
 #include <vector>
 
+#include "groups/common/HostFile.h"
 #include "groups/devices/MountListing.h"
 #include "groups/devices/TemporaryFile.h"
-#include "module/HostFile.h"
 #include "tests/support/MadeUpHost.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 namespace {
 
-using agent::DateText;
+using cvtwalk::DateText;
 
 CVT::BOctetString Octets(const char* hex) {
     CVT::BOctetString octets;

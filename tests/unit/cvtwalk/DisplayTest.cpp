@@ -6,7 +6,7 @@
 
 namespace {
 
-using agent::Display;
+using cvtwalk::Display;
 
 class CvtwalkDisplay : public testing::Test {
 protected:

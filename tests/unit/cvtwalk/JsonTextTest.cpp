@@ -6,7 +6,7 @@
 
 namespace {
 
-using agent::JsonText;
+using cvtwalk::JsonText;
 using namespace std::string_view_literals;
 
 TEST(CvtwalkJsonText, EscapesWhatJsonAndTerminalsDoNotTake) {

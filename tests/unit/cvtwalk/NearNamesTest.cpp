@@ -4,7 +4,7 @@
 
 namespace {
 
-using agent::NearNames;
+using cvtwalk::NearNames;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

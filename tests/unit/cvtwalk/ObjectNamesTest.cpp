@@ -19,7 +19,7 @@ protected:
     static CVT::BObjectIdentifier Oid(const char* text) { return CVT::BObjectIdentifier(CVT::BString(text)); }
 
     WalkedGroups groups;
-    agent::ObjectNames names{groups.engine};
+    cvtwalk::ObjectNames names{groups.engine};
 };
 
 TEST_F(CvtwalkObjectNames, TakeAnOidAsItIs) {
@@ -72,7 +72,7 @@ TEST_F(CvtwalkObjectNames, RefuseAnInstanceThatMakesTheNameTooLong) {
 }
 
 TEST_F(CvtwalkObjectNames, FindTheInnermostObjectOfAnInstance) {
-    const agent::ServedObject scalar = names.ObjectOf(Oid("1.3.1.2.0"));
+    const cvtwalk::ServedObject scalar = names.ObjectOf(Oid("1.3.1.2.0"));
     EXPECT_EQ(scalar.Group(), &groups.scalars);
     EXPECT_EQ(scalar.Name(), "thingDate");
     EXPECT_EQ(scalar.SubId(), 2U);
@@ -80,7 +80,7 @@ TEST_F(CvtwalkObjectNames, FindTheInnermostObjectOfAnInstance) {
     EXPECT_FALSE(scalar.IsInTable());
     EXPECT_TRUE(scalar.HoldsDates());
 
-    const agent::ServedObject cell = names.ObjectOf(Oid("1.3.1.4.1.2.7.8"));
+    const cvtwalk::ServedObject cell = names.ObjectOf(Oid("1.3.1.4.1.2.7.8"));
     EXPECT_EQ(cell.Group(), &groups.table);
     EXPECT_EQ(cell.Name(), "thingName");
     EXPECT_EQ(cell.Index(), Oid("7.8"));

@@ -4,7 +4,7 @@
 
 namespace {
 
-using agent::Options;
+using cvtwalk::Options;
 
 /// Parses a command line; `error` says why it was refused.
 std::optional<Options> Parse(std::vector<std::string> words, std::string* error = nullptr) {

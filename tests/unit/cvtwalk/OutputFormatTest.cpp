@@ -8,13 +8,13 @@
 
 namespace {
 
-using agent::Options;
-using agent::OutputFormat;
+using cvtwalk::Options;
+using cvtwalk::OutputFormat;
 
 /// Shows made-up instances of the made-up groups.
 class CvtwalkOutputFormat : public testing::Test {
 protected:
-    void Begin(Options::Format format, const agent::Display& display = {}) {
+    void Begin(Options::Format format, const cvtwalk::Display& display = {}) {
         m_format = OutputFormat::Make(format, display);
         m_format->Begin(m_out);
     }
@@ -48,7 +48,7 @@ private:
     }
 
     WalkedGroups m_groups;
-    agent::ObjectNames m_names{m_groups.engine};
+    cvtwalk::ObjectNames m_names{m_groups.engine};
     std::unique_ptr<OutputFormat> m_format;
     std::string m_out;
 };

@@ -71,7 +71,7 @@ protected:
         return maps.str().find("libSampleModule") != std::string::npos;
     }
 
-    agent::ModuleSet m_modules;
+    cvtwalk::ModuleSet m_modules;
     int m_errorIndex = -1;
 };
 

@@ -19,7 +19,7 @@ protected:
         instance.integer = value;
         m_format.Add(
             instance,
-            agent::ServedObject(m_table, *m_table.GetIMibInfo()->FindColumn(column), CVT::BObjectIdentifier(row)),
+            cvtwalk::ServedObject(m_table, *m_table.GetIMibInfo()->FindColumn(column), CVT::BObjectIdentifier(row)),
             m_out);
     }
     /// The rows' units, sizes and used units, and how they are shown.
@@ -34,7 +34,7 @@ protected:
     }
 
     DHrStorageTable m_table{nullptr};
-    agent::TableFormat m_format{agent::Display{}};
+    cvtwalk::TableFormat m_format{cvtwalk::Display{}};
     std::string m_out;
 };
 

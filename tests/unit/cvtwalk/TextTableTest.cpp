@@ -4,8 +4,8 @@
 
 namespace {
 
-using agent::Display;
-using agent::TextTable;
+using cvtwalk::Display;
+using cvtwalk::TextTable;
 using Kind = TextTable::Kind;
 
 std::string Written(std::vector<TextTable::Column> columns, const Display& display = {}) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-using agent::Utf8;
+using cvtwalk::Utf8;
 
 std::vector<char32_t> All(std::string_view octets) {
     std::vector<char32_t> characters;

@@ -6,8 +6,8 @@
 
 namespace {
 
-using agent::ServedObject;
-using agent::ValueText;
+using cvtwalk::ServedObject;
+using cvtwalk::ValueText;
 
 class CvtwalkValueText : public testing::Test {
 protected:

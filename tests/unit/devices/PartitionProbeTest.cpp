@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "module/HostFile.h"
+#include "groups/common/HostFile.h"
 
 namespace {
 

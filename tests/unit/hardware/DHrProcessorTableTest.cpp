@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "module/HostFile.h"
+#include "groups/common/HostFile.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "module/HostFile.h"
+#include "groups/common/HostFile.h"
 
 namespace {
 

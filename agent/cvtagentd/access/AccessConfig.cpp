@@ -1,0 +1,207 @@
+#include "agent/cvtagentd/access/AccessConfig.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <set>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "agent/cvtagentd/access/ConfigReview.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/SnmpLibrary.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr std::string_view kUnknownDirective = "Unknown token: ";
+constexpr const char* kNoAccess = "Warning: no access control information configured";
+
+std::string SystemError(int error) { return std::generic_category().message(error); }
+
+/// How long another process may take to look at a file. Meanwhile nobody is answered.
+constexpr std::chrono::seconds kPatience{5};
+
+/// Reads the pipe to its end. False when that has not come in time.
+bool ReadAll(int pipe, std::string& text) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    std::array<char, 4096> buffer;
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+        pollfd readable{pipe, POLLIN, 0};
+        const int ready = left > 0 ? ::poll(&readable, 1, static_cast<int>(left)) : 0;
+        if (ready == 0) {
+            return false;
+        }
+        const ssize_t count = ready > 0 ? ::read(pipe, buffer.data(), buffer.size()) : -1;
+        if (count > 0) {
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return true;
+        }
+    }
+}
+
+/// Starts this program anew with what it writes to standard error going to `pipe`, and its remarks to nobody. False when the system refuses.
+bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
+    std::string program = "cvtagentd";
+    std::string option = "--check-config";
+    std::string argument = file;
+    std::array<char*, 4> arguments = {program.data(), option.data(), argument.data(), nullptr};
+
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_adddup2(&files, pipe, STDERR_FILENO);
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const int failed = ::posix_spawn(&child, "/proc/self/exe", &files, &attributes, arguments.data(), environ);
+    ::posix_spawnattr_destroy(&attributes);
+    ::posix_spawn_file_actions_destroy(&files);
+    return failed == 0;
+}
+
+}  // namespace
+
+std::string AccessConfig::WhyUnreadable(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0 || ::access(file.c_str(), R_OK) != 0) {
+        return "cannot read the configuration " + file + ": " + SystemError(errno);
+    }
+    return S_ISREG(status.st_mode) ? std::string() : "the configuration " + file + " is not a regular file";
+}
+
+void AccessConfig::RequireReadable(const std::string& file) {
+    const std::string why = file.empty() ? std::string() : WhyUnreadable(file);
+    if (!why.empty()) {
+        throw StartError(why + "; name one that can be read with --config");
+    }
+}
+
+std::vector<std::string> AccessConfig::Faults(const std::string& file, const std::vector<LibraryLog::Message>& said) {
+    std::vector<std::string> faults;
+    std::string reason;  // said before the line that it belongs to
+    bool noAccess = false;
+    for (const LibraryLog::Message& message : said) {
+        std::string fault = message.text;
+        if (fault.starts_with(kNoAccess)) {
+            noAccess = true;
+            continue;
+        }
+        if (fault.find(": line ") == std::string::npos) {
+            reason = fault;
+            continue;
+        }
+        if (!reason.empty()) {
+            fault += " (" + std::exchange(reason, {}) + ")";
+        }
+        if (std::find(faults.begin(), faults.end(), fault) == faults.end()) {  // the library reads the file twice
+            faults.push_back(fault);
+        }
+    }
+    if (!reason.empty()) {
+        faults.push_back(reason);
+    }
+    if (noAccess && faults.empty()) {  // or else it follows from the faults
+        faults.push_back(file + ": gives access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");
+    }
+    return faults;
+}
+
+std::string AccessConfig::TakeUnknownDirectives(std::vector<std::string>& faults) {
+    std::set<std::string> names;
+    const auto take = [&](const std::string& fault) {
+        const std::size_t at = fault.find(kUnknownDirective);
+        if (at == std::string::npos) {
+            return false;
+        }
+        names.insert(fault.substr(at + kUnknownDirective.size()));
+        return true;
+    };
+    faults.erase(std::remove_if(faults.begin(), faults.end(), take), faults.end());
+    std::string all;
+    for (const std::string& name : names) {
+        all += (all.empty() ? "" : ", ") + name;
+    }
+    return all;
+}
+
+std::string AccessConfig::Summary(const std::string& file, const std::vector<std::string>& faults) {
+    if (faults.size() == 1) {
+        return faults.front();
+    }
+    return faults.front() + " (and more: cvtagentd --check-config " + file + " lists all)";
+}
+
+int AccessConfig::Check(const std::string& file) {
+    std::vector<std::string> faults;
+    if (const std::string why = WhyUnreadable(file); !why.empty()) {
+        faults.push_back(why);
+    } else {
+        faults = SnmpLibrary(file, SnmpLibrary::Use::kCheck).Faults();
+    }
+    for (const std::string& fault : faults) {
+        Log::Fatal(fault);
+    }
+    for (const std::string& remark : ConfigReview::Of(file).remarks) {
+        std::puts(remark.c_str());
+    }
+    if (faults.empty()) {
+        std::puts((file + ": no faults").c_str());
+    }
+    return faults.empty() ? 0 : 1;
+}
+
+std::vector<std::string> AccessConfig::FaultsFoundByChild(const std::string& file) {
+    std::array<int, 2> ends{};
+    pid_t child = 0;
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return {"cannot check the configuration " + file + ": " + SystemError(errno)};
+    }
+    const bool started = SpawnCheck(file, ends[1], child);
+    ::close(ends[1]);
+    std::string text;
+    const bool inTime = !started || ReadAll(ends[0], text);
+    ::close(ends[0]);
+    int status = -1;
+    if (started) {
+        if (!inTime) {
+            ::kill(child, SIGKILL);
+        }
+        ::waitpid(child, &status, 0);
+    }
+    if (!inTime) {
+        return {"looking at the configuration " + file + " takes longer than " + std::to_string(kPatience.count()) +
+                " s; look for an includeFile that is no regular file"};
+    }
+    std::istringstream said(text);
+    std::vector<std::string> faults;
+    const std::string program = "cvtagentd: ";
+    for (std::string line; std::getline(said, line);) {
+        faults.push_back(line.starts_with(program) ? line.substr(program.size()) : line);
+    }
+    if (faults.empty() && status != 0) {
+        faults.push_back("cannot check the configuration " + file);
+    }
+    return faults;
+}
+
+}  // namespace cvtagentd

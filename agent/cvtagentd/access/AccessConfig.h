@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "agent/cvtagentd/snmp/LibraryLog.h"
+
+namespace cvtagentd {
+
+/// The file in which people say who may do what, in the SNMP library's directives.
+class AccessConfig {
+public:
+    /// Why the file cannot be read, in one line; empty when it can. It has to be a regular file, since the library reads
+    /// it more than once.
+    static std::string WhyUnreadable(const std::string& file);
+
+    /// Throws StartError when a file is named that cannot be read.
+    static void RequireReadable(const std::string& file);
+
+    /// One line for each fault among what the library said when it read the file.
+    static std::vector<std::string> Faults(const std::string& file, const std::vector<LibraryLog::Message>& said);
+
+    /// Takes out the faults that are directives which the library does not know in its role, and gives their names, each
+    /// once and separated by commas. A subagent does not decide who may do what, and so does not know how one says that.
+    static std::string TakeUnknownDirectives(std::vector<std::string>& faults);
+
+    /// The one line that an agent says which does not start because of these faults. There is at least one.
+    static std::string Summary(const std::string& file, const std::vector<std::string>& faults);
+
+    /// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
+    /// output, and gives the exit status. The process can do nothing more with the library afterwards.
+    static int Check(const std::string& file);
+
+    /// The faults that another process of this program finds in the file with --check-config. An agent that serves asks
+    /// this way, so that a file that is faulty, or even crashes the library, costs it nothing.
+    static std::vector<std::string> FaultsFoundByChild(const std::string& file);
+};
+
+}  // namespace cvtagentd

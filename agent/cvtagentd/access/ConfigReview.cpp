@@ -1,0 +1,196 @@
+#include "agent/cvtagentd/access/ConfigReview.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+namespace cvtagentd {
+namespace {
+
+/// One directive of the file.
+struct Line {
+    int number;
+    std::string directive;           // in small letters
+    std::vector<std::string> words;  // what follows
+};
+
+/// A name that another line should define.
+struct Use {
+    const Line* line;
+    std::string name;
+};
+
+template <std::size_t Size>
+bool IsOneOf(const std::string& word, const std::array<std::string_view, Size>& words) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+constexpr std::array<std::string_view, 2> kUserRights = {"rouser", "rwuser"};
+constexpr std::array<std::string_view, 8> kViewUsers = {"rouser",       "rwuser",       "rocommunity", "rwcommunity",
+                                                        "rocommunity6", "rwcommunity6", "authuser",    "authcommunity"};
+constexpr std::array<std::string_view, 6> kSecrets = {"rocommunity",  "rwcommunity", "rocommunity6",
+                                                      "rwcommunity6", "com2sec",     "com2sec6"};
+constexpr std::array<std::string_view, 3> kIncludes = {"includefile", "includedir", "includeallconfigs"};
+constexpr std::array<std::string_view, 9> kWithoutEffect = {
+    "master", "agentxperms", "smuxpeer", "smuxsocket", "perl", "perlinitfile", "disableperl", "quit", "leave_pidfile"};
+constexpr std::array<std::string_view, 3> kForSubagents = {"agentxsocket", "agentxtimeout", "agentxretries"};
+
+/// The words of a line as the library takes them apart, up to a comment.
+std::vector<std::string> Words(const std::string& line) {
+    std::vector<std::string> words;
+    std::array<char, 1024> word{};
+    const char* rest = line.c_str() + std::min(line.find_first_not_of(" \t"), line.size());
+    while (rest != nullptr && *rest != '\0' && *rest != '#') {
+        rest = ::copy_nword_const(rest, word.data(), static_cast<int>(word.size()));
+        words.emplace_back(word.data());
+    }
+    return words;
+}
+
+/// A section in brackets holds for the line that it stands on, or else for those that follow it. Those of other programs
+/// are not ours.
+std::vector<Line> LinesOf(const std::string& file) {
+    std::vector<Line> lines;
+    std::ifstream in(file);
+    std::string section;
+    int number = 0;
+    for (std::string text; std::getline(in, text);) {
+        ++number;
+        std::vector<std::string> words = Words(text);
+        std::string own = section;
+        if (!words.empty() && words.front().starts_with('[') && words.front().ends_with(']')) {
+            own = words.front();
+            words.erase(words.begin());
+            if (words.empty()) {
+                section = own;
+            }
+        }
+        if (words.empty() || (!own.empty() && own != "[cvtagentd]")) {
+            continue;
+        }
+        Line line{number, words.front(), {std::next(words.begin()), words.end()}};
+        std::transform(line.directive.begin(), line.directive.end(), line.directive.begin(), ::tolower);
+        lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+/// The word behind the options, each of which has a value.
+std::optional<std::string> FirstName(const std::vector<std::string>& words) {
+    std::size_t at = 0;
+    while (at < words.size() && words[at].size() == 2 && words[at].front() == '-') {
+        at += 2;
+    }
+    return at < words.size() ? std::optional(words[at]) : std::nullopt;
+}
+
+class Reviewer {
+public:
+    explicit Reviewer(const std::string& file) : m_file(file), m_lines(LinesOf(file)) {}
+
+    ConfigReview Review() {
+        for (const Line& line : m_lines) {
+            Take(line);
+        }
+        if (!m_hasIncludes) {
+            ReportViews();
+            ReportUsers();
+        }
+        ReportOpenSecrets();
+        return std::move(m_review);
+    }
+
+private:
+    void Take(const Line& line) {
+        const std::optional<std::string> first = FirstName(line.words);
+        m_hasIncludes = m_hasIncludes || IsOneOf(line.directive, kIncludes);
+        m_hasSecrets = m_hasSecrets || IsOneOf(line.directive, kSecrets) ||
+                       (line.directive == "createuser" && line.words.size() > 2);
+        if (line.directive == "createuser" && first) {
+            m_users.insert(*first);
+        } else if (line.directive == "view" && first) {
+            m_views.insert(*first);
+        } else if (IsOneOf(line.directive, kUserRights) && first) {
+            m_userUses.push_back({&line, *first});
+        } else if (line.directive == "group" && line.words.size() > 2 && line.words[1] == "usm") {
+            m_userUses.push_back({&line, line.words[2]});
+        }
+        TakeViewUses(line);
+        if (IsOneOf(line.directive, kWithoutEffect)) {
+            Remark(line, line.directive + " has no effect on this agent");
+        } else if (IsOneOf(line.directive, kForSubagents)) {
+            Remark(line, line.directive + " has an effect with --agentx only");
+        }
+    }
+
+    void TakeViewUses(const Line& line) {
+        constexpr std::size_t kFirstView = 5;  // of access: group, context, model, level, prefix; read, write, notify
+        constexpr std::size_t kEnd = 8;
+        if (line.directive == "access") {
+            for (std::size_t at = kFirstView; at < std::min(kEnd, line.words.size()); ++at) {
+                m_viewUses.push_back({&line, line.words[at]});
+            }
+        } else if (IsOneOf(line.directive, kViewUsers)) {
+            const auto option = std::find(line.words.begin(), line.words.end(), "-V");
+            if (option != line.words.end() && std::next(option) != line.words.end()) {
+                m_viewUses.push_back({&line, *std::next(option)});
+            }
+        }
+    }
+
+    void ReportViews() {
+        for (const auto& [line, name] : m_viewUses) {
+            if (!name.empty() && name != "none" && name != "_all_" && m_views.count(name) == 0) {
+                std::string fault = At(*line);
+                fault.append("Error: the view ").append(name).append(" is defined nowhere; add \"view ");
+                m_review.faults.push_back(fault.append(name).append(" included OID\""));
+            }
+        }
+    }
+
+    /// No fault: the keys of a user may lie in the state directory, where --create-user puts them.
+    void ReportUsers() {
+        for (const auto& [line, name] : m_userUses) {
+            if (m_users.count(name) == 0) {
+                std::string text = "the user ";
+                text.append(name).append(" is not made in this file: he is known only if cvtagentd --create-user ");
+                Remark(*line, text.append(name).append(", or an earlier createUser, has made him"));
+            }
+        }
+    }
+
+    void ReportOpenSecrets() {
+        struct stat status {};
+        if (m_hasSecrets && ::stat(m_file.c_str(), &status) == 0 && (status.st_mode & S_IROTH) != 0) {
+            m_review.remarks.push_back(m_file +
+                                       ": Warning: everybody on this host can read its secrets; chmod o= " + m_file);
+        }
+    }
+
+    void Remark(const Line& line, const std::string& text) { m_review.remarks.push_back(At(line) + "Note: " + text); }
+    std::string At(const Line& line) const { return m_file + ": line " + std::to_string(line.number) + ": "; }
+
+    const std::string& m_file;
+    const std::vector<Line> m_lines;
+    ConfigReview m_review;
+    bool m_hasIncludes = false;
+    bool m_hasSecrets = false;
+    std::set<std::string> m_users;
+    std::set<std::string> m_views;
+    std::vector<Use> m_userUses;
+    std::vector<Use> m_viewUses;
+};
+
+}  // namespace
+
+ConfigReview ConfigReview::Of(const std::string& file) { return Reviewer(file).Review(); }
+
+}  // namespace cvtagentd

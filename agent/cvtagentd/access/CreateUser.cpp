@@ -1,0 +1,189 @@
+#include "agent/cvtagentd/access/CreateUser.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/access/PassPhrase.h"
+#include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/StateLock.h"
+#include "agent/cvtagentd/snmp/LibraryLog.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/SnmpLibrary.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr std::size_t kLongestName = 32;  // SnmpAdminString (SIZE(1..32))
+constexpr std::size_t kSha256Octets = 32;
+constexpr std::size_t kAesOctets = 16;
+
+/// Memory that the library frees in the end.
+struct Block {
+    u_char* data;
+    std::size_t size;
+};
+
+Block CopyOf(const void* data, std::size_t size) {
+    auto* const copy = static_cast<u_char*>(std::malloc(size + 1));
+    if (copy == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::memcpy(copy, data, size);
+    copy[size] = 0;
+    return {copy, size};
+}
+
+/// This agent's engine identifier; the library has made one if the directory had none.
+class EngineId {
+public:
+    EngineId() : m_data(::snmpv3_generate_engineID(&m_size), &std::free) {
+        if (m_data == nullptr || m_size == 0) {
+            throw StartError("the SNMP library gives no engine identifier; look at engineID in the configuration");
+        }
+    }
+    const u_char* Data() const { return m_data.get(); }
+    std::size_t Size() const { return m_size; }
+
+private:
+    std::size_t m_size = 0;
+    const std::unique_ptr<u_char, void (*)(void*)> m_data;
+};
+
+/// A key that is good for this engine alone. `size` octets of it are used.
+Block LocalisedKey(const PassPhrase& phrase, const EngineId& engine, std::size_t size) {
+    std::array<u_char, USM_LENGTH_KU_HASHBLOCK> key{};
+    std::array<u_char, USM_LENGTH_KU_HASHBLOCK> localised{};
+    std::size_t keySize = key.size();
+    std::size_t localisedSize = localised.size();
+    const auto hashLength = static_cast<u_int>(OID_LENGTH(usmHMAC192SHA256AuthProtocol));
+    const bool made = ::generate_Ku(usmHMAC192SHA256AuthProtocol, hashLength, phrase.Data(), phrase.Size(), key.data(),
+                                    &keySize) == SNMPERR_SUCCESS &&
+                      ::generate_kul(usmHMAC192SHA256AuthProtocol, hashLength, engine.Data(), engine.Size(), key.data(),
+                                     keySize, localised.data(), &localisedSize) == SNMPERR_SUCCESS &&
+                      localisedSize >= size;
+    const Block block = made ? CopyOf(localised.data(), size) : Block{};
+    ::explicit_bzero(key.data(), key.size());
+    ::explicit_bzero(localised.data(), localised.size());
+    if (!made) {
+        throw StartError("the SNMP library cannot make keys; it has been built without cryptography");
+    }
+    return block;
+}
+
+template <std::size_t Length>
+oid* CopyOf(const oid (&protocol)[Length]) {
+    return ::snmp_duplicate_objid(protocol, Length);
+}
+
+/// The library owns him afterwards.
+void Add(const std::string& name, const PassPhrase& authentication, const PassPhrase& privacy) {
+    const EngineId engine;
+    const Block authKey = LocalisedKey(authentication, engine, kSha256Octets);
+    const Block privKey = LocalisedKey(privacy, engine, kAesOctets);
+    usmUser* const user = ::usm_create_user();
+    if (user == nullptr) {
+        throw std::bad_alloc();
+    }
+    const Block id = CopyOf(engine.Data(), engine.Size());
+    user->engineID = id.data;
+    user->engineIDLen = id.size;
+    user->name = reinterpret_cast<char*>(CopyOf(name.data(), name.size()).data);
+    user->secName = reinterpret_cast<char*>(CopyOf(name.data(), name.size()).data);
+    // A new one comes with protocols that do nothing.
+    std::free(user->authProtocol);
+    std::free(user->privProtocol);
+    user->authProtocol = CopyOf(usmHMAC192SHA256AuthProtocol);
+    user->authProtocolLen = OID_LENGTH(usmHMAC192SHA256AuthProtocol);
+    user->privProtocol = CopyOf(usmAESPrivProtocol);
+    user->privProtocolLen = OID_LENGTH(usmAESPrivProtocol);
+    user->authKey = authKey.data;
+    user->authKeyLen = authKey.size;
+    user->privKey = privKey.data;
+    user->privKeyLen = privKey.size;
+    user->userStatus = SNMP_ROW_ACTIVE;
+    user->userStorageType = SNMP_STORAGE_NONVOLATILE;
+    ::usm_add_user(user);
+}
+
+/// For root: the state of somebody else is read and written as him. His are the files, and root neither obeys what stands
+/// in them nor follows a link that he may have laid.
+void BecomeOwnerOfState() {
+    struct stat folder {};
+    if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
+        StateDir::GiveTo(folder.st_uid, folder.st_gid);
+        Privileges::Become({{}, folder.st_uid, folder.st_gid});
+        Privileges::GiveUpPorts();
+    }
+}
+
+void Store(SnmpLibrary& library) {
+    const LibraryLog::Collector collector;
+    library.Store();
+    if (!collector.Messages().empty()) {
+        throw StartError("cannot keep the user: " + collector.Messages().front().text);
+    }
+}
+
+}  // namespace
+
+int CreateUser::Run() const {
+    Privileges::ForbidCoreFiles();
+    CheckName();
+    StateDir::Enter(m_options.stateDir);
+    BecomeOwnerOfState();
+    AccessConfig::RequireReadable(m_options.config);
+    StateDir::CheckUsable();
+    const StateLock lock;
+    AddToState();
+    std::printf(
+        "added the user %s (SHA-256, AES); to let him read, put this line into the configuration and start the "
+        "agent: rouser %s authpriv\n",
+        m_options.newUser.c_str(), m_options.newUser.c_str());
+    return EXIT_SUCCESS;
+}
+
+void CreateUser::AddToState() const {
+    SnmpLibrary library(m_options.config, SnmpLibrary::Use::kAddUser);
+    if (!library.Faults().empty()) {
+        throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
+    }
+    RefuseExisting();
+    const PassPhrase authentication = PassPhrase::Read("authentication");
+    const PassPhrase privacy = PassPhrase::Read("privacy");
+    Add(m_options.newUser, authentication, privacy);
+    Store(library);
+}
+
+/// A name that the configuration's directives can hold, too.
+void CreateUser::CheckName() const {
+    const std::string& name = m_options.newUser;
+    const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
+        return c > ' ' && c < 0x7F && c != '"' && c != '\'' && c != '\\' && c != '#';
+    });
+    if (!plain || name.size() > kLongestName || name.front() == '-') {
+        throw StartError(
+            "the name of an SNMPv3 user has 1 to 32 letters, digits or signs, with no space, quote, "
+            "backslash or #, and no - in front; \"" +
+            name + "\" is none");
+    }
+}
+
+void CreateUser::RefuseExisting() const {
+    const EngineId engine;
+    if (::usm_get_user(engine.Data(), engine.Size(), m_options.newUser.c_str()) != nullptr) {
+        throw StartError("there is a user " + m_options.newUser + " already; nothing is changed (choose another name)");
+    }
+}
+
+}  // namespace cvtagentd

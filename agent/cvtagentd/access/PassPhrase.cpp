@@ -1,0 +1,125 @@
+#include "agent/cvtagentd/access/PassPhrase.h"
+
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstring>
+
+#include "agent/cvtagentd/process/StartError.h"
+
+namespace cvtagentd {
+namespace {
+
+void Show(const std::string& text) {
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+void OnSignal(int /*signal*/) {}
+
+}  // namespace
+
+/// While one exists the terminal shows nothing of what is typed, and a signal that would end the program ends only the
+/// waiting for input, so that the terminal is never left mute.
+class PassPhrase::MuteTerminal {
+public:
+    MuteTerminal() {
+        sigset_t signals;
+        ::sigemptyset(&signals);
+        struct sigaction action {};
+        action.sa_handler = &OnSignal;
+        for (std::size_t at = 0; at < kSignals.size(); ++at) {
+            ::sigaddset(&signals, kSignals[at]);
+            ::sigaction(kSignals[at], &action, &m_actions[at]);
+        }
+        ::pthread_sigmask(SIG_BLOCK, &signals, &m_mask);
+        ::tcgetattr(STDIN_FILENO, &m_settings);
+        termios mute = m_settings;
+        mute.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &mute);
+    }
+    ~MuteTerminal() {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_settings);
+        ::pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
+        for (std::size_t at = 0; at < kSignals.size(); ++at) {
+            ::sigaction(kSignals[at], &m_actions[at], nullptr);
+        }
+        Show("\n");
+    }
+    MuteTerminal(const MuteTerminal&) = delete;
+    MuteTerminal& operator=(const MuteTerminal&) = delete;
+
+    /// False when a signal came. Signals reach this process here and nowhere else: none is lost between two reads.
+    bool WaitForInput() const {
+        pollfd input{STDIN_FILENO, POLLIN, 0};
+        return ::ppoll(&input, 1, nullptr, &m_mask) > 0;
+    }
+
+private:
+    static constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
+
+    std::array<struct sigaction, kSignals.size()> m_actions{};
+    sigset_t m_mask{};
+    termios m_settings{};
+};
+
+PassPhrase PassPhrase::Read(const std::string& purpose) {
+    PassPhrase phrase;
+    if (::isatty(STDIN_FILENO) == 0) {
+        phrase.ReadLine(purpose, nullptr);
+        phrase.Check(purpose);
+        return phrase;
+    }
+    const MuteTerminal mute;
+    Show(purpose + " pass phrase: ");
+    phrase.ReadLine(purpose, &mute);
+    phrase.Check(purpose);
+    PassPhrase again;
+    Show("\nthe same once more: ");
+    again.ReadLine(purpose, &mute);
+    if (again.m_text != phrase.m_text) {
+        throw StartError("the two " + purpose + " pass phrases are not the same; nothing is changed");
+    }
+    return phrase;
+}
+
+PassPhrase::~PassPhrase() { ::explicit_bzero(m_text.data(), m_text.size()); }
+
+const unsigned char* PassPhrase::Data() const { return reinterpret_cast<const unsigned char*>(m_text.data()); }
+
+/// What is too long is cut one octet behind the limit.
+void PassPhrase::ReadLine(const std::string& purpose, const MuteTerminal* terminal) {
+    for (;;) {
+        char octet = 0;
+        const bool ready = terminal == nullptr || terminal->WaitForInput();
+        if (!ready || ::read(STDIN_FILENO, &octet, 1) <= 0) {
+            throw StartError("the input ended before the " + purpose +
+                             " pass phrase was complete; nothing is changed (two lines are wanted: the authentication "
+                             "and the privacy pass phrase)");
+        }
+        if (octet == '\n') {
+            return;
+        }
+        if (m_text.size() <= kLongest) {
+            m_text.push_back(octet);
+        }
+    }
+}
+
+void PassPhrase::Check(const std::string& purpose) const {
+    const std::string which = "the " + purpose + " pass phrase ";
+    if (m_text.size() < kShortest) {
+        throw StartError(which + "is too short; nothing is changed (it needs at least 8 characters)");
+    }
+    if (m_text.size() > kLongest) {
+        throw StartError(which + "is too long; nothing is changed (it may have up to 256 characters)");
+    }
+    if (std::any_of(m_text.begin(), m_text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
+        throw StartError(which + "has a control character in it; nothing is changed (leave out tabs and the like)");
+    }
+}
+
+}  // namespace cvtagentd

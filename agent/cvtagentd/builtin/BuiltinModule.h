@@ -1,0 +1,39 @@
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "CVT/BMibImplGroup.h"
+#include "agent/cvtagentd/builtin/SnmpEngineGroup.h"
+#include "agent/cvtagentd/builtin/SysOrTable.h"
+#include "agent/cvtagentd/builtin/SystemGroup.h"
+
+namespace cvtagentd {
+
+/// What a stand-alone agent serves of itself, beside the modules: the system group with sysORTable, and snmpEngine. Ready
+/// from the beginning. Made while the SNMP library runs, and used by the thread that runs it.
+class BuiltinModule final : public CVT::BMibImplGroup {
+public:
+    BuiltinModule();
+    ~BuiltinModule() override;
+
+    /// Leaves out what lies in a subtree of these groups: a module that serves the system group itself knows more. Says so.
+    void GiveWayTo(const std::vector<CVT::BMibImpl*>& groups);
+    /// Enters the MIBs of these groups in sysORTable. Called once.
+    void Announce(const std::vector<CVT::BMibImpl*>& groups) { m_orTable.Enter(groups); }
+
+    unsigned int Init() override;
+    unsigned int Cleanup() override;
+    int NumHandlers() override { return static_cast<int>(m_groups.size()); }
+    CVT::BMibImpl* HandlerAt(int place) override;
+    const CVT::BConstraintEntry* GetTCConstraintMap() const override { return nullptr; }
+    void InitDefVals() override {}
+
+private:
+    SystemGroup m_system;
+    SysOrTable m_orTable;
+    SnmpEngineGroup m_engine;
+    std::array<CVT::BMibImpl*, 3> m_groups{&m_system, &m_orTable, &m_engine};  // null: left out
+};
+
+}  // namespace cvtagentd

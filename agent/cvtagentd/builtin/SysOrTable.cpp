@@ -1,0 +1,130 @@
+#include "agent/cvtagentd/builtin/SysOrTable.h"
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+
+#include "CVT/TextualConventions.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+#include <net-snmp/agent/agent_sysORTable.h>
+#include <net-snmp/agent/sysORTable.h>
+
+namespace cvtagentd {
+
+using CVT::BObjectIdentifier;
+using CVT::Column;
+
+namespace {
+
+void CutToCommon(BObjectIdentifier& prefix, const BObjectIdentifier& other) {
+    while (!other.StartsWith(prefix)) {
+        prefix.Truncate(prefix.NumArcs() - 1);
+    }
+}
+
+std::map<std::string, BObjectIdentifier> MibsOf(const std::vector<CVT::BMibImpl*>& groups) {
+    std::map<std::string, BObjectIdentifier> mibs;
+    for (const CVT::BMibImpl* const group : groups) {
+        const std::string_view name = group->Name().View();
+        const auto [mib, isNew] = mibs.try_emplace(std::string(name.substr(0, name.find('.'))), group->Oid());
+        if (!isNew) {
+            CutToCommon(mib->second, group->Oid());
+        }
+    }
+    return mibs;
+}
+
+}  // namespace
+
+const CVT::BRqHndlrEntry SysOrTable::s_rqhndlrEntries[] = {
+    Column<CVT::kObjectIdentifierValue>(2, "sysORID", CVT::kObjectIdentifier, &SysOrTable::GetId),
+    Column<CVT::kDisplayStringValue>(3, "sysORDescr", CVT::kOctetString, &SysOrTable::GetDescr),
+    Column<CVT::kUnsignedValue>(4, "sysORUpTime", CVT::kTimeTicks, &SysOrTable::GetUpTime),
+    {},
+};
+
+const CVT::BConstraintEntry SysOrTable::s_sonstraintEntries[] = {
+    {CVT::kConvention, 3, CVT::cszDisplayString, 0, 255},
+    {},
+};
+
+SysOrTable::SysOrTable() : CVT::BMibTableImpl("SNMPv2-MIB.sysORTable", "1.3.6.1.2.1.1.9") {}
+
+SysOrTable::~SysOrTable() {
+    for (std::vector<oid>& id : m_entered) {
+        ::unregister_sysORTable(id.data(), id.size());
+    }
+}
+
+void SysOrTable::Enter(const std::vector<CVT::BMibImpl*>& groups) {
+    for (const auto& [name, root] : MibsOf(groups)) {
+        std::vector<oid>& id = m_entered.emplace_back(root.Arcs().begin(), root.Arcs().end());
+        ::register_sysORTable(id.data(), id.size(), name.c_str());
+    }
+}
+
+std::vector<SysOrTable::Row> SysOrTable::Rows() {
+    std::vector<Row> rows;
+    const auto add = [](const sysORTable* entry, void* list) {
+        Row& row = static_cast<std::vector<Row>*>(list)->emplace_back();
+        row.descr = entry->OR_descr;
+        row.upTime = static_cast<unsigned int>(entry->OR_uptime);
+        for (std::size_t arc = 0; arc < entry->OR_oidlen; ++arc) {
+            row.id.Append(static_cast<unsigned int>(entry->OR_oid[arc]));
+        }
+    };
+    ::netsnmp_sysORTable_foreach(add, &rows);
+    return rows;
+}
+
+unsigned int SysOrTable::LastChange() {
+    unsigned int last = 0;
+    for (const Row& row : Rows()) {
+        last = std::max(last, row.upTime);
+    }
+    return last;
+}
+
+int SysOrTable::RowAt(const BObjectIdentifier& index, Row& row) {
+    std::vector<Row> rows = Rows();
+    if (index.NumArcs() != 1 || index[0] < 1 || index[0] > rows.size()) {
+        return CVT::noSuchName;
+    }
+    row = std::move(rows[index[0] - 1]);
+    return CVT::noError;
+}
+
+bool SysOrTable::NextInstanceInColumn(unsigned int /*requestId*/, unsigned int /*column*/,
+                                      const BObjectIdentifier& index, BObjectIdentifier& nextIndex) {
+    const std::size_t position = index.IsEmpty() ? 0 : index[0];
+    if (position >= Rows().size()) {
+        return false;
+    }
+    const auto next = static_cast<unsigned int>(position + 1);
+    nextIndex.Set(std::span(&next, 1));
+    return true;
+}
+
+int SysOrTable::GetId(const BObjectIdentifier& index, unsigned int /*requestId*/, BObjectIdentifier& value) {
+    Row row;
+    const int status = RowAt(index, row);
+    value = row.id;
+    return status;
+}
+
+int SysOrTable::GetDescr(const BObjectIdentifier& index, unsigned int /*requestId*/, CVT::BOctetString& value) {
+    Row row;
+    const int status = RowAt(index, row);
+    value.Assign(row.descr);
+    return status;
+}
+
+int SysOrTable::GetUpTime(const BObjectIdentifier& index, unsigned int /*requestId*/, unsigned int& value) {
+    Row row;
+    const int status = RowAt(index, row);
+    value = row.upTime;
+    return status;
+}
+
+}  // namespace cvtagentd

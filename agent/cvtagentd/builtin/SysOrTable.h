@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "CVT/BMibTableImpl.h"
+
+namespace cvtagentd {
+
+/// sysORTable, 1.3.6.1.2.1.1.9: the MIBs that the agent serves, in the order in which the SNMP library holds them. Used by the
+/// thread that runs the library.
+class SysOrTable final : public CVT::BMibTableImpl {
+public:
+    SysOrTable();
+    ~SysOrTable() override;
+
+    /// Enters each MIB that these groups belong to: what stands before the dot in a group's name, and the smallest subtree
+    /// that holds all its groups. Called once.
+    void Enter(const std::vector<CVT::BMibImpl*>& groups);
+
+    /// sysORLastChange, hundredths of a second.
+    static unsigned int LastChange();
+
+    void Initialize() override { SetActive(1); }
+    void Cleanup() override { SetActive(0); }
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
+    bool NextInstanceInColumn(unsigned int requestId, unsigned int column, const CVT::BObjectIdentifier& index,
+                              CVT::BObjectIdentifier& nextIndex) override;
+
+private:
+    struct Row {
+        CVT::BObjectIdentifier id;
+        std::string descr;
+        unsigned int upTime;  // hundredths of a second
+    };
+
+    static std::vector<Row> Rows();
+    static int RowAt(const CVT::BObjectIdentifier& index, Row& row);
+
+    int GetId(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BObjectIdentifier& value);
+    int GetDescr(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BOctetString& value);
+    int GetUpTime(const CVT::BObjectIdentifier& index, unsigned int requestId, unsigned int& value);
+
+    static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
+    static const CVT::BConstraintEntry s_sonstraintEntries[];
+
+    std::vector<std::vector<unsigned long>> m_entered;
+};
+
+}  // namespace cvtagentd

@@ -1,0 +1,80 @@
+#include "agent/cvtagentd/process/DaemonUser.h"
+
+#include <unistd.h>
+
+#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/process/DevNul.h"
+#include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+
+namespace cvtagentd {
+namespace {
+
+std::string Joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts) {
+        all += (all.empty() ? "" : ", ") + text;
+    }
+    return all;
+}
+
+}  // namespace
+
+DaemonUser::DaemonUser(const std::string& option) {
+    if (!option.empty()) {
+        m_user = Users::Named(option);
+        Privileges::CheckMayBecome(*m_user);
+    }
+}
+
+void DaemonUser::Assume(const std::string& configFile) {
+    if (!m_user) {
+        StateDir::CheckUsable();
+        return;
+    }
+    if (::geteuid() == 0) {
+        DevNul::Make();
+        StateDir::GiveTo(m_user->uid, m_user->gid);
+    }
+    Privileges::Become(*m_user);
+    StateDir::CheckUsable();
+    std::vector<std::string> foreign;
+    for (const gid_t group : Privileges::ForeignGroups(*m_user)) {
+        foreign.push_back(std::to_string(group));
+    }
+    if (!foreign.empty()) {
+        m_remarks.push_back("it stays in groups that are not those of the user " + m_user->Label() + ": " +
+                            Joined(foreign) + "; start it as root, or without them");
+    }
+    if (const std::string why = DevNul::WhyUnusable(); !why.empty()) {
+        m_remarks.push_back(why);
+    }
+    if (const std::string why = configFile.empty() ? "" : AccessConfig::WhyUnreadable(configFile); !why.empty()) {
+        throw StartError("as the user " + m_user->Label() + " it " + why +
+                         "; let him read it (its group his, and mode 0640), and the folders that it is in");
+    }
+}
+
+void DaemonUser::GiveUpPorts() const {
+    if (m_user) {
+        Privileges::GiveUpPorts();
+    }
+}
+
+void DaemonUser::Report() const {
+    if (!m_user) {
+        return;
+    }
+    const std::string kept = Joined(Privileges::Kept());
+    Log::Info("runs as the user " + m_user->Label() + ", " + (kept.empty() ? "without capabilities" : "with " + kept));
+    if (const std::string missing = Joined(Privileges::Missing()); !missing.empty()) {
+        Log::Warning("for want of capabilities " + missing);
+    }
+    for (const std::string& remark : m_remarks) {
+        Log::Warning(remark);
+    }
+}
+
+}  // namespace cvtagentd

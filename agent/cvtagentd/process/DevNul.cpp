@@ -1,0 +1,28 @@
+#include "agent/cvtagentd/process/DevNul.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace cvtagentd {
+namespace {
+
+constexpr const char* kNul = "/dev/nul";
+
+}  // namespace
+
+void DevNul::Make() {
+    // Never replaces what is there.
+    [[maybe_unused]] const int failed = ::symlink("/dev/null", kNul);
+}
+
+std::string DevNul::WhyUnusable() {
+    if (::access(kNul, W_OK) == 0) {
+        return {};
+    }
+    return "the clock cannot be set: " + std::string(kNul) + ": " + std::generic_category().message(errno) +
+           "; as root, make it a link: ln -sfn /dev/null " + kNul;
+}
+
+}  // namespace cvtagentd

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "agent/cvtagentd/process/Users.h"
+
+namespace cvtagentd {
+
+/// What this process may do beyond an ordinary user. Privileges belong to threads: all of this is for a process that has
+/// one thread, and whatever that starts later inherits the outcome.
+///
+/// The kernel is asked directly. The four calls that this takes do not pay for another library in a program that runs as
+/// root for a moment.
+class Privileges {
+public:
+    /// Throws StartError when this process has not the right to run as `user`.
+    static void CheckMayBecome(const User& user);
+
+    /// Runs as `user` and in his groups from now on, for good, with no other capabilities than those that modules need: CAP_KILL,
+    /// CAP_SYS_PTRACE, CAP_SYS_TIME and CAP_SYSLOG, as far as they were there. They are ambient, since it is programs that
+    /// use some of them; nothing that is started can gain others. For somebody who is that user already, all but these
+    /// capabilities are given up. CAP_NET_BIND_SERVICE stays until GiveUpPorts. Throws StartError.
+    static void Become(const User& user);
+
+    /// Those of this process's groups, in the order of their numbers, that are not the user's. Become leaves them where it
+    /// has no right to change them.
+    static std::vector<gid_t> ForeignGroups(const User& user);
+
+    /// From now on the kernel writes no core file of this process, in which keys could be found, and other processes of
+    /// its user cannot look into it. Become does that, too.
+    static void ForbidCoreFiles();
+
+    /// Follows Become when the ports are open. Throws StartError.
+    static void GiveUpPorts();
+
+    /// Those of the capabilities that this process has: names, in the order of their numbers.
+    static std::vector<std::string> Kept();
+
+    /// For each that it has not, what cannot be done: a phrase for people.
+    static std::vector<std::string> Missing();
+};
+
+}  // namespace cvtagentd

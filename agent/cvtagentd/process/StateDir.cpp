@@ -1,0 +1,196 @@
+#include "agent/cvtagentd/process/StateDir.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/Users.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr const char* kName = "cvtagentd";
+
+/// What the SNMP library keeps: engine identifier, users, and any directive that somebody has written there.
+constexpr const char* kLibrarysFile = "cvtagentd.conf";
+
+/// An absolute path from the environment, or nothing.
+std::string PathFrom(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value != nullptr && *value == '/' ? value : std::string();
+}
+
+[[noreturn]] void Fail(const std::string& what, const std::string& folder, const std::error_code& error) {
+    throw StartError(what + " the state directory " + folder + ": " + error.message() +
+                     "; name one that can be written with --state-dir");
+}
+
+void Create(const std::string& folder) {
+    std::error_code error;
+    if (std::filesystem::exists(folder, error)) {
+        return;
+    }
+    const std::filesystem::path parent = std::filesystem::path(folder).parent_path();
+    std::filesystem::create_directories(parent, error);
+    if (error || !std::filesystem::create_directory(folder, error)) {
+        Fail("cannot make", folder, error);
+    }
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
+}
+
+/// The SNMP library makes these.
+bool IsTheLibrarys(const std::string& folder) { return folder == "cert_indexes" || folder == "mib_indexes"; }
+
+/// A directory that can be given away without taking anything from anybody.
+bool IsOursAlone(const struct stat& folder) {
+    if (folder.st_uid != 0 || (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return false;
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        if (entry.symlink_status().type() == std::filesystem::file_type::directory &&
+            !IsTheLibrarys(entry.path().filename().string())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Somebody else may own the directory, and so decide what the name stands for: a file with a second name could be any of
+/// root's.
+bool GiveFile(const std::filesystem::path& file, uid_t user, gid_t group) {
+    const int fd = ::open(file.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return errno == ENOENT;
+    }
+    struct stat status {};
+    bool worked = ::fstat(fd, &status) == 0;
+    const bool whole = S_ISREG(status.st_mode) && status.st_nlink == 1;
+    if (worked && status.st_uid == 0 && (whole || S_ISDIR(status.st_mode))) {
+        worked = ::fchownat(fd, "", user, group, AT_EMPTY_PATH) == 0;
+    }
+    const int error = errno;
+    ::close(fd);
+    errno = error;
+    return worked;
+}
+
+void GiveFiles(uid_t user, gid_t group) {
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        if (!GiveFile(entry.path(), user, group)) {
+            Fail("cannot change the owner of files in", StateDir::Path(), {errno, std::generic_category()});
+        }
+    }
+}
+
+/// What access(2) says does not hold for root, nor on every file system.
+void CheckWritable() {
+    std::string probe = "./.cvtagentd-XXXXXX";
+    const int fd = ::mkostemp(probe.data(), O_CLOEXEC);
+    if (fd < 0) {
+        Fail("cannot write to", StateDir::Path(), {errno, std::generic_category()});
+    }
+    ::close(fd);
+    ::unlink(probe.c_str());
+}
+
+/// Nobody but root decides what stands in the directory.
+void RequireRootsAlone() {
+    for (const char* const name : {".", kLibrarysFile}) {
+        struct stat status {};
+        if (::lstat(name, &status) != 0) {
+            continue;
+        }
+        if (status.st_uid != 0) {
+            throw StartError("the state directory " + StateDir::Path() + " belongs to the user " +
+                             Users::WithId(status.st_uid).Label() +
+                             "; run the agent as him (--user), or name another directory with --state-dir");
+        }
+        if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+            throw StartError("others than root can write to the state directory " + StateDir::Path() +
+                             "; close it to them (chmod 700), or name another one with --state-dir");
+        }
+    }
+}
+
+}  // namespace
+
+std::string StateDir::Default() {
+    if (const std::string list = PathFrom("STATE_DIRECTORY"); !list.empty()) {
+        return list.substr(0, list.find(':'));
+    }
+    if (::geteuid() == 0) {
+        return std::string("/var/lib/") + kName;
+    }
+    if (const std::string states = PathFrom("XDG_STATE_HOME"); !states.empty()) {
+        return states + "/" + kName;
+    }
+    if (const std::string home = PathFrom("HOME"); !home.empty()) {
+        return home + "/.local/state/" + kName;
+    }
+    throw StartError("there is no home directory to keep the state in: name a state directory with --state-dir");
+}
+
+void StateDir::Enter(const std::string& folder) {
+    std::string chosen = folder;
+    if (chosen.empty()) {
+        chosen = Default();
+        Create(chosen);
+    }
+    if (::chdir(chosen.c_str()) != 0) {
+        Fail("cannot use", chosen, {errno, std::generic_category()});
+    }
+    if (Path().find(':') != std::string::npos) {
+        throw StartError("the state directory " + Path() +
+                         " has a colon in its name, which the SNMP library cannot deal with; name another one with "
+                         "--state-dir");
+    }
+}
+
+std::string StateDir::Path() {
+    std::error_code ignored;
+    return std::filesystem::current_path(ignored).string();
+}
+
+void StateDir::GiveTo(uid_t user, gid_t group) {
+    struct stat folder {};
+    if (::stat(".", &folder) != 0) {
+        Fail("cannot use", Path(), {errno, std::generic_category()});
+    }
+    if (folder.st_uid != user) {
+        if (!IsOursAlone(folder)) {
+            return;
+        }
+        if (::chown(".", user, group) != 0) {
+            Fail("cannot change the owner of", Path(), {errno, std::generic_category()});
+        }
+    }
+    GiveFiles(user, group);
+}
+
+void StateDir::CheckUsable() {
+    if (::geteuid() == 0) {
+        RequireRootsAlone();
+    }
+    CheckWritable();
+    if (::access(kLibrarysFile, R_OK) != 0 && errno != ENOENT) {
+        throw StartError(
+            "cannot read " + Path() + "/" + kLibrarysFile + ": " + std::generic_category().message(errno) +
+            "; give it to the user who runs the agent (chown), or name another directory with --state-dir");
+    }
+}
+
+void StateDir::WarnIfGone() {
+    struct stat status {};
+    if (::stat(".", &status) == 0 && status.st_nlink == 0) {
+        Log::Warning("the state directory has been removed: nothing is kept; make it again and restart the agent");
+    }
+}
+
+}  // namespace cvtagentd

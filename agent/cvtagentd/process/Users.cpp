@@ -1,0 +1,38 @@
+#include "agent/cvtagentd/process/Users.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <vector>
+
+#include "agent/cvtagentd/process/StartError.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr std::size_t kEntrySize = 65536;
+
+}  // namespace
+
+User Users::Named(const std::string& name) {
+    std::vector<char> buffer(kEntrySize);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+        throw StartError("this host has no user " + name + "; name one that it has, or make it (useradd --system " +
+                         name + ")");
+    }
+    return {found->pw_name, found->pw_uid, found->pw_gid};
+}
+
+User Users::WithId(uid_t uid) {
+    std::vector<char> buffer(kEntrySize);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+        return {{}, uid, ::getgid()};
+    }
+    return {found->pw_name, found->pw_uid, found->pw_gid};
+}
+
+}  // namespace cvtagentd

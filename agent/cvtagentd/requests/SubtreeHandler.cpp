@@ -1,0 +1,73 @@
+#include "agent/cvtagentd/requests/SubtreeHandler.h"
+
+#include <exception>
+#include <vector>
+
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/requests/SetTransactions.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/VarBinds.h"
+
+namespace cvtagentd {
+
+SubtreeHandler::SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids, DelegatedRequests& putBack)
+    : m_group(group), m_ids(ids), m_putBack(putBack), m_reader(group) {
+    const std::vector<oid> root(group.Oid().Arcs().begin(), group.Oid().Arcs().end());
+    m_registration =
+        ::netsnmp_create_handler_registration(group.Name().c_str(), &SubtreeHandler::OnRequests, root.data(),
+                                              root.size(), HANDLER_CAN_RWRITE | HANDLER_CAN_GETBULK);
+    if (m_registration != nullptr && m_registration->handler != nullptr) {
+        m_registration->handler->myvoid = this;  // shared by the copies that the library makes for nested subtrees
+    }
+    // A registration that is refused has been freed by the library.
+    if (m_registration == nullptr || ::netsnmp_register_handler(m_registration) != MIB_REGISTERED_OK) {
+        throw StartError("the SNMP library does not take the subtree of " + std::string(group.ToString().View()) +
+                         "; it may be registered already");
+    }
+}
+
+SubtreeHandler::~SubtreeHandler() { ::netsnmp_unregister_handler(m_registration); }
+
+int SubtreeHandler::OnRequests(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
+                               netsnmp_agent_request_info* info, netsnmp_request_info* requests) {
+    try {
+        static_cast<SubtreeHandler*>(handler->myvoid)->Answer({handler, registration, info, requests});
+    } catch (const std::exception&) {  // out of memory: the library is C and must not be unwound
+        ::netsnmp_request_set_error_all(requests, SNMP_ERR_GENERR);
+    }
+    return SNMP_ERR_NOERROR;
+}
+
+void SubtreeHandler::Answer(DelegatedRequests::Position position) {
+    const unsigned int requestId = m_ids.Of(*position.info);
+    switch (position.info->mode) {
+        case MODE_GET:
+        case MODE_GETNEXT:
+        case MODE_GETBULK:
+            if (!m_reader.Begin(*position.info, requestId, position.requests, m_putBack.HowToWait())) {
+                m_putBack.Add(m_reader, requestId, position);
+            }
+            break;
+        case MODE_SET_RESERVE1: CheckSet(requestId, position.requests); break;
+        case MODE_SET_ACTION: SetTransactions::Commit(position.requests); break;
+        case MODE_SET_UNDO: SetTransactions::UndoAndRelease(position.requests); break;
+        case MODE_SET_COMMIT:
+        case MODE_SET_FREE: SetTransactions::Release(position.requests); break;
+        default: break;
+    }
+}
+
+/// The lock is recursive, and held until all are checked, so that nobody takes it in between for long.
+void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) CVT_NO_THREAD_SAFETY_ANALYSIS {
+    CVT::TMutex& lock = m_group.RequestLock();
+    const bool mayWait = m_putBack.HowToWait() != GroupReader::Wait::kShortly;
+    if (lock.Wait(mayWait ? CVT::kWaitForever : 0) != CVT::kWaitSignalled) {
+        VarBinds::Refuse(*requests, CVT::resourceUnavailable);
+        return;
+    }
+    const CVT::TMutex::Guard held(lock);
+    lock.Done();
+    SetTransactions::Check(m_group, requestId, requests);
+}
+
+}  // namespace cvtagentd

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "CVT/BMibImpl.h"
+#include "agent/cvtagentd/requests/DelegatedRequests.h"
+#include "agent/cvtagentd/requests/GroupReader.h"
+#include "agent/cvtagentd/requests/RequestIds.h"
+
+struct netsnmp_mib_handler_s;
+struct netsnmp_handler_registration_s;
+struct netsnmp_agent_request_info_s;
+struct netsnmp_request_info_s;
+
+namespace cvtagentd {
+
+/// Answers the SNMP library's requests for one group of a module.
+///
+/// The library calls it with one or more varbinds of one request that lie in the group's subtree, once for GET, for each
+/// step of GETNEXT and for GETBULK (GroupReader), once for each phase of a SET (SetTransactions). A request that would have to
+/// wait for the group is put back; a SET is refused with resourceUnavailable, because the library serves nobody else while
+/// one is under way. Used by the thread that runs the library. The group, `ids` and `putBack` must outlive it.
+class SubtreeHandler {
+public:
+    /// Registers the group's subtree. Throws StartError when the library refuses.
+    SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids, DelegatedRequests& putBack);
+    /// Unregisters it. The library must still run, and no request to it be put back.
+    ~SubtreeHandler();
+    SubtreeHandler(const SubtreeHandler&) = delete;
+    SubtreeHandler& operator=(const SubtreeHandler&) = delete;
+
+private:
+    using Request = netsnmp_request_info_s;
+
+    static int OnRequests(netsnmp_mib_handler_s* handler, netsnmp_handler_registration_s* registration,
+                          netsnmp_agent_request_info_s* info, Request* requests);
+
+    void Answer(DelegatedRequests::Position position);
+    void CheckSet(unsigned int requestId, Request* requests);
+
+    CVT::BMibImpl& m_group;
+    RequestIds& m_ids;
+    DelegatedRequests& m_putBack;
+    GroupReader m_reader;
+    netsnmp_handler_registration_s* m_registration;
+};
+
+}  // namespace cvtagentd

@@ -1,0 +1,104 @@
+#include "agent/cvtagentd/snmp/EventLoop.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+
+#include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/snmp/DescriptorSet.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr unsigned int kReadsToALook = 16;
+constexpr int kPauseMs = 10;
+
+}  // namespace
+
+EventLoop::EventLoop() {
+    ::signal(SIGPIPE, SIG_IGN);
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        ::sigaddset(&signals, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    m_signals = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (m_signals < 0) {
+        throw StartError("the system gives no more file descriptors; raise the limit (ulimit -n)");
+    }
+}
+
+EventLoop::~EventLoop() { ::close(m_signals); }
+
+EventLoop::Event EventLoop::TakeSignal() {
+    signalfd_siginfo info{};
+    if (::read(m_signals, &info, sizeof info) != sizeof info) {
+        return Event::kNone;
+    }
+    return info.ssi_signo == SIGHUP ? Event::kReload : Event::kStop;
+}
+
+/// A connection that cannot be taken up for lack of a descriptor keeps its socket readable: without a pause, this loop
+/// would take all of a processor.
+void EventLoop::PauseWhenTableIsFull() {
+    if (++m_reads % kReadsToALook != 0) {
+        return;
+    }
+    const int spare = ::fcntl(m_signals, F_DUPFD_CLOEXEC, 0);
+    if (spare >= 0) {
+        ::close(spare);
+        m_wasFull = false;
+        return;
+    }
+    if (!m_wasFull) {
+        Log::Error(
+            "no file descriptor is free: connections wait and requests may be refused; raise the limit "
+            "(ulimit -n, or LimitNOFILE= of the service)");
+        m_wasFull = true;
+    }
+    ::poll(nullptr, 0, kPauseMs);
+}
+
+EventLoop::Event EventLoop::Wait(int milliseconds, int last) {
+    DescriptorSet descriptors;
+    int count = 0;
+    int block = 1;  // stays so when the library waits for nothing but packets
+    timeval librarys{};
+    ::snmp_select_info2(&count, descriptors.Get(), &librarys, &block);
+    descriptors.Insert(m_signals);
+    count = std::max(count, m_signals + 1);
+
+    timeval own{milliseconds / 1000, (milliseconds % 1000) * 1000L};
+    timeval* timeout = milliseconds == kForever ? nullptr : &own;
+    if (block == 0 && (timeout == nullptr || timercmp(&librarys, &own, <))) {
+        timeout = &librarys;
+    }
+    const int ready = ::netsnmp_large_fd_set_select(count, descriptors.Get(), nullptr, nullptr, timeout);
+    if (ready > 0) {
+        if (descriptors.Has(m_signals)) {
+            if (const Event event = TakeSignal(); event != Event::kNone) {
+                return event;
+            }
+            descriptors.Remove(m_signals);
+        }
+        if (last != kNoDescriptor && ready > 1) {
+            descriptors.Remove(last);
+        }
+        ::snmp_read2(descriptors.Get());
+        PauseWhenTableIsFull();
+    } else if (ready == 0) {
+        ::snmp_timeout();
+    }
+    ::run_alarms();
+    ::netsnmp_check_outstanding_agent_requests();
+    return Event::kNone;
+}
+
+}  // namespace cvtagentd

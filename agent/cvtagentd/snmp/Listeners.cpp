@@ -1,0 +1,109 @@
+#include "agent/cvtagentd/snmp/Listeners.h"
+
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include "CVT/SnmpTypes.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+namespace cvtagentd {
+namespace {
+
+netsnmp_transport* TransportOf(snmp_session& session) {
+    void* const internal = ::snmp_sess_pointer(&session);
+    return internal == nullptr ? nullptr : ::snmp_sess_transport(internal);
+}
+
+/// Makes room for what a sender does not read at once; keeps the connection from what a module starts.
+void SetUpConnection(int socket) {
+    constexpr int kRoom = 1 << 20;  // the kernel may give less
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof kRoom);
+}
+
+/// Whether a message may wait until the sender of a stream reads, which might be never: a quarter of the room is
+/// taken. A response, of which the kernel keeps more than its octets, fits into the rest.
+bool MayHaveToWait(int socket) {
+    int unread = 0;
+    int room = 0;
+    socklen_t length = sizeof room;
+    return ::ioctl(socket, SIOCOUTQ, &unread) == 0 &&
+           ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &room, &length) == 0 && unread > room / 4;
+}
+
+/// Every message comes here first, also one that the library answers by itself. What is not taken is dropped whole.
+int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
+    const bool isStream = (transport->flags & NETSNMP_TRANSPORT_FLAG_STREAM) != 0;
+    if (isStream && MayHaveToWait(transport->sock)) {
+        return 0;
+    }
+    return ::netsnmp_agent_check_packet(session, transport, opaque, length);
+}
+
+void Refuse(snmp_session& session, snmp_pdu& message) {
+    snmp_pdu* const response = ::snmp_clone_pdu(&message);
+    if (response == nullptr) {
+        return;
+    }
+    response->command = SNMP_MSG_RESPONSE;
+    response->errstat = message.version == SNMP_VERSION_1 ? CVT::genErr : CVT::resourceUnavailable;
+    response->errindex = 1;
+    if (::snmp_send(&session, response) == 0) {
+        ::snmp_free_pdu(response);
+    }
+}
+
+}  // namespace
+
+Listeners::~Listeners() {
+    for (snmp_session* const session : m_sessions) {
+        ::snmp_close(session);
+    }
+}
+
+bool Listeners::Open(const std::string& address) {
+    netsnmp_transport* transport = ::netsnmp_transport_open_server("snmp", address.c_str());
+    if (transport == nullptr) {
+        return false;
+    }
+    snmp_session session;
+    ::snmp_sess_init(&session);
+    session.version = SNMP_DEFAULT_VERSION;
+    session.callback = &Listeners::OnMessage;
+    session.callback_magic = this;
+    session.isAuthoritative = SNMP_SESS_AUTHORITATIVE;
+    session.flags = static_cast<u_long>(::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_FLAGS));
+    if (transport->f_open != nullptr) {
+        transport = transport->f_open(transport);
+    }
+    snmp_session* const opened =
+        transport == nullptr ? nullptr : ::snmp_add(&session, transport, &CheckPacket, &::netsnmp_agent_check_parse);
+    if (opened == nullptr) {  // it has freed the transport
+        return false;
+    }
+    m_sessions.push_back(opened);
+    return true;
+}
+
+/// The sessions of connections that were accepted come here too. The library's own handler takes no magic.
+int Listeners::OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self) {
+    if (operation == NETSNMP_CALLBACK_OP_CONNECT) {
+        if (const netsnmp_transport* const transport = TransportOf(*session); transport != nullptr) {
+            SetUpConnection(transport->sock);
+        }
+    }
+    if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE && static_cast<Listeners*>(self)->Refuses(*message)) {
+        Refuse(*session, *message);
+        return 1;
+    }
+    return ::handle_snmp_packet(operation, session, requestId, message, nullptr);
+}
+
+/// A sender that is not known is the library's affair.
+bool Listeners::Refuses(snmp_pdu& message) const {
+    return message.command == SNMP_MSG_SET && m_isBusy && m_isBusy() && ::check_access(&message) == 0;
+}
+
+}  // namespace cvtagentd

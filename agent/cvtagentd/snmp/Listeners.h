@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct snmp_session;
+struct snmp_pdu;
+
+namespace cvtagentd {
+
+/// The addresses that the agent answers on.
+///
+/// The SNMP library holds a SET until no request is put back any more, and every other request until that SET is through.
+/// So that nobody is held up, a SET that comes meanwhile is refused here, with resourceUnavailable.
+///
+/// Nor is anybody held up by a client that sends over a stream and does not read: its messages are dropped until it does.
+///
+/// Used by the thread that runs the library, which must live longer. The object stays where it is.
+class Listeners {
+public:
+    Listeners() = default;
+    Listeners(const Listeners&) = delete;
+    Listeners& operator=(const Listeners&) = delete;
+    ~Listeners();
+
+    /// False when it cannot be listened on; errno may say why.
+    bool Open(const std::string& address);
+
+    /// `isBusy` tells whether a request is put back; empty: none ever is.
+    void RefuseSetsWhile(std::function<bool()> isBusy) { m_isBusy = std::move(isBusy); }
+
+private:
+    static int OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self);
+    bool Refuses(snmp_pdu& message) const;
+
+    std::function<bool()> m_isBusy;
+    std::vector<snmp_session*> m_sessions;  // the library's
+};
+
+}  // namespace cvtagentd

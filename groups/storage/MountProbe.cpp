@@ -1,0 +1,228 @@
+#include "groups/storage/MountProbe.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "CVT/BPatience.h"
+#include "CVT/TMutex.h"
+#include "CVT/TThread.h"
+#include "CVT/ThreadAnnotations.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Two system calls need little; the sanitizers want some.
+constexpr unsigned int kStackBytes = 256 * 1024;
+
+std::optional<struct stat> AskDirectory(const char* path) {
+    struct stat directory {};
+    return ::stat(path, &directory) == 0 ? std::optional(directory) : std::nullopt;
+}
+
+std::optional<struct statfs> AskSpace(const char* path) {
+    struct statfs space {};
+    return ::statfs(path, &space) == 0 ? std::optional(space) : std::nullopt;
+}
+
+}  // namespace
+
+/// What the asking thread and the one that waits share, for as long as either needs it. Each event hands the members above
+/// it over to the one that waits.
+struct DMountProbe::Call {
+    Call(const char* path, EWhat question) : directory(path), what(question) {}
+
+    const std::string directory;
+    const EWhat what;
+    const Clock::time_point asked = Clock::now();
+
+    std::optional<struct stat> status;
+    Clock::time_point statusAnswered;
+    CVT::TEvent hasStatus{true};
+
+    std::optional<struct statfs> space;
+    CVT::TEvent hasSpace{true};
+
+    std::atomic<bool> hasReturned = false;
+};
+
+class DMountProbe::Caller final : public CVT::TThread {
+public:
+    explicit Caller(std::shared_ptr<Call> call) : TThread(true), m_call(std::move(call)) {}
+
+protected:
+    unsigned int Run() override {
+        // A signal to the process must not wait for a thread that may be stuck.
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+
+        Call& call = *m_call;
+        bool goOn = true;
+        if (call.what == kDirectoryAndSpace) {
+            call.status = AskDirectory(call.directory.c_str());
+            call.statusAnswered = Clock::now();
+            goOn = call.status.has_value();
+            call.hasStatus.Set();
+        }
+        if (goOn) {
+            call.space = AskSpace(call.directory.c_str());
+        }
+        call.hasReturned = true;
+        call.hasSpace.Set();
+        return 0;
+    }
+
+private:
+    ~Caller() override = default;
+
+    const std::shared_ptr<Call> m_call;
+};
+
+namespace {
+
+/// The directories whose questions were left behind, each with a way to see whether it has come back. Several who asked at
+/// once may all be stuck, and each counts. Cleared by those who ask again: what is left behind must not reach for anything
+/// of the module.
+class Stuck {
+public:
+    using HasReturned = std::function<bool()>;
+
+    void Add(const std::string& directory, HasReturned hasReturned) {
+        const CVT::TMutex::Guard guard(m_lock);
+        m_questions.emplace(directory, std::move(hasReturned));
+    }
+
+    bool Has(const std::string& directory) {
+        const CVT::TMutex::Guard guard(m_lock);
+        auto [question, end] = m_questions.equal_range(directory);
+        while (question != end && question->second()) {
+            question = m_questions.erase(question);
+        }
+        return question != end;
+    }
+
+private:
+    CVT::TMutex m_lock{false};
+    std::multimap<std::string, HasReturned> m_questions CVT_GUARDED_BY(m_lock);
+};
+
+Stuck s_stuck;
+
+}  // namespace
+
+/// The calls whose callers had too little patience. One that has come back is an answer for as long again as somebody
+/// patient would have waited for it.
+class DMountProbe::Pending {
+public:
+    void Add(const std::shared_ptr<Call>& call) {
+        const CVT::TMutex::Guard guard(m_lock);
+        m_calls.insert_or_assign({call->directory, call->what}, call);
+    }
+
+    /// Null when there is none.
+    std::shared_ptr<Call> Take(const std::string& directory, EWhat what) {
+        const CVT::TMutex::Guard guard(m_lock);
+        const auto node = m_calls.extract({directory, what});
+        if (node.empty() || (node.mapped()->hasReturned && Clock::now() > node.mapped()->asked + 2 * kPatience)) {
+            return nullptr;
+        }
+        return node.mapped();
+    }
+
+    static Pending& Instance() {
+        static Pending instance;
+        return instance;
+    }
+
+private:
+    CVT::TMutex m_lock{false};
+    std::map<std::pair<std::string, EWhat>, std::shared_ptr<Call>> m_calls CVT_GUARDED_BY(m_lock);
+};
+
+DMountProbe::DMountProbe(const char* directory, bool mayHang, EWhat what, std::chrono::milliseconds patience)
+    : m_patience(patience) {
+    const char* const path = directory == nullptr ? "" : directory;
+    if (!mayHang) {
+        if (what == kDirectoryAndSpace) {
+            m_figures.directory = AskDirectory(path);
+            if (!m_figures.directory) {
+                return;
+            }
+        }
+        m_figures.space = AskSpace(path);
+        return;
+    }
+    m_call = Pending::Instance().Take(path, what);
+    m_wasTakenUp = m_call != nullptr;
+    if (m_wasTakenUp) {
+        return;
+    }
+    auto call = std::make_shared<Call>(path, what);
+    if (!s_stuck.Has(call->directory) && (new Caller(call))->Start(kStackBytes, 0)) {
+        m_call = std::move(call);
+    }
+}
+
+DMountProbe::EWaited DMountProbe::Await(CVT::TEvent& event, Clock::time_point deadline) const {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    const auto needed = static_cast<unsigned int>(std::max<decltype(left)>(left, 0));
+    unsigned int allowed = CVT::BPatience::Left();
+    if (m_wasTakenUp && allowed != CVT::kWaitForever) {
+        allowed = 0;  // many may ask in turn, and each has waited once
+    }
+    if (event.Wait(std::min(needed, allowed)) == CVT::kWaitSignalled) {
+        return EWaited::kCame;
+    }
+    return allowed < needed ? EWaited::kGaveUp : EWaited::kInVain;
+}
+
+DMountProbe::EWaited DMountProbe::AwaitAll() {
+    Call& call = *m_call;
+    auto asked = call.asked;
+    if (call.what == kDirectoryAndSpace) {
+        const EWaited waited = Await(call.hasStatus, asked + m_patience);
+        if (waited != EWaited::kCame) {
+            return waited;
+        }
+        m_figures.directory = call.status;
+        asked = call.statusAnswered;
+    }
+    const EWaited waited = Await(call.hasSpace, asked + m_patience);
+    if (waited == EWaited::kCame) {
+        m_figures.space = call.space;
+    }
+    return waited;
+}
+
+DMountFigures DMountProbe::Answer() {
+    if (!m_call) {
+        return m_figures;
+    }
+    switch (AwaitAll()) {
+        case EWaited::kCame: m_call.reset(); break;
+        case EWaited::kInVain:
+            s_stuck.Add(m_call->directory, [left = m_call] { return left->hasReturned.load(); });
+            break;
+        case EWaited::kGaveUp:
+            Pending::Instance().Add(std::exchange(m_call, nullptr));
+            m_hasGivenUp = true;
+            CVT::BPatience::GiveUp();
+            break;
+    }
+    return m_figures;
+}
+
+std::optional<DMountFigures> DMountProbe::LateAnswer() {
+    if (!m_call || !m_call->hasReturned) {
+        return std::nullopt;
+    }
+    const std::shared_ptr<Call> call = std::move(m_call);
+    return DMountFigures{call->status, call->space};
+}

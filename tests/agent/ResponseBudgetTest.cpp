@@ -1,0 +1,112 @@
+// Responses of version 3 that would be longer than the asker's messages may be.
+
+#include <sstream>
+
+#include "tests/agent/AgentTest.h"
+
+namespace agent_test {
+namespace {
+
+constexpr const char* kClient = CVHOST_SOURCE_DIR "/tests/agent/clients/bulk.pl";
+
+struct Asker {
+    const char* name;
+    int longestMessage;
+    bool isSealed;
+};
+
+void PrintTo(const Asker& asker, std::ostream* out) { *out << asker.name; }
+
+constexpr Asker kAskers[] = {
+    {"FewOctets", 600, false},       {"FewOctetsSealed", 600, true},
+    {"EthernetPacket", 1472, false}, {"EthernetPacketSealed", 1472, true},
+    {"WholeDatagram", 65507, false}, {"WholeDatagramSealed", 65507, true},
+};
+
+class ResponseBudgetTest : public AgentTest, public ::testing::WithParamInterface<Asker> {
+protected:
+    void SetUp() override {
+        if (RunToEnd({"perl", "-MNet::SNMP", "-MCrypt::Rijndael", "-e", "1"}, m_scratch).status != 0) {
+            GTEST_SKIP() << "no Net::SNMP (libnet-snmp-perl, libcrypt-rijndael-perl)";
+        }
+        Start({"--module", kTestModule, "--module", CVHOST_READ_TEST_MODULE, "--config",
+               WriteConfig("createUser me SHA \"long enough\" AES \"long enough\"\nrouser me auth\n")});
+    }
+
+    /// A GETBULK of that many repetitions.
+    Outcome Ask(int repetitions, const std::string& oids) const {
+        Arguments arguments = {"perl",
+                               kClient,
+                               Udp().substr(Udp().rfind(':') + 1),
+                               std::to_string(repetitions),
+                               oids,
+                               "-version",
+                               "3",
+                               "-username",
+                               "me",
+                               "-authprotocol",
+                               "sha",
+                               "-authpassword",
+                               "long enough",
+                               "-maxmsgsize",
+                               std::to_string(GetParam().longestMessage)};
+        if (GetParam().isSealed) {
+            arguments = arguments + Arguments{"-privprotocol", "aes", "-privpassword", "long enough"};
+        }
+        return RunToEnd(arguments, m_scratch);
+    }
+    std::vector<std::string> Names(int repetitions, const std::string& oids) const {
+        const Outcome outcome = Ask(repetitions, oids);
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        std::istringstream in(outcome.output);
+        std::vector<std::string> names;
+        for (std::string name; std::getline(in, name);) {
+            names.push_back(name);
+        }
+        return names;
+    }
+
+    const std::string m_number = ".1.3.6.1.4.1.32473.3.2.1.1";
+    const std::string m_text = ".1.3.6.1.4.1.32473.3.2.1.2";
+};
+
+TEST_P(ResponseBudgetTest, AResponseHoldsAsManyRowsAsFitTheFirstOnesWithoutAGap) {
+    const std::vector<std::string> names = Names(200, m_text);
+    ASSERT_FALSE(names.empty());
+    const auto fit = static_cast<std::size_t>(GetParam().longestMessage) / 200;
+    EXPECT_LE(names.size(), fit);
+    EXPECT_GE(names.size() * 2, std::min<std::size_t>(fit, 200) - 1) << "less than half of what would fit";
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(names[i], m_text + "." + std::to_string(i + 1));
+    }
+}
+
+TEST_P(ResponseBudgetTest, SeveralColumnsAreCutBehindAWholeRow) {
+    const std::vector<std::string> names = Names(100, m_number + "," + m_text);
+    ASSERT_FALSE(names.empty());
+    EXPECT_EQ(names.size() % 2, 0U);
+    EXPECT_EQ(names.back(), m_text + "." + std::to_string(names.size() / 2));
+}
+
+TEST_P(ResponseBudgetTest, AsManyNumbersFitAsInTheAnswerToAGet) {
+    const std::size_t columns = GetParam().longestMessage < 1472 ? 10 : 45;
+    std::string oids = m_number;
+    for (std::size_t i = 1; i < columns; ++i) {
+        oids += "," + m_number + "." + std::to_string(i);
+    }
+    EXPECT_EQ(Names(1, oids).size(), columns);
+}
+
+TEST_P(ResponseBudgetTest, RowsThatDoNotFitAreRefusedAndTheAgentGoesOn) {
+    const std::string longText = kValues + "14.0";  // behind it comes a text of 20,000 octets
+    const Outcome outcome = Ask(3, longText + "," + longText + "," + longText + "," + longText);
+    EXPECT_NE(outcome.status, 0) << outcome.output;
+    EXPECT_NE(outcome.output.find("tooBig"), std::string::npos) << outcome.output;
+    EXPECT_EQ(Names(1, m_number), std::vector<std::string>{m_number + ".1"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, ResponseBudgetTest, ::testing::ValuesIn(kAskers),
+                         [](const auto& asker) { return std::string(asker.param.name); });
+
+}  // namespace
+}  // namespace agent_test
