@@ -24,9 +24,12 @@
 
 #include "CVT/BMapOid2Ptr.h"
 #include "CVT/BMibTableImpl.h"
-#include "agent/cvtagentd/requests/DelegatedRequests.h"
+#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/requests/Requests.h"
+#include "agent/cvtagentd/requests/ResponseBudget.h"
 #include "agent/cvtagentd/requests/SubtreeHandler.h"
 #include "agent/cvtagentd/snmp/EventLoop.h"
+#include "agent/cvtagentd/snmp/Listeners.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
@@ -212,21 +215,22 @@ private:
         }
         std::vector<int> values(static_cast<std::size_t>(m_rows), 1234567);
         cvtagentd::EventLoop loop;
-        cvtagentd::SnmpLibrary library("", cvtagentd::SnmpLibrary::Use::kServe);
+        const cvtagentd::SnmpLibrary library({"", cvtagentd::SnmpLibrary::State::kWorkingDirectory,
+                                              cvtagentd::AccessConfig::BuiltIn(), &cvtagentd::ResponseBudget::Install});
         std::filesystem::remove_all(folder);
-        library.Listen(m_address);
+        cvtagentd::Listeners listeners;
+        listeners.Listen(m_address);
         Table table(values);
-        cvtagentd::RequestIds ids;
-        cvtagentd::DelegatedRequests putBack(true);
+        cvtagentd::Requests requests(cvtagentd::GroupReader::Wait::kShortly);
+        const cvtagentd::EventLoop::Task retries(loop, [&] { return requests.delegated.Retry(); });
         const auto keep = [&](const auto& registered) {
             static_cast<void>(registered);
             static_cast<void>(::write(ready, "", 1));
-            while (loop.Wait(putBack.ShortenWait(cvtagentd::EventLoop::kForever)) ==
-                   cvtagentd::EventLoop::Event::kNone) {
+            while (loop.Turn() == cvtagentd::EventLoop::Event::kNone) {
             }
         };
         if (kind == Kind::kAgent) {
-            keep(cvtagentd::SubtreeHandler(table, ids, putBack));
+            keep(cvtagentd::SubtreeHandler(table, requests));
         } else {
             auto* const registration = ::netsnmp_create_handler_registration(
                 "bare", &FillFromArray, kTable.data(), kTable.size(), HANDLER_CAN_RONLY | HANDLER_CAN_GETBULK);

@@ -1,35 +1,40 @@
 #include "agent/cvtagentd/Agent.h"
 
-#include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "agent/cvtagentd/ServedModules.h"
+#include "agent/cvtagentd/StandAlone.h"
+#include "agent/cvtagentd/Subagent.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
-#include "agent/cvtagentd/agentx/MasterConnection.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
+#include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/ServiceManager.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
-#include "agent/cvtagentd/process/StateLock.h"
 #include "agent/cvtagentd/snmp/EventLoop.h"
-#include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
 namespace cvtagentd {
 namespace {
 
-constexpr int kReadyPollMs = 20;
+constexpr std::chrono::milliseconds kReadyPoll{20};
 constexpr const char* kServing = "serving";
 
-/// Of two waiting times of an EventLoop's.
-int Sooner(int a, int b) {
-    if (a == EventLoop::kForever || b == EventLoop::kForever) {
-        return std::max(a, b);
+std::unique_ptr<Role> MakeRole(const Options& options) {
+    if (options.subagent) {
+        return std::make_unique<Subagent>(options);
     }
-    return std::min(a, b);
+    return std::make_unique<StandAlone>(options);
 }
+
+/// Stops what StartServing began, whether it came to its end or not.
+struct StopServing {
+    ~StopServing() { role.StopServing(); }
+
+    Role& role;
+};
 
 }  // namespace
 
@@ -40,84 +45,38 @@ int Agent::Run() {
     AccessConfig::RequireReadable(m_options.config);
     StateDir::Enter(m_options.stateDir);
     DaemonUser user(m_options.user);
-    std::optional<MasterConnection> master;
-    std::optional<StateLock> lock;
-    if (m_options.subagent) {
-        master.emplace(m_options.master);
-    } else {  // the library obeys what stands in the state directory
-        user.Assume(m_options.config);
-        lock.emplace();
-    }
-    SnmpLibrary library(m_options.config, SnmpLibrary::Use::kServe, master ? &*master : nullptr);
-    if (!library.Faults().empty()) {
-        throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
-    }
-    if (master) {  // it has been reached, and no state has been read
-        user.Assume();
-        lock.emplace();
-    }
-    const std::string where = master ? "through the master at " + master->Address() : "on " + Listen(library);
+    const std::unique_ptr<Role> role = MakeRole(m_options);
+    role->ReadConfiguration(user);
+    const std::string where = role->Open();
     user.GiveUpPorts();
-    if (!master) {
-        library.Store();
-    }
+    role->StoreState();
     {
-        BuiltinModule own;
-        ServedModules modules(m_options.timeoutSeconds * 1000, master ? &*master : nullptr);
-        modules.Start(m_options.modules, master ? nullptr : &own);
-        if (!library.IgnoredDirectives().empty()) {
-            Log::Warning(m_options.config +
-                         ": with --agentx these mean nothing, since the master decides who may do what: " +
-                         library.IgnoredDirectives());
-        }
+        ServedModules modules(m_options.timeoutSeconds * 1000, role->HowToWait());
+        modules.Start(m_options.modules, role->Builtin());
+        const StopServing atEnd{*role};
+        role->StartServing(modules, loop);
         Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees " + where);
         user.Report();
         manager.Status("waiting for the modules to get ready");
-        library.OpenEndpoints().RefuseSetsWhile([&] { return !modules.RequestsPutBack().IsEmpty(); });
-        Serve(loop, library, modules, manager, master ? &*master : nullptr);
-        library.OpenEndpoints().RefuseSetsWhile({});
+        Serve(loop, *role, modules, manager);
     }
     Log::Info("ended");
     return EXIT_SUCCESS;
 }
 
-std::string Agent::Listen(SnmpLibrary& library) const {
-    std::vector<std::string> addresses = m_options.listen;
-    if (addresses.empty()) {
-        addresses = library.ConfiguredAddresses();
-    }
-    if (addresses.empty()) {
-        addresses.emplace_back(Options::kDefaultAddress);
-    }
-    std::string all;
-    for (const std::string& address : addresses) {
-        library.Listen(address);
-        all += (all.empty() ? "" : ", ") + address;
-    }
-    return all;
-}
-
-void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
-                  MasterConnection* master) const {
+void Agent::Serve(EventLoop& loop, Role& role, const ServedModules& modules, ServiceManager& manager) const {
     const auto begin = std::chrono::steady_clock::now();
     bool ready = false;
+    const EventLoop::Task readiness(loop, [&] {
+        if (!ready && LookWhetherReady(modules, begin)) {
+            ready = true;
+            manager.Ready(kServing);
+        }
+        return ready ? std::nullopt : std::optional(kReadyPoll);
+    });
+    const EventLoop::Task watchdog(loop, [&] { return manager.FeedWatchdog(); });
     for (;;) {
-        const bool served = modules.ServeReady();
-        if (!ready) {
-            ready = LookWhetherReady(modules, begin);
-            if (ready) {
-                manager.Ready(kServing);
-            }
-        }
-        manager.FeedWatchdog();
-        modules.RequestsPutBack().Retry();
-        int patienceMs = ready && served ? manager.MillisecondsToWatchdog() : kReadyPollMs;
-        patienceMs = modules.RequestsPutBack().ShortenWait(patienceMs);
-        if (master != nullptr) {
-            master->Report();
-            patienceMs = Sooner(patienceMs, master->MillisecondsToReport());
-        }
-        switch (loop.Wait(patienceMs, master == nullptr ? EventLoop::kNoDescriptor : master->Socket())) {
+        switch (loop.Turn()) {
             case EventLoop::Event::kStop:
                 Log::Info("ending");
                 StateDir::WarnIfGone();
@@ -126,21 +85,13 @@ void Agent::Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules,
             case EventLoop::Event::kReload:
                 manager.Reloading();
                 StateDir::WarnIfGone();
-                Reload(library);
+                role.Reload();
                 if (ready) {
                     manager.Ready(kServing);
                 }
                 break;
             case EventLoop::Event::kNone: break;
         }
-    }
-}
-
-void Agent::Reload(SnmpLibrary& library) const {
-    if (m_options.subagent) {  // to read it again would close the connection
-        Log::Info("with --agentx the configuration is read at the start only; the master's says who may do what");
-    } else {
-        library.Reload();
     }
 }
 

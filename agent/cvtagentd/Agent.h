@@ -1,17 +1,15 @@
 #pragma once
 
 #include <chrono>
-#include <string>
 
 #include "agent/cvtagentd/Options.h"
 
 namespace cvtagentd {
 
 class EventLoop;
-class MasterConnection;
+class Role;
 class ServedModules;
 class ServiceManager;
-class SnmpLibrary;
 
 /// The agent's life: start, serve, end. One in a process, run by its main thread.
 class Agent {
@@ -20,16 +18,11 @@ public:
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
 
-    /// Serves until a signal ends it, and gives the exit status. Throws StartError, with nothing left running.
+    /// Serves until a signal ends it, and returns the exit status. Throws StartError, with nothing left running.
     int Run();
 
 private:
-    /// Gives the addresses, for people.
-    std::string Listen(SnmpLibrary& library) const;
-    /// `master` is null when the agent listens itself.
-    void Serve(EventLoop& loop, SnmpLibrary& library, ServedModules& modules, ServiceManager& manager,
-               MasterConnection* master) const;
-    void Reload(SnmpLibrary& library) const;
+    void Serve(EventLoop& loop, Role& role, const ServedModules& modules, ServiceManager& manager) const;
     bool LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const;
 
     const Options& m_options;

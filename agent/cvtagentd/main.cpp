@@ -7,6 +7,7 @@
 
 #include "agent/cvtagentd/Agent.h"
 #include "agent/cvtagentd/Options.h"
+#include "agent/cvtagentd/StandAlone.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/access/CreateUser.h"
 #include "agent/cvtagentd/process/Log.h"
@@ -20,8 +21,10 @@ int Run(const cvtagentd::Options& options) {
     switch (options.action) {
         case cvtagentd::Options::Action::kShowHelp: std::fputs(cvtagentd::Options::Help(), stdout); return EXIT_SUCCESS;
         case cvtagentd::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
-        case cvtagentd::Options::Action::kCheckConfig: return cvtagentd::AccessConfig::Check(options.config);
-        case cvtagentd::Options::Action::kCreateUser: return cvtagentd::CreateUser(options).Run();
+        case cvtagentd::Options::Action::kCheckConfig:
+            return cvtagentd::AccessConfig::Check(options.config, &cvtagentd::StandAlone::BeforeConfiguration);
+        case cvtagentd::Options::Action::kCreateUser:
+            return cvtagentd::CreateUser(options, &cvtagentd::StandAlone::BeforeConfiguration).Run();
         case cvtagentd::Options::Action::kServe: break;
     }
     return cvtagentd::Agent(options).Run();

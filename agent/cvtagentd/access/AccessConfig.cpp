@@ -79,7 +79,15 @@ bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
     return failed == 0;
 }
 
+/// Whether a directive says as whom to run. By then it has been decided: what can say it may be that user's own.
+bool IsUserNamed() {
+    return ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_USERID) != 0 ||
+           ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0;
+}
+
 }  // namespace
+
+std::vector<std::string> AccessConfig::BuiltIn() { return {"rocommunity public 127.0.0.1", "rocommunity6 public ::1"}; }
 
 std::string AccessConfig::WhyUnreadable(const std::string& file) {
     struct stat status {};
@@ -123,6 +131,18 @@ std::vector<std::string> AccessConfig::Faults(const std::string& file, const std
     if (noAccess && faults.empty()) {  // or else it follows from the faults
         faults.push_back(file + ": gives access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");
     }
+    if (IsUserNamed()) {
+        faults.push_back(file +
+                         ": agentuser and agentgroup come too late: take them out, and name the user with --user");
+    }
+    return faults;
+}
+
+std::vector<std::string> AccessConfig::AllFaults(const std::string& file,
+                                                 const std::vector<LibraryLog::Message>& said) {
+    std::vector<std::string> faults = Faults(file, said);
+    const std::vector<std::string> more = ConfigReview::Of(file).faults;
+    faults.insert(faults.end(), more.begin(), more.end());
     return faults;
 }
 
@@ -151,12 +171,14 @@ std::string AccessConfig::Summary(const std::string& file, const std::vector<std
     return faults.front() + " (and more: cvtagentd --check-config " + file + " lists all)";
 }
 
-int AccessConfig::Check(const std::string& file) {
+int AccessConfig::Check(const std::string& file, std::function<void()> beforeConfiguration) {
     std::vector<std::string> faults;
     if (const std::string why = WhyUnreadable(file); !why.empty()) {
         faults.push_back(why);
     } else {
-        faults = SnmpLibrary(file, SnmpLibrary::Use::kCheck).Faults();
+        SnmpLibrary::Setup setup{file};
+        setup.beforeConfiguration = std::move(beforeConfiguration);
+        faults = AllFaults(file, SnmpLibrary(setup).Messages());
     }
     for (const std::string& fault : faults) {
         Log::Fatal(fault);
@@ -170,6 +192,27 @@ int AccessConfig::Check(const std::string& file) {
     return faults.empty() ? 0 : 1;
 }
 
+void AccessConfig::Reload(const std::string& file) {
+    if (file.empty()) {
+        Log::Info("there is no configuration file to read again");
+        return;
+    }
+    std::vector<std::string> faults;
+    if (const std::string why = WhyUnreadable(file); !why.empty()) {
+        faults.push_back(why);
+    } else {
+        faults = FaultsFoundByChild(file);
+    }
+    if (!faults.empty()) {
+        Log::Error("the configuration stays as it was: " + Summary(file, faults));
+        return;
+    }
+    ::update_config();
+    Log::Info("read the configuration " + file + " again");
+}
+
+/// What another process of this program finds with --check-config: a file that is faulty, or even crashes the library, does
+/// not harm the one that serves.
 std::vector<std::string> AccessConfig::FaultsFoundByChild(const std::string& file) {
     std::array<int, 2> ends{};
     pid_t child = 0;

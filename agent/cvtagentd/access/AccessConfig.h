@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,10 @@ public:
     /// Throws StartError when a file is named that cannot be read.
     static void RequireReadable(const std::string& file);
 
-    /// One line for each fault among what the library said when it read the file.
+    /// Directives that grant access where there is no file: community "public" may read, from this host.
+    static std::vector<std::string> BuiltIn();
+
+    /// One line for each fault among what the library said when it read the file, which it has in this process.
     static std::vector<std::string> Faults(const std::string& file, const std::vector<LibraryLog::Message>& said);
 
     /// Takes out the faults that are directives which the library does not know in its role, and gives their names, each
@@ -27,12 +31,19 @@ public:
     /// The one line that an agent says which does not start because of these faults. There is at least one.
     static std::string Summary(const std::string& file, const std::vector<std::string>& faults);
 
-    /// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
-    /// output, and gives the exit status. The process can do nothing more with the library afterwards.
-    static int Check(const std::string& file);
+    /// Those, and what ConfigReview finds in the file.
+    static std::vector<std::string> AllFaults(const std::string& file, const std::vector<LibraryLog::Message>& said);
 
-    /// The faults that another process of this program finds in the file with --check-config. An agent that serves asks
-    /// this way, so that a file that is faulty, or even crashes the library, costs it nothing.
+    /// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
+    /// output, and returns the exit status. The process can do nothing more with the library afterwards.
+    /// `beforeConfiguration`: as in SnmpLibrary::Setup.
+    static int Check(const std::string& file, std::function<void()> beforeConfiguration);
+
+    /// Lets the library read the file again. When it has faults everything stays as it was. Logs what it did. `file` may be
+    /// empty: nothing is read.
+    static void Reload(const std::string& file);
+
+private:
     static std::vector<std::string> FaultsFoundByChild(const std::string& file);
 };
 

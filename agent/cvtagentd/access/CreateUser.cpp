@@ -154,9 +154,11 @@ int CreateUser::Run() const {
 }
 
 void CreateUser::AddToState() const {
-    SnmpLibrary library(m_options.config, SnmpLibrary::Use::kAddUser);
-    if (!library.Faults().empty()) {
-        throw StartError(AccessConfig::Summary(m_options.config, library.Faults()));
+    // Whoever adds the first user has granted no access yet, which is no fault here: hence the built-in access.
+    SnmpLibrary library(
+        {m_options.config, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(), m_beforeConfiguration});
+    if (const auto faults = AccessConfig::AllFaults(m_options.config, library.Messages()); !faults.empty()) {
+        throw StartError(AccessConfig::Summary(m_options.config, faults));
     }
     RefuseExisting();
     const PassPhrase authentication = PassPhrase::Read("authentication");

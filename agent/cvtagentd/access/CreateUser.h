@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "agent/cvtagentd/Options.h"
 
 namespace cvtagentd {
@@ -8,7 +10,9 @@ namespace cvtagentd {
 /// good for this one agent, not his pass phrases. One in a process.
 class CreateUser {
 public:
-    explicit CreateUser(const Options& options) : m_options(options) {}
+    /// `beforeConfiguration`: as in SnmpLibrary::Setup.
+    CreateUser(const Options& options, std::function<void()> beforeConfiguration)
+        : m_options(options), m_beforeConfiguration(std::move(beforeConfiguration)) {}
 
     /// Gives the exit status. Throws StartError, with no user added: when there is one of that name, when an agent uses
     /// the directory, or when the pass phrases are not good enough.
@@ -20,6 +24,7 @@ private:
     void RefuseExisting() const;
 
     const Options& m_options;
+    const std::function<void()> m_beforeConfiguration;
 };
 
 }  // namespace cvtagentd

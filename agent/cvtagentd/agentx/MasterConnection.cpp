@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
@@ -48,13 +49,14 @@ MasterConnection::MasterConnection(std::string address) : m_address(std::move(ad
     ::snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, &MasterConnection::OnStop, nullptr);
 }
 
-void MasterConnection::SetDefaults() const {
+void MasterConnection::BeforeConfiguration() {
     ::netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, kPingSeconds);
     ::netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_RETRIES, kRetries);
     ::netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_NO_CONNECTION_WARNINGS, 1);
     if (!m_address.empty()) {
-        ::netsnmp_config_remember(("agentXSocket " + m_address).data());  // processed behind the files
+        ::netsnmp_config_remember(("agentXSocket " + m_address).data());  // processed after the files
     }
+    m_limit.Set(true);
 }
 
 MasterConnection::~MasterConnection() {
@@ -69,8 +71,8 @@ int MasterConnection::OnStart(int /*majorId*/, int /*minorId*/, void* session, v
     MasterConnection& self = *s_watch;
     self.m_limit.Set(false);
     self.m_session = session;
-    if (const int fd = self.Socket(); fd >= 0) {
-        ::fcntl(fd, F_SETFD, FD_CLOEXEC);  // or else a child of a module's would keep the connection open
+    if (const auto fd = self.Socket(); fd) {
+        ::fcntl(*fd, F_SETFD, FD_CLOEXEC);  // or else a child of a module's would keep the connection open
     }
     self.m_cut = false;
     self.m_changed = true;
@@ -144,11 +146,16 @@ std::string MasterConnection::WhyMissing() const {
     }
 }
 
-void MasterConnection::Report() {
+std::optional<std::chrono::milliseconds> MasterConnection::Report() {
     if (std::exchange(m_unregistered, false)) {
         Cut();
     }
     m_limit.Set(!IsConnected());
+    ReportChange();
+    return TimeToReport();
+}
+
+void MasterConnection::ReportChange() {
     const auto now = Clock::now();
     if (now < QuietUntil()) {
         return;
@@ -175,15 +182,15 @@ void MasterConnection::Report() {
                  ": " + WhyMissing() + "; trying again every few seconds");
 }
 
-int MasterConnection::MillisecondsToReport() const {
+std::optional<std::chrono::milliseconds> MasterConnection::TimeToReport() const {
+    using std::chrono::milliseconds;
     const auto now = Clock::now();
     const auto quiet = QuietUntil();
     if (now >= quiet && (m_changed || IsConnected())) {
-        return m_changed ? 0 : -1;
+        return m_changed ? std::optional(milliseconds::zero()) : std::nullopt;
     }
-    const auto next = now < quiet ? quiet : m_reminder;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(next - now).count();
-    return left < 0 ? 0 : static_cast<int>(left) + 1;
+    const auto left = std::chrono::ceil<milliseconds>((now < quiet ? quiet : m_reminder) - now);
+    return std::max(left, milliseconds::zero());
 }
 
 void MasterConnection::Leave() {
@@ -193,19 +200,19 @@ void MasterConnection::Leave() {
 }
 
 void MasterConnection::Cut() {
-    if (const int fd = Socket(); fd >= 0) {
+    if (const auto fd = Socket(); fd) {
         m_cut = true;
-        ::shutdown(fd, SHUT_RDWR);
+        ::shutdown(*fd, SHUT_RDWR);
     }
 }
 
-int MasterConnection::Socket() const {
+std::optional<int> MasterConnection::Socket() const {
     if (m_session == nullptr) {
-        return -1;
+        return std::nullopt;
     }
     const netsnmp_transport* const transport =
         ::snmp_sess_transport(::snmp_sess_pointer(static_cast<netsnmp_session*>(m_session)));
-    return transport == nullptr ? -1 : transport->sock;
+    return transport == nullptr || transport->sock < 0 ? std::nullopt : std::optional(transport->sock);
 }
 
 }  // namespace cvtagentd

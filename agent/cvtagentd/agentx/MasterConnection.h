@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "agent/cvtagentd/agentx/ConnectTimeout.h"
@@ -20,8 +21,10 @@ public:
     MasterConnection& operator=(const MasterConnection&) = delete;
     ~MasterConnection();
 
-    /// Called by SnmpLibrary when the library knows its own defaults, and before it reads the configuration.
-    void SetDefaults() const;
+    /// Called when the library knows its own defaults, before it reads the configuration and connects.
+    void BeforeConfiguration();
+    /// Called when the library has read it.
+    void AfterConfiguration() { m_limit.Set(false); }
 
     /// Called whenever the connection is there, or lost, from within the library.
     void OnConnected(std::function<void()> call) { m_onConnected = std::move(call); }
@@ -29,9 +32,10 @@ public:
 
     bool IsConnected() const { return m_session != nullptr; }
 
-    /// The connection's descriptor, or -1. To be served behind all others: the library passes a request of the master's on
-    /// through descriptors of its own, and must not learn that he has gone before it is through with that.
-    int Socket() const;
+    /// The connection's descriptor; no value while there is none. It is served after all others: the library passes a
+    /// request of the master's on through descriptors of its own, and must not learn that the master has gone before it has
+    /// finished with that.
+    std::optional<int> Socket() const;
 
     /// Whether this message of the library's about a registration is a refusal of the master's; or else he has not answered.
     static bool IsRefusal(const std::string& message);
@@ -39,10 +43,8 @@ public:
     /// Where the master is, for people. Known when the library is initialised.
     std::string Address() const;
 
-    /// Says what is to be said by now.
-    void Report();
-    /// How long until Report has something to say; -1 when that depends on the connection alone.
-    int MillisecondsToReport() const;
+    /// Logs what is due by now. Returns the time until it has more to say; no value when that depends on the connection alone.
+    std::optional<std::chrono::milliseconds> Report();
 
     /// Ends the connection without a word to the master, who may hang: he forgets our subtrees all the same. The library
     /// finds out, and opens another one.
@@ -57,6 +59,8 @@ private:
     static int OnStart(int majorId, int minorId, void* session, void* unused);
     static int OnStop(int majorId, int minorId, void* session, void* unused);
 
+    void ReportChange();
+    std::optional<std::chrono::milliseconds> TimeToReport() const;
     std::string WhyMissing() const;
     void CountLoss();
     /// Until when nothing is said, since the connection comes and goes.

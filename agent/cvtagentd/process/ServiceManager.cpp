@@ -15,7 +15,6 @@
 #include <system_error>
 
 #include "agent/cvtagentd/process/Log.h"
-#include "agent/cvtagentd/snmp/EventLoop.h"
 
 namespace cvtagentd {
 namespace {
@@ -111,20 +110,20 @@ void ServiceManager::Reloading() {
 
 void ServiceManager::Stopping() { Send("STOPPING=1\nSTATUS=closing the modules"); }
 
-int ServiceManager::MillisecondsToWatchdog() const {
-    if (m_watchdogInterval == Clock::duration::zero()) {
-        return EventLoop::kForever;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_watchdogDue - Clock::now()).count();
-    return static_cast<int>(std::max<std::int64_t>(left, 0));
+std::chrono::milliseconds ServiceManager::TimeToWatchdog() const {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_watchdogDue - Clock::now());
+    return std::max(left, std::chrono::milliseconds::zero());
 }
 
-void ServiceManager::FeedWatchdog() {
-    if (MillisecondsToWatchdog() != 0) {
-        return;
+std::optional<std::chrono::milliseconds> ServiceManager::FeedWatchdog() {
+    if (m_watchdogInterval == Clock::duration::zero()) {
+        return std::nullopt;
     }
-    Send("WATCHDOG=1");
-    m_watchdogDue = Clock::now() + m_watchdogInterval;
+    if (TimeToWatchdog() == std::chrono::milliseconds::zero()) {
+        Send("WATCHDOG=1");
+        m_watchdogDue = Clock::now() + m_watchdogInterval;
+    }
+    return TimeToWatchdog();
 }
 
 }  // namespace cvtagentd

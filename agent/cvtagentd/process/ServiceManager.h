@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace cvtagentd {
@@ -27,12 +28,11 @@ public:
     void Reloading();
     void Stopping();
 
-    /// Milliseconds until the manager wants a sign of life again, and EventLoop::kForever when it wants none.
-    int MillisecondsToWatchdog() const;
-    /// Gives the sign of life if it is time.
-    void FeedWatchdog();
+    /// Sends a sign of life if one is due. Returns the time until the next is; no value when the manager wants none.
+    std::optional<std::chrono::milliseconds> FeedWatchdog();
 
 private:
+    std::chrono::milliseconds TimeToWatchdog() const;
     void Connect(const std::string& address);
     void Send(const std::string& lines);
 

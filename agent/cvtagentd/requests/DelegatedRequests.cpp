@@ -9,7 +9,7 @@
 namespace cvtagentd {
 namespace {
 
-constexpr int kRetryMs = 10;
+constexpr std::chrono::milliseconds kRetryInterval{10};
 
 /// All retries of one turn together; nobody else is served meanwhile.
 constexpr unsigned int kTurnMs = 20;
@@ -35,15 +35,16 @@ void DelegatedRequests::Add(GroupReader& reader, unsigned int requestId, Positio
 }
 
 /// The library may put others back as soon as it goes on, but not before all of these have been looked at.
-void DelegatedRequests::Retry() {
+std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     if (m_entries.empty()) {
-        return;
+        return std::nullopt;
     }
     const CVT::BPatience turn(kTurnMs);
     const auto over = std::erase_if(m_entries, [this](const Entry& entry) { return IsOver(entry); });
     if (over > 0) {
         ::netsnmp_check_outstanding_agent_requests();
     }
+    return m_entries.empty() ? std::nullopt : std::optional(kRetryInterval);
 }
 
 bool DelegatedRequests::IsOver(const Entry& entry) const {
@@ -58,16 +59,9 @@ bool DelegatedRequests::IsOver(const Entry& entry) const {
     return true;
 }
 
-int DelegatedRequests::ShortenWait(int milliseconds) const {
-    if (m_entries.empty()) {
-        return milliseconds;
-    }
-    return milliseconds < 0 ? kRetryMs : std::min(milliseconds, kRetryMs);
-}
-
 void DelegatedRequests::End() {
     m_hasEnded = true;
-    Retry();
+    static_cast<void>(Retry());
 }
 
 }  // namespace cvtagentd

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <vector>
 
 #include "agent/cvtagentd/requests/GroupReader.h"
@@ -25,9 +27,8 @@ public:
         netsnmp_request_info_s* requests;
     };
 
-    /// Unless requests may be put back, they are to be waited for: in a subagent the library cannot take up a GETNEXT again.
-    explicit DelegatedRequests(bool mayPutBack)
-        : m_wait(mayPutBack ? GroupReader::Wait::kShortly : GroupReader::Wait::kAsLongAsItTakes) {}
+    /// `wait`: how a request waits for a busy group. Without a limit none is ever delegated.
+    explicit DelegatedRequests(GroupReader::Wait wait) : m_wait(wait) {}
     DelegatedRequests(const DelegatedRequests&) = delete;
     DelegatedRequests& operator=(const DelegatedRequests&) = delete;
     ~DelegatedRequests();
@@ -38,10 +39,9 @@ public:
     /// Takes varbinds that `reader` has marked as delegated. When there are too many it refuses them with
     /// resourceUnavailable. `reader` must live until End.
     void Add(GroupReader& reader, unsigned int requestId, Position position);
-    /// Asks the groups again, and lets the library go on with what is answered. Not to be called by a handler.
-    void Retry();
-    /// How long the event loop may wait until the next Retry, where `milliseconds` (negative: for ever) would do otherwise.
-    int ShortenWait(int milliseconds) const;
+    /// Asks the groups again, and lets the library go on with what is answered. Not to be called by a handler. Returns the
+    /// time until it wants to be called again; no value when no request waits.
+    std::optional<std::chrono::milliseconds> Retry();
     /// Refuses all that are still put back, and whatever would be from now on.
     void End();
 

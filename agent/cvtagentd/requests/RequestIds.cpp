@@ -1,23 +1,17 @@
 #include "agent/cvtagentd/requests/RequestIds.h"
 
-#include <new>
-
-#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/RequestData.h"
 
 namespace cvtagentd {
 namespace {
 
-using Kept = std::shared_ptr<const CVT::BRequest>;
-
-constexpr const char* kName = "cvtagentd.request";
-
-void DeleteKept(void* kept) { delete static_cast<Kept*>(kept); }
+constexpr RequestData<std::shared_ptr<const CVT::BRequest>> kRequest("cvtagentd.request");
 
 }  // namespace
 
-unsigned int RequestIds::Of(netsnmp_agent_request_info& info) {
-    if (const auto* const kept = static_cast<Kept*>(::netsnmp_agent_get_list_data(&info, kName)); kept != nullptr) {
-        return (*kept)->Id();
+unsigned int RequestIds::Of(netsnmp_agent_request_info_s& info) {
+    if (const auto* const request = kRequest.Find(info); request != nullptr) {
+        return (*request)->Id();
     }
     const long transaction = info.asp->pdu->transid;
     if (m_latest == nullptr || transaction != m_transaction) {
@@ -25,13 +19,7 @@ unsigned int RequestIds::Of(netsnmp_agent_request_info& info) {
         m_latest = std::make_shared<const CVT::BRequest>();
         m_transaction = transaction;
     }
-    auto kept = std::make_unique<Kept>(m_latest);
-    netsnmp_data_list* const node = ::netsnmp_create_data_list(kName, kept.get(), &DeleteKept);
-    if (node == nullptr) {
-        throw std::bad_alloc();
-    }
-    static_cast<void>(kept.release());  // the node owns it
-    ::netsnmp_agent_add_list_data(&info, node);
+    kRequest.Attach(info, std::make_unique<std::shared_ptr<const CVT::BRequest>>(m_latest));
     return m_latest->Id();
 }
 

@@ -4,14 +4,13 @@
 #include <vector>
 
 #include "agent/cvtagentd/process/StartError.h"
-#include "agent/cvtagentd/requests/SetTransactions.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/VarBinds.h"
 
 namespace cvtagentd {
 
-SubtreeHandler::SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids, DelegatedRequests& putBack)
-    : m_group(group), m_ids(ids), m_putBack(putBack), m_reader(group) {
+SubtreeHandler::SubtreeHandler(CVT::BMibImpl& group, Requests& requests)
+    : m_group(group), m_requests(requests), m_reader(group) {
     const std::vector<oid> root(group.Oid().Arcs().begin(), group.Oid().Arcs().end());
     m_registration =
         ::netsnmp_create_handler_registration(group.Name().c_str(), &SubtreeHandler::OnRequests, root.data(),
@@ -39,13 +38,13 @@ int SubtreeHandler::OnRequests(netsnmp_mib_handler* handler, netsnmp_handler_reg
 }
 
 void SubtreeHandler::Answer(DelegatedRequests::Position position) {
-    const unsigned int requestId = m_ids.Of(*position.info);
+    const unsigned int requestId = m_requests.ids.Of(*position.info);
     switch (position.info->mode) {
         case MODE_GET:
         case MODE_GETNEXT:
         case MODE_GETBULK:
-            if (!m_reader.Begin(*position.info, requestId, position.requests, m_putBack.HowToWait())) {
-                m_putBack.Add(m_reader, requestId, position);
+            if (!m_reader.Begin(*position.info, requestId, position.requests, m_requests.delegated.HowToWait())) {
+                m_requests.delegated.Add(m_reader, requestId, position);
             }
             break;
         case MODE_SET_RESERVE1: CheckSet(requestId, position.requests); break;
@@ -60,14 +59,14 @@ void SubtreeHandler::Answer(DelegatedRequests::Position position) {
 /// The lock is recursive, and held until all are checked, so that nobody takes it in between for long.
 void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) CVT_NO_THREAD_SAFETY_ANALYSIS {
     CVT::TMutex& lock = m_group.RequestLock();
-    const bool mayWait = m_putBack.HowToWait() != GroupReader::Wait::kShortly;
+    const bool mayWait = m_requests.delegated.HowToWait() != GroupReader::Wait::kShortly;
     if (lock.Wait(mayWait ? CVT::kWaitForever : 0) != CVT::kWaitSignalled) {
         VarBinds::Refuse(*requests, CVT::resourceUnavailable);
         return;
     }
     const CVT::TMutex::Guard held(lock);
     lock.Done();
-    SetTransactions::Check(m_group, requestId, requests);
+    m_requests.sets.Check(m_group, requestId, requests);
 }
 
 }  // namespace cvtagentd

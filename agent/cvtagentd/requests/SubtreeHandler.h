@@ -1,9 +1,8 @@
 #pragma once
 
 #include "CVT/BMibImpl.h"
-#include "agent/cvtagentd/requests/DelegatedRequests.h"
 #include "agent/cvtagentd/requests/GroupReader.h"
-#include "agent/cvtagentd/requests/RequestIds.h"
+#include "agent/cvtagentd/requests/Requests.h"
 
 struct netsnmp_mib_handler_s;
 struct netsnmp_handler_registration_s;
@@ -17,11 +16,12 @@ namespace cvtagentd {
 /// The library calls it with one or more varbinds of one request that lie in the group's subtree, once for GET, for each
 /// step of GETNEXT and for GETBULK (GroupReader), once for each phase of a SET (SetTransactions). A request that would have to
 /// wait for the group is put back; a SET is refused with resourceUnavailable, because the library serves nobody else while
-/// one is under way. Used by the thread that runs the library. The group, `ids` and `putBack` must outlive it.
+/// one is under way. Used by the thread that runs the library. The group and
+/// the object of all requests under way must outlive it.
 class SubtreeHandler {
 public:
     /// Registers the group's subtree. Throws StartError when the library refuses.
-    SubtreeHandler(CVT::BMibImpl& group, RequestIds& ids, DelegatedRequests& putBack);
+    SubtreeHandler(CVT::BMibImpl& group, Requests& requests);
     /// Unregisters it. The library must still run, and no request to it be put back.
     ~SubtreeHandler();
     SubtreeHandler(const SubtreeHandler&) = delete;
@@ -37,8 +37,7 @@ private:
     void CheckSet(unsigned int requestId, Request* requests);
 
     CVT::BMibImpl& m_group;
-    RequestIds& m_ids;
-    DelegatedRequests& m_putBack;
+    Requests& m_requests;
     GroupReader m_reader;
     netsnmp_handler_registration_s* m_registration;
 };

@@ -66,7 +66,21 @@ void EventLoop::PauseWhenTableIsFull() {
     ::poll(nullptr, 0, kPauseMs);
 }
 
-EventLoop::Event EventLoop::Wait(int milliseconds, int last) {
+EventLoop::Event EventLoop::Turn() { return Wait(RunTasks()); }
+
+std::optional<std::chrono::milliseconds> EventLoop::RunTasks() const {
+    std::optional<std::chrono::milliseconds> longest;
+    for (const Work& work : m_work) {
+        const auto due = work();
+        if (due && (!longest || *due < *longest)) {
+            longest = due;
+        }
+    }
+    return longest;
+}
+
+/// `longest`: the longest that it may sleep; no value means no limit.
+EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longest) {
     DescriptorSet descriptors;
     int count = 0;
     int block = 1;  // stays so when the library waits for nothing but packets
@@ -75,8 +89,9 @@ EventLoop::Event EventLoop::Wait(int milliseconds, int last) {
     descriptors.Insert(m_signals);
     count = std::max(count, m_signals + 1);
 
-    timeval own{milliseconds / 1000, (milliseconds % 1000) * 1000L};
-    timeval* timeout = milliseconds == kForever ? nullptr : &own;
+    const auto milliseconds = longest.value_or(std::chrono::milliseconds::zero()).count();
+    timeval own{static_cast<time_t>(milliseconds / 1000), static_cast<suseconds_t>((milliseconds % 1000) * 1000)};
+    timeval* timeout = longest ? &own : nullptr;
     if (block == 0 && (timeout == nullptr || timercmp(&librarys, &own, <))) {
         timeout = &librarys;
     }
@@ -88,8 +103,8 @@ EventLoop::Event EventLoop::Wait(int milliseconds, int last) {
             }
             descriptors.Remove(m_signals);
         }
-        if (last != kNoDescriptor && ready > 1) {
-            descriptors.Remove(last);
+        if (const auto last = m_last && ready > 1 ? m_last() : std::nullopt; last) {
+            descriptors.Remove(*last);
         }
         ::snmp_read2(descriptors.Get());
         PauseWhenTableIsFull();

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <list>
+#include <optional>
+
 namespace cvtagentd {
 
 /// Waits for packets and signals, and lets the SNMP library serve the packets.
@@ -10,24 +15,47 @@ class EventLoop {
 public:
     enum class Event { kNone, kReload, kStop };
 
-    static constexpr int kForever = -1;
-    static constexpr int kNoDescriptor = -1;
+    /// Returns how long the loop may sleep before the work is due again; no value: until anything happens.
+    using Work = std::function<std::optional<std::chrono::milliseconds>()>;
+    /// Returns a descriptor of the library's, or no value while there is none.
+    using Descriptor = std::function<std::optional<int>()>;
 
-    /// Throws StartError when the system gives no descriptor for signals.
+    /// Work that the loop does in each turn before it waits, for as long as this object exists. Tasks run in the order in
+    /// which they were made. The loop must outlive them.
+    class Task {
+    public:
+        Task(EventLoop& loop, Work work)
+            : m_loop(loop), m_place(loop.m_work.insert(loop.m_work.end(), std::move(work))) {}
+        ~Task() { m_loop.m_work.erase(m_place); }
+        Task(const Task&) = delete;
+        Task& operator=(const Task&) = delete;
+
+    private:
+        EventLoop& m_loop;
+        const std::list<Work>::iterator m_place;
+    };
+
+    /// Throws StartError when the system has no descriptor for signals.
     EventLoop();
     ~EventLoop();
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /// Serves what comes. Gives a signal's event at once; kNone after about `milliseconds`, or sooner. Of the library's
-    /// descriptors, `last` is served only when no other one is ready.
-    Event Wait(int milliseconds, int last = kNoDescriptor);
+    /// From now on this one of the library's descriptors is served only when no other is ready. Empty: none is.
+    void ServeLast(Descriptor descriptor) { m_last = std::move(descriptor); }
+
+    /// Runs the tasks, waits, and serves what has come. Returns a signal's event at once, and kNone otherwise.
+    Event Turn();
 
 private:
+    std::optional<std::chrono::milliseconds> RunTasks() const;
+    Event Wait(std::optional<std::chrono::milliseconds> longest);
     Event TakeSignal();
     void PauseWhenTableIsFull();
 
     int m_signals;
+    std::list<Work> m_work;
+    Descriptor m_last;
     unsigned int m_reads = 0;
     bool m_wasFull = false;  // the table of descriptors, when last looked at
 };

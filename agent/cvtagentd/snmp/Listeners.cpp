@@ -4,12 +4,55 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <string_view>
+#include <system_error>
 
 #include "CVT/SnmpTypes.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/snmp/DescriptorSet.h"
+#include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
 namespace {
+
+/// In words that help, why an address cannot be listened on.
+std::string Advice(int error) {
+    switch (error) {
+        case 0: return "no such address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
+        case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
+        case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
+        case EACCES: return "not permitted; choose a port above 1023, or start it with more rights";
+        default: return std::generic_category().message(error);
+    }
+}
+
+/// Whether the address of a socket in the file system names something that is none.
+bool IsOtherFile(const std::string& address) {
+    constexpr std::string_view kPrefix = "unix:";
+    if (!address.starts_with(kPrefix)) {
+        return false;
+    }
+    struct stat status {};
+    return ::lstat(address.c_str() + kPrefix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
+}
+
+/// What a module starts must not keep the agent's sockets open.
+void KeepSocketsFromChildren() {
+    DescriptorSet sockets;
+    int count = 0;
+    int block = 1;
+    timeval timeout{};
+    ::snmp_select_info2(&count, sockets.Get(), &timeout, &block);
+    for (int fd = 0; fd < count; ++fd) {
+        if (sockets.Has(fd)) {
+            ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+        }
+    }
+}
 
 netsnmp_transport* TransportOf(snmp_session& session) {
     void* const internal = ::snmp_sess_pointer(&session);
@@ -61,6 +104,20 @@ Listeners::~Listeners() {
     for (snmp_session* const session : m_sessions) {
         ::snmp_close(session);
     }
+}
+
+void Listeners::Listen(const std::string& address) {
+    if (IsOtherFile(address)) {  // the library would delete it
+        throw StartError("cannot listen on " + address + ": that file is no socket; choose another name");
+    }
+    const LibraryLog::Collector collector;
+    errno = 0;
+    // The empty address would mean port 161 on all of the host's.
+    if (address.empty() || !Open(address)) {
+        const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
+        throw StartError("cannot listen on " + address + ": " + Advice(error));
+    }
+    KeepSocketsFromChildren();
 }
 
 bool Listeners::Open(const std::string& address) {

@@ -24,13 +24,15 @@ public:
     Listeners& operator=(const Listeners&) = delete;
     ~Listeners();
 
-    /// False when it cannot be listened on; errno may say why.
-    bool Open(const std::string& address);
+    /// Answers on this address, in the library's notation, from now on. Throws StartError.
+    void Listen(const std::string& address);
 
     /// `isBusy` tells whether a request is put back; empty: none ever is.
     void RefuseSetsWhile(std::function<bool()> isBusy) { m_isBusy = std::move(isBusy); }
 
 private:
+    /// False when it cannot be listened on; errno may say why.
+    bool Open(const std::string& address);
     static int OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self);
     bool Refuses(snmp_pdu& message) const;
 

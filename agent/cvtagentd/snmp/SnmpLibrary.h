@@ -1,60 +1,50 @@
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "agent/cvtagentd/snmp/Listeners.h"
+#include "agent/cvtagentd/snmp/LibraryLog.h"
 
 namespace cvtagentd {
 
-class MasterConnection;
-
-/// The SNMP library at work in this process: protocol, transports, access control. It is initialised once, by the
-/// constructor, and shut down by the destructor; it cannot be had a second time in one process. Its persistent data lie in
-/// the working directory. Not synchronised: one thread runs it.
+/// The SNMP library at work in this process: protocol and access control. It is initialised once, by the constructor, and
+/// shut down by the destructor; it cannot be had a second time in one process. Not synchronised: one thread runs it.
 class SnmpLibrary {
 public:
-    enum class Use {
-        kServe,    ///< through a master if there is a MasterConnection; touches no file before Store
-        kCheck,    ///< reads the configuration, and touches no file
-        kAddUser,  ///< reads configuration and state, and touches no file before Store
+    /// Where users' keys, the engine identifier and the number of starts are kept.
+    enum class State {
+        kNone,              ///< nowhere: no file is touched
+        kWorkingDirectory,  ///< read by the constructor; written by Store, and from then on by the destructor
     };
 
-    /// `configFile` may be empty: then community "public" may read, from this host.
-    /// `master`: null without a master; it must outlive this.
-    SnmpLibrary(std::string configFile, Use use, const MasterConnection* master = nullptr);
+    struct Setup {
+        std::string configFile;  ///< in the library's directives; empty: none is read
+        State state = State::kNone;
+        std::vector<std::string> directives = {};  ///< read after the file, as further lines of it
+        /// Called when the library knows its own defaults, before it reads any configuration: for further directives and
+        /// callbacks.
+        std::function<void()> beforeConfiguration = {};
+    };
+
+    explicit SnmpLibrary(const Setup& setup);
     ~SnmpLibrary();
     SnmpLibrary(const SnmpLibrary&) = delete;
     SnmpLibrary& operator=(const SnmpLibrary&) = delete;
 
-    /// What is wrong with the configuration; a line each.
-    const std::vector<std::string>& Faults() const { return m_faults; }
-
-    /// The directives that mean nothing with a master, for people; empty when there is none.
-    const std::string& IgnoredDirectives() const { return m_ignored; }
+    /// What the library said of the configuration, warnings and errors.
+    const std::vector<LibraryLog::Message>& Messages() const { return m_messages; }
 
     /// The addresses that the configuration names by agentaddress.
-    std::vector<std::string> ConfiguredAddresses() const;
+    static std::vector<std::string> ConfiguredAddresses();
 
-    /// Stores what must outlive a crash; from now on the end stores, too. Called when the agent is going to serve, as the
-    /// user who is to own the state.
-    void Store();
-
-    /// Answers on this address from now on. Throws StartError.
-    void Listen(const std::string& address);
-    Listeners& OpenEndpoints() { return *m_endpoints; }
-
-    /// Reads the access configuration again. When it has faults everything stays as it was. Logs what it did.
-    void Reload();
+    /// Stores what must outlive a crash. Called when the agent is about to serve, as the user who is to own the state.
+    static void Store();
 
 private:
-    void SetUp(Use use, bool hasMaster);
+    static void SetUp(const Setup& setup);
 
-    const std::string m_configFile;
-    std::vector<std::string> m_faults;
-    std::unique_ptr<Listeners> m_endpoints = std::make_unique<Listeners>();
-    std::string m_ignored;
+    std::vector<LibraryLog::Message> m_messages;
 };
 
 }  // namespace cvtagentd

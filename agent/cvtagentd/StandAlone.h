@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+
+#include "agent/cvtagentd/Options.h"
+#include "agent/cvtagentd/Role.h"
+#include "agent/cvtagentd/process/StateLock.h"
+#include "agent/cvtagentd/snmp/EventLoop.h"
+#include "agent/cvtagentd/snmp/Listeners.h"
+#include "agent/cvtagentd/snmp/SnmpLibrary.h"
+
+namespace cvtagentd {
+
+/// Answers clients at addresses of its own, decides itself who may do what, and serves the system group beside the modules.
+class StandAlone final : public Role {
+public:
+    explicit StandAlone(const Options& options) : m_options(options) {}
+
+    /// Makes known to the library what the configuration of a stand-alone agent may hold: for SnmpLibrary::Setup.
+    static void BeforeConfiguration();
+
+    void ReadConfiguration(DaemonUser& user) override;
+    std::string Open() override;
+    void StoreState() override { SnmpLibrary::Store(); }
+    BuiltinModule* Builtin() override { return &*m_builtin; }
+    GroupReader::Wait HowToWait() const override { return GroupReader::Wait::kShortly; }
+    void StartServing(ServedModules& modules, EventLoop& loop) override;
+    void StopServing() override;
+    void Reload() override;
+
+private:
+    const Options& m_options;
+    std::optional<StateLock> m_lock;
+    std::optional<SnmpLibrary> m_library;
+    std::optional<Listeners> m_listeners;
+    std::optional<BuiltinModule> m_builtin;
+    std::optional<EventLoop::Task> m_retries;
+};
+
+}  // namespace cvtagentd

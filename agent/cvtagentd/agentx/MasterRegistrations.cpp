@@ -1,0 +1,72 @@
+#include "agent/cvtagentd/agentx/MasterRegistrations.h"
+
+#include <utility>
+
+#include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/snmp/LibraryLog.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr const char* kDuplicate = "failed: 263";  // an error of the AgentX protocol's: duplicateRegistration
+
+}  // namespace
+
+MasterRegistrations::MasterRegistrations(MasterConnection& master, std::vector<CVT::BMibImpl*> groups, Calls calls)
+    : m_master(master), m_waiting(std::move(groups)), m_calls(std::move(calls)) {}
+
+bool MasterRegistrations::RegisterReady() {
+    if (!m_master.IsConnected()) {
+        return true;
+    }
+    std::vector<CVT::BMibImpl*> later;
+    for (CVT::BMibImpl* const group : std::exchange(m_waiting, {})) {
+        if (m_master.IsCut() || !CanAnswer(*group)) {
+            later.push_back(group);
+        } else {
+            Register(*group);
+        }
+    }
+    m_waiting = std::move(later);
+    if (m_waiting.empty()) {
+        ReportRefused();
+    }
+    return m_waiting.empty();
+}
+
+void MasterRegistrations::Register(CVT::BMibImpl& group) {
+    const LibraryLog::Collector collector;
+    m_calls.serve(group);
+    for (const LibraryLog::Message& message : collector.Messages()) {
+        if (message.text.find(kDuplicate) != std::string::npos) {
+            m_refused += (m_refused.empty() ? "" : ", ") + std::string(group.Oid().ToString().View());
+        } else if (MasterConnection::IsRefusal(message.text)) {
+            Log::Warning("the master refuses " + std::string(group.Oid().ToString().View()) + " (" + message.text +
+                         "); look into the master's log");
+        } else {  // it has not answered in time: begin anew
+            Log::Write(LogLevel::kDebug, "SNMP library: " + message.text);
+            m_master.Cut();
+        }
+    }
+}
+
+void MasterRegistrations::ReportRefused() {
+    if (!m_refused.empty()) {
+        Log::Warning("the master serves these subtrees already, without us: " + std::exchange(m_refused, {}) +
+                     "; switch its own module off, or the other subagent, and restart the master");
+    }
+}
+
+/// A group of a module that is ready answers even if it is not active: its initialisation has failed.
+bool MasterRegistrations::CanAnswer(CVT::BMibImpl& group) const {
+    if (!group.IsActive() && !m_calls.areModulesReady()) {
+        return false;
+    }
+    if (!group.RequestLock().Try()) {
+        return false;
+    }
+    group.RequestLock().Done();
+    return true;
+}
+
+}  // namespace cvtagentd

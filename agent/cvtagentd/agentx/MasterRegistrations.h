@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "CVT/BMibImpl.h"
+#include "agent/cvtagentd/agentx/MasterConnection.h"
+
+namespace cvtagentd {
+
+/// Registers groups with a master, each once it can answer: a request of the master's cannot wait. What is registered stays
+/// so, whether the master is there or not: the library may hold on to it for a SET that the master has left alone, and
+/// registers it again when the master comes back. Used by the thread that runs the library.
+class MasterRegistrations {
+public:
+    struct Calls {
+        std::function<void(CVT::BMibImpl&)> serve;  ///< registers a group with the library, which tells the master
+        std::function<bool()> areModulesReady;
+    };
+
+    /// `groups` in the order of their OIDs. All must outlive this.
+    MasterRegistrations(MasterConnection& master, std::vector<CVT::BMibImpl*> groups, Calls calls);
+
+    /// Registers those groups that can answer by now. True when nothing is left to do as long as the connection stays as it
+    /// is.
+    bool RegisterReady();
+
+private:
+    void Register(CVT::BMibImpl& group);
+    void ReportRefused();
+    bool CanAnswer(CVT::BMibImpl& group) const;
+
+    MasterConnection& m_master;
+    std::vector<CVT::BMibImpl*> m_waiting;
+    const Calls m_calls;
+    std::string m_refused;  // by the master; for the log
+};
+
+}  // namespace cvtagentd
