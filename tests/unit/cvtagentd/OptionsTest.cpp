@@ -30,7 +30,7 @@ std::string ErrorOf(const std::vector<std::string>& arguments) {
     return {};
 }
 
-TEST(Options, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsDefault) {
+TEST(CvtagentdOptions, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsDefault) {
     const Options options = Parse({});
     EXPECT_EQ(options.action, Options::Action::kServe);
     ASSERT_EQ(options.modules.size(), 1U);
@@ -44,7 +44,7 @@ TEST(Options, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsDefault) {
     EXPECT_FALSE(options.syslog);
 }
 
-TEST(Options, TakesEveryOptionOfServing) {
+TEST(CvtagentdOptions, TakesEveryOptionOfServing) {
     const Options options = Parse({"--module", "/a/one.so", "--module=/b/two.so", "--listen", "udp:161", "--listen",
                                    "tcp:161", "--config", "/etc/agent.conf", "--state-dir", "state", "--timeout", "5",
                                    "--log-level", "debug", "--syslog", "--user", "nobody"});
@@ -58,18 +58,18 @@ TEST(Options, TakesEveryOptionOfServing) {
     EXPECT_TRUE(options.syslog);
 }
 
-TEST(Options, MakesFileNamesAbsoluteSinceTheAgentChangesItsFolder) {
+TEST(CvtagentdOptions, MakesFileNamesAbsoluteSinceTheAgentChangesItsFolder) {
     const std::string here = std::filesystem::current_path().string();
     const Options options = Parse({"--config", "agent.conf", "--module", "./lib/../one.so"});
     EXPECT_EQ(options.config, here + "/agent.conf");
     EXPECT_EQ(options.modules.front(), here + "/one.so");
 }
 
-TEST(Options, LeavesAModuleNameWithoutASlashToTheDynamicLinker) {
+TEST(CvtagentdOptions, LeavesAModuleNameWithoutASlashToTheDynamicLinker) {
     EXPECT_EQ(Parse({"--module", "libOther.so.1"}).modules.front(), "libOther.so.1");
 }
 
-TEST(Options, KnowsTheActionsThatAreNotServing) {
+TEST(CvtagentdOptions, KnowsTheActionsThatAreNotServing) {
     EXPECT_EQ(Parse({"--help"}).action, Options::Action::kShowHelp);
     EXPECT_EQ(Parse({"--version"}).action, Options::Action::kShowVersion);
     const Options check = Parse({"--check-config", "/etc/agent.conf"});
@@ -82,7 +82,7 @@ TEST(Options, KnowsTheActionsThatAreNotServing) {
     EXPECT_EQ(create.stateDir, "/state");
 }
 
-TEST(Options, SaysOfEachWrongCommandLineWhatIsWrong) {
+TEST(CvtagentdOptions, SaysOfEachWrongCommandLineWhatIsWrong) {
     EXPECT_EQ(ErrorOf({"--frobnicate"}), "the option --frobnicate is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"-x"}), "the option -x is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"--syslog=yes"}), "the option --syslog=yes is unknown, ambiguous or takes no value");
@@ -94,12 +94,12 @@ TEST(Options, SaysOfEachWrongCommandLineWhatIsWrong) {
     EXPECT_EQ(ErrorOf({"--log-level", "loud"}), "--log-level wants error, warning, info or debug, not \"loud\"");
 }
 
-TEST(Options, NamesTheFirstWordThatIsWrong) {
+TEST(CvtagentdOptions, NamesTheFirstWordThatIsWrong) {
     EXPECT_EQ(ErrorOf({"foo", "--bogus"}), "the argument \"foo\" belongs to no option");
     EXPECT_EQ(ErrorOf({"--bogus", "foo"}), "the option --bogus is unknown, ambiguous or takes no value");
 }
 
-TEST(Options, WhatIsAskedForBesidesServingGoesWithLittleElse) {
+TEST(CvtagentdOptions, WhatIsAskedForBesidesServingGoesWithLittleElse) {
     EXPECT_EQ(ErrorOf({"--create-user", "bob", "--check-config", "F"}), "--check-config goes with no other option");
     EXPECT_EQ(ErrorOf({"--check-config", "F", "--create-user", "bob"}), "--check-config goes with no other option");
     EXPECT_EQ(ErrorOf({"--check-config", "F", "--listen", "udp:161"}), "--check-config goes with no other option");
@@ -108,7 +108,7 @@ TEST(Options, WhatIsAskedForBesidesServingGoesWithLittleElse) {
     EXPECT_EQ(ErrorOf({"--log-level", "debug", "--check-config", "F"}), "");
 }
 
-TEST(Options, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
+TEST(CvtagentdOptions, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
     for (const char* const text : {"", "0", "-1", "5s", " 5", "1.5", "86401", "99999999999999999999"}) {
         EXPECT_EQ(ErrorOf({"--timeout", text}),
                   "--timeout wants a number of seconds from 1 to 86400, not \"" + std::string(text) + "\"");
@@ -116,7 +116,7 @@ TEST(Options, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
     EXPECT_EQ(Parse({"--timeout", "86400"}).timeoutSeconds, 86400U);
 }
 
-TEST(Options, TheAddressOfAMasterMayBeLeftOut) {
+TEST(CvtagentdOptions, TheAddressOfAMasterMayBeLeftOut) {
     EXPECT_FALSE(Parse({}).subagent);
     EXPECT_TRUE(Parse({"--agentx"}).subagent);
     EXPECT_EQ(Parse({"--agentx"}).master, "");
@@ -125,13 +125,13 @@ TEST(Options, TheAddressOfAMasterMayBeLeftOut) {
     EXPECT_EQ(ErrorOf({"--agentx="}), "--agentx= wants a value that is not empty");
 }
 
-TEST(Options, ASubagentListensNowhere) {
+TEST(CvtagentdOptions, ASubagentListensNowhere) {
     const std::string error = "--listen and --agentx exclude each other: with --agentx the master listens";
     EXPECT_EQ(ErrorOf({"--agentx", "--listen", "udp:1161"}), error);
     EXPECT_EQ(ErrorOf({"--listen", "udp:1161", "--agentx"}), error);
 }
 
-TEST(Options, HelpNamesEveryOption) {
+TEST(CvtagentdOptions, HelpNamesEveryOption) {
     const std::string help = Options::Help();
     for (const char* const option :
          {"--module", "--listen", "--agentx", "--config", "--state-dir", "--user", "--timeout", "--log-level",

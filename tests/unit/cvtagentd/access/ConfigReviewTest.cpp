@@ -1,26 +1,25 @@
-// What --check-config says of a configuration in which every directive is spelt right.
+// What a configuration may hold in which every directive is spelled right.
 
 #include "agent/cvtagentd/access/ConfigReview.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/agent/AgentTest.h"
+#include "tests/support/ScratchFolder.h"
 
-namespace agent_test {
+namespace cvtagentd {
 namespace {
 
-using cvtagentd::ConfigReview;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Perms = std::filesystem::perms;
 
-class ConfigReviewTest : public AgentTest {
+class ConfigReviewTest : public ::testing::Test {
 protected:
-    /// Only the owner may read the file, unless somebody says otherwise.
+    /// Only the owner may read the file, unless `perms` says otherwise.
     ConfigReview Review(const std::string& content, Perms perms = Perms::owner_read | Perms::owner_write) const {
-        const std::string file = WriteConfig(content);
-        std::filesystem::permissions(file, perms);
-        return ConfigReview::Of(file);
+        m_scratch.Write("agent.conf", content);
+        std::filesystem::permissions(File(), perms);
+        return ConfigReview::Of(File());
     }
     std::string File() const { return m_scratch / "agent.conf"; }
     std::string UndefinedView(int line, const std::string& view) const {
@@ -32,6 +31,8 @@ protected:
                " is not made in this file: he is known only if cvtagentd --create-user " + user +
                ", or an earlier createUser, has made him";
     }
+
+    const ScratchFolder m_scratch;
 };
 
 TEST_F(ConfigReviewTest, AViewThatIsDefinedNowhereIsAFault) {
@@ -91,33 +92,5 @@ TEST_F(ConfigReviewTest, AFileThatIsMissingGivesNothing) {
     EXPECT_THAT(ConfigReview::Of(m_scratch / "none").faults, IsEmpty());
 }
 
-TEST_F(ConfigReviewTest, TheAgentDoesNotStartWithAViewThatIsDefinedNowhere) {
-    const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, UndefinedView(1, "some"));
-}
-
-TEST_F(ConfigReviewTest, CheckConfigPrintsFaultsAndRemarks) {
-    const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\nmaster agentx\n");
-    std::filesystem::permissions(file, Perms::owner_read);
-    const Outcome outcome = RunAgent({"--check-config", file});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("cvtagentd: " + UndefinedView(1, "some") + "\n"), std::string::npos)
-        << outcome.output;
-    EXPECT_NE(outcome.output.find(file + ": line 2: Note: master has no effect on this agent\n"), std::string::npos)
-        << outcome.output;
-    EXPECT_EQ(outcome.output.find("no faults"), std::string::npos) << outcome.output;
-}
-
-TEST_F(ConfigReviewTest, RemarksAreNoFaultsToARunningAgent) {
-    StartWritable();
-    WriteConfig("rocommunity other 127.0.0.1\nmaster agentx\nrouser stranger\n");
-    Agent().Signal(SIGHUP);
-    EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
-    EXPECT_EQ(Log().find("no faults"), std::string::npos) << Log();
-    WriteConfig("rocommunity third 127.0.0.1 -V some\n");
-    Agent().Signal(SIGHUP);
-    EXPECT_TRUE(Agent().WaitForOutput("stays as it was: " + UndefinedView(1, "some"))) << Log();
-}
-
 }  // namespace
-}  // namespace agent_test
+}  // namespace cvtagentd

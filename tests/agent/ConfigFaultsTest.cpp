@@ -1,0 +1,45 @@
+// What --check-config and a start say of a configuration in which every directive is spelled right.
+
+#include "tests/agent/AgentTest.h"
+
+namespace agent_test {
+namespace {
+
+using Perms = std::filesystem::perms;
+
+class ConfigFaultsTest : public AgentTest {
+protected:
+    static std::string UndefinedView(const std::string& file) {
+        return file + ": line 1: Error: the view some is defined nowhere; add \"view some included OID\"";
+    }
+};
+
+TEST_F(ConfigFaultsTest, TheAgentDoesNotStartWithAViewThatIsDefinedNowhere) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\n");
+    ExpectRefusal(WithOwn({"--config", file}), 1, UndefinedView(file));
+}
+
+TEST_F(ConfigFaultsTest, CheckConfigPrintsFaultsAndRemarks) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\nmaster agentx\n");
+    std::filesystem::permissions(file, Perms::owner_read);
+    const Outcome outcome = RunAgent({"--check-config", file});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("cvtagentd: " + UndefinedView(file) + "\n"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find(file + ": line 2: Note: master has no effect on this agent\n"), std::string::npos)
+        << outcome.output;
+    EXPECT_EQ(outcome.output.find("no faults"), std::string::npos) << outcome.output;
+}
+
+TEST_F(ConfigFaultsTest, RemarksAreNoFaultsToARunningAgent) {
+    StartWritable();
+    WriteConfig("rocommunity other 127.0.0.1\nmaster agentx\nrouser stranger\n");
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+    EXPECT_EQ(Log().find("no faults"), std::string::npos) << Log();
+    const std::string file = WriteConfig("rocommunity third 127.0.0.1 -V some\n");
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("stays as it was: " + UndefinedView(file))) << Log();
+}
+
+}  // namespace
+}  // namespace agent_test
