@@ -27,15 +27,7 @@ std::string Origin(const netsnmp_pdu& pdu) {
     return failed == 0 ? host.data() : "an unknown address";
 }
 
-}  // namespace
-
-void AuthFailures::Watch() {
-    // Behind the check itself, whose result it looks at.
-    ::netsnmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, &AuthFailures::OnCheck,
-                                nullptr, NETSNMP_CALLBACK_LOWEST_PRIORITY);
-}
-
-int AuthFailures::OnCheck(int /*majorId*/, int /*minorId*/, void* parameters, void* /*unused*/) {
+int OnCheck(int /*majorId*/, int /*minorId*/, void* parameters, void* /*unused*/) {
     const auto& check = *static_cast<const view_parameters*>(parameters);
     const bool hasCommunity = check.pdu->version == SNMP_VERSION_1 || check.pdu->version == SNMP_VERSION_2c;
     if (hasCommunity && check.errorcode == VACM_NOSECNAME) {
@@ -43,6 +35,14 @@ int AuthFailures::OnCheck(int /*majorId*/, int /*minorId*/, void* parameters, vo
                                  "Authentication failure: wrong community from " + Origin(*check.pdu));
     }
     return SNMP_ERR_NOERROR;
+}
+
+}  // namespace
+
+void AuthFailures::Watch() {
+    // After the check itself, whose result it looks at.
+    ::netsnmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, &OnCheck, nullptr,
+                                NETSNMP_CALLBACK_LOWEST_PRIORITY);
 }
 
 }  // namespace cvtagentd

@@ -6,13 +6,14 @@ namespace cvtagentd {
 
 /// "/dev/nul", into which what is started on behalf of a request throws its output. Root makes that file when he first
 /// writes to it; anybody else needs it to stand there already, or his command fails before it runs.
-class DevNul {
-public:
-    /// Makes it a link to /dev/null unless something stands there. For root; what fails shows in WhyUnusable.
-    static void Make();
+namespace DevNul {
 
-    /// Why this process cannot write to it, in one line for people; empty when it can.
-    static std::string WhyUnusable();
-};
+/// Makes it a link to /dev/null unless something stands there. For root; what fails shows in WhyUnusable.
+void Make();
+
+/// Why this process cannot write to it, in one line for people; empty when it can.
+std::string WhyUnusable();
+
+}  // namespace DevNul
 
 }  // namespace cvtagentd

@@ -9,21 +9,22 @@ enum class LogLevel { kError, kWarning, kInfo, kDebug };
 
 /// Where the agent's messages go: standard error or syslog, one line each, whatever characters a message holds. State of
 /// the process. Only the thread that serves requests writes.
-class Log {
-public:
-    /// Messages less important than `level` are dropped from now on.
-    static void Open(LogLevel level, bool toSyslog);
+namespace Log {
 
-    static void Error(std::string_view text) { Write(LogLevel::kError, text); }
-    static void Warning(std::string_view text) { Write(LogLevel::kWarning, text); }
-    static void Info(std::string_view text) { Write(LogLevel::kInfo, text); }
-    static void Write(LogLevel level, std::string_view text);
+/// Messages less important than `level` are dropped from now on.
+void Open(LogLevel level, bool toSyslog);
 
-    /// Says why the program ends, on standard error in any case: whoever starts it by hand looks there.
-    static void Fatal(std::string_view text);
+void Write(LogLevel level, std::string_view text);
+inline void Error(std::string_view text) { Write(LogLevel::kError, text); }
+inline void Warning(std::string_view text) { Write(LogLevel::kWarning, text); }
+inline void Info(std::string_view text) { Write(LogLevel::kInfo, text); }
 
-    /// "error", "warning", "info" or "debug".
-    static std::optional<LogLevel> LevelOf(std::string_view name);
-};
+/// Says why the program ends, on standard error in any case: whoever starts it by hand looks there.
+void Fatal(std::string_view text);
+
+/// "error", "warning", "info" or "debug".
+std::optional<LogLevel> LevelOf(std::string_view name);
+
+}  // namespace Log
 
 }  // namespace cvtagentd

@@ -17,13 +17,14 @@ struct User {
 };
 
 /// The host's list of users.
-class Users {
-public:
-    /// Throws StartError when there is no such user.
-    static User Named(const std::string& name);
+namespace Users {
 
-    /// A number without a name is a user, too: its group is then the one of this process.
-    static User WithId(uid_t uid);
-};
+/// Throws StartError when there is no such user.
+User Named(const std::string& name);
+
+/// A number without a name is a user, too: its group is then the one of this process.
+User WithId(uid_t uid);
+
+}  // namespace Users
 
 }  // namespace cvtagentd

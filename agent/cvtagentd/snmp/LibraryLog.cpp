@@ -68,26 +68,26 @@ void OnAlarm(unsigned int /*id*/, void* /*unused*/) {
     SetAlarm();
 }
 
-}  // namespace
-
-void LibraryLog::Install() {
-    ::snmp_disable_stderrlog();
-    ::snmp_enable_calllog();
-    ::snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, &LibraryLog::OnMessage, nullptr);
-}
-
-int LibraryLog::OnMessage(int /*majorId*/, int /*minorId*/, void* message, void* /*unused*/) {
+int OnMessage(int /*majorId*/, int /*minorId*/, void* message, void* /*unused*/) {
     const int systemError = errno;
     const auto* const said = static_cast<const snmp_log_message*>(message);
     std::string text = said->msg;
     text.resize(text.find_last_not_of(". \n") + 1);
     const LogLevel level = LevelOf(said->priority);
     if (s_collector != nullptr && level <= LogLevel::kWarning) {
-        s_collector->m_messages.push_back({std::move(text), systemError});
+        s_collector->Take({std::move(text), systemError});
     } else {
-        WriteLimited(IsDemoted(text) ? LogLevel::kDebug : level, KindOf(text), "SNMP library: " + text);
+        LibraryLog::WriteLimited(IsDemoted(text) ? LogLevel::kDebug : level, KindOf(text), "SNMP library: " + text);
     }
     return SNMP_ERR_NOERROR;
+}
+
+}  // namespace
+
+void LibraryLog::Install() {
+    ::snmp_disable_stderrlog();
+    ::snmp_enable_calllog();
+    ::snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, &OnMessage, nullptr);
 }
 
 void LibraryLog::WriteLimited(LogLevel level, const std::string& kind, const std::string& text) {
