@@ -13,6 +13,7 @@
 #include "CVT/SnmpTypes.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/snmp/DescriptorSet.h"
+#include "agent/cvtagentd/snmp/HostAccess.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
@@ -76,13 +77,35 @@ bool MayHaveToWait(int socket) {
            ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &room, &length) == 0 && unread > room / 4;
 }
 
+/// What the TCP wrapper says of the source. Where the verdict is remembered, the library is spared reading its files, and
+/// only the counting of the packet is left to do.
+bool AdmitsHost(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
+    static HostAccess s_access;
+    const auto ask = [&] { return ::netsnmp_agent_check_packet(session, transport, opaque, length) != 0; };
+    if (opaque == nullptr || length != static_cast<int>(sizeof(netsnmp_indexed_addr_pair))) {
+        return ask();
+    }
+    const auto source = HostAccess::Address::Of(static_cast<const netsnmp_indexed_addr_pair*>(opaque)->remote_addr.sa);
+    if (!source) {
+        return ask();
+    }
+    const auto now = HostAccess::Clock::now();
+    if (const auto verdict = s_access.Verdict(*source, now); verdict) {
+        ::snmp_increment_statistic(STAT_SNMPINPKTS);
+        return *verdict;
+    }
+    const bool isAdmitted = ask();
+    s_access.Remember(*source, isAdmitted, now);
+    return isAdmitted;
+}
+
 /// Every message comes here first, also one that the library answers by itself. What is not taken is dropped whole.
 int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
     const bool isStream = (transport->flags & NETSNMP_TRANSPORT_FLAG_STREAM) != 0;
     if (isStream && MayHaveToWait(transport->sock)) {
         return 0;
     }
-    return ::netsnmp_agent_check_packet(session, transport, opaque, length);
+    return AdmitsHost(session, transport, opaque, length) ? 1 : 0;
 }
 
 void Refuse(snmp_session& session, snmp_pdu& message) {
