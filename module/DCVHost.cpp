@@ -18,11 +18,6 @@
 #include "groups/system/DHrSystem.h"
 #include "module/HandlerWalk.h"
 
-const char DCVHost::cszInterfaceIndexOrZero[] = "InterfaceIndexOrZero";
-const char DCVHost::cszProductID[] = "ProductID";
-const char DCVHost::cszKBytes[] = "KBytes";
-const char DCVHost::cszInternationalDisplayString[] = "InternationalDisplayString";
-
 CVT::BMibDefVal DCVHost::defval;
 
 const CVT::BConstraintEntry DCVHost::s_tcConstraints[] = {

@@ -5,6 +5,7 @@
 #include "CVT/BMibDefVal.h"
 #include "CVT/BMibImplGroup.h"
 #include "CVT/INonVolatile.h"
+#include "groups/common/DConventions.h"
 
 class DHrDeviceTable;
 class DHrDiskStorageTable;
@@ -24,16 +25,10 @@ class DHrStorageTable;
 /// does not wait for the device table's: hrSystem, which looks up a device, only tries it.
 ///
 /// A place in the handler order whose group is not there is null, and every walk passes over it.
-class DCVHost final : public CVT::BMibImplGroup {
+class DCVHost final : public CVT::BMibImplGroup, public DConventions {
 public:
     /// How many places the handler order has, whether all are taken or not.
     static constexpr int kNumHandlers = 15;
-
-    // The module's textual conventions, by name.
-    static const char cszInterfaceIndexOrZero[];        ///< "InterfaceIndexOrZero": 0 to 2147483647
-    static const char cszProductID[];                   ///< "ProductID": any object identifier
-    static const char cszKBytes[];                      ///< "KBytes": 0 to 2147483647
-    static const char cszInternationalDisplayString[];  ///< "InternationalDisplayString": 0 to 128 octets
 
     /// Filled by InitDefVals, only read afterwards.
     static CVT::BMibDefVal defval;

@@ -1,7 +1,7 @@
 #include "groups/devices/DHrDiskStorageTable.h"
 
 #include "CVT/TextualConventions.h"
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 
 const CVT::BRqHndlrEntry DHrDiskStorageTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrDiskStorageAccess", CVT::kInteger,
@@ -28,7 +28,7 @@ const CVT::BConstraintEntry DHrDiskStorageTable::s_sonstraintEntries[] = {
     {CVT::kEnumValue, 0, "opticalDiskRW", 7, 0},
     {CVT::kEnumValue, 0, "ramDisk", 8, 0},
     {CVT::kEnumConvention, 3, CVT::cszTruthValue, 0, 0},
-    {CVT::kConvention, 4, DCVHost::cszKBytes, 0, 0},
+    {CVT::kConvention, 4, DConventions::cszKBytes, 0, 0},
     {},
 };
 

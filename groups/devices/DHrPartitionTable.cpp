@@ -1,6 +1,6 @@
 #include "groups/devices/DHrPartitionTable.h"
 
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 
 const CVT::BRqHndlrEntry DHrPartitionTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrPartitionIndex", CVT::kInteger, &DHrPartitionTable::OnGet_HrPartitionIndex),
@@ -14,8 +14,8 @@ const CVT::BRqHndlrEntry DHrPartitionTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrPartitionTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 1, 2147483647},
-    {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 128},
-    {CVT::kConvention, 4, DCVHost::cszKBytes, 0, 0},
+    {CVT::kConvention, 2, DConventions::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 4, DConventions::cszKBytes, 0, 0},
     {CVT::kRange, 5, nullptr, 0, 2147483647},
     {},
 };

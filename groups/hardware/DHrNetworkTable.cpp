@@ -1,6 +1,6 @@
 #include "groups/hardware/DHrNetworkTable.h"
 
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 
 const CVT::BRqHndlrEntry DHrNetworkTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrNetworkIfIndex", CVT::kInteger, &DHrNetworkTable::OnGet_HrNetworkIfIndex),
@@ -8,7 +8,7 @@ const CVT::BRqHndlrEntry DHrNetworkTable::s_rqhndlrEntries[] = {
 };
 
 const CVT::BConstraintEntry DHrNetworkTable::s_sonstraintEntries[] = {
-    {CVT::kConvention, 1, DCVHost::cszInterfaceIndexOrZero, 0, 0},
+    {CVT::kConvention, 1, DConventions::cszInterfaceIndexOrZero, 0, 0},
     {},
 };
 

@@ -1,7 +1,7 @@
 #include "groups/software/DHrSWInstalledTable.h"
 
 #include "CVT/TextualConventions.h"
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 
 const CVT::BRqHndlrEntry DHrSWInstalledTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrSWInstalledIndex", CVT::kInteger, &DHrSWInstalledTable::OnGet_HrSWInstalledIndex),
@@ -15,7 +15,7 @@ const CVT::BRqHndlrEntry DHrSWInstalledTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrSWInstalledTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 1, 2147483647},
-    {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 64},
+    {CVT::kConvention, 2, DConventions::cszInternationalDisplayString, 0, 64},
     {CVT::kEnumeration, 4, nullptr, 0, 0},
     {CVT::kEnumValue, 0, "unknown", 1, 0},
     {CVT::kEnumValue, 0, "operatingSystem", 2, 0},

@@ -1,6 +1,6 @@
 #include "groups/software/DHrSWRunPerfTable.h"
 
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 
 const CVT::BRqHndlrEntry DHrSWRunPerfTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrSWRunPerfCPU", CVT::kInteger, &DHrSWRunPerfTable::OnGet_HrSWRunPerfCPU),
@@ -10,7 +10,7 @@ const CVT::BRqHndlrEntry DHrSWRunPerfTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrSWRunPerfTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 0, 2147483647},
-    {CVT::kConvention, 2, DCVHost::cszKBytes, 0, 0},
+    {CVT::kConvention, 2, DConventions::cszKBytes, 0, 0},
     {},
 };
 

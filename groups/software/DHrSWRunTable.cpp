@@ -11,10 +11,10 @@
 #include <string>
 
 #include "CVT/BRequest.h"
+#include "groups/common/DConventions.h"
 #include "groups/common/SetPhases.h"
 #include "groups/software/ProcessFiles.h"
 #include "groups/software/ProcessLines.h"
-#include "module/DCVHost.h"
 
 const CVT::BObjectIdentifier DHrSWRunEntry::s_noId{CVT::BString("0.0")};
 
@@ -33,9 +33,9 @@ const CVT::BRqHndlrEntry DHrSWRunTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrSWRunTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 1, 2147483647},
-    {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 64},
-    {CVT::kConvention, 4, DCVHost::cszInternationalDisplayString, 0, 128},
-    {CVT::kConvention, 5, DCVHost::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 2, DConventions::cszInternationalDisplayString, 0, 64},
+    {CVT::kConvention, 4, DConventions::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 5, DConventions::cszInternationalDisplayString, 0, 128},
     {CVT::kEnumeration, 6, nullptr, 0, 0},
     {CVT::kEnumValue, 0, "unknown", 1, 0},
     {CVT::kEnumValue, 0, "operatingSystem", 2, 0},

@@ -3,9 +3,9 @@
 #include <string_view>
 
 #include "CVT/TextualConventions.h"
+#include "groups/common/DConventions.h"
 #include "groups/common/DateAndTime.h"
 #include "groups/common/SetPhases.h"
-#include "module/DCVHost.h"
 
 namespace {
 
@@ -35,8 +35,8 @@ const CVT::BRqHndlrEntry DHrFSTable::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry DHrFSTable::s_sonstraintEntries[] = {
     {CVT::kRange, 1, nullptr, 1, 2147483647},
-    {CVT::kConvention, 2, DCVHost::cszInternationalDisplayString, 0, 128},
-    {CVT::kConvention, 3, DCVHost::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 2, DConventions::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 3, DConventions::cszInternationalDisplayString, 0, 128},
     {CVT::kEnumeration, 5, nullptr, 0, 0},
     {CVT::kEnumValue, 0, "readWrite", 1, 0},
     {CVT::kEnumValue, 0, "readOnly", 2, 0},

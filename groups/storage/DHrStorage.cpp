@@ -2,7 +2,7 @@
 
 #include <sys/sysinfo.h>
 
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 
 const CVT::BRqHndlrEntry DHrStorage::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(2, "hrMemorySize", CVT::kInteger, &DHrStorage::OnGet_HrMemorySize),
@@ -10,7 +10,7 @@ const CVT::BRqHndlrEntry DHrStorage::s_rqhndlrEntries[] = {
 };
 
 const CVT::BConstraintEntry DHrStorage::s_sonstraintEntries[] = {
-    {CVT::kConvention, 2, DCVHost::cszKBytes, 0, 0},
+    {CVT::kConvention, 2, DConventions::cszKBytes, 0, 0},
     {},
 };
 

@@ -9,6 +9,7 @@
 #include <ctime>
 
 #include "CVT/TextualConventions.h"
+#include "groups/common/DConventions.h"
 #include "groups/common/DateAndTime.h"
 #include "groups/common/HostFile.h"
 #include "groups/common/SetPhases.h"
@@ -34,7 +35,7 @@ const CVT::BRqHndlrEntry DHrSystem::s_rqhndlrEntries[] = {
 const CVT::BConstraintEntry DHrSystem::s_sonstraintEntries[] = {
     {CVT::kConvention, 2, CVT::cszDateAndTime, 0, 0},
     {CVT::kRange, 3, nullptr, 1, 2147483647},
-    {CVT::kConvention, 4, DCVHost::cszInternationalDisplayString, 0, 128},
+    {CVT::kConvention, 4, DConventions::cszInternationalDisplayString, 0, 128},
     {CVT::kRange, 7, nullptr, 0, 2147483647},
     {},
 };
