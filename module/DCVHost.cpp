@@ -1,6 +1,7 @@
 #include "module/DCVHost.h"
 
 #include "CVT/BFileNV.h"
+#include "CVT/HandlerCall.h"
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/devices/DHrDiskStorageTable.h"
 #include "groups/devices/DHrPartitionTable.h"
@@ -16,7 +17,6 @@
 #include "groups/storage/DHrStorage.h"
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/system/DHrSystem.h"
-#include "module/HandlerWalk.h"
 
 CVT::BMibDefVal DCVHost::defval;
 
@@ -69,6 +69,22 @@ DCVHost::~DCVHost() {
     if (!m_storeSuppliedByCaller) {
         delete m_store;
     }
+}
+
+unsigned int ui32ForEachHandler(CVT::BMibImplGroup& module, void (CVT::BMibImpl::*operation)()) {
+    for (int place = 0; place < module.NumHandlers(); ++place) {
+        CVT::BMibImpl* const handler = module.HandlerAt(place);
+        if (handler == nullptr) {
+            continue;
+        }
+        const CVT::TMutex::Guard guard(handler->RequestLock());
+        // The module has no log: a group that throws stays as it is.
+        CVT::detail::WithoutThrowing([&] {
+            (handler->*operation)();
+            return CVT::noError;
+        });
+    }
+    return CVT::kWaitSignalled;  // a wait without limit has no other end
 }
 
 unsigned int DCVHost::Init() {

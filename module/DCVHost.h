@@ -39,8 +39,8 @@ public:
     DCVHost(CVT::INonVolatile* store, bool systemOnly);
     ~DCVHost() override;
 
-    /// Fills the default values, then brings up each group in handler order. A group that throws is passed over. Gives the
-    /// result of the last wait for a lock.
+    /// Fills the default values, then brings up each group in handler order. A group that throws is passed over. Returns
+    /// the result of the last wait for a lock.
     unsigned int Init() override;
     /// Ends each group's work in handler order; likewise.
     unsigned int Cleanup() override;
@@ -69,3 +69,8 @@ private:
     std::array<CVT::BMibImpl*, kNumHandlers> m_handlers{};
     bool m_systemOnly;
 };
+
+/// Calls an operation of every group of a module, in handler order, each under its group's request lock; empty places are
+/// passed over. A group that throws is passed over as well: one that fails must not keep the others from coming up, nor
+/// from ending. Returns the result of the last wait for a lock.
+unsigned int ui32ForEachHandler(CVT::BMibImplGroup& module, void (CVT::BMibImpl::*operation)());

@@ -12,7 +12,6 @@
 #include "CVT/TThread.h"
 #include "groups/system/DHrSystem.h"
 #include "module/EntryPoints.h"
-#include "module/HandlerWalk.h"
 #include "module/InitThread.h"
 #include "tests/support/NoStore.h"
 #include "tests/support/ScratchFolder.h"
@@ -236,7 +235,7 @@ private:
     std::vector<CVT::BMibImpl*> m_handlers;
 };
 
-TEST(HandlerWalk, CallsEachGroupInOrderUnderItsLockPassingOverEmptyPlacesAndGroupsThatThrow) {
+TEST(DCVHost, CallsEachGroupInOrderUnderItsLockPassingOverEmptyPlacesAndGroupsThatThrow) {
     std::vector<std::string> log;
     Probe first("first", log, false);
     Probe second("second", log, true);
