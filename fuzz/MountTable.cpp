@@ -6,7 +6,7 @@
 #include <string>
 
 #include "groups/common/HostFile.h"
-#include "groups/devices/DiskStorageType.h"
+#include "groups/storage/DiskStorageType.h"
 #include "groups/storage/MountFilter.h"
 #include "groups/storage/MountKinds.h"
 #include "groups/storage/MountTableFile.h"

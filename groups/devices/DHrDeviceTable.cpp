@@ -3,10 +3,6 @@
 #include "CVT/TextualConventions.h"
 #include "groups/devices/Discovery.h"
 
-unsigned int nextDeviceIndex = 1;
-unsigned int ifIndex = 1;
-unsigned int fsIndex = 1;
-
 const CVT::BObjectIdentifier DHrDeviceEntry::s_typeRoot{CVT::BString("1.3.6.1.2.1.25.3.1")};
 const CVT::BObjectIdentifier DHrDeviceEntry::s_noId{CVT::BString("0.0")};
 

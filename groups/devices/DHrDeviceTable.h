@@ -2,13 +2,6 @@
 
 #include "groups/common/DTable.h"
 
-// The indexes that discovery hands out next. They are never given back as long as the library is loaded, and are
-// discovery's alone.
-
-extern unsigned int nextDeviceIndex;  ///< hrDeviceIndex, and the index of what belongs to the device in other tables
-extern unsigned int ifIndex;          ///< hrNetworkIfIndex
-extern unsigned int fsIndex;          ///< hrFSIndex
-
 /// The last arc of hrDeviceType, below 1.3.6.1.2.1.25.3.1.
 enum EDeviceType : unsigned int {
     kProcessorDevice = 3,

@@ -9,7 +9,6 @@
 
 #include "groups/common/HostFile.h"
 #include "groups/devices/DHrDiskStorageTable.h"
-#include "groups/devices/DiskStorageType.h"
 #include "groups/devices/FileSystemSetup.h"
 #include "groups/devices/MountDescription.h"
 #include "groups/devices/MountListing.h"
@@ -18,9 +17,13 @@
 #include "groups/hardware/DHrPrinterTable.h"
 #include "groups/hardware/DHrProcessorTable.h"
 #include "groups/storage/DHrFSTable.h"
+#include "groups/storage/DiskStorageType.h"
 #include "groups/storage/MountFilter.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
+
+unsigned int nextDeviceIndex = 1;
+unsigned int ifIndex = 1;
 
 namespace {
 

@@ -10,6 +10,12 @@
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/devices/TemporaryFile.h"
 
+// The indexes that discovery hands out next, as FileSystemSetup.h has another. They are never given back as long as the
+// library is loaded. Used under the device table's request lock.
+
+extern unsigned int nextDeviceIndex;  ///< hrDeviceIndex, and the index of what belongs to the device in other tables
+extern unsigned int ifIndex;          ///< hrNetworkIfIndex
+
 /// One pass over the host for its devices. It makes the rows of the device table, whose request lock its caller holds, and
 /// those of the tables that share its index, each under that table's lock. Every source is optional: one that cannot be
 /// read adds nothing, and a line that does not parse is passed over. A candidate with the description of a row that is

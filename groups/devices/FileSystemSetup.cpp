@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "groups/devices/DHrDeviceTable.h"
 #include "groups/devices/DHrPartitionTable.h"
 #include "groups/devices/MountListing.h"
 #include "groups/devices/PartitionProbe.h"
@@ -20,6 +19,8 @@
 #include "groups/storage/MountProbe.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
+
+unsigned int fsIndex = 1;
 
 namespace {
 

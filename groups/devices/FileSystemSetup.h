@@ -10,6 +10,10 @@ struct DHrFSEntry;
 // Rows for what is mounted, in hrFSTable and hrPartitionTable of the module (gpCVHost). Called by discovery alone, which
 // holds no other lock than the device table's; each row is made under its table's request lock.
 
+/// The hrFSIndex that ui32SetupFSInfo hands out next; never given back as long as the library is loaded. Used under the
+/// request lock of the file-system table.
+extern unsigned int fsIndex;
+
 /// statfs of the mount directory; absent when it fails or does not come back. Discovery does not come again: a file system
 /// that the kernel serves alone, such as one on a disk that has to start up first, gets ten seconds, any other one.
 std::optional<struct statfs> SpaceOf(const mntent& entry);

@@ -9,7 +9,7 @@
 #include "CVT/TextualConventions.h"
 #include "groups/common/HostFile.h"
 #include "groups/common/SetPhases.h"
-#include "groups/devices/DiskStorageType.h"
+#include "groups/storage/DiskStorageType.h"
 #include "groups/storage/MemoryProbe.h"
 #include "groups/storage/MountFilter.h"
 #include "groups/storage/MountKinds.h"

@@ -9,6 +9,8 @@
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/devices/DHrDiskStorageTable.h"
 #include "groups/devices/DHrPartitionTable.h"
+#include "groups/devices/Discovery.h"
+#include "groups/devices/FileSystemSetup.h"
 #include "groups/hardware/DHrNetworkTable.h"
 #include "groups/hardware/DHrProcessorTable.h"
 #include "groups/storage/DHrFSTable.h"

@@ -1,4 +1,4 @@
-#include "groups/devices/DiskStorageType.h"
+#include "groups/storage/DiskStorageType.h"
 
 #include <string_view>
 

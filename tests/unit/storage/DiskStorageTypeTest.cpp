@@ -1,4 +1,4 @@
-#include "groups/devices/DiskStorageType.h"
+#include "groups/storage/DiskStorageType.h"
 
 #include <gtest/gtest.h>
 
