@@ -1,19 +1,30 @@
 #pragma once
 
+#include <dirent.h>
 #include <pthread.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
-/// Closes a stream. For the unique_ptr below. A thread that is being terminated does not end here: closing happens in a
-/// destructor, which must not be unwound.
+/// Closes a stream or a directory. For the unique_ptrs below. A thread that is being terminated does not end here: closing
+/// happens in a destructor, which must not be unwound.
 struct DCloseFile {
     void operator()(std::FILE* file) const {
+        Undisturbed([file] { std::fclose(file); });
+    }
+    void operator()(DIR* directory) const {
+        Undisturbed([directory] { ::closedir(directory); });
+    }
+
+private:
+    template <class Close>
+    static void Undisturbed(Close close) {
         int before = 0;
         ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-        std::fclose(file);
+        close();
         ::pthread_setcancelstate(before, nullptr);
     }
 };
@@ -24,9 +35,20 @@ using DHostFile = std::unique_ptr<std::FILE, DCloseFile>;
 /// Opens a file of the host for reading.
 inline DHostFile OpenHostFile(const char* path) { return DHostFile(std::fopen(path, "re")); }
 
+/// A directory of the host's, closed with its owner; null when it could not be opened.
+using DHostDirectory = std::unique_ptr<DIR, DCloseFile>;
+
+inline DHostDirectory OpenHostDirectory(const char* path) { return DHostDirectory(::opendir(path)); }
+
 /// Reads up to a line feed, which is kept, or up to one octet less than the buffer holds; what did not fit is the next
-/// line. Behind the last octet read stands a NUL. False, and the buffer unchanged, at the end of the file.
+/// line. After the last octet read stands a NUL. False, and the buffer unchanged, at the end of the file.
 template <std::size_t Size>
 bool ReadLine(std::FILE* file, std::array<char, Size>& line) {
     return std::fgets(line.data(), static_cast<int>(Size), file) != nullptr;
+}
+
+/// Whether a line that ReadLine has read begins with the prefix.
+template <std::size_t Size>
+bool BeginsWith(const std::array<char, Size>& line, std::string_view prefix) {
+    return std::string_view(line.data()).starts_with(prefix);
 }

@@ -1,13 +1,12 @@
 #include "groups/devices/Discovery.h"
 
-#include <dirent.h>
 #include <sys/statfs.h>
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "groups/common/HostFile.h"
+#include "groups/common/MibValues.h"
 #include "groups/devices/DHrDiskStorageTable.h"
 #include "groups/devices/FileSystemSetup.h"
 #include "groups/devices/MountDescription.h"
@@ -28,22 +27,12 @@ unsigned int ifIndex = 1;
 namespace {
 
 constexpr int kRunning = 2;
-constexpr int kReadOnly = 2;
-constexpr int kTrue = 1;
 constexpr std::size_t kLabelWidth = 12;  // of a line of /proc/cpuinfo, with its tab, colon and blank
 constexpr std::size_t kInputLabel = 7;   // "input: "
 constexpr int kParallelPorts = 8;
 constexpr long kNfsMagic = 0x6969;
 
 using MountLine = std::array<char, 4096>;
-
-struct CloseDirectory {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-
-bool BeginsWith(const char* line, std::string_view prefix) {
-    return std::strncmp(line, prefix.data(), prefix.size()) == 0;
-}
 
 /// Makes the row that belongs to a device in another table, and fills it, under that table's lock.
 template <class Table, class Fill>
@@ -111,11 +100,11 @@ void Discovery::Processors() {
     }
     int ordinal = 1;
     while (ReadLine(file.get(), m_line)) {
-        if (BeginsWith(m_line.data(), "processor")) {
+        if (BeginsWith(m_line, "processor")) {
             if (ReadModel(file.get())) {
                 pcFormatCPUData(m_line.data() + kLabelWidth, m_model.data());
             }
-        } else if (BeginsWith(m_line.data(), "Processor")) {
+        } else if (BeginsWith(m_line, "Processor")) {
             pcFormatCPUData(m_line.data() + kLabelWidth, m_model.data());
         } else {
             continue;
@@ -261,7 +250,7 @@ void Discovery::Disk(const mntent& entry) {
 }
 
 void Discovery::SerialPorts() {
-    const std::unique_ptr<DIR, CloseDirectory> directory(::opendir("/dev/cua"));
+    const DHostDirectory directory = OpenHostDirectory("/dev/cua");
     while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
         if (entry->d_name[0] == '.') {
             continue;
@@ -295,13 +284,10 @@ void Discovery::ParallelPorts() {
 }
 
 void Discovery::KernelLog() {
-    if (m_temporary[0] == '\0') {
-        vGetTmpName(m_temporary.data());
-    }
     vRemoveTmpFile(m_temporary.data());
     const DHostFile log(fpOpenCommandOutput("dmesg > %s", m_temporary.data()));
     while (log && ReadLine(log.get(), m_line)) {
-        if (BeginsWith(m_line.data(), "input:")) {
+        if (BeginsWith(m_line, "input:")) {
             const char* const device = m_line.data() + kInputLabel;
             // One line may name both, and then makes two devices.
             if (std::strstr(m_line.data(), "ouse") != nullptr) {
@@ -310,7 +296,7 @@ void Discovery::KernelLog() {
             if (std::strstr(m_line.data(), "eyboard") != nullptr) {
                 AddLogged(kKeyboardDevice, device);
             }
-        } else if (BeginsWith(m_line.data(), "ttyS") && m_serialPorts == 0) {
+        } else if (BeginsWith(m_line, "ttyS") && m_serialPorts == 0) {
             AddLogged(kSerialPortDevice, m_line.data());
         }
     }

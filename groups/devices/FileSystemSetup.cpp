@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "groups/common/MibValues.h"
 #include "groups/devices/DHrPartitionTable.h"
 #include "groups/devices/MountListing.h"
 #include "groups/devices/PartitionProbe.h"
@@ -24,8 +25,6 @@ unsigned int fsIndex = 1;
 
 namespace {
 
-constexpr int kReadOnly = 2;
-constexpr int kTrue = 1;
 constexpr int kLastPartition = 15;
 constexpr std::size_t kPathLimit = 128;
 constexpr std::chrono::seconds kDiskPatience(10);

@@ -1,7 +1,6 @@
 #include "groups/hardware/DHrProcessorTable.h"
 
 #include <array>
-#include <cstring>
 #include <string>
 
 #include "groups/common/HostFile.h"
@@ -46,10 +45,6 @@ Ticks TicksOf(const char* line) {
 unsigned int Distance(unsigned int now, unsigned int before) {
     const unsigned int difference = now - before;
     return static_cast<int>(difference) < 0 ? 0U - difference : difference;
-}
-
-bool BeginsWith(const char* line, std::string_view prefix) {
-    return std::strncmp(line, prefix.data(), prefix.size()) == 0;
 }
 
 void Update(DHrProcessorEntry& row, const Ticks& now) {
@@ -115,11 +110,11 @@ void DHrProcessorTable::TakeSampleOf(std::FILE* stat) {
     std::array<char, 128> line{};
     unsigned int turn = 0;
     std::string expected = "cpu0";
-    while (ReadLine(stat, line) && BeginsWith(line.data(), "cpu")) {
-        if (BeginsWith(line.data(), "cpu ")) {
+    while (ReadLine(stat, line) && BeginsWith(line, "cpu")) {
+        if (BeginsWith(line, "cpu ")) {
             continue;  // all processors together
         }
-        if (BeginsWith(line.data(), expected)) {
+        if (BeginsWith(line, expected)) {
             if (turn >= GetNumRows()) {
                 break;
             }

@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "CVT/BRequest.h"
 #include "groups/common/DConventions.h"
+#include "groups/common/HostFile.h"
 #include "groups/common/SetPhases.h"
 #include "groups/software/ProcessFiles.h"
 #include "groups/software/ProcessLines.h"
@@ -64,11 +64,6 @@ constexpr std::time_t kSecondsBetweenScans = 15;
 unsigned int s_lastRequestId = 0xFFFFFFFFU;
 std::time_t s_lastScan = 0;
 
-struct CloseDirectory {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, CloseDirectory>;
-
 /// hrSWRunStatus of a state letter; `otherwise` when it stands for none.
 int StatusOf(char state, int otherwise) {
     switch (state) {
@@ -115,7 +110,7 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     if (!bIsTimeToScan(requestId)) {
         return;
     }
-    const Directory directory(::opendir(kProc));
+    const DHostDirectory directory = OpenHostDirectory(kProc);
     if (!directory) {
         std::printf("hrSWRunTable opendir() error: %d\n", errno);
         std::fflush(stdout);
