@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr std::size_t kLine = 511;  // as much as is read of a file about a process
+
 void Require(bool holds) {
     if (!holds) {
         std::abort();
@@ -19,12 +21,12 @@ void Require(bool holds) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const std::string_view line = text.substr(0, kProcessLine);
+    const std::string_view line = text.substr(0, kLine);
     const DStatFigures figures = ParseStatLine(line);
     Require(figures.name.size() <= 253);
     Require(figures.name.empty() ||
             (figures.name.data() >= line.data() && figures.name.data() < line.data() + line.size()));
-    Require(FormatParameters(line, figures.name).Length() <= kProcessLine + 3);
+    Require(FormatParameters(line, figures.name).Length() <= kLine + 3);
     unsigned int number = 0;
     bParsePid(text, number);
     bParsePages(line, number);

@@ -6,9 +6,6 @@
 
 // What the kernel's lines about a process say. Pure functions of text, which may be any: cut short, hostile, or none.
 
-/// The most that is read of a file about a process: one octet less than a line buffer holds.
-inline constexpr std::size_t kProcessLine = 511;
-
 /// The process that a name in /proc stands for: the number it begins with (as "%u" reads it, cut to 32 bits). False for a
 /// name that begins with a dot, and for one that begins with no number.
 bool bParsePid(std::string_view name, unsigned int& pid);
@@ -23,7 +20,7 @@ struct DStatFigures {
 /// Takes the fields up to the first that is not there; the others are empty and 0. The name lies in `line`.
 DStatFigures ParseStatLine(std::string_view line);
 
-/// The parameters of a process, from the first line of /proc/<pid>/cmdline (at most kProcessLine octets, with its NULs), in
+/// The parameters of a process, from the first line of /proc/<pid>/cmdline (at most 511 octets, with its NULs), in
 /// which NUL ends each argument.
 ///
 /// When the first argument is not the process's name, it may be a command line that the process has rewritten into one

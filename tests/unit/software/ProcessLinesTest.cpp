@@ -13,12 +13,14 @@ namespace {
 
 using namespace std::string_literals;
 
+constexpr std::size_t kLine = 511;  // as much as is read of a file about a process
+
 std::string Parameters(const std::vector<std::string>& arguments, std::string_view name) {
     std::string cmdline;
     for (const std::string& argument : arguments) {
         cmdline += argument + '\0';
     }
-    return std::string(FormatParameters(std::string_view(cmdline).substr(0, kProcessLine), name).View());
+    return std::string(FormatParameters(std::string_view(cmdline).substr(0, kLine), name).View());
 }
 
 TEST(ParsePid, TakesTheNumberThatANameBeginsWith) {
