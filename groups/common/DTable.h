@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "CVT/BMapOid2Ptr.h"
 #include "CVT/BMibTableImpl.h"
@@ -52,6 +53,23 @@ public:
     unsigned int GetNumRows() const { return m_rows.GetCount(); }
     /// The row at a place in the order of indexes, from 0; null at GetNumRows() and beyond.
     Entry* RowAt(unsigned int place) const { return static_cast<Entry*>(m_rows.DataAt(place)); }
+
+    /// The place, from 0 and in order of indexes, of the first row for which `isWanted(const Entry&)` holds; GetNumRows()
+    /// when there is none.
+    template <class Predicate>
+    unsigned int FindPlace(Predicate isWanted) const {
+        unsigned int place = 0;
+        while (place < GetNumRows() && !isWanted(std::as_const(*RowAt(place)))) {
+            ++place;
+        }
+        return place;
+    }
+
+    /// That row; null when there is none.
+    template <class Predicate>
+    Entry* FindRow(Predicate isWanted) const {
+        return RowAt(FindPlace(isWanted));
+    }
 
     /// A row with default values under this index; the table's. Null when the index is not valid, or is taken.
     Entry* CreateNewRow(const CVT::BObjectIdentifier& index) {

@@ -43,23 +43,14 @@ void DHrDeviceTable::Initialize() {
 void DHrDeviceTable::vCreateTables() { Discovery(*this).Run(); }
 
 bool DHrDeviceTable::bRowExists(const CVT::BString& description) const {
-    for (unsigned int place = 0; place < GetNumRows(); ++place) {
-        if (RowAt(place)->description == description) {
-            return true;
-        }
-    }
-    return false;
+    return FindRow([&](const Entry& row) { return row.description == description; }) != nullptr;
 }
 
 int DHrDeviceTable::FirstPlaceOfType(EDeviceType type) const {
     CVT::BObjectIdentifier wanted = Entry::s_typeRoot;
     wanted.Append(type);
-    for (unsigned int place = 0; place < GetNumRows(); ++place) {
-        if (RowAt(place)->type == wanted) {
-            return static_cast<int>(place) + 1;
-        }
-    }
-    return -1;
+    const unsigned int place = FindPlace([&](const Entry& row) { return row.type == wanted; });
+    return place < GetNumRows() ? static_cast<int>(place) + 1 : -1;
 }
 
 int DHrDeviceTable::OnGet_HrDeviceIndex(const CVT::BObjectIdentifier& index, unsigned int /*requestId*/, int& value) {

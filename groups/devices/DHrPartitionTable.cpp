@@ -33,12 +33,7 @@ void DHrPartitionTable::Initialize() {
 }
 
 bool DHrPartitionTable::bIsInTable(const CVT::BString& label) const {
-    for (unsigned int place = 0; place < GetNumRows(); ++place) {
-        if (RowAt(place)->label == label) {
-            return true;
-        }
-    }
-    return false;
+    return FindRow([&](const Entry& row) { return row.label == label; }) != nullptr;
 }
 
 int DHrPartitionTable::OnGet_HrPartitionIndex(const CVT::BObjectIdentifier& index, unsigned int /*requestId*/,

@@ -35,12 +35,7 @@ DHrSWInstalledTable::Entry* DHrSWInstalledTable::pFindEntry(const char* name) {
         return nullptr;
     }
     const CVT::BString wanted(name);
-    for (unsigned int place = 0; place < GetNumRows(); ++place) {
-        if (RowAt(place)->name == wanted) {
-            return RowAt(place);
-        }
-    }
-    return nullptr;
+    return FindRow([&](const Entry& row) { return row.name == wanted; });
 }
 
 bool DHrSWInstalledTable::vUpdate(CVT::TEvent& /*stop*/) { return true; }

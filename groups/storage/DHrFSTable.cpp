@@ -57,12 +57,7 @@ DHrFSTable::DHrFSTable(CVT::INonVolatile* store)
     : DTable(store, "HOST-RESOURCES-MIB.hrFSTable", "1.3.6.1.2.1.25.3.8") {}
 
 bool DHrFSTable::bIsInTable(const CVT::BString& mountPoint) const {
-    for (unsigned int place = 0; place < GetNumRows(); ++place) {
-        if (RowAt(place)->mountPoint == mountPoint) {
-            return true;
-        }
-    }
-    return false;
+    return FindRow([&](const Entry& row) { return row.mountPoint == mountPoint; }) != nullptr;
 }
 
 int DHrFSTable::OnGet_HrFSIndex(const CVT::BObjectIdentifier& index, unsigned int /*requestId*/, int& value) {

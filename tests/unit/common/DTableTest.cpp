@@ -244,4 +244,20 @@ TEST(DTable, ASetRunsThroughTheToolkitToTheField) {
     EXPECT_EQ(table.Set(1, CVT::ESnmpSetOpCode::CheckAndSave, &undo, price), 18);
 }
 
+TEST(DTable, FindsTheFirstRowInOrderOfIndexesThatIsWanted) {
+    FruitTable table;
+    const auto isPear = [](const Fruit& fruit) { return fruit.name == CVT::BString("pear"); };
+    EXPECT_EQ(table.FindRow(isPear), nullptr) << "in an empty table";
+    EXPECT_EQ(table.FindPlace(isPear), 0U);
+    for (const unsigned int index : {9U, 2U, 5U}) {
+        table.CreateNewRow(Oid({index}));
+    }
+    EXPECT_EQ(table.FindRow(isPear), nullptr);
+    EXPECT_EQ(table.FindPlace(isPear), 3U);
+    table.GetRow(Oid({9}))->name = "pear";
+    table.GetRow(Oid({5}))->name = "pear";
+    EXPECT_EQ(table.FindRow(isPear), table.GetRow(Oid({5})));
+    EXPECT_EQ(table.FindPlace(isPear), 1U);
+}
+
 }  // namespace
