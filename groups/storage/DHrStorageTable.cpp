@@ -12,7 +12,6 @@
 #include "groups/storage/DiskStorageType.h"
 #include "groups/storage/MemoryProbe.h"
 #include "groups/storage/MountFilter.h"
-#include "groups/storage/MountKinds.h"
 
 unsigned int lastTableIndex = 0;
 unsigned int vVMemIndex = 0;
@@ -72,13 +71,8 @@ DHrStorageEntry::DHrStorageEntry(unsigned int rowIndex, const mntent* mount) : i
     if (mount == nullptr) {
         return;
     }
-    mayHang = bKindMayHang(mount->mnt_type);
+    mayHang = true;
     Fill(*mount, DMountProbe(mount->mnt_dir, mayHang, DMountProbe::kDirectoryAndSpace).Answer());
-}
-
-DHrStorageEntry::DHrStorageEntry(unsigned int rowIndex, const mntent& mount, const DMountFigures& figures)
-    : index(rowIndex) {
-    Fill(mount, figures);
 }
 
 void DHrStorageEntry::Fill(const mntent& mount, const DMountFigures& figures) {
@@ -147,15 +141,15 @@ bool DHrStorageTable::AddNewMounts() {
 }
 
 bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
-    DMountsThatMayHang hanging;
+    m_mayHang = {};
     for (const DMountEntry& mount : mounts) {
-        hanging.Add(mount.directory, mount.type);
+        m_mayHang.Add(mount.directory, mount.type);
     }
     // Something else may be mounted on a row's directory by now.
     std::unordered_set<std::string> known;
     for (unsigned int place = 0; place < GetNumRows(); ++place) {
         Entry& row = *RowAt(place);
-        row.mayHang = hanging.AreOnTheWayTo(row.descr.View());
+        row.mayHang = m_mayHang.AreOnTheWayTo(row.descr.View());
         known.emplace(row.descr.View());
     }
     std::erase_if(mounts, [&](DMountEntry& mount) {
@@ -168,27 +162,32 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
         std::vector<DMountProbe> questions;
         questions.reserve(batch.size());
         for (const DMountEntry& mount : batch) {
-            questions.emplace_back(mount.directory.c_str(), hanging.AreOnTheWayTo(mount.directory),
-                                   DMountProbe::kDirectoryAndSpace);
+            questions.push_back(QuestionTo(mount));
         }
-        std::vector<DMountFigures> figures(batch.size());
-        std::transform(questions.begin(), questions.end(), figures.begin(),
-                       [](DMountProbe& question) { return question.Answer(); });
-        const bool isComplete =
-            std::none_of(questions.begin(), questions.end(), [](const auto& asked) { return asked.HasGivenUp(); });
+        bool isComplete = true;
         for (std::size_t i = 0; i < batch.size(); ++i) {
-            auto row = std::make_unique<Entry>(++lastTableIndex, batch[i].Record(), figures[i]);
-            row->mayHang = hanging.AreOnTheWayTo(batch[i].directory);
-            Add(std::move(row));
-            if (questions[i].IsOut() || questions[i].HasGivenUp()) {
-                m_unanswered.push_back({lastTableIndex, batch[i], std::move(questions[i])});
-            }
+            isComplete = AddMount(++lastTableIndex, batch[i], std::move(questions[i])) && isComplete;
         }
         if (!isComplete) {
             return false;
         }
     }
     return true;
+}
+
+DMountProbe DHrStorageTable::QuestionTo(const DMountEntry& mount) const {
+    return {mount.directory.c_str(), m_mayHang.AreOnTheWayTo(mount.directory), DMountProbe::kDirectoryAndSpace};
+}
+
+bool DHrStorageTable::AddMount(unsigned int index, DMountEntry mount, DMountProbe question) {
+    auto row = std::make_unique<Entry>(index, nullptr);
+    row->mayHang = m_mayHang.AreOnTheWayTo(mount.directory);
+    row->Fill(mount.Record(), question.Answer());
+    const bool isComplete = !question.HasGivenUp();
+    if (Add(std::move(row)) && (question.IsOut() || !isComplete)) {
+        m_unanswered.push_back({index, std::move(mount), std::move(question)});
+    }
+    return isComplete;
 }
 
 bool DHrStorageTable::FillLateRows() {
@@ -221,10 +220,12 @@ void DHrStorageTable::AddMemory(unsigned int row, const char* descr, const char*
     Add(std::move(memory));
 }
 
-void DHrStorageTable::Add(std::unique_ptr<Entry> row) {
-    if (InsertRow(CVT::BObjectIdentifier(row->index), row.get())) {
+bool DHrStorageTable::Add(std::unique_ptr<Entry> row) {
+    const bool isNew = InsertRow(CVT::BObjectIdentifier(row->index), row.get());
+    if (isNew) {
         static_cast<void>(row.release());  // the table's now
     }
+    return isNew;
 }
 
 std::unique_ptr<DHrStorageTable::Entry> DHrStorageTable::CreateNewRow(const CVT::BObjectIdentifier& index) {
@@ -235,18 +236,19 @@ std::unique_ptr<DHrStorageTable::Entry> DHrStorageTable::CreateNewRow(const CVT:
 }
 
 void DHrStorageTable::CreateDemoRow(unsigned int index, const mntent* mount) {
-    Add(std::make_unique<Entry>(index, mount));
+    if (mount == nullptr) {
+        Add(std::make_unique<Entry>(index, nullptr));
+        return;
+    }
+    m_mayHang.Add(mount->mnt_dir, mount->mnt_type);
+    DMountEntry entry{mount->mnt_fsname, mount->mnt_dir, mount->mnt_type, mount->mnt_opts};
+    DMountProbe question = QuestionTo(entry);
+    AddMount(index, std::move(entry), std::move(question));
 }
 
 const DHrStorageEntry* DHrStorageTable::RowOf(const char* name) const {
     const std::string_view wanted = name == nullptr ? "" : name;
-    for (unsigned int place = 0; place < GetNumRows(); ++place) {
-        const Entry* const row = RowAt(place);
-        if (row->descr.View() == wanted) {
-            return row;
-        }
-    }
-    return nullptr;
+    return DTable::FindRow([&](const Entry& row) { return row.descr.View() == wanted; });
 }
 
 unsigned int DHrStorageTable::FindRow(const char* name) const {

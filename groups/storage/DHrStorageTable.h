@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "groups/common/DTable.h"
+#include "groups/storage/MountKinds.h"
 #include "groups/storage/MountProbe.h"
 #include "groups/storage/MountTableFile.h"
 
@@ -21,12 +22,9 @@ extern struct stat stLastMntFileStat;  ///< of the mount table, when it was last
 /// One row of hrStorageTable.
 struct DHrStorageEntry {
     DHrStorageEntry() = default;
-    /// A mounted file system, measured now; a null `mount` gives an empty row. `index` is its hrStorageIndex.
+    /// A mounted file system, measured now; a null `mount` gives an empty row. `rowIndex` is its hrStorageIndex. Nothing is
+    /// known of the mounts on the way there, so it is taken to hang.
     DHrStorageEntry(unsigned int rowIndex, const mntent* mount);
-    /// A mounted file system of which `figures` were learnt. What is absent there stays empty or 0.
-    DHrStorageEntry(unsigned int rowIndex, const mntent& mount, const DMountFigures& figures);
-
-    void SetIndex(const DSingleIndex& newIndex) { index = newIndex.row; }
 
     unsigned int index = 0;
     CVT::BObjectIdentifier type;
@@ -37,7 +35,8 @@ struct DHrStorageEntry {
     unsigned int allocationFailures = 0;
     bool mayHang = false;  ///< whether asking the file system may never come back
 
-    /// Takes up what was learnt of the file system; what is absent there stays as it is.
+    /// Takes up what was learnt of the file system; what is absent there stays as it is. Every row of a mount is filled by
+    /// this.
     void Fill(const mntent& mount, const DMountFigures& figures);
 };
 
@@ -73,7 +72,8 @@ public:
     /// into the table is InsertRow's work.
     static std::unique_ptr<Entry> CreateNewRow(const CVT::BObjectIdentifier& index);
 
-    /// Adds a row for a mounted file system; none when the index is taken.
+    /// Adds a row for a mounted file system, or, where `mount` is null, an empty one; none when the index is taken. Whether
+    /// the file system may hang is judged as for those of the mount table, together with those that were read of it.
     void CreateDemoRow(unsigned int index, const mntent* mount);
 
     /// The index of the first row with this description; 0 when there is none.
@@ -111,9 +111,15 @@ private:
     bool AddMounts(std::vector<DMountEntry> mounts, EWhich which);
     void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
                    unsigned int usedSelector);
-    void Add(std::unique_ptr<Entry> row);
+    /// Waits for the answer, and comes back to it at later requests where there is none yet. False when the caller's
+    /// patience came to an end.
+    bool AddMount(unsigned int index, DMountEntry mount, DMountProbe question);
+    DMountProbe QuestionTo(const DMountEntry& mount) const;
+    /// False, and no row, when the index is taken.
+    bool Add(std::unique_ptr<Entry> row);
     const Entry* RowOf(const char* name) const;
 
+    DMountsThatMayHang m_mayHang;  // of the last reading of the mount table
     std::vector<Unanswered> m_unanswered;
     DMountTableWatch m_watch;
     bool m_hasNotice = false;  // the watch saw a change that is not read yet

@@ -497,6 +497,21 @@ TEST_F(MountFigures, ThatNeverComeHoldNeitherCleanupNorTheEndOfTheTable) {
     EXPECT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000)) << "and that it has gone";
 }
 
+TEST_F(MountFigures, OfARowThatIsMadeByHandAreAskedForWithTheSameCareAsOfAnyOther) {
+    Mount("remote", "nfs4");
+    m_table->Initialize();
+    const Fake& disk = s_fakes["/fake/remote/disk"];
+    std::string device = "/dev/sda1";
+    std::string directory = "/fake/remote/disk";
+    std::string type = "ext4";
+    const mntent mount = {device.data(), directory.data(), type.data(), type.data(), 0, 0};
+    m_table->CreateDemoRow(9, &mount);
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_EQ(Asked(disk), 1);
+    EXPECT_NE(disk.askedBy, std::this_thread::get_id()) << "the way there leads through one that may hang";
+    EXPECT_TRUE(m_table->GetRow(CVT::BObjectIdentifier(9))->mayHang);
+}
+
 TEST_F(MountFigures, MakeARowByItselfAsWell) {
     Mount("a", "nfs4");
     std::string device = "server:/a";
