@@ -2,6 +2,7 @@
 
 #include <sys/statfs.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -102,10 +103,10 @@ void Discovery::Processors() {
     while (ReadLine(file.get(), m_line)) {
         if (BeginsWith(m_line, "processor")) {
             if (ReadModel(file.get())) {
-                pcFormatCPUData(m_line.data() + kLabelWidth, m_model.data());
+                TakeModel();
             }
         } else if (BeginsWith(m_line, "Processor")) {
-            pcFormatCPUData(m_line.data() + kLabelWidth, m_model.data());
+            TakeModel();
         } else {
             continue;
         }
@@ -122,6 +123,13 @@ bool Discovery::ReadModel(std::FILE* cpuinfo) {
         }
     }
     return true;
+}
+
+/// What follows the label in the line. A line that is shorter than a label has nothing there, and leaves the model text as
+/// it was.
+void Discovery::TakeModel() {
+    char* const line = m_line.data();
+    pcFormatCPUData(line + std::min(std::strlen(line), kLabelWidth), m_model.data());
 }
 
 void Discovery::Processor(int ordinal) {

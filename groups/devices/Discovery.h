@@ -39,6 +39,7 @@ private:
     void KernelLog();
 
     bool ReadModel(std::FILE* cpuinfo);
+    void TakeModel();
     void Processor(int ordinal);
     void MountEntry(const mntent& entry);
     void RemoteFileSystem(const mntent& entry);
@@ -51,7 +52,7 @@ private:
     bool TakeNameBeforeColon();
 
     DHrDeviceTable& m_devices;
-    Line m_line{};   // what a shorter line leaves of a longer one before it is still there
+    Line m_line{};
     Line m_model{};  // a processor's model text
     Line m_name{};   // an interface's or a printer's name
     int m_serialPorts = 0;

@@ -86,6 +86,17 @@ TEST_F(DeviceDiscovery, TakesTheFifthLineOfABlockForTheModelWhateverItSays) {
     EXPECT_EQ(Devices().size(), 3U) << "the second processor stood inside the block of the first";
 }
 
+TEST_F(DeviceDiscovery, TakesNothingOfAnEarlierLineForAProcessorWhoseModelLineIsShort) {
+    LayBlankHost();
+    const std::string head = "vendor_id\t: GenuineVendorOfOld\ncpu family\t: 6\nmodel\t\t: 158 and a long tail\n";
+    WriteFile("/proc/cpuinfo", "processor\t: 0\n" + head + "x\n" +  //
+                                   "processor\t: 1\n" + head + "model name\t: Fast\n" + "processor\t: 2\n" + head +
+                                   "model name\t\n" +  // 12 octets, the line feed the last
+                                   "processor\t: 3\n" + head + "model name\t:\n" + "Processor\n");
+    StartUp();
+    EXPECT_EQ(Devices(), (Descriptions{" #1", " Fast #2", " Fast #3", " #4", " #5"}));
+}
+
 TEST_F(DeviceDiscovery, CountsProcessorsThatHaveARowAlready) {
     LayBlankHost();
     WriteFile("/proc/cpuinfo", "Processor\t: A\nProcessor\t: A\nprocess : B\n Processor: C\n");
