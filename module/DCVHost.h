@@ -22,7 +22,8 @@ class DHrStorageTable;
 /// thread comes to one group after the other, so a request waits at most for the group that it asks. One group needs a
 /// second one's lock: the device table, whose discovery makes rows in the tables that share its index. It holds its own
 /// throughout, and one other for a single row or look-up. So that none waits in a circle, whoever holds any group's lock
-/// does not wait for the device table's: hrSystem, which looks up a device, only tries it.
+/// does not wait for the device table's: hrSystem, which looks up a device, only tries it, and once discovery is over reads
+/// those rows, which do not change any more, without it.
 ///
 /// A place in the handler order whose group is not there is null, and every walk passes over it.
 class DCVHost final : public CVT::BMibImplGroup, public DConventions {

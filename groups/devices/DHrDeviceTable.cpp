@@ -40,7 +40,11 @@ void DHrDeviceTable::Initialize() {
     SetActive(1);
 }
 
-void DHrDeviceTable::vCreateTables() { Discovery(*this).Run(); }
+void DHrDeviceTable::vCreateTables() {
+    m_areRowsFinal.store(false, std::memory_order_relaxed);
+    Discovery(*this).Run();
+    m_areRowsFinal.store(true, std::memory_order_release);  // with the rows that were made before
+}
 
 bool DHrDeviceTable::bRowExists(const CVT::BString& description) const {
     return FindRow([&](const Entry& row) { return row.description == description; }) != nullptr;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "groups/common/DTable.h"
 
 /// The last arc of hrDeviceType, below 1.3.6.1.2.1.25.3.1.
@@ -32,9 +34,9 @@ struct DHrDeviceEntry {
 /// hrDeviceTable: what the host had when the module came up. Discovery makes the rows, here and in the tables that share
 /// their index, once for each start-up; nothing changes or removes them afterwards.
 ///
-/// Everything is called under the request lock. Initialize holds it as long as discovery runs, and takes those of the other
-/// tables one at a time, each for one row or one look-up. Whoever holds another table's lock must therefore not wait for
-/// this one.
+/// Everything is called under the request lock, but for AreRowsFinal, and what only reads rows once that is true. Initialize
+/// holds the lock as long as discovery runs, and takes those of the other tables one at a time, each for one row or one
+/// look-up. Whoever holds another table's lock must therefore not wait for this one.
 class DHrDeviceTable final : public DTable<DHrDeviceEntry> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -43,12 +45,15 @@ public:
 
     explicit DHrDeviceTable(CVT::INonVolatile* store);
 
-    /// Looks for devices. When it is called again it adds those whose descriptions are new.
+    /// Looks for devices. When it is called again it adds those whose descriptions are new; nobody may be reading rows
+    /// without the lock then.
     void Initialize() override;
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
     void vCreateTables();
+    /// Whether discovery is over, and no row changes any more: they may be read without the lock from then on. Thread-safe.
+    bool AreRowsFinal() const { return m_areRowsFinal.load(std::memory_order_acquire); }
     /// Whether a row has exactly this description.
     bool bRowExists(const CVT::BString& description) const;
     /// The place, from 1 and in order of indexes, of the first row of an EDeviceType; -1 when there is none.
@@ -60,4 +65,7 @@ public:
     int OnGet_HrDeviceID(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BObjectIdentifier& value);
     int OnGet_HrDeviceStatus(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
     int OnGet_HrDeviceErrors(const CVT::BObjectIdentifier& index, unsigned int requestId, unsigned int& value);
+
+private:
+    std::atomic<bool> m_areRowsFinal = false;
 };

@@ -92,8 +92,11 @@ int DHrSystem::OnGet_HrSystemInitialLoadDevice(unsigned int /*requestId*/, int& 
     }
     if (gpCVHost->IsSystemOnly()) {
         m_initialLoadDevice = 1;
-    } else if (DHrDeviceTable* const devices = gpCVHost->DeviceTable();
-               devices != nullptr && devices->RequestLock().Try()) {
+    } else if (DHrDeviceTable* const devices = gpCVHost->DeviceTable(); devices == nullptr) {
+        m_initialLoadDevice = kUnknownDevice;
+    } else if (devices->AreRowsFinal()) {
+        m_initialLoadDevice = devices->FirstPlaceOfType(kDiskStorageDevice);
+    } else if (devices->RequestLock().Try()) {
         // Only tried: discovery holds the lock as long as it runs, and this group is not to wait for it.
         m_initialLoadDevice = devices->FirstPlaceOfType(kDiskStorageDevice);
         devices->RequestLock().Done();

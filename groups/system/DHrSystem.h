@@ -26,8 +26,7 @@ public:
     /// command worked is not looked at, and an undo does not set the clock back.
     int OnSet_HrSystemDate(CVT::ESnmpSetOpCode phase, unsigned int requestId, const CVT::BOctetString& value,
                            void** undo);
-    /// The place, from 1, of the first disk in hrDeviceTable. -1 while there is none, and while that table is in use
-    /// elsewhere.
+    /// The place, from 1, of the first disk in hrDeviceTable. -1 while discovery runs, and where there is none.
     int OnGet_HrSystemInitialLoadDevice(unsigned int requestId, int& value);
     /// The first 1,023 octets of /proc/cmdline, its line feed included.
     int OnGet_HrSystemInitialLoadParameters(unsigned int requestId, CVT::BOctetString& value);

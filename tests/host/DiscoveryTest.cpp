@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "CVT/TEvent.h"
 #include "tests/host/MadeUpCalls.h"
 #include "tests/host/WalkText.h"
 #include "tests/support/HostTree.h"
@@ -223,6 +225,22 @@ TEST_F(DeviceDiscovery, GivesTheSystemItsInitialLoadDeviceByThePlaceOfTheFirstDi
     EXPECT_EQ(Get(m_engine, initialLoadDevice).integer, 6);
 }
 
+TEST_F(DeviceDiscovery, KnowsTheInitialLoadDeviceThoughSomebodyUsesTheDeviceTable) {
+    LayHost("board");
+    StartUp();
+    CVT::TEvent held(true);
+    CVT::TEvent letGo(true);
+    std::thread holder([&] {
+        const CVT::TMutex::Guard guard(m_module->Group().HandlerAt(kDeviceTable)->RequestLock());
+        held.Set();
+        letGo.Wait(CVT::kWaitForever);
+    });
+    held.Wait(CVT::kWaitForever);
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.1.3.0").integer, 6);
+    letGo.Set();
+    holder.join();
+}
+
 TEST_F(DeviceDiscovery, TellsTheFileSystemTypeByTheLowThirtyTwoBitsOfWhatTheKernelSays) {
     LayBlankHost();
     const std::vector<std::pair<unsigned long, int>> types = {{0xADFF, 16},
@@ -312,6 +330,20 @@ private:
     std::atomic<int> m_answers = 0;
     std::thread m_thread;
 };
+
+TEST_F(DeviceDiscovery, TellsTheInitialLoadDeviceAtLastToOneWhoAsksAllTheTimeBesideOthers) {
+    LayHost("board");
+    Start();
+    const Asker other(*m_module->Group().HandlerAt(kDeviceTable));
+    CVT::BVarBind device;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    do {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        device.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.1.3.0");
+        EXPECT_EQ(m_module->Group().HandlerAt(0)->Get(CVT::BRequest().Id(), device), CVT::noError);
+    } while (device.integer == -1);
+    EXPECT_EQ(device.integer, 6) << "never a place in a table that is not complete";
+}
 
 TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
     LayHost("disks");
