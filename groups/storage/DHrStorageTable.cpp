@@ -83,7 +83,8 @@ void DHrStorageEntry::Fill(const mntent& mount, const DMountFigures& figures) {
     type.AssignFromDottedDecimalStr(StorageTypeOf(mount));
     allocationUnits = Cut(figures.directory->st_blksize);
     if (figures.space) {
-        size = Cut(figures.space->f_blocks);
+        measuredSize = Cut(figures.space->f_blocks);
+        size = isSizeWritten ? size : *measuredSize;
         used = UsedBlocks(*figures.space);
     }
 }
@@ -317,5 +318,20 @@ int DHrStorageTable::OnSet_HrStorageSize(const CVT::BObjectIdentifier& index, CV
     if (phase == CVT::ESnmpSetOpCode::CheckAndSave && value < 0) {
         return CVT::wrongValue;
     }
-    return i32SetPhase(phase, FieldOf(index, &Entry::size), value, undo);
+    struct Size {
+        int blocks = 0;
+        bool isWritten = false;
+    };
+    Entry* const row = GetRow(index);
+    Size size;
+    if (row != nullptr) {
+        size = {row->size, row->isSizeWritten};
+    }
+    const int result = i32SetPhase(phase, row == nullptr ? nullptr : &size, Size{value, true}, undo);
+    if (row != nullptr) {
+        row->isSizeWritten = size.isWritten;
+        // An undo finds what was there at the check, and the file system may have answered since.
+        row->size = size.isWritten ? size.blocks : row->measuredSize.value_or(size.blocks);
+    }
+    return result;
 }

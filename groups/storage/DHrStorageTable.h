@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "groups/common/DTable.h"
@@ -33,10 +34,12 @@ struct DHrStorageEntry {
     int size = 0;             ///< blocks, as is `used`
     int used = 0;
     unsigned int allocationFailures = 0;
-    bool mayHang = false;  ///< whether asking the file system may never come back
+    bool mayHang = false;             ///< whether asking the file system may never come back
+    bool isSizeWritten = false;       ///< whether `size` is one that a manager wrote
+    std::optional<int> measuredSize;  ///< what `size` is otherwise; absent for memory, and before there is an answer
 
-    /// Takes up what was learnt of the file system; what is absent there stays as it is. Every row of a mount is filled by
-    /// this.
+    /// Takes up what was learnt of the file system; what is absent there stays as it is, and so does a size that a manager
+    /// wrote. Every row of a mount is filled by this.
     void Fill(const mntent& mount, const DMountFigures& figures);
 };
 

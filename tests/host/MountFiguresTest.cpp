@@ -183,6 +183,10 @@ protected:
     }
     int Units(unsigned int row) { return Number(&DHrStorageTable::OnGet_HrStorageAllocationUnits, row); }
     int Size(unsigned int row) { return Number(&DHrStorageTable::OnGet_HrStorageSize, row); }
+    /// A phase of a SET of the size; `undo` goes from phase to phase.
+    int SetSize(CVT::ESnmpSetOpCode phase, unsigned int row, int value, void*& undo) {
+        return m_table->OnSet_HrStorageSize(CVT::BObjectIdentifier(row), phase, 1, value, &undo);
+    }
     int Used(unsigned int row) { return Number(&DHrStorageTable::OnGet_HrStorageUsed, row); }
 
     std::unique_ptr<DHrStorageTable> m_table = std::make_unique<DHrStorageTable>(nullptr);
@@ -418,6 +422,51 @@ TEST_F(MountFigures, ThatComeLateAreTakenUpByTheNextRequest) {
     EXPECT_EQ(Asked(noSpace), 1);
     noStat.space.f_blocks = 2000;
     EXPECT_EQ(Size(1), 1000) << "taken up once";
+}
+
+TEST_F(MountFigures, ThatComeLateLeaveASizeAloneThatAManagerHasWritten) {
+    Mount("late", "cifs").spaceHangs = true;
+    Mount("undone", "cifs").spaceHangs = true;
+    m_table->Initialize();
+    void* undo = nullptr;
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::CheckAndSave, 1, 77, undo), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Commit, 1, 77, undo), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Release, 1, 77, undo), CVT::noError);
+    EXPECT_EQ(Size(1), 77);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::CheckAndSave, 2, 77, undo), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Commit, 2, 77, undo), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Undo, 2, 77, undo), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Release, 2, 77, undo), CVT::noError);
+
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_EQ(Size(1), 77);
+    EXPECT_EQ(Used(1), 600) << "all else is taken up";
+    EXPECT_EQ(Size(2), 1000) << "what was undone was not written";
+}
+
+TEST_F(MountFigures, ThatComeInTheMidstOfASetAreThereAfterItsUndo) {
+    Fake& first = Mount("first", "cifs");
+    Mount("second", "cifs").spaceHangs = true;
+    first.spaceHangs = true;
+    m_table->Initialize();
+    void* undo = nullptr;
+    void* other = nullptr;
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::CheckAndSave, 1, 77, undo), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::CheckAndSave, 2, 88, other), CVT::noError);
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Commit, 1, 77, undo), CVT::noError);
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_EQ(Size(1), 77) << "committed before the answer came";
+    EXPECT_EQ(Size(2), 1000) << "only checked";
+    ASSERT_EQ(SetSize(CVT::ESnmpSetOpCode::Commit, 2, 88, other), CVT::noError);
+    EXPECT_EQ(Size(2), 88);
+    for (const auto phase : {CVT::ESnmpSetOpCode::Undo, CVT::ESnmpSetOpCode::Release}) {
+        ASSERT_EQ(SetSize(phase, 1, 77, undo), CVT::noError);
+        ASSERT_EQ(SetSize(phase, 2, 88, other), CVT::noError);
+    }
+    EXPECT_EQ(Size(1), 1000);
+    EXPECT_EQ(Size(2), 1000);
 }
 
 TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostInAHurry) {
