@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "CVT/Warnings.h"
 #include "agent/cvtagentd/Agent.h"
 #include "agent/cvtagentd/Options.h"
 #include "agent/cvtagentd/StandAlone.h"
@@ -27,6 +28,7 @@ int Run(const cvtagentd::Options& options) {
             return cvtagentd::CreateUser(options, &cvtagentd::StandAlone::BeforeConfiguration).Run();
         case cvtagentd::Options::Action::kServe: break;
     }
+    CVT::SetWarningReceiver(&cvtagentd::Log::Warning);
     return cvtagentd::Agent(options).Run();
 }
 

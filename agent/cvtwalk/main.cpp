@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "CVT/Warnings.h"
 #include "agent/cvtwalk/ModuleSet.h"
 #include "agent/cvtwalk/Options.h"
 #include "agent/cvtwalk/Walk.h"
@@ -17,6 +18,8 @@ constexpr int kWrongCommandLine = 2;
 constexpr unsigned int kLeastCloseMs = 5000;
 
 void Say(const std::string& line) { std::fprintf(stderr, "cvtwalk: %s\n", line.c_str()); }
+
+void SayWarning(std::string_view text) { Say("warning: " + std::string(text)); }
 
 int Print(const char* text) {
     return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0 ? EXIT_SUCCESS : kFailed;
@@ -95,6 +98,7 @@ int Main(int argc, char** argv) {
     if (options->version) {
         return Print("cvtwalk " CVHOST_VERSION "\n");
     }
+    CVT::SetWarningReceiver(&SayWarning);
     return Run(*options);
 }
 

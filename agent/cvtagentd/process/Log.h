@@ -8,7 +8,7 @@ namespace cvtagentd {
 enum class LogLevel { kError, kWarning, kInfo, kDebug };
 
 /// Where the agent's messages go: standard error or syslog, one line each, whatever characters a message holds. State of
-/// the process. Only the thread that serves requests writes.
+/// the process. Open comes first, before there is a second thread; then any may write.
 namespace Log {
 
 /// Messages less important than `level` are dropped from now on.
