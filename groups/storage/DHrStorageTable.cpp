@@ -1,13 +1,15 @@
 #include "groups/storage/DHrStorageTable.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <span>
 #include <string>
+#include <system_error>
 #include <unordered_set>
 
 #include "CVT/TextualConventions.h"
-#include "groups/common/HostFile.h"
+#include "CVT/Warnings.h"
 #include "groups/common/SetPhases.h"
 #include "groups/storage/DiskStorageType.h"
 #include "groups/storage/MemoryProbe.h"
@@ -97,7 +99,7 @@ void DHrStorageTable::Initialize() {
     if (GetNumRows() != 0) {
         m_hasNotice = watching;  // nobody has since Cleanup
     } else {
-        if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
+        if (const DHostFile file = OpenMountTable()) {
             ::stat(ETC_MNTTAB, &stLastMntFileStat);
             AddMounts(ReadMountTable(file.get()), kAll);
         }
@@ -134,7 +136,7 @@ bool DHrStorageTable::AddNewMounts() {
     stLastMntFileStat = now;
     m_watch.Close();  // a table that was a file may have become the kernel's, and the reverse
     m_watch.Open();
-    if (const DHostFile file = OpenHostFile(ETC_MNTTAB)) {
+    if (const DHostFile file = OpenMountTable()) {
         m_hasNotice = !AddMounts(ReadMountTable(file.get()), kNewDirectories);
         return !m_hasNotice;
     }
@@ -174,6 +176,17 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
         }
     }
     return true;
+}
+
+/// Most hosts make it a link to the kernel's own; where a minimal root has none, all file systems are missing at once.
+DHostFile DHrStorageTable::OpenMountTable() {
+    DHostFile file = OpenHostFile(ETC_MNTTAB);
+    if (!file && !m_hasSaidItIsMissing) {
+        m_hasSaidItIsMissing = true;
+        CVT::Warn(std::string(ETC_MNTTAB) + " cannot be read (" + std::generic_category().message(errno) +
+                  "), so hrStorageTable has no mounted file systems; make it a link to /proc/self/mounts");
+    }
+    return file;
 }
 
 DMountProbe DHrStorageTable::QuestionTo(const DMountEntry& mount) const {

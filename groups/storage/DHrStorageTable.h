@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "groups/common/DTable.h"
+#include "groups/common/HostFile.h"
 #include "groups/storage/MountKinds.h"
 #include "groups/storage/MountProbe.h"
 #include "groups/storage/MountTableFile.h"
@@ -121,9 +122,12 @@ private:
     /// False, and no row, when the index is taken.
     bool Add(std::unique_ptr<Entry> row);
     const Entry* RowOf(const char* name) const;
+    /// Null when it cannot be opened, which is said once.
+    DHostFile OpenMountTable();
 
     DMountsThatMayHang m_mayHang;  // of the last reading of the mount table
     std::vector<Unanswered> m_unanswered;
     DMountTableWatch m_watch;
-    bool m_hasNotice = false;  // the watch saw a change that is not read yet
+    bool m_hasNotice = false;           // the watch saw a change that is not read yet
+    bool m_hasSaidItIsMissing = false;  // the mount table
 };

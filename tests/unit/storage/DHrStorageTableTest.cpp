@@ -18,6 +18,7 @@
 #include "module/DCVHost.h"
 #include "tests/support/Declarations.h"
 #include "tests/support/NoStore.h"
+#include "tests/support/ReceivedWarnings.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -185,6 +186,35 @@ TEST_F(StorageTable, HasOnlyMemoryWithoutAMountTable) {
     EXPECT_EQ(Descr(1), "Virtual Memory");
     Write(Line("/dev/hda1", "late", "ext3"));
     EXPECT_EQ(Descr(3), Path("late")) << "it is read once there is one";
+}
+
+TEST_F(StorageTable, SaysOnceThatTheMountTableIsMissing) {
+    ReceivedWarnings warnings;
+    m_table.Initialize();
+    const std::vector<std::string> said = warnings.Take();
+    ASSERT_EQ(said.size(), 1U);
+    EXPECT_EQ(said[0],
+              std::string(ETC_MNTTAB) +
+                  " cannot be read (No such file or directory), so hrStorageTable has no mounted file systems; make "
+                  "it a link to /proc/self/mounts");
+    stLastMntFileStat.st_mtime = 1;
+    Descr(1);
+    Write(Line("/dev/hda1", "a", "ext3"));
+    Descr(1);
+    ::unlink(ETC_MNTTAB);
+    Descr(1);
+    EXPECT_TRUE(warnings.Take().empty()) << "once is enough";
+}
+
+TEST_F(StorageTable, SaysOnceThatTheMountTableHasGone) {
+    ReceivedWarnings warnings;
+    Write(Line("/dev/hda1", "a", "ext3"));
+    m_table.Initialize();
+    EXPECT_TRUE(warnings.Take().empty());
+    ::unlink(ETC_MNTTAB);
+    Descr(1);
+    Descr(1);
+    EXPECT_EQ(warnings.Take().size(), 1U);
 }
 
 TEST_F(StorageTable, AnswersFromTheEmptyTableBeforeItComesUpAndBuildsItAllTheSame) {
