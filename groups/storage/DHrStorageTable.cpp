@@ -193,10 +193,26 @@ DMountProbe DHrStorageTable::QuestionTo(const DMountEntry& mount) const {
     return {mount.directory.c_str(), m_mayHang.AreOnTheWayTo(mount.directory), DMountProbe::kDirectoryAndSpace};
 }
 
+void DHrStorageTable::Fill(Entry& row, const mntent& mount, const DMountFigures& figures) const {
+    row.Fill(mount, figures);
+    if (!figures.isForbidden) {
+        return;
+    }
+    const bool isSaid =
+        DTable::FindRow([&](const Entry& other) { return other.isForbidden && other.descr == row.descr; }) != nullptr;
+    row.isForbidden = true;
+    if (!isSaid) {
+        CVT::Warn(
+            std::string(row.descr.View()) + " may not be looked at (" + std::generic_category().message(EACCES) +
+            "): its row in hrStorageTable has no type and no figures, which a check may take for 0 % used; let the "
+            "agent's user search the folders above it");
+    }
+}
+
 bool DHrStorageTable::AddMount(unsigned int index, DMountEntry mount, DMountProbe question) {
     auto row = std::make_unique<Entry>(index, nullptr);
     row->mayHang = m_mayHang.AreOnTheWayTo(mount.directory);
-    row->Fill(mount.Record(), question.Answer());
+    Fill(*row, mount.Record(), question.Answer());
     const bool isComplete = !question.HasGivenUp();
     if (Add(std::move(row)) && (question.IsOut() || !isComplete)) {
         m_unanswered.push_back({index, std::move(mount), std::move(question)});
@@ -215,7 +231,7 @@ bool DHrStorageTable::FillLateRows() {
         }
         Entry* const row = figures ? GetRow(CVT::BObjectIdentifier(late.row)) : nullptr;
         if (row != nullptr) {
-            row->Fill(late.mount.Record(), *figures);
+            Fill(*row, late.mount.Record(), *figures);
         }
         return figures && !late.question.IsOut() && !late.question.HasGivenUp();
     });

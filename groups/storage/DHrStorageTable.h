@@ -37,6 +37,7 @@ struct DHrStorageEntry {
     unsigned int allocationFailures = 0;
     bool mayHang = false;             ///< whether asking the file system may never come back
     bool isSizeWritten = false;       ///< whether `size` is one that a manager wrote
+    bool isForbidden = false;         ///< whether the directory may not be looked at
     std::optional<int> measuredSize;  ///< what `size` is otherwise; absent for memory, and before there is an answer
 
     /// Takes up what was learnt of the file system; what is absent there stays as it is, and so does a size that a manager
@@ -119,6 +120,8 @@ private:
     /// patience came to an end.
     bool AddMount(unsigned int index, DMountEntry mount, DMountProbe question);
     DMountProbe QuestionTo(const DMountEntry& mount) const;
+    /// Fills a row, and says so, once for each directory, when it may not be looked at.
+    void Fill(Entry& row, const mntent& mount, const DMountFigures& figures) const;
     /// False, and no row, when the index is taken.
     bool Add(std::unique_ptr<Entry> row);
     const Entry* RowOf(const char* name) const;

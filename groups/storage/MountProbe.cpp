@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -21,9 +22,13 @@ using Clock = std::chrono::steady_clock;
 /// Two system calls need little; the sanitizers want some.
 constexpr unsigned int kStackBytes = 256 * 1024;
 
-std::optional<struct stat> AskDirectory(const char* path) {
+std::optional<struct stat> AskDirectory(const char* path, bool& isForbidden) {
     struct stat directory {};
-    return ::stat(path, &directory) == 0 ? std::optional(directory) : std::nullopt;
+    if (::stat(path, &directory) == 0) {
+        return directory;
+    }
+    isForbidden = errno == EACCES || errno == EPERM;
+    return std::nullopt;
 }
 
 std::optional<struct statfs> AskSpace(const char* path) {
@@ -43,6 +48,7 @@ struct DMountProbe::Call {
     const Clock::time_point asked = Clock::now();
 
     std::optional<struct stat> status;
+    bool isForbidden = false;
     Clock::time_point statusAnswered;
     CVT::TEvent hasStatus{true};
 
@@ -66,7 +72,7 @@ protected:
         Call& call = *m_call;
         bool goOn = true;
         if (call.what == kDirectoryAndSpace) {
-            call.status = AskDirectory(call.directory.c_str());
+            call.status = AskDirectory(call.directory.c_str(), call.isForbidden);
             call.statusAnswered = Clock::now();
             goOn = call.status.has_value();
             call.hasStatus.Set();
@@ -151,7 +157,7 @@ DMountProbe::DMountProbe(const char* directory, bool mayHang, EWhat what, std::c
     const char* const path = directory == nullptr ? "" : directory;
     if (!mayHang) {
         if (what == kDirectoryAndSpace) {
-            m_figures.directory = AskDirectory(path);
+            m_figures.directory = AskDirectory(path, m_figures.isForbidden);
             if (!m_figures.directory) {
                 return;
             }
@@ -192,6 +198,7 @@ DMountProbe::EWaited DMountProbe::AwaitAll() {
             return waited;
         }
         m_figures.directory = call.status;
+        m_figures.isForbidden = call.isForbidden;
         asked = call.statusAnswered;
     }
     const EWaited waited = Await(call.hasSpace, asked + m_patience);
@@ -224,5 +231,5 @@ std::optional<DMountFigures> DMountProbe::LateAnswer() {
         return std::nullopt;
     }
     const std::shared_ptr<Call> call = std::move(m_call);
-    return DMountFigures{call->status, call->space};
+    return DMountFigures{call->status, call->space, call->isForbidden};
 }

@@ -13,6 +13,7 @@
 struct DMountFigures {
     std::optional<struct stat> directory;  ///< stat(2) of the mount directory
     std::optional<struct statfs> space;    ///< statfs(2) of it, in blocks of `f_bsize` octets
+    bool isForbidden = false;              ///< whether `directory` is absent because it may not be looked at
 };
 
 /// One question to a mounted file system, which is given a second for each call. A file system that cannot hang is asked

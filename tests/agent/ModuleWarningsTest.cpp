@@ -48,5 +48,20 @@ TEST_F(ModuleWarningsTest, OneSaysThatTheMountTableIsMissing) {
     EXPECT_EQ(walk.status, 0);
 }
 
+TEST_F(ModuleWarningsTest, OneNamesAMountPointThatMayNotBeLookedAt) {
+    const std::string closed = m_host->Directory() + "/closed";
+    const std::string mounted = closed + "/a\nb";
+    std::filesystem::create_directories(mounted);
+    ASSERT_EQ(::mount("none-of-ours", mounted.c_str(), "ramfs", 0, nullptr), 0);
+    ASSERT_EQ(::chown(closed.c_str(), 65534, 65534), 0);
+    std::filesystem::permissions(closed, std::filesystem::perms(0700));
+    // The folder is another's, and what lets root in all the same is taken away.
+    m_command = Arguments{"/usr/bin/setpriv", "--bounding-set=-dac_override,-dac_read_search"} + m_command;
+    StartHere();
+    EXPECT_EQ(TimesSaid("cvtagentd: warning: " + closed + "/a b may not be looked at (Permission denied)"), 1) << Log();
+    ExpectCleanEnd();
+    ::umount2(mounted.c_str(), MNT_DETACH);
+}
+
 }  // namespace
 }  // namespace agent_test

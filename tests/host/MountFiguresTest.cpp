@@ -18,6 +18,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "CVT/BPatience.h"
 #include "CVT/BRequestId.h"
@@ -26,6 +27,7 @@
 #include "groups/storage/DHrStorageTable.h"
 #include "groups/storage/FileSystemType.h"
 #include "groups/storage/MountProbe.h"
+#include "tests/support/ReceivedWarnings.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -40,6 +42,7 @@ struct Fake {
     bool hasSpace = true;
     bool statHangs = false;
     bool spaceHangs = false;
+    int error = EIO;  ///< of the calls that fail
     milliseconds delay{0};
     long unit = 4096;
     struct statfs space {};
@@ -75,7 +78,7 @@ int Ask(const char* path, bool Fake::*hangs, bool Fake::*has, Answer answer) {
     }
     s_released.wait(lock, [&] { return !(fake.*hangs) || fake.freed == std::this_thread::get_id(); });
     if (!(fake.*has)) {
-        errno = EIO;
+        errno = fake.error;
         return -1;
     }
     answer(fake, true);
@@ -467,6 +470,50 @@ TEST_F(MountFigures, ThatComeInTheMidstOfASetAreThereAfterItsUndo) {
     }
     EXPECT_EQ(Size(1), 1000);
     EXPECT_EQ(Size(2), 1000);
+}
+
+TEST_F(MountFigures, OfADirectoryThatMayNotBeLookedAtAreMissedAloudOnce) {
+    ReceivedWarnings warnings;
+    const auto forbid = [this](const char* name, const char* type) {
+        Fake& fake = Mount(name, type);
+        fake.hasStat = false;
+        fake.error = EACCES;
+    };
+    forbid("closed", "ext4");
+    forbid("closed", "ext4");
+    forbid("remote", "nfs4");
+    Mount("broken", "ext4").hasStat = false;
+    m_table->Initialize();
+    EXPECT_EQ(m_table->GetNumRows(), 6U);
+    const std::vector<std::string> said = warnings.Take();
+    ASSERT_EQ(said.size(), 2U) << "once for each directory, and only for what is forbidden";
+    EXPECT_EQ(
+        said[0],
+        "/fake/closed may not be looked at (Permission denied): its row in hrStorageTable has no type and no figures, "
+        "which a check may take for 0 % used; let the agent's user search the folders above it");
+    EXPECT_EQ(said[1].substr(0, 13), "/fake/remote ");
+    forbid("new", "ext4");
+    stLastMntFileStat.st_mtime = 1;
+    Used(1);
+    stLastMntFileStat.st_mtime = 1;
+    Used(1);
+    EXPECT_EQ(warnings.Take().size(), 1U) << "the new one, and not again at each look";
+}
+
+TEST_F(MountFigures, OfADirectoryThatTurnsOutLateToBeForbiddenAreMissedAloudAsWell) {
+    ReceivedWarnings warnings;
+    Fake& fake = Mount("late", "nfs4");
+    fake.statHangs = true;
+    fake.hasStat = false;
+    fake.error = EACCES;
+    m_table->Initialize();
+    EXPECT_EQ(warnings.Take().size(), 0U);
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    Used(1);
+    EXPECT_EQ(warnings.Take().size(), 1U);
+    Used(1);
+    EXPECT_EQ(warnings.Take().size(), 0U);
 }
 
 TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostInAHurry) {
