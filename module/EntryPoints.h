@@ -25,7 +25,8 @@ CVHOST_API int CVxExtAgentInit(void** module, void* trapSender);
 
 /// Waits, without limit, until the start-up has ended, looking once a second; then cleans the module up and deletes it.
 /// No request may be under way. Does nothing when there is no module any more. When it has returned, the thread that
-/// brought the groups up may still be about to end: see CVT::TThread::WaitForSelfDeleting. Always 1.
+/// brought the groups up may still be about to end, and one that asks a file system that has died may be stuck: see
+/// CVT::TThread::WaitForSelfDeleting. Always 1.
 CVHOST_API int CVxExtAgentClose();
 
 /// Does nothing; for hosts that look for it.

@@ -35,7 +35,7 @@ public:
 
     /// Starts the sampler. The first sample is taken 15 seconds later, and tells the load since the host was started.
     void Initialize() override;
-    /// Ends the sampler, which takes up to a quarter of a second.
+    /// Ends the sampler, which wakes at once for that. One in the midst of a sample is given a second, and then terminated.
     void Cleanup() override;
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }

@@ -6,7 +6,7 @@
 class DHrProcessorTable;
 
 /// The sampler of the processors' load: takes a sample of its table every 15 seconds, the first one 15 seconds after its
-/// start, and wakes every 250 ms to look whether it should end. Belongs to its table, which must outlive it.
+/// start. It wakes every 250 ms, and at once when it is to end. Belongs to its table, which must outlive it.
 class ProcessorWThread final : public CVT::TThread {
 public:
     explicit ProcessorWThread(DHrProcessorTable& table) : TThread(false), m_table(table) {}
