@@ -21,8 +21,9 @@ std::string DevNul::WhyUnusable() {
     if (::access(kNul, W_OK) == 0) {
         return {};
     }
-    return "the clock cannot be set: " + std::string(kNul) + ": " + std::generic_category().message(errno) +
-           "; as root, make it a link: ln -sfn /dev/null " + kNul;
+    return "the date command of a SET of hrSystemDate cannot run: " + std::string(kNul) + ": " +
+           std::generic_category().message(errno) + "; as root, make it a link (ln -sfn /dev/null " + kNul +
+           "), though GNU and BusyBox date leave the clock as it is in any case";
 }
 
 }  // namespace cvtagentd

@@ -4,8 +4,8 @@
 
 namespace cvtagentd {
 
-/// "/dev/nul", into which what is started on behalf of a request throws its output. Root makes that file when he first
-/// writes to it; anybody else needs it to stand there already, or his command fails before it runs.
+/// "/dev/nul", into which what is started on behalf of a request throws its output. Root makes that file by writing to it;
+/// anybody else needs it to stand there already, or the command fails before it runs.
 namespace DevNul {
 
 /// Makes it a link to /dev/null unless something stands there. For root; what fails shows in WhyUnusable.
