@@ -241,6 +241,24 @@ TEST_F(DeviceDiscovery, KnowsTheInitialLoadDeviceThoughSomebodyUsesTheDeviceTabl
     holder.join();
 }
 
+TEST_F(DeviceDiscovery, TakesTheLastDigitOfADeviceNameForThePartition) {
+    LayBlankHost();
+    const std::string stem = "/dev/ide/host0/part";
+    m_tree->Command("mount", stem + "10 on /mnt type ext3 (rw)\n");
+    MadeUpCalls& calls = MadeUpCalls::Instance();
+    calls.spaces["/mnt"] = {0xEF53, 1024, 100, {}};
+    for (const unsigned int number : {1U, 2U, 10U, 11U, 12U}) {
+        calls.nodes[stem + std::to_string(number)] = makedev(3, number);
+    }
+    StartUp();
+    const std::vector<CVT::BVarBind> labels = Walk(m_engine, "1.3.6.1.2.1.25.3.7.1.2");
+    ASSERT_EQ(labels.size(), 2U) << "part10 has no row";
+    EXPECT_STREQ(labels[0].name.ToString().c_str(), "1.3.6.1.2.1.25.3.7.1.2.1.1");
+    EXPECT_EQ(labels[0].octets.View(), stem + "11");
+    EXPECT_STREQ(labels[1].name.ToString().c_str(), "1.3.6.1.2.1.25.3.7.1.2.1.2");
+    EXPECT_EQ(labels[1].octets.View(), stem + "12");
+}
+
 TEST_F(DeviceDiscovery, TellsTheFileSystemTypeByTheLowThirtyTwoBitsOfWhatTheKernelSays) {
     LayBlankHost();
     const std::vector<std::pair<unsigned long, int>> types = {{0xADFF, 16},
