@@ -33,6 +33,8 @@ inline const std::string kQuick = ".1.3.6.1.4.1.32473.3.1.";
 inline const std::string kTable = ".1.3.6.1.4.1.32473.3.2.1.";
 inline const std::string kSlowToInitialize = ".1.3.6.1.4.1.32473.3.3.1.";
 inline const std::string kSlowToAnswer = ".1.3.6.1.4.1.32473.3.4.1.";
+inline const std::string kLarge = ".1.3.6.1.4.1.32473.3.5.1.";
+inline const std::string kLookUps = ".1.3.6.1.4.1.32473.3.6.1.0";
 inline const std::string kFailures = ".1.3.6.1.4.1.32473.0.";
 
 /// A setting for agents of tests in which the SNMP library itself leaks.
@@ -160,6 +162,18 @@ protected:
         return Client(name, Arguments{"-v1", "-c", m_community, Udp()} + arguments);
     }
 
+    /// A client in version 2c that has sent its one request when this returns, and waits for the answer.
+    std::unique_ptr<Program> Ask(const std::string& client, const Arguments& names, const Arguments& options = {},
+                                 const std::string& address = {}) {
+        const std::string file = m_scratch / ("asked-" + std::to_string(++m_asked));
+        auto program = std::make_unique<Program>(
+            Arguments{client, "-On", "-d", "-t", "20", "-r", "0", "-v2c", "-c", m_community} + options +
+                Arguments{address.empty() ? Udp() : address} + names,
+            file, Arguments{"MIBS=", "SNMPCONFPATH=" + m_scratch.Path(), "SNMP_PERSISTENT_DIR=" + m_scratch.Path()});
+        EXPECT_TRUE(program->WaitForOutput("Sending ")) << program->Output();
+        return program;
+    }
+
     std::string Get(const std::string& oid) const { return V2c("snmpget", {oid}).output; }
     std::string GetNext(const std::string& oid) const { return V2c("snmpgetnext", {oid}).output; }
     Outcome Set(const Arguments& varBinds) const { return V2c("snmpset", varBinds); }
@@ -181,6 +195,7 @@ protected:
 
 private:
     std::unique_ptr<Program> m_agent;
+    int m_asked = 0;
 };
 
 }  // namespace agent_test

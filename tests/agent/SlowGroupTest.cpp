@@ -30,18 +30,6 @@ protected:
 
     std::string Tcp() const { return "tcp:127.0.0.1:" + std::to_string(m_tcpPort); }
 
-    /// A client that has sent its request when this returns, and waits for the answer.
-    std::unique_ptr<Program> Ask(const std::string& client, const std::string& name, const Arguments& options = {},
-                                 const std::string& address = {}) {
-        const std::string file = m_scratch / ("asked-" + std::to_string(++m_asked));
-        auto program = std::make_unique<Program>(
-            Arguments{client, "-On", "-d", "-t", "20", "-r", "0", "-v2c", "-c", "private"} + options +
-                Arguments{address.empty() ? Udp() : address, name},
-            file, Arguments{"MIBS=", "SNMPCONFPATH=" + m_scratch.Path(), "SNMP_PERSISTENT_DIR=" + m_scratch.Path()});
-        EXPECT_TRUE(program->WaitForOutput("Sending ")) << program->Output();
-        return program;
-    }
-
     /// The agent has taken a request once it has answered a later one.
     void ExpectQuickAnswers() const {
         for (int i = 0; i < 5; ++i) {
@@ -65,15 +53,14 @@ protected:
 
 private:
     const int m_tcpPort = FreePort();
-    int m_asked = 0;
 };
 
 TEST_F(SlowGroupTest, RequestsToAGroupThatInitialisesAreCompletedWhenItIsUp) {
     std::vector<std::unique_ptr<Program>> clients;
-    clients.push_back(Ask("snmpget", kSlowToInitialize + "1.2"));
-    clients.push_back(Ask("snmpgetnext", kSlowToInitialize + "1"));
-    clients.push_back(Ask("snmpbulkget", kTable + "3.299", {"-Cn0", "-Cr6"}));
-    clients.push_back(Ask("snmpget", kSlowToInitialize + "3.1", {}, Tcp()));
+    clients.push_back(Ask("snmpget", {kSlowToInitialize + "1.2"}));
+    clients.push_back(Ask("snmpgetnext", {kSlowToInitialize + "1"}));
+    clients.push_back(Ask("snmpbulkget", {kTable + "3.299"}, {"-Cn0", "-Cr6"}));
+    clients.push_back(Ask("snmpget", {kSlowToInitialize + "3.1"}, {}, Tcp()));
     ExpectQuickAnswers();
     ExpectUnanswered(clients);
     Open("initialize");
@@ -88,9 +75,9 @@ TEST_F(SlowGroupTest, RequestsThatAGroupCannotAnswerYetAreCompletedWhenItCan) {
     Open("initialize");
     ASSERT_TRUE(Agent().WaitForOutput("ready after"));
     std::vector<std::unique_ptr<Program>> clients;
-    clients.push_back(Ask("snmpget", kSlowToAnswer + "1.2"));
-    clients.push_back(Ask("snmpgetnext", kSlowToAnswer + "1.1"));
-    clients.push_back(Ask("snmpbulkget", kSlowToInitialize + "3.2", {"-Cn0", "-Cr6"}));
+    clients.push_back(Ask("snmpget", {kSlowToAnswer + "1.2"}));
+    clients.push_back(Ask("snmpgetnext", {kSlowToAnswer + "1.1"}));
+    clients.push_back(Ask("snmpbulkget", {kSlowToInitialize + "3.2"}, {"-Cn0", "-Cr6"}));
     ExpectQuickAnswers();
     EXPECT_EQ(Names(Get(kSlowToAnswer + "1.1")).size(), 1U) << "another row of the same group";
     ExpectUnanswered(clients);
@@ -103,7 +90,7 @@ TEST_F(SlowGroupTest, RequestsThatAGroupCannotAnswerYetAreCompletedWhenItCan) {
 }
 
 TEST_F(SlowGroupTest, ARequestKeepsItsIdentifierWhileItIsPutBack) {
-    const auto client = Ask("snmpbulkget", kTable + "3.299", {"-Cn0", "-Cr8"});
+    const auto client = Ask("snmpbulkget", {kTable + "3.299"}, {"-Cn0", "-Cr8"});
     ExpectQuickAnswers();  // each with an identifier of its own
     Open("initialize");
     ASSERT_EQ(client->Wait(), 0) << client->Output();
@@ -122,7 +109,7 @@ TEST_F(SlowGroupTest, ASetToABusyGroupIsRefusedAtOnce) {
 }
 
 TEST_F(SlowGroupTest, ASetHoldsUpNobodyWhileRequestsArePutBack) {
-    const auto client = Ask("snmpget", kSlowToInitialize + "1.2");
+    const auto client = Ask("snmpget", {kSlowToInitialize + "1.2"});
     ExpectQuickAnswers();
     ExpectSetRefused({kTable + "1.1", "i", "1"}, "resourceUnavailable", kTable + "1.1");
     EXPECT_NE(V1("snmpset", {kTable + "1.1", "i", "1"}).output.find("(genError)"), std::string::npos);
@@ -134,7 +121,7 @@ TEST_F(SlowGroupTest, ASetHoldsUpNobodyWhileRequestsArePutBack) {
 }
 
 TEST_F(SlowGroupTest, AStrangersSetGetsNoAnswerWhileRequestsArePutBack) {
-    const auto client = Ask("snmpget", kSlowToInitialize + "1.2");
+    const auto client = Ask("snmpget", {kSlowToInitialize + "1.2"});
     ExpectQuickAnswers();
     m_community = "stranger";
     const Outcome outcome = V2c("snmpset", {kTable + "1.1", "i", "1"}, {"-t", "0.3", "-r", "0"});
@@ -144,7 +131,7 @@ TEST_F(SlowGroupTest, AStrangersSetGetsNoAnswerWhileRequestsArePutBack) {
 TEST_F(SlowGroupTest, AClientThatHasGoneIsForgotten) {
     for (const std::string& address : {Udp(), Tcp()}) {
         for (const char* const program : {"snmpget", "snmpgetnext", "snmpbulkget"}) {
-            const auto client = Ask(program, kSlowToInitialize + "1.2", {}, address);
+            const auto client = Ask(program, {kSlowToInitialize + "1.2"}, {}, address);
             ExpectQuickAnswers();
             client->Signal(SIGKILL);
             client->Wait();
@@ -157,7 +144,7 @@ TEST_F(SlowGroupTest, AClientThatHasGoneIsForgotten) {
 }
 
 TEST_F(SlowGroupTest, AReloadLeavesRequestsPutBack) {
-    const auto client = Ask("snmpget", kSlowToInitialize + "1.2");
+    const auto client = Ask("snmpget", {kSlowToInitialize + "1.2"});
     ExpectQuickAnswers();
     Agent().Signal(SIGHUP);
     EXPECT_TRUE(Agent().WaitForOutput("read the configuration"));
@@ -169,9 +156,9 @@ TEST_F(SlowGroupTest, AReloadLeavesRequestsPutBack) {
 
 TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesWhatIsPutBack) {
     std::vector<std::unique_ptr<Program>> clients;
-    clients.push_back(Ask("snmpget", kSlowToInitialize + "1.2"));
-    clients.push_back(Ask("snmpgetnext", kSlowToInitialize + "1.2"));
-    clients.push_back(Ask("snmpbulkget", kTable + "3.299", {"-Cn0", "-Cr6"}));
+    clients.push_back(Ask("snmpget", {kSlowToInitialize + "1.2"}));
+    clients.push_back(Ask("snmpgetnext", {kSlowToInitialize + "1.2"}));
+    clients.push_back(Ask("snmpbulkget", {kTable + "3.299"}, {"-Cn0", "-Cr6"}));
     ExpectQuickAnswers();
     Agent().Signal(SIGTERM);
     for (const auto& client : clients) {
@@ -185,7 +172,7 @@ TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesWhatIsPutBack) {
 TEST_F(SlowGroupTest, HundredsOfRequestsMayBePutBack) {
     std::vector<std::unique_ptr<Program>> clients;
     for (int i = 0; i < 100; ++i) {
-        clients.push_back(Ask("snmpgetnext", kSlowToInitialize + "1"));
+        clients.push_back(Ask("snmpgetnext", {kSlowToInitialize + "1"}));
     }
     ExpectQuickAnswers();
     Open("initialize");
@@ -217,9 +204,9 @@ TEST_F(SlowDiscoveryTest, TheUptimeIsToldAllTheWhileAndDevicesWhenItIsOver) {
             << "this host has nothing that is asked for in discovery";
     }
     std::vector<std::unique_ptr<Program>> clients;
-    clients.push_back(Ask("snmpgetnext", kDevices + "1"));
-    clients.push_back(Ask("snmpbulkget", kDevices + "1", {"-Cn0", "-Cr3"}));
-    clients.push_back(Ask("snmpget", kDevices + "1.1"));
+    clients.push_back(Ask("snmpgetnext", {kDevices + "1"}));
+    clients.push_back(Ask("snmpbulkget", {kDevices + "1"}, {"-Cn0", "-Cr3"}));
+    clients.push_back(Ask("snmpget", {kDevices + "1.1"}));
     ExpectQuickAnswers();
     ExpectUnanswered(clients);
     Open("initialize");

@@ -11,22 +11,38 @@ namespace {
 
 constexpr std::chrono::milliseconds kRetryInterval{10};
 
-/// All retries of one turn together; nobody else is served meanwhile.
-constexpr unsigned int kTurnMs = 20;
-
 /// Against a sender who asks on and on: each costs some memory, and a look at every turn.
 constexpr std::size_t kMost = 1000;
+
+std::size_t CountVarBinds(const GroupReader::Request* requests) {
+    std::size_t count = 0;
+    for (; requests != nullptr; requests = requests->next) {
+        count += 1 + static_cast<std::size_t>(std::max(requests->repeat, 0));
+    }
+    return count;
+}
 
 }  // namespace
 
 DelegatedRequests::~DelegatedRequests() { End(); }
 
-void DelegatedRequests::Add(GroupReader& reader, unsigned int requestId, Position position) {
-    if (!m_hasEnded && m_entries.size() < kMost) {
-        m_entries.push_back({&reader, requestId, nullptr});
+TimeSlice& DelegatedRequests::SliceOf(unsigned int requestId) {
+    if (m_wait == GroupReader::Wait::kShortly && !m_isRetrying && requestId != m_sliceRequestId) {
+        m_slice = TimeSlice(kSlice);
+        m_sliceRequestId = requestId;
+    }
+    return m_slice;
+}
+
+void DelegatedRequests::Add(GroupReader& reader, unsigned int requestId, Position position,
+                            GroupReader::Outcome outcome) {
+    const std::size_t varBinds = CountVarBinds(position.requests);
+    if (!m_hasEnded && m_entries.size() < kMost && m_varBinds + varBinds <= kMostVarBinds) {
+        m_entries.push_back({&reader, requestId, varBinds, outcome, nullptr});
         m_entries.back().cache = ::netsnmp_create_delegated_cache(position.handler, position.registration,
                                                                   position.info, position.requests, nullptr);
         if (m_entries.back().cache != nullptr) {
+            m_varBinds += varBinds;
             return;
         }
         m_entries.pop_back();
@@ -34,28 +50,53 @@ void DelegatedRequests::Add(GroupReader& reader, unsigned int requestId, Positio
     GroupReader::Abandon(position.requests, CVT::resourceUnavailable);
 }
 
-/// The library may put others back as soon as it goes on, but not before all of these have been looked at.
+/// The library may put others back as soon as it goes on, but not before these have been looked at. Those that the time
+/// slice leaves no time for come first in the next.
 std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     if (m_entries.empty()) {
         return std::nullopt;
     }
-    const CVT::BPatience turn(kTurnMs);
-    const auto over = std::erase_if(m_entries, [this](const Entry& entry) { return IsOver(entry); });
-    if (over > 0) {
+    const CVT::BPatience turn(static_cast<unsigned int>(kSlice.count()));
+    m_slice = TimeSlice(kSlice);
+    m_isRetrying = true;
+    auto next = m_entries.begin();
+    auto waiting = next;  // behind those that have been looked at and are not over
+    do {
+        if (!IsOver(*next)) {
+            *waiting++ = *next;
+        }
+        ++next;
+    } while (next != m_entries.end() && (m_hasEnded || !m_slice.HasPassed()));
+    const bool goOn = waiting != next;
+    const auto looked = m_entries.erase(waiting, next);
+    std::rotate(m_entries.begin(), looked, m_entries.end());
+    if (goOn) {
         ::netsnmp_check_outstanding_agent_requests();
     }
-    return m_entries.empty() ? std::nullopt : std::optional(kRetryInterval);
+    m_isRetrying = false;
+    m_sliceRequestId = 0;
+    if (m_entries.empty()) {
+        return std::nullopt;
+    }
+    const bool hasWork = std::any_of(m_entries.begin(), m_entries.end(),
+                                     [](const Entry& entry) { return entry.outcome == GroupReader::Outcome::kGoesOn; });
+    return hasWork ? std::chrono::milliseconds(0) : kRetryInterval;
 }
 
-bool DelegatedRequests::IsOver(const Entry& entry) const {
+bool DelegatedRequests::IsOver(Entry& entry) {
     if (::netsnmp_handler_check_cache(entry.cache) != nullptr) {
         if (m_hasEnded) {
             GroupReader::Abandon(entry.cache->requests, CVT::resourceUnavailable);
-        } else if (!entry.reader->GoOn(*entry.cache->reqinfo, entry.requestId, entry.cache->requests, m_wait)) {
-            return false;
+        } else {
+            entry.outcome =
+                entry.reader->GoOn(*entry.cache->reqinfo, entry.requestId, entry.cache->requests, m_wait, m_slice);
+            if (entry.outcome != GroupReader::Outcome::kDone) {
+                return false;
+            }
         }
     }
     ::netsnmp_free_delegated_cache(entry.cache);
+    m_varBinds -= entry.varBinds;
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "CVT/BMibImpl.h"
 #include "CVT/BVarBind.h"
+#include "agent/cvtagentd/requests/TimeSlice.h"
 
 struct netsnmp_agent_request_info_s;
 struct netsnmp_request_info_s;
@@ -12,7 +13,11 @@ namespace cvtagentd {
 /// Reads one group for GET, GETNEXT and GETBULK: the varbinds of one request that lie in the group's subtree.
 ///
 /// A GETBULK is answered in one go: a varbind's repetitions are filled by walking the group. What the asker's view does
-/// not hold is stepped over without being read; the library looks only at some of what it is given for a GETBULK.
+/// not hold is passed over without being read, wherever possible as a whole (AccessView); the library looks only at some
+/// of what it is given for a GETBULK.
+///
+/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there in
+/// the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
 ///
 /// Used by the thread that runs the library; the group must outlive it.
 class GroupReader {
@@ -25,33 +30,46 @@ public:
         kShortly,  ///< neither for a group that is busy nor, beyond some milliseconds, for what the group waits for
     };
 
+    enum class Outcome {
+        kDone,   ///< all varbinds are answered
+        kWaits,  ///< for the group, or for what the group waits for
+        kGoesOn  ///< its time slice is over: there is work that can be done at once
+    };
+
+    /// Far more than the largest request takes on a slow host.
+    static constexpr std::chrono::seconds kMostWork{5};
+
     explicit GroupReader(CVT::BMibImpl& group) : m_group(group) {}
     GroupReader(const GroupReader&) = delete;
     GroupReader& operator=(const GroupReader&) = delete;
 
-    /// Begins with the varbinds of a list. False when that would take longer than `wait` allows: those without an answer
-    /// are marked as delegated then.
-    bool Begin(const Info& info, unsigned int requestId, Request* requests, Wait wait);
+    /// Begins with the varbinds of a list. Unless kDone, those without an answer are marked as delegated.
+    Outcome Begin(const Info& info, unsigned int requestId, Request* requests, Wait wait, TimeSlice& slice);
     /// Answers those that are marked so, or, as before, some of them.
-    bool GoOn(const Info& info, unsigned int requestId, Request* requests, Wait wait);
+    Outcome GoOn(const Info& info, unsigned int requestId, Request* requests, Wait wait, TimeSlice& slice);
     /// Gives those that are marked so an error-status.
     static void Abandon(Request* requests, int status);
 
 private:
     /// What is the same for all varbinds of a call.
     struct Call;
-    enum class Result { kAnswered, kRefused, kNothingBehind, kAskAgain };
+    enum class Result { kAnswered, kRefused, kNothingBehind, kAskAgain, kOutOfTime };
+    /// Passes over what is not to be shown.
+    class Search;
 
-    bool AnswerAll(Call& call, Request* requests);
-    bool Answer(const Call& call, Request& request);
+    static bool HasWorkedEnough(const Info& info, TimeSlice::Clock::time_point begin);
+    Outcome GiveUp(Request* requests);
+    Outcome AnswerAll(Call& call, Request* requests);
+    Result Answer(Call& call, Request& request);
     Result Get(const Call& call, Request& request);
-    Result GetNext(const Call& call, Request& request);
-    bool GetBulk(const Call& call, Request& request);
-    Result MoveToNext(const Call& call, Request& request);
+    Result GetNext(Call& call, Request& request);
+    Result GetBulk(Call& call, Request& request);
+    Result MoveToNext(Call& call, Request& request);
     Result WriteValue(Request& request, int status);
 
     CVT::BMibImpl& m_group;
-    CVT::BVarBind m_varBind;  // kept, so that a walk needs no new memory for it
+    CVT::BVarBind m_varBind;               // kept, so that a walk needs no new memory for it
+    CVT::BObjectIdentifier m_searchBegin;  // likewise
 };
 
 }  // namespace cvtagentd

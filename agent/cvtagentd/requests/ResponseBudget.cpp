@@ -2,16 +2,15 @@
 
 #include <algorithm>
 #include <memory>
-#include <new>
 
-#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/RequestData.h"
 
 #include <net-snmp/agent/agent_callbacks.h>
 
 namespace cvtagentd {
 namespace {
 
-constexpr const char* kRoomName = "cvtagentd.room";
+constexpr RequestData<std::size_t> kRoomData("cvtagentd.room");
 
 /// What a UDP message over IPv4 can hold: for a configuration that takes the bound away (sendMessageMaxSize).
 constexpr long kDatagramOctets = 65507;
@@ -75,8 +74,6 @@ std::size_t OctetsOf(const CVT::BVarBind& varBind) {
     return FieldOctets(FieldOctets(ContentOf(varBind.name)) + FieldOctets(ContentOf(varBind)));
 }
 
-void DeleteRoom(void* room) { delete static_cast<std::size_t*>(room); }
-
 }  // namespace
 
 void ResponseBudget::Install() {
@@ -89,17 +86,10 @@ ResponseBudget::ResponseBudget(const netsnmp_agent_request_info_s& info) {
         return;
     }
     netsnmp_agent_request_info& requestInfo = *info.asp->reqinfo;
-    m_room = static_cast<std::size_t*>(::netsnmp_agent_get_list_data(&requestInfo, kRoomName));
-    if (m_room != nullptr) {
-        return;
+    m_room = kRoomData.Find(requestInfo);
+    if (m_room == nullptr) {
+        m_room = &kRoomData.Attach(requestInfo, std::make_unique<std::size_t>(Room(pdu)));
     }
-    auto room = std::make_unique<std::size_t>(Room(pdu));
-    netsnmp_data_list* const node = ::netsnmp_create_data_list(kRoomName, room.get(), &DeleteRoom);
-    if (node == nullptr) {
-        throw std::bad_alloc();
-    }
-    m_room = room.release();  // the node owns it
-    ::netsnmp_agent_add_list_data(&requestInfo, node);
 }
 
 bool ResponseBudget::Takes(const CVT::BVarBind& varBind) const {

@@ -42,17 +42,22 @@ void SubtreeHandler::Answer(DelegatedRequests::Position position) {
     switch (position.info->mode) {
         case MODE_GET:
         case MODE_GETNEXT:
-        case MODE_GETBULK:
-            if (!m_reader.Begin(*position.info, requestId, position.requests, m_requests.delegated.HowToWait())) {
-                m_requests.delegated.Add(m_reader, requestId, position);
-            }
-            break;
+        case MODE_GETBULK: Read(requestId, position); break;
         case MODE_SET_RESERVE1: CheckSet(requestId, position.requests); break;
         case MODE_SET_ACTION: SetTransactions::Commit(position.requests); break;
         case MODE_SET_UNDO: SetTransactions::UndoAndRelease(position.requests); break;
         case MODE_SET_COMMIT:
         case MODE_SET_FREE: SetTransactions::Release(position.requests); break;
         default: break;
+    }
+}
+
+void SubtreeHandler::Read(unsigned int requestId, DelegatedRequests::Position position) {
+    const GroupReader::Outcome outcome =
+        m_reader.Begin(*position.info, requestId, position.requests, m_requests.delegated.HowToWait(),
+                       m_requests.delegated.SliceOf(requestId));
+    if (outcome != GroupReader::Outcome::kDone) {
+        m_requests.delegated.Add(m_reader, requestId, position, outcome);
     }
 }
 

@@ -1,14 +1,15 @@
 // An extension module for the tests of reading, under 1.3.6.1.4.1.32473.3: a quick scalar, a table of long values, a table
 // whose Initialize takes its time, and one whose values do. The last two wait for the files that the environment
-// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do.
+// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of so many rows, and
+// counts its look-ups; READ_TEST_SLEEP is how many milliseconds each of them takes, and each number.
 
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "CVT/BMapOid2Ptr.h"
 #include "CVT/BMibImplGroup.h"
@@ -32,6 +33,11 @@ const CVT::BConstraintEntry kNoConstraints[] = {{}};
 bool MustWaitFor(const char* variable) {
     const char* const file = std::getenv(variable);
     return file != nullptr && ::access(file, F_OK) != 0;
+}
+
+unsigned int NumberFrom(const char* variable) {
+    const char* const text = std::getenv(variable);
+    return text == nullptr ? 0 : static_cast<unsigned int>(std::strtoul(text, nullptr, 10));
 }
 
 /// 1.3.6.1.4.1.32473.3.1
@@ -144,9 +150,69 @@ private:
     }
 };
 
+/// 1.3.6.1.4.1.32473.3.5
+class Large final : public Table {
+public:
+    Large() : Table("READ-TEST-MIB.large", "1.3.6.1.4.1.32473.3.5", NumberFrom("READ_TEST_ROWS")) {}
+
+    bool NextInstanceInColumn(unsigned int requestId, unsigned int column, const CVT::BObjectIdentifier& index,
+                              CVT::BObjectIdentifier& nextIndex) override {
+        ++m_lookUps;
+        Sleep();
+        return Table::NextInstanceInColumn(requestId, column, index, nextIndex);
+    }
+
+    unsigned int LookUps() const { return m_lookUps; }
+
+private:
+    int GetNumber(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) override {
+        Sleep();
+        return Table::GetNumber(index, requestId, value);
+    }
+    void Sleep() const {
+        if (m_sleepMs > 0) {
+            CVT::TTimer().Sleep(m_sleepMs);
+        }
+    }
+
+    const unsigned int m_sleepMs = NumberFrom("READ_TEST_SLEEP");
+    std::atomic<unsigned int> m_lookUps = 0;  // asked for by another group, under another lock
+};
+
+/// 1.3.6.1.4.1.32473.3.6: how often an instance of the large table was looked for.
+class LookUps final : public CVT::BMibScalarGroupImpl {
+public:
+    explicit LookUps(const Large& large)
+        : CVT::BMibScalarGroupImpl("READ-TEST-MIB.lookUps", "1.3.6.1.4.1.32473.3.6"), m_large(large) {}
+
+    void Initialize() override { SetActive(1); }
+    void Cleanup() override { SetActive(0); }
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return kNoConstraints; }
+
+private:
+    int GetLookUps(unsigned int /*requestId*/, unsigned int& value) {
+        value = m_large.LookUps();
+        return CVT::noError;
+    }
+
+    static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
+
+    const Large& m_large;
+};
+
+const CVT::BRqHndlrEntry LookUps::s_rqhndlrEntries[] = {
+    Column<CVT::kUnsignedValue>(1, "lookUps", CVT::kGauge32, &LookUps::GetLookUps),
+    {},
+};
+
 class Module final : public CVT::BMibImplGroup {
 public:
-    Module() : CVT::BMibImplGroup("ReadTestModule") {}
+    Module() : CVT::BMibImplGroup("ReadTestModule") {
+        if (NumberFrom("READ_TEST_ROWS") > 0) {
+            m_groups.insert(m_groups.end(), {&m_large, &m_lookUps});
+        }
+    }
 
     unsigned int Init() override { return ForEach(&CVT::BMibImpl::Initialize); }
     unsigned int Cleanup() override { return ForEach(&CVT::BMibImpl::Cleanup); }
@@ -168,7 +234,9 @@ private:
     Table m_table{"READ-TEST-MIB.table", "1.3.6.1.4.1.32473.3.2", 300};
     SlowToInitialize m_slowToInitialize;
     SlowToAnswer m_slowToAnswer;
-    const std::array<CVT::BMibImpl*, 4> m_groups{&m_quick, &m_table, &m_slowToInitialize, &m_slowToAnswer};
+    Large m_large;
+    LookUps m_lookUps{m_large};
+    std::vector<CVT::BMibImpl*> m_groups{&m_quick, &m_table, &m_slowToInitialize, &m_slowToAnswer};
 };
 
 std::unique_ptr<Module> theModule;
