@@ -26,7 +26,7 @@ public:
     virtual void ReadConfiguration(DaemonUser& user) = 0;
     /// Opens what requests come through. Returns where that is, for the log. Throws StartError.
     virtual std::string Open() = 0;
-    /// Stores what must outlive a crash; comes when the last privilege for opening is given up.
+    /// Stores what must outlive a crash; comes when the last privilege for opening is given up. Throws StartError.
     virtual void StoreState() {}
 
     /// What the agent serves of itself beside the modules; null: nothing.
@@ -38,6 +38,9 @@ public:
     virtual void StartServing(ServedModules& modules, EventLoop& loop) = 0;
     /// Follows StartServing even when that has thrown. The groups stay registered; it is the modules that are closed next.
     virtual void StopServing() = 0;
+
+    /// Stores what has come since the start; comes last. Logs when it cannot.
+    virtual void StoreStateAtEnd() {}
 
     /// Reads the configuration again, while it serves.
     virtual void Reload() = 0;

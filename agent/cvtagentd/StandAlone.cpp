@@ -8,7 +8,10 @@
 #include "agent/cvtagentd/access/AuthFailures.h"
 #include "agent/cvtagentd/builtin/SystemConfig.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
+#include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/requests/ResponseBudget.h"
 
 namespace cvtagentd {
@@ -22,9 +25,7 @@ void StandAlone::ReadConfiguration(DaemonUser& user) {
     m_library.emplace(SnmpLibrary::Setup{
         m_options.config, SnmpLibrary::State::kWorkingDirectory,
         m_options.config.empty() ? AccessConfig::BuiltIn() : std::vector<std::string>{}, &BeforeConfiguration});
-    if (const auto faults = AccessConfig::AllFaults(m_options.config, m_library->Messages()); !faults.empty()) {
-        throw StartError(AccessConfig::Summary(m_options.config, faults));
-    }
+    AccessConfig::RequireFaultless(m_options.config, m_library->Messages());
     AuthFailures::Watch();
     ResponseBudget::Install();
 }
@@ -47,6 +48,20 @@ std::string StandAlone::Open() {
     return "on " + all;
 }
 
+/// A message can be sent again within a time window, and only the boots tell whether the engine has started since. So a
+/// start that cannot be counted serves no users; without users, nobody needs the count.
+void StandAlone::StoreState() {
+    try {
+        SnmpLibrary::Store();
+    } catch (const StateNotStored& error) {
+        if (SnmpLibrary::HasUsers()) {
+            throw StartError(std::string(error.what()) +
+                             " and start the agent again (SNMPv3 users are not served by a start that is not counted)");
+        }
+        Log::Warning(error.what());
+    }
+}
+
 void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
     for (CVT::BMibImpl* const group : modules.Groups()) {
         modules.Serve(*group);
@@ -59,6 +74,18 @@ void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
 void StandAlone::StopServing() {
     m_retries.reset();
     m_listeners->RefuseSetsWhile({});
+}
+
+/// Only users that SIGHUP has brought from the configuration have not been stored at the start.
+void StandAlone::StoreStateAtEnd() {
+    if (StateDir::IsGone()) {
+        return;
+    }
+    try {
+        SnmpLibrary::Store();
+    } catch (const StateNotStored& error) {
+        Log::Warning(std::string(error.what()) + " (what was stored before is still there)");
+    }
 }
 
 void StandAlone::Reload() { AccessConfig::Reload(m_options.config); }

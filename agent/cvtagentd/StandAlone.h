@@ -21,11 +21,12 @@ public:
 
     void ReadConfiguration(DaemonUser& user) override;
     std::string Open() override;
-    void StoreState() override { SnmpLibrary::Store(); }
+    void StoreState() override;
     BuiltinModule* Builtin() override { return &*m_builtin; }
     GroupReader::Wait HowToWait() const override { return GroupReader::Wait::kShortly; }
     void StartServing(ServedModules& modules, EventLoop& loop) override;
     void StopServing() override;
+    void StoreStateAtEnd() override;
     void Reload() override;
 
 private:

@@ -21,6 +21,8 @@
 
 #include "agent/cvtagentd/access/ConfigReview.h"
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
@@ -146,6 +148,19 @@ std::vector<std::string> AccessConfig::AllFaults(const std::string& file,
     return faults;
 }
 
+void AccessConfig::RequireFaultless(const std::string& file, const std::vector<LibraryLog::Message>& said) {
+    const std::string state = StateDir::Path() + "/";
+    for (const LibraryLog::Message& message : said) {
+        if (message.text.starts_with(state) && !message.text.starts_with(file + ":")) {
+            throw StartError(message.text +
+                             "; that file lies in the state directory: take the line out, or put back a complete copy");
+        }
+    }
+    if (const std::vector<std::string> faults = AllFaults(file, said); !faults.empty()) {
+        throw StartError(Summary(file, faults));
+    }
+}
+
 std::string AccessConfig::TakeUnknownDirectives(std::vector<std::string>& faults) {
     std::set<std::string> names;
     const auto take = [&](const std::string& fault) {
@@ -200,6 +215,8 @@ void AccessConfig::Reload(const std::string& file) {
     std::vector<std::string> faults;
     if (const std::string why = WhyUnreadable(file); !why.empty()) {
         faults.push_back(why);
+    } else if (const std::string damage = StateFile::WhyDamaged(); !damage.empty()) {  // the library reads it, too
+        faults.push_back(damage);
     } else {
         faults = FaultsFoundByChild(file);
     }

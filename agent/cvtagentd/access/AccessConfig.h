@@ -34,6 +34,10 @@ public:
     /// Those, and what ConfigReview finds in the file.
     static std::vector<std::string> AllFaults(const std::string& file, const std::vector<LibraryLog::Message>& said);
 
+    /// Throws StartError when there are faults, those of the files in the state directory among them, which the library
+    /// has read as well.
+    static void RequireFaultless(const std::string& file, const std::vector<LibraryLog::Message>& said);
+
     /// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
     /// output, and returns the exit status. The process can do nothing more with the library afterwards.
     /// `beforeConfiguration`: as in SnmpLibrary::Setup.

@@ -17,7 +17,6 @@
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateLock.h"
-#include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
@@ -127,14 +126,6 @@ void BecomeOwnerOfState() {
     }
 }
 
-void Store(SnmpLibrary& library) {
-    const LibraryLog::Collector collector;
-    library.Store();
-    if (!collector.Messages().empty()) {
-        throw StartError("cannot keep the user: " + collector.Messages().front().text);
-    }
-}
-
 }  // namespace
 
 int CreateUser::Run() const {
@@ -155,16 +146,14 @@ int CreateUser::Run() const {
 
 void CreateUser::AddToState() const {
     // Whoever adds the first user has granted no access yet, which is no fault here: hence the built-in access.
-    SnmpLibrary library(
+    const SnmpLibrary library(
         {m_options.config, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(), m_beforeConfiguration});
-    if (const auto faults = AccessConfig::AllFaults(m_options.config, library.Messages()); !faults.empty()) {
-        throw StartError(AccessConfig::Summary(m_options.config, faults));
-    }
+    AccessConfig::RequireFaultless(m_options.config, library.Messages());
     RefuseExisting();
     const PassPhrase authentication = PassPhrase::Read("authentication");
     const PassPhrase privacy = PassPhrase::Read("privacy");
     Add(m_options.newUser, authentication, privacy);
-    Store(library);
+    SnmpLibrary::Store();
 }
 
 /// A name that the configuration's directives can hold, too.

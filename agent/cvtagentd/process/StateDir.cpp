@@ -11,15 +11,13 @@
 
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/process/Users.h"
 
 namespace cvtagentd {
 namespace {
 
 constexpr const char* kName = "cvtagentd";
-
-/// What the SNMP library keeps: engine identifier, users, and any directive that somebody has written there.
-constexpr const char* kLibrarysFile = "cvtagentd.conf";
 
 /// An absolute path from the environment, or nothing.
 std::string PathFrom(const char* variable) {
@@ -45,8 +43,10 @@ void Create(const std::string& folder) {
     std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
 }
 
-/// The SNMP library makes these.
-bool IsTheLibrarys(const std::string& folder) { return folder == "cert_indexes" || folder == "mib_indexes"; }
+/// The SNMP library makes these, or writes into them.
+bool IsTheLibrarys(const std::string& folder) {
+    return folder == "cert_indexes" || folder == "mib_indexes" || folder == StateFile::kStagingName;
+}
 
 /// A directory that can be given away without taking anything from anybody.
 bool IsOursAlone(const struct stat& folder) {
@@ -102,7 +102,7 @@ void CheckWritable() {
 
 /// Nobody but root decides what stands in the directory.
 void RequireRootsAlone() {
-    for (const char* const name : {".", kLibrarysFile}) {
+    for (const char* const name : {".", StateFile::kName}) {
         struct stat status {};
         if (::lstat(name, &status) != 0) {
             continue;
@@ -179,16 +179,20 @@ void StateDir::CheckUsable() {
         RequireRootsAlone();
     }
     CheckWritable();
-    if (::access(kLibrarysFile, R_OK) != 0 && errno != ENOENT) {
+    if (::access(StateFile::kName, R_OK) != 0 && errno != ENOENT) {
         throw StartError(
-            "cannot read " + Path() + "/" + kLibrarysFile + ": " + std::generic_category().message(errno) +
+            "cannot read " + Path() + "/" + StateFile::kName + ": " + std::generic_category().message(errno) +
             "; give it to the user who runs the agent (chown), or name another directory with --state-dir");
     }
 }
 
-void StateDir::WarnIfGone() {
+bool StateDir::IsGone() {
     struct stat status {};
-    if (::stat(".", &status) == 0 && status.st_nlink == 0) {
+    return ::stat(".", &status) == 0 && status.st_nlink == 0;
+}
+
+void StateDir::WarnIfGone() {
+    if (IsGone()) {
         Log::Warning("the state directory has been removed: nothing is kept; make it again and restart the agent");
     }
 }

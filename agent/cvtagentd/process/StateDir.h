@@ -15,6 +15,9 @@ public:
     /// made, for its owner only, when it is missing; a folder that is given must exist. Throws StartError.
     static void Enter(const std::string& folder);
 
+    /// Whether the directory entered has been removed.
+    static bool IsGone();
+
     /// Says in the log, when it is so, that the directory entered has been removed.
     static void WarnIfGone();
 

@@ -5,8 +5,10 @@
 
 #include "agent/cvtagentd/process/CrashMessage.h"
 #include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/StateStore.h"
 
 namespace cvtagentd {
 namespace {
@@ -44,7 +46,7 @@ SnmpLibrary::SnmpLibrary(const Setup& setup) {
         ::netsnmp_config_remember(line.data());
     }
     ::init_snmp(kApplication);
-    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else an end before Store would write, too
+    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else it would write at its end, over what is there
     m_messages = collector.Messages();
 }
 
@@ -68,6 +70,7 @@ void SnmpLibrary::SetUp(const Setup& setup) {
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
     } else {
+        StateFile::Recover();
         SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, StateDir::Path().c_str());  // "." would also mean a folder in "/"
     }
     if (!setup.configFile.empty()) {
@@ -90,9 +93,8 @@ std::vector<std::string> SnmpLibrary::ConfiguredAddresses() {
     return addresses;
 }
 
-void SnmpLibrary::Store() {
-    ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 0);
-    ::snmp_store(kApplication);
-}
+void SnmpLibrary::Store() { StateStore::Write(kApplication); }
+
+bool SnmpLibrary::HasUsers() { return !StateStore::Users().empty(); }
 
 }  // namespace cvtagentd

@@ -15,7 +15,7 @@ public:
     /// Where users' keys, the engine identifier and the number of starts are kept.
     enum class State {
         kNone,              ///< nowhere: no file is touched
-        kWorkingDirectory,  ///< read by the constructor; written by Store, and from then on by the destructor
+        kWorkingDirectory,  ///< read by the constructor; written by Store
     };
 
     struct Setup {
@@ -27,6 +27,7 @@ public:
         std::function<void()> beforeConfiguration = {};
     };
 
+    /// Throws StartError when the state is damaged and no backup can take its place.
     explicit SnmpLibrary(const Setup& setup);
     ~SnmpLibrary();
     SnmpLibrary(const SnmpLibrary&) = delete;
@@ -38,8 +39,14 @@ public:
     /// The addresses that the configuration names by agentaddress.
     static std::vector<std::string> ConfiguredAddresses();
 
-    /// Stores what must outlive a crash. Called when the agent is about to serve, as the user who is to own the state.
+    /// Stores what must outlive this process, a crash of it included; nothing else does. Called as the user who is to own
+    /// the state: before the agent serves, since it must not serve twice with the same boots, and at its end. Throws
+    /// StateNotStored, with what was stored before still there.
     static void Store();
+
+    /// Whether there is an SNMPv3 user: a message to it that is sent again could do harm after a start that was not
+    /// counted.
+    static bool HasUsers();
 
 private:
     static void SetUp(const Setup& setup);

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace cvtagentd {
+
+/// What a state file of the SNMP library says, as far as it must not get lost: the users, the engine's identifier and how
+/// often it has started. The library ends each file that it writes with the identifier and believes whatever it reads,
+/// keys of half their length too; so a file that was cut off anywhere has a fault here. An immutable value, for any thread.
+class StateContent {
+public:
+    struct User {
+        std::string engine;  ///< the octets of the engine identifier that the keys are good for
+        std::string name;
+
+        auto operator<=>(const User&) const = default;
+    };
+    using Users = std::set<User>;
+
+    /// Never throws for what `text` says; see Fault.
+    explicit StateContent(std::string_view text);
+
+    /// What is wrong, in a few words that name the line; empty when the file is complete. Complete is also a file with
+    /// directives of which none is the library's own: somebody has written it.
+    const std::string& Fault() const { return m_fault; }
+
+    /// The users that outlive the agent.
+    const Users& NonVolatileUsers() const { return m_users; }
+
+    /// The octets; empty in a file that somebody has written.
+    const std::string& EngineId() const { return m_engineId; }
+
+    std::uint32_t EngineBoots() const { return m_engineBoots; }
+
+private:
+    void ParseLine(std::string_view line);
+    void ParseUser(std::string_view rest);
+    void ParseBoots(std::string_view rest);
+    void ParseEngineId(std::string_view rest);
+    void CheckWhole();
+
+    std::string m_fault;
+    Users m_users;
+    std::string m_engineId;
+    std::uint32_t m_engineBoots = 0;
+    bool m_hasEngineBoots = false;
+    bool m_hasLibrarysLine = false;
+    bool m_hasOtherLine = false;
+};
+
+}  // namespace cvtagentd
