@@ -60,9 +60,6 @@ int Agent::Run() {
         manager.Status("waiting for the modules to get ready");
         Serve(loop, *role, modules, manager);
     }
-    if (!master) {
-        StoreAtEnd(library);
-    }
     role->StoreStateAtEnd();
     Log::Info("ended");
     return EXIT_SUCCESS;

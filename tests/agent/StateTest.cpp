@@ -393,7 +393,7 @@ TEST_F(StateTest, KilledAtAnyTimeItStartsAgainWithItsUsersAndMoreBoots) {
             } else {
                 ASSERT_TRUE(agent.WaitForOutput("ready after")) << "refused after " << number << ": " << agent.Output();
                 agent.Signal(SIGTERM);
-                ::usleep(static_cast<useconds_t>(microseconds(random) / 4));
+                ::usleep(static_cast<useconds_t>(microseconds(random) / 2));
             }
             ++moments[agent.HasEnded() ? 1 : 0];
             agent.Signal(SIGKILL);
