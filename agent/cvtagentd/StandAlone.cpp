@@ -15,6 +15,19 @@
 #include "agent/cvtagentd/requests/ResponseBudget.h"
 
 namespace cvtagentd {
+namespace {
+
+bool StoreOrWarn() {
+    try {
+        SnmpLibrary::Store();
+        return true;
+    } catch (const StateNotStored& error) {
+        Log::Warning(std::string(error.what()) + " (what was stored before is still there)");
+        return false;
+    }
+}
+
+}  // namespace
 
 void StandAlone::BeforeConfiguration() { SystemConfig::Register(); }
 
@@ -59,6 +72,7 @@ void StandAlone::StoreState() {
                              " and start the agent again (SNMPv3 users are not served by a start that is not counted)");
         }
         Log::Warning(error.what());
+        m_isStartCounted = false;
     }
 }
 
@@ -78,16 +92,16 @@ void StandAlone::StopServing() {
 
 /// Only users that SIGHUP has brought from the configuration have not been stored at the start.
 void StandAlone::StoreStateAtEnd() {
-    if (StateDir::IsGone()) {
-        return;
-    }
-    try {
-        SnmpLibrary::Store();
-    } catch (const StateNotStored& error) {
-        Log::Warning(std::string(error.what()) + " (what was stored before is still there)");
+    if (!StateDir::IsGone()) {
+        StoreOrWarn();
     }
 }
 
-void StandAlone::Reload() { AccessConfig::Reload(m_options.config); }
+void StandAlone::Reload() {
+    AccessConfig::Reload(m_options.config);
+    if (!m_isStartCounted) {  // there may be users now
+        m_isStartCounted = StoreOrWarn();
+    }
+}
 
 }  // namespace cvtagentd

@@ -36,6 +36,7 @@ private:
     std::optional<Listeners> m_listeners;
     std::optional<BuiltinModule> m_builtin;
     std::optional<EventLoop::Task> m_retries;
+    bool m_isStartCounted = true;
 };
 
 }  // namespace cvtagentd

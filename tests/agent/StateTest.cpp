@@ -134,6 +134,18 @@ TEST_F(FullDiskTest, WithoutUsersTheAgentServesAndSaysWhatItCouldNotStore) {
     EXPECT_EQ(Files(), std::vector<std::string>{});
 }
 
+TEST_F(FullDiskTest, AStartThatWasNotCountedIsOnceThereIsRoom) {
+    Fill();
+    StartWritable();
+    WriteConfig("rwcommunity private 127.0.0.1\ncreateUser late SHA-256 \"long enough\" AES\n");
+    MakeRoom();
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");  // after what follows that line
+    EXPECT_EQ(Content().EngineBoots(), 1U);
+    ExpectUsers({"late"});
+}
+
 TEST_F(FullDiskTest, AnEndThatStoresNothingSaysSoAndLosesNothing) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     StartFor("reader");

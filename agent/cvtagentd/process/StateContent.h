@@ -1,10 +1,10 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace cvtagentd {
 
@@ -17,7 +17,8 @@ public:
         std::string engine;  ///< the octets of the engine identifier that the keys are good for
         std::string name;
 
-        auto operator<=>(const User&) const = default;
+        bool operator==(const User&) const = default;
+        bool operator<(const User& other) const { return std::tie(engine, name) < std::tie(other.engine, other.name); }
     };
     using Users = std::set<User>;
 

@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace cvtagentd {
 namespace {
@@ -34,6 +35,14 @@ const std::string kTail = "engineBoots 7\noldEngineID " + kEngine + "\n";
 std::string Good() {
     return kHead + Line("\"nobody\"", ".1.3.6.1.6.3.10.1.1.1", "\"\"", ".1.3.6.1.6.3.10.1.2.1", "\"\"", "\"\"") +
            Reader() + kTail;
+}
+
+std::string Joined(std::initializer_list<std::string> parts) {
+    std::string text;
+    for (const std::string& part : parts) {
+        text += part;
+    }
+    return text;
 }
 
 std::string FaultOf(const std::string& text) { return StateContent(text).Fault(); }
@@ -123,10 +132,10 @@ TEST(StateContent, LinesOfTheLibraryThatAreNotWholeAreFaults) {
              user + none + " \"\" more",
              user + none + " \"",
              std::string("usmUser"),
-             "usmUser x 3 " + kEngine + " \"me\" \"me\" NULL " + none + " \"\"",
+             Joined({"usmUser x 3 ", kEngine, " \"me\" \"me\" NULL ", none, " \"\""}),
              "usmUser 1 3 0x8 \"me\" \"me\" NULL " + none + " \"\"",
-             "usmUser 1 3 " + kEngine + " \"\" \"\" NULL " + none + " \"\"",
-             "usmUser 1 3 " + kEngine + " \"me\" \"me NULL " + none + " \"\"",
+             Joined({"usmUser 1 3 ", kEngine, " \"\" \"\" NULL ", none, " \"\""}),
+             Joined({"usmUser 1 3 ", kEngine, " \"me\" \"me NULL ", none, " \"\""}),
              user + ".1.3.6.1.6.3.10.1.1. \"\" .1.3.6.1.6.3.10.1.2.1 \"\" \"\"",
              user + ".1.3.6.1.6.3.10.1.1.1 0x0 .1.3.6.1.6.3.10.1.2.1 \"\" \"\"",
              user + ".1.3.6.1.6.3.10.1.1.1 \"\" .1.3.6.1.6.3.10.1.2.1 0x0g \"\"",
@@ -140,7 +149,7 @@ TEST(StateContent, LinesOfTheLibraryThatAreNotWholeAreFaults) {
              std::string("oldEngineID 0x800"),
              std::string("oldEngineID \"no end"),
          }) {
-        EXPECT_TRUE(FaultOf(kHead + line + "\n" + kTail).starts_with("line 6: ")) << line;
+        EXPECT_TRUE(FaultOf(Joined({kHead, line, "\n", kTail})).starts_with("line 6: ")) << line;
     }
 }
 
