@@ -139,7 +139,8 @@ void RemoveBackups() {
     for (int number = 0; number < kMostBackups; ++number) {
         const std::string name = BackupName(number);
         if (::unlink(name.c_str()) != 0 && errno != ENOENT) {
-            throw StartError("cannot remove the old state file " + PathOf(name) + ": " + Message(errno) +
+            const int error = errno;
+            throw StartError("cannot remove the old state file " + PathOf(name) + ": " + Message(error) +
                              "; remove it by hand");
         }
     }
@@ -254,9 +255,9 @@ void StateFile::Recover() {
         }
         return;
     }
-    if (::rename(bestName.c_str(), kName) != 0 || SyncFolder() != 0) {
+    if (const int error = ::rename(bestName.c_str(), kName) != 0 ? errno : SyncFolder(); error != 0) {
         throw StartError("cannot put the state file " + PathOf(bestName) + " in the place of " + kName + ": " +
-                         Message(errno) + "; do it by hand");
+                         Message(error) + "; do it by hand");
     }
     Log::Warning("the state file " + PathOf(kName) +
                  (found.isThere ? " was damaged (" + found.Fault() + ")" : " was missing") + "; " + bestName +
