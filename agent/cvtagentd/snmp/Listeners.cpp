@@ -67,6 +67,15 @@ void SetUpConnection(int socket) {
     ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof kRoom);
 }
 
+/// The library's queue of connections that wait to be accepted holds five: a few clients at once, or one that means harm,
+/// would keep others waiting for a second try.
+void LengthenQueue(const netsnmp_transport& transport) {
+    constexpr int kWaiting = 128;
+    if ((transport.flags & NETSNMP_TRANSPORT_FLAG_LISTEN) != 0) {
+        ::listen(transport.sock, kWaiting);
+    }
+}
+
 /// Whether a message may wait until the sender of a stream reads, which might be never: a quarter of the room is
 /// taken. A response, of which the kernel keeps more than its octets, fits into the rest.
 bool MayHaveToWait(int socket) {
@@ -164,14 +173,16 @@ bool Listeners::Open(const std::string& address) {
         return false;
     }
     m_sessions.push_back(opened);
+    LengthenQueue(*transport);
     return true;
 }
 
 /// The sessions of connections that were accepted come here too. The library's own handler takes no magic.
 int Listeners::OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self) {
     if (operation == NETSNMP_CALLBACK_OP_CONNECT) {
-        if (const netsnmp_transport* const transport = TransportOf(*session); transport != nullptr) {
+        if (netsnmp_transport* const transport = TransportOf(*session); transport != nullptr) {
             SetUpConnection(transport->sock);
+            static_cast<Listeners*>(self)->m_connections.Add(*transport);
         }
     }
     if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE && static_cast<Listeners*>(self)->Refuses(*message)) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "agent/cvtagentd/snmp/Connections.h"
+
 struct snmp_session;
 struct snmp_pdu;
 
@@ -15,6 +17,7 @@ namespace cvtagentd {
 /// So that nobody is held up, a SET that comes meanwhile is refused here, with resourceUnavailable.
 ///
 /// Nor is anybody held up by a client that sends over a stream and does not read: its messages are dropped until it does.
+/// Connections has the limits for whoever takes up streams.
 ///
 /// Used by the thread that runs the library, which must live longer. The object stays where it is.
 class Listeners {
@@ -37,6 +40,7 @@ private:
     bool Refuses(snmp_pdu& message) const;
 
     std::function<bool()> m_isBusy;
+    Connections m_connections;
     std::vector<snmp_session*> m_sessions;  // the library's
 };
 
