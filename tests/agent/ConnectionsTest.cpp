@@ -159,10 +159,13 @@ TEST_F(ConnectionsTest, AnIncompleteMessageEndsItsConnectionHoweverItDripsIn) {
     const StreamClient idle(m_tcp);
     const StreamClient answered(m_tcp);
     ASSERT_TRUE(answered.IsAnswered(kGet));
+    const StreamClient steady(m_tcp);  // each of its messages is complete in time, and the next one begun
+    ASSERT_TRUE(steady.Send(kHalf));
     const StreamClient dripping(m_tcp);
     ASSERT_TRUE(dripping.Send({"\x30\x82\xF0\x00", 4}));
     int octets = 0;
     while (octets < 200 && dripping.Send("x")) {
+        EXPECT_TRUE(steady.Send(kGet.substr(kHalf.size()) + kHalf)) << octets;
         ++octets;
         ::poll(nullptr, 0, 100);
     }
@@ -174,6 +177,7 @@ TEST_F(ConnectionsTest, AnIncompleteMessageEndsItsConnectionHoweverItDripsIn) {
     EXPECT_TRUE(Agent().WaitForOutput("warning: an incomplete message came from user " + std::to_string(::getuid()) +
                                       ": closed its connection after 5 s"))
         << Log();
+    EXPECT_EQ(StreamClient::CountMessages(steady.ReadMessages(octets)), octets);
     EXPECT_TRUE(idle.IsAnswered(kGet));
     EXPECT_TRUE(answered.IsAnswered(kGet));
 }

@@ -40,8 +40,8 @@ public:
     /// Enough for a message's few packets, also when some are lost and sent again.
     static constexpr std::chrono::seconds kMessageTime{5};
 
-    /// What stays free for requests over UDP, for which the library reads files, and for the modules. Of a process that
-    /// may have few descriptors, half.
+    /// What stays free for the files that are read to answer requests, over UDP too. Of a process that may have few
+    /// descriptors, half.
     static constexpr std::size_t kSpareDescriptors = 64;
 
     Connections();

@@ -67,10 +67,10 @@ void SetUpConnection(int socket) {
     ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof kRoom);
 }
 
-/// The library's queue of connections that wait to be accepted holds five: a few clients at once, or one that means harm,
-/// would keep others waiting for a second try.
+/// The library's queue of connections that wait to be accepted holds five: whoever connects in a row faster than we accept
+/// would make others wait a second or more for another try.
 void LengthenQueue(const netsnmp_transport& transport) {
-    constexpr int kWaiting = 128;
+    constexpr int kWaiting = 1024;
     if ((transport.flags & NETSNMP_TRANSPORT_FLAG_LISTEN) != 0) {
         ::listen(transport.sock, kWaiting);
     }
