@@ -35,6 +35,8 @@ void StandAlone::BeforeConfiguration() { SystemConfig::Register(); }
 void StandAlone::ReadConfiguration(DaemonUser& user) {
     user.Assume(m_options.config);
     m_lock.emplace();
+    AccessConfig::RequireTrustedState();
+    AccessConfig::RequireTrusted(m_options.config);
     m_library.emplace(SnmpLibrary::Setup{
         m_options.config, SnmpLibrary::State::kWorkingDirectory,
         m_options.config.empty() ? AccessConfig::BuiltIn() : std::vector<std::string>{}, &BeforeConfiguration});

@@ -18,6 +18,7 @@ constexpr std::chrono::milliseconds kReadyPoll{20};
 
 /// The master may be one that only root reaches, and no state is read in this role: so the user's identity comes last.
 void Subagent::ReadConfiguration(DaemonUser& user) {
+    AccessConfig::RequireTrusted(m_options.config);
     SnmpLibrary::Setup setup{m_options.config};
     setup.beforeConfiguration = [this] {
         SystemConfig::Register();  // known, though nobody asks this agent for them

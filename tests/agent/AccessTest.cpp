@@ -25,6 +25,21 @@ protected:
     }
     void StartWith(const std::string& config) { Start({"--module", kTestModule, "--config", WriteConfig(config)}); }
 
+    static void Allow(const std::string& file, int mode) {
+        std::filesystem::permissions(file, std::filesystem::perms(mode));
+    }
+    /// Expects that neither an agent starts with this configuration, nor a check of it finds no fault.
+    void ExpectDistrust(const std::string& config, const std::string& text) const {
+        ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), 1, text);
+        const Outcome check = RunAgent({"--check-config", config});
+        EXPECT_EQ(check.status, 1) << check.output;
+        EXPECT_NE(check.output.find("cvtagentd: " + text), std::string::npos) << check.output;
+    }
+    static std::string OthersCanWrite(const std::string& file) {
+        return "others than its owner can write to the configuration " + file + "; close it to them (chmod go-w " +
+               file + ")\n";
+    }
+
     const std::string m_level = kValues + "1.0 = INTEGER: 1\n";
 };
 
@@ -144,6 +159,101 @@ TEST_F(AccessTest, AReloadThatHangsIsGivenUpAndEverythingStaysAsItWas) {
     Agent().Signal(SIGHUP);
     ASSERT_TRUE(Agent().WaitForOutput("takes longer than 5 s")) << Log();
     EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+}
+
+TEST_F(AccessTest, AConfigurationThatOthersThanItsOwnerCanWriteIsRefused) {
+    const std::string config = WriteConfig("rocommunity private 127.0.0.1\n");
+    for (const int mode : {0660, 0606, 0620}) {
+        Allow(config, mode);
+        ExpectDistrust(config, OthersCanWrite(config));
+    }
+    Allow(config, 0640);
+    Start({"--module", kTestModule, "--config", config});
+    ExpectReader("private");
+}
+
+TEST_F(AccessTest, AFileThatIsIncludedAndThatOthersCanWriteIsRefused) {
+    const std::string folder = m_scratch.MakeFolder("more");
+    const std::string first = m_scratch.Write("more/first.conf", "includeFile second.txt\n");
+    const std::string second = m_scratch.Write("more/second.txt", "rocommunity private 127.0.0.1\n");
+    const std::string config = m_scratch.Write("dir.conf", "includeDir " + folder + "\n");
+    const std::string direct = m_scratch.Write("file.conf", "[cvtagentd]\nincludeFile more/second.txt\n");
+    for (const std::string& file : {config, direct}) {
+        EXPECT_EQ(RunAgent({"--check-config", file}).status, 0) << file;
+    }
+    Allow(second, 0664);
+    for (const std::string& file : {config, direct}) {
+        ExpectDistrust(file, OthersCanWrite(second));
+    }
+    Allow(second, 0644);
+    Allow(first, 0666);
+    ExpectDistrust(config, OthersCanWrite(first));
+}
+
+TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLeadThere) {
+    const std::string folder = m_scratch.MakeFolder("open");
+    const std::string config = m_scratch.Write("open/agent.conf", "rocommunity private 127.0.0.1\n");
+    Allow(config, 0600);
+    const std::string link = m_scratch / "link.conf";
+    std::filesystem::create_symlink("open/../open/agent.conf", link);
+    Allow(folder, 0777);
+    for (const std::string& file : {config, link}) {
+        ExpectDistrust(file, "everybody can replace the configuration " + file +
+                                 ", since everybody can write to the folder " + folder + "; close that (chmod o-w " +
+                                 folder + ")\n");
+    }
+    Allow(folder, 01777);
+    EXPECT_EQ(RunAgent({"--check-config", link}).output, link + ": no faults\n");
+    Allow(folder, 0775);
+    EXPECT_EQ(RunAgent({"--check-config", config}).output,
+              config + ": Warning: others than root and this user can write to the folder " + folder +
+                  ", and so replace the file\n" + config + ": no faults\n");
+}
+
+TEST_F(AccessTest, SighupDoesNotObeyAFileThatOthersCanWrite) {
+    StartWritable();
+    const std::string config = WriteConfig("rocommunity other 127.0.0.1\n");
+    Allow(config, 0666);
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("the configuration stays as it was: " + OthersCanWrite(config))) << Log();
+    ExpectReader("private");
+    Allow(config, 0600);
+    Allow(m_scratch.Write("state/cvtagentd.local.conf", "rwcommunity strange 127.0.0.1\n"), 0602);
+    Agent().Signal(SIGHUP);
+    ASSERT_TRUE(Agent().WaitForOutput("can write to the state file " + m_scratch / "state/cvtagentd.local.conf"))
+        << Log();
+    ExpectReader("private");
+    ExpectStranger("strange");
+}
+
+TEST_F(AccessTest, StateThatOthersCanWriteIsRefused) {
+    const Arguments start = WithOwn({"--module", kTestModule});
+    for (const char* const name : {"cvtagentd.conf", "cvtagentd.local.conf", "cvtagentd.0.conf", "snmp.conf"}) {
+        const std::string file = m_scratch.Write("state/" + std::string(name), "");
+        Allow(file, 0620);
+        const Outcome outcome = RunAgent(start);
+        EXPECT_EQ(outcome.status, 1) << name << ": " << outcome.output;
+        EXPECT_NE(outcome.output.find("can write to the state"), std::string::npos) << outcome.output;
+        const Outcome create =
+            RunToEnd({kAgentFile, "--create-user", "reader", "--state-dir", m_scratch / "state"}, m_scratch, {},
+                     m_scratch.Write("input", "the first secret\nthe second secret\n"));
+        EXPECT_EQ(create.status, 1) << name << ": " << create.output;
+        EXPECT_NE(create.output.find("can write to the state"), std::string::npos) << create.output;
+        std::filesystem::remove(file);
+    }
+    Allow(m_scratch / "state", 0777);
+    ExpectRefusal(start, 1, "can write to the state directory");
+}
+
+TEST_F(AccessTest, TheStateOfAThirdUserIsRefused) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make one";
+    }
+    const std::string file = m_scratch.Write("state/cvtagentd.local.conf", "rwcommunity strange 127.0.0.1\n");
+    ASSERT_EQ(::chown(file.c_str(), 1, 1), 0);
+    ExpectRefusal(WithOwn({"--module", kTestModule}), 1,
+                  "the state file " + file +
+                      " belongs to the user daemon, who does not decide what the agent does; give it to root (chown)");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <memory>
@@ -86,6 +87,7 @@ inline int FreePort() {
 class AgentTest : public ::testing::Test {
 protected:
     AgentTest() {
+        ::umask(022);  // a configuration that others can write is refused
         m_scratch.MakeFolder("state");
         m_scratch.MakeFolder("cert_indexes");  // or else the clients make it, and say so
     }

@@ -59,9 +59,9 @@ TEST_F(ExampleConfigTest, AsItStandsItLetsInTheReaderOnceHeIsAddedAndNobodyElse)
     ExpectNoAnswer({"-v2c", "-c", "public"});
     ExpectNoAnswer({"-v1", "-c", "public"});
     ExpectCleanEnd();
-    const Outcome added = RunToEnd(
-        m_command + Arguments{"--create-user", "reader", "--state-dir", m_scratch / "state", "--config", kExample},
-        m_scratch, {}, m_scratch.Write("input", "change this pass phrase\nand this one\n"));
+    const Outcome added = RunToEnd(m_command + Arguments{"--create-user", "reader", "--state-dir", m_scratch / "state",
+                                                         "--config", WriteConfig(Example(""))},
+                                   m_scratch, {}, m_scratch.Write("input", "change this pass phrase\nand this one\n"));
     ASSERT_EQ(added.status, 0) << added.output;
     StartWith(Example(""));
     EXPECT_EQ(As("reader", "snmpget", {kMemorySize}).status, 0);

@@ -19,10 +19,13 @@
 #include <system_error>
 #include <utility>
 
+#include "agent/cvtagentd/access/ConfigFiles.h"
 #include "agent/cvtagentd/access/ConfigReview.h"
+#include "agent/cvtagentd/process/Privileges.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateFile.h"
+#include "agent/cvtagentd/process/Users.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
@@ -30,6 +33,8 @@ namespace cvtagentd {
 namespace {
 
 constexpr std::string_view kUnknownDirective = "Unknown token: ";
+constexpr const char* kConfiguration = "the configuration";
+constexpr const char* kStateFile = "the state file";
 constexpr const char* kNoAccess = "Warning: no access control information configured";
 
 std::string SystemError(int error) { return std::generic_category().message(error); }
@@ -87,6 +92,22 @@ bool IsUserNamed() {
            ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0;
 }
 
+/// For root. Returns a remark when it has done so, else nothing.
+std::string BecomeOwnerOf(const std::string& file) {
+    struct stat status {};
+    if (::geteuid() != 0 || ::stat(file.c_str(), &status) != 0 || status.st_uid == 0) {
+        return {};
+    }
+    User owner = Users::WithId(status.st_uid);
+    if (owner.name.empty()) {
+        owner.gid = status.st_gid;
+    }
+    Privileges::Become(owner);
+    Privileges::GiveUpPorts();
+    return file + ": Note: belongs to the user " + owner.Label() +
+           ", as whom it was read; only an agent that runs as " + owner.Label() + " takes it";
+}
+
 }  // namespace
 
 std::vector<std::string> AccessConfig::BuiltIn() { return {"rocommunity public 127.0.0.1", "rocommunity6 public ::1"}; }
@@ -103,6 +124,24 @@ void AccessConfig::RequireReadable(const std::string& file) {
     const std::string why = file.empty() ? std::string() : WhyUnreadable(file);
     if (!why.empty()) {
         throw StartError(why + "; name one that can be read with --config");
+    }
+}
+
+std::string AccessConfig::WhyNotToRead(const std::string& file) {
+    const std::string why = WhyUnreadable(file);
+    return why.empty() ? ConfigFiles::WhyNotTrusted(kConfiguration, ConfigFiles::From(file)) : why;
+}
+
+void AccessConfig::RequireTrusted(const std::string& file) {
+    const std::string why = file.empty() ? std::string() : WhyNotToRead(file);
+    if (!why.empty()) {
+        throw StartError(why);
+    }
+}
+
+void AccessConfig::RequireTrustedState() {
+    if (const std::string why = ConfigFiles::WhyNotTrusted(kStateFile, ConfigFiles::InState()); !why.empty()) {
+        throw StartError(why);
     }
 }
 
@@ -187,8 +226,9 @@ std::string AccessConfig::Summary(const std::string& file, const std::vector<std
 }
 
 int AccessConfig::Check(const std::string& file, std::function<void()> beforeConfiguration) {
+    const std::string remark = BecomeOwnerOf(file);
     std::vector<std::string> faults;
-    if (const std::string why = WhyUnreadable(file); !why.empty()) {
+    if (const std::string why = WhyNotToRead(file); !why.empty()) {
         faults.push_back(why);
     } else {
         SnmpLibrary::Setup setup{file};
@@ -198,8 +238,11 @@ int AccessConfig::Check(const std::string& file, std::function<void()> beforeCon
     for (const std::string& fault : faults) {
         Log::Fatal(fault);
     }
-    for (const std::string& remark : ConfigReview::Of(file).remarks) {
+    if (!remark.empty()) {
         std::puts(remark.c_str());
+    }
+    for (const std::string& line : ConfigReview::Of(file).remarks) {
+        std::puts(line.c_str());
     }
     if (faults.empty()) {
         std::puts((file + ": no faults").c_str());
@@ -213,10 +256,13 @@ void AccessConfig::Reload(const std::string& file) {
         return;
     }
     std::vector<std::string> faults;
-    if (const std::string why = WhyUnreadable(file); !why.empty()) {
+    if (const std::string why = WhyNotToRead(file); !why.empty()) {
         faults.push_back(why);
     } else if (const std::string damage = StateFile::WhyDamaged(); !damage.empty()) {  // the library reads it, too
         faults.push_back(damage);
+    } else if (const std::string state = ConfigFiles::WhyNotTrusted(kStateFile, ConfigFiles::InState());
+               !state.empty()) {  // the library reads it again, too
+        faults.push_back(state);
     } else {
         faults = FaultsFoundByChild(file);
     }

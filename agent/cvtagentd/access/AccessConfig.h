@@ -18,6 +18,15 @@ public:
     /// Throws StartError when a file is named that cannot be read.
     static void RequireReadable(const std::string& file);
 
+    /// Why the file cannot be read, or is not to be obeyed because others than root and this process's user can write it or
+    /// what it includes (see TrustedFile), in one line; empty when neither is so.
+    static std::string WhyNotToRead(const std::string& file);
+
+    /// Throws StartError when a file is named, and WhyNotToRead has a reason. Comes before the library reads it.
+    static void RequireTrusted(const std::string& file);
+    /// The same for what the library reads in the state directory, the working directory.
+    static void RequireTrustedState();
+
     /// Directives that grant access where there is no file: community "public" may read, from this host.
     static std::vector<std::string> BuiltIn();
 
@@ -40,7 +49,8 @@ public:
 
     /// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
     /// output, and returns the exit status. The process can do nothing more with the library afterwards.
-    /// `beforeConfiguration`: as in SnmpLibrary::Setup.
+    /// Root becomes the file's owner for it, for good: root obeys nobody else's directives. `beforeConfiguration`: as in
+    /// SnmpLibrary::Setup.
     static int Check(const std::string& file, std::function<void()> beforeConfiguration);
 
     /// Lets the library read the file again. When it has faults everything stays as it was. Logs what it did. `file` may be

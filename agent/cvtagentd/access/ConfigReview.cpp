@@ -4,27 +4,21 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <iterator>
 #include <optional>
 #include <set>
 #include <string_view>
 
-#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/access/ConfigFiles.h"
+#include "agent/cvtagentd/access/ConfigLine.h"
+#include "agent/cvtagentd/process/TrustedFile.h"
 
 namespace cvtagentd {
 namespace {
 
-/// One directive of the file.
-struct Line {
-    int number;
-    std::string directive;           // in small letters
-    std::vector<std::string> words;  // what follows
-};
-
 /// A name that another line should define.
 struct Use {
-    const Line* line;
+    const ConfigLine* line;
     std::string name;
 };
 
@@ -43,46 +37,6 @@ constexpr std::array<std::string_view, 9> kWithoutEffect = {
     "master", "agentxperms", "smuxpeer", "smuxsocket", "perl", "perlinitfile", "disableperl", "quit", "leave_pidfile"};
 constexpr std::array<std::string_view, 3> kForSubagents = {"agentxsocket", "agentxtimeout", "agentxretries"};
 
-/// The words of a line as the library takes them apart, up to a comment.
-std::vector<std::string> Words(const std::string& line) {
-    std::vector<std::string> words;
-    std::array<char, 1024> word{};
-    const char* rest = line.c_str() + std::min(line.find_first_not_of(" \t"), line.size());
-    while (rest != nullptr && *rest != '\0' && *rest != '#') {
-        rest = ::copy_nword_const(rest, word.data(), static_cast<int>(word.size()));
-        words.emplace_back(word.data());
-    }
-    return words;
-}
-
-/// A section in brackets holds for the line that it stands on, or else for those that follow it. Those of other programs
-/// are not ours.
-std::vector<Line> LinesOf(const std::string& file) {
-    std::vector<Line> lines;
-    std::ifstream in(file);
-    std::string section;
-    int number = 0;
-    for (std::string text; std::getline(in, text);) {
-        ++number;
-        std::vector<std::string> words = Words(text);
-        std::string own = section;
-        if (!words.empty() && words.front().starts_with('[') && words.front().ends_with(']')) {
-            own = words.front();
-            words.erase(words.begin());
-            if (words.empty()) {
-                section = own;
-            }
-        }
-        if (words.empty() || (!own.empty() && own != "[cvtagentd]")) {
-            continue;
-        }
-        Line line{number, words.front(), {std::next(words.begin()), words.end()}};
-        std::transform(line.directive.begin(), line.directive.end(), line.directive.begin(), ::tolower);
-        lines.push_back(std::move(line));
-    }
-    return lines;
-}
-
 /// The word behind the options, each of which has a value.
 std::optional<std::string> FirstName(const std::vector<std::string>& words) {
     std::size_t at = 0;
@@ -94,10 +48,10 @@ std::optional<std::string> FirstName(const std::vector<std::string>& words) {
 
 class Reviewer {
 public:
-    explicit Reviewer(const std::string& file) : m_file(file), m_lines(LinesOf(file)) {}
+    explicit Reviewer(const std::string& file) : m_file(file), m_lines(ConfigLine::AllOf(file)) {}
 
     ConfigReview Review() {
-        for (const Line& line : m_lines) {
+        for (const ConfigLine& line : m_lines) {
             Take(line);
         }
         if (!m_hasIncludes) {
@@ -105,11 +59,12 @@ public:
             ReportUsers();
         }
         ReportOpenSecrets();
+        ReportFolder();
         return std::move(m_review);
     }
 
 private:
-    void Take(const Line& line) {
+    void Take(const ConfigLine& line) {
         const std::optional<std::string> first = FirstName(line.words);
         m_hasIncludes = m_hasIncludes || IsOneOf(line.directive, kIncludes);
         m_hasSecrets = m_hasSecrets || IsOneOf(line.directive, kSecrets) ||
@@ -131,7 +86,7 @@ private:
         }
     }
 
-    void TakeViewUses(const Line& line) {
+    void TakeViewUses(const ConfigLine& line) {
         constexpr std::size_t kFirstView = 5;  // of access: group, context, model, level, prefix; read, write, notify
         constexpr std::size_t kEnd = 8;
         if (line.directive == "access") {
@@ -175,11 +130,22 @@ private:
         }
     }
 
-    void Remark(const Line& line, const std::string& text) { m_review.remarks.push_back(At(line) + "Note: " + text); }
-    std::string At(const Line& line) const { return m_file + ": line " + std::to_string(line.number) + ": "; }
+    void ReportFolder() {
+        for (const std::string& file : ConfigFiles::From(m_file)) {
+            if (const std::string folder = TrustedFile::FolderOfOthers(file); !folder.empty()) {
+                m_review.remarks.push_back(file + ": Warning: others than root and this user can write to the folder " +
+                                           folder + ", and so replace the file");
+            }
+        }
+    }
+
+    void Remark(const ConfigLine& line, const std::string& text) {
+        m_review.remarks.push_back(At(line) + "Note: " + text);
+    }
+    std::string At(const ConfigLine& line) const { return m_file + ": line " + std::to_string(line.number) + ": "; }
 
     const std::string& m_file;
-    const std::vector<Line> m_lines;
+    const std::vector<ConfigLine> m_lines;
     ConfigReview m_review;
     bool m_hasIncludes = false;
     bool m_hasSecrets = false;

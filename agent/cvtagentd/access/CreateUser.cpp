@@ -145,6 +145,8 @@ int CreateUser::Run() const {
 }
 
 void CreateUser::AddToState() const {
+    AccessConfig::RequireTrusted(m_options.config);
+    AccessConfig::RequireTrustedState();
     // Whoever adds the first user has granted no access yet, which is no fault here: hence the built-in access.
     const SnmpLibrary library(
         {m_options.config, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(), m_beforeConfiguration});

@@ -100,6 +100,15 @@ void CheckWritable() {
     ::unlink(probe.c_str());
 }
 
+/// What the library obeys lies here, beside keys.
+void RequireClosedToStrangers() {
+    struct stat status {};
+    if (::stat(".", &status) == 0 && (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0) {
+        throw StartError("everybody can write to the state directory " + StateDir::Path() +
+                         "; close it to them (chmod 700), or name another one with --state-dir");
+    }
+}
+
 /// Nobody but root decides what stands in the directory.
 void RequireRootsAlone() {
     for (const char* const name : {".", StateFile::kName}) {
@@ -178,6 +187,7 @@ void StateDir::CheckUsable() {
     if (::geteuid() == 0) {
         RequireRootsAlone();
     }
+    RequireClosedToStrangers();
     CheckWritable();
     if (::access(StateFile::kName, R_OK) != 0 && errno != ENOENT) {
         throw StartError(

@@ -29,8 +29,8 @@ public:
     static void GiveTo(uid_t user, gid_t group);
 
     /// Throws StartError when this process can make no file in the working directory, or not read what the SNMP library
-    /// keeps there; for root, also when somebody else can write it: root would do what stands there, and lock its owner
-    /// out. Comes before anything is read or written there.
+    /// keeps there, or when everybody can write to that directory; for root, also when anybody else can: root would do what
+    /// stands there, and lock its owner out. Comes before anything is read or written there.
     static void CheckUsable();
 
     /// The working directory, absolute.

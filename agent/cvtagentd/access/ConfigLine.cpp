@@ -1,0 +1,57 @@
+#include "agent/cvtagentd/access/ConfigLine.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+namespace cvtagentd {
+namespace {
+
+/// The words of a line as the library takes them apart, up to a comment.
+std::vector<std::string> Words(const std::string& line) {
+    std::vector<std::string> words;
+    std::array<char, 1024> word{};
+    const char* rest = line.c_str() + std::min(line.find_first_not_of(" \t"), line.size());
+    while (rest != nullptr && *rest != '\0' && *rest != '#') {
+        rest = ::copy_nword_const(rest, word.data(), static_cast<int>(word.size()));
+        words.emplace_back(word.data());
+    }
+    return words;
+}
+
+}  // namespace
+
+/// A section in brackets holds for the line that it stands on, or else for those that follow it. Those of other programs
+/// are not ours.
+std::vector<ConfigLine> ConfigLine::AllOf(const std::string& file) {
+    std::vector<ConfigLine> lines;
+    std::ifstream in(file);
+    std::string section;
+    int number = 0;
+    for (std::string text; std::getline(in, text);) {
+        ++number;
+        std::vector<std::string> words = Words(text);
+        std::string own = section;
+        if (!words.empty() && words.front().starts_with('[') && words.front().ends_with(']')) {
+            own = words.front();
+            words.erase(words.begin());
+            if (words.empty()) {
+                section = own;
+            }
+        }
+        if (words.empty() || (!own.empty() && own != "[cvtagentd]")) {
+            continue;
+        }
+        ConfigLine line{number, words.front(), {std::next(words.begin()), words.end()}};
+        std::transform(line.directive.begin(), line.directive.end(), line.directive.begin(), ::tolower);
+        lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+}  // namespace cvtagentd
