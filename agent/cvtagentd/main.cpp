@@ -12,12 +12,24 @@
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/access/CreateUser.h"
 #include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/Privileges.h"
 
 namespace {
 
 constexpr int kUsageStatus = 2;
 
+/// Before a key or a pass phrase is read. An ordinary user can look into an agent that serves as that user without --user:
+/// it has no more rights than whoever looks.
+void ProtectKeys(const cvtagentd::Options& options) {
+    if (options.action == cvtagentd::Options::Action::kServe && ::geteuid() != 0) {
+        cvtagentd::Privileges::ForbidCoreFiles();
+    } else {
+        cvtagentd::Privileges::ForbidInspection();
+    }
+}
+
 int Run(const cvtagentd::Options& options) {
+    ProtectKeys(options);
     cvtagentd::Log::Open(options.logLevel, options.syslog);
     switch (options.action) {
         case cvtagentd::Options::Action::kShowHelp: std::fputs(cvtagentd::Options::Help(), stdout); return EXIT_SUCCESS;

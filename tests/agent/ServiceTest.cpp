@@ -135,5 +135,26 @@ TEST_F(ServiceTest, TheUnitThatIsInstalledMeansSomethingToSystemd) {
     EXPECT_EQ(unit.find('@' + std::string("CMAKE")), std::string::npos) << unit;
 }
 
+TEST_F(ServiceTest, TheUnitRefusesWhatLeadsOutOfTheAgentAndLeavesTracingToWhoeverAsksForIt) {
+    std::ifstream in(CVHOST_BUILD_BIN_DIR "/../packaging/cvtagentd.service");
+    std::string refused;
+    std::string allowed;
+    for (std::string line; std::getline(in, line);) {
+        const std::string filter = "SystemCallFilter=";
+        if (line.starts_with(filter)) {
+            const bool taken = line.starts_with(filter + "~");
+            (taken ? refused : allowed) += " " + line.substr(filter.size() + (taken ? 1 : 0)) + " ";
+        }
+        if (line.starts_with("AmbientCapabilities=") || line.starts_with("CapabilityBoundingSet=")) {
+            EXPECT_EQ(line.find("PTRACE"), std::string::npos) << line;
+        }
+    }
+    for (const std::string call : {"ptrace", "process_vm_readv", "process_vm_writev", "pidfd_getfd", "kcmp", "@keyring",
+                                   "@aio", "userfaultfd", "unshare", "setns"}) {
+        EXPECT_NE(refused.find(" " + call + " "), std::string::npos) << call;
+    }
+    EXPECT_NE(allowed.find(" seccomp "), std::string::npos) << "--user needs it";
+}
+
 }  // namespace
 }  // namespace agent_test

@@ -6,17 +6,18 @@
 namespace cvtagentd {
 
 /// The files that the SNMP library obeys: a configuration and what it includes, and what lies in the state directory.
-class ConfigFiles {
-public:
-    /// The file itself and all that it includes (includeFile, includeDir), directly or not, each once, whether or not they
-    /// are there. Only regular files are looked into.
-    static std::vector<std::string> From(const std::string& file);
+namespace ConfigFiles {
 
-    /// Those in the working directory, the state directory, that the library reads by their names, and what they include.
-    static std::vector<std::string> InState();
+/// The file itself and all that it includes (includeFile, includeDir), directly or not, each once, whether or not they
+/// are there. Only regular files are looked into.
+std::vector<std::string> From(const std::string& file);
 
-    /// Why the first of these files that is not to be obeyed is not (see TrustedFile); empty when all are.
-    static std::string WhyNotTrusted(const std::string& what, const std::vector<std::string>& files);
-};
+/// Those in the working directory, the state directory, that the library reads by their names, and what they include.
+std::vector<std::string> InState();
+
+/// Why the first of these files that is not to be obeyed is not (see TrustedFile); empty when all are.
+std::string WhyNotTrusted(const std::string& what, const std::vector<std::string>& files);
+
+}  // namespace ConfigFiles
 
 }  // namespace cvtagentd

@@ -129,7 +129,6 @@ void BecomeOwnerOfState() {
 }  // namespace
 
 int CreateUser::Run() const {
-    Privileges::ForbidCoreFiles();
     CheckName();
     StateDir::Enter(m_options.stateDir);
     BecomeOwnerOfState();

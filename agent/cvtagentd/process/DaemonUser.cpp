@@ -4,6 +4,7 @@
 
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/process/DevNul.h"
+#include "agent/cvtagentd/process/Environment.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/Privileges.h"
 #include "agent/cvtagentd/process/StartError.h"
@@ -26,6 +27,7 @@ DaemonUser::DaemonUser(const std::string& option) {
     if (!option.empty()) {
         m_user = Users::Named(option);
         Privileges::CheckMayBecome(*m_user);
+        Environment::ReduceTo(*m_user);
     }
 }
 
@@ -71,6 +73,9 @@ void DaemonUser::Report() const {
     Log::Info("runs as the user " + m_user->Label() + ", " + (kept.empty() ? "without capabilities" : "with " + kept));
     if (const std::string missing = Joined(Privileges::Missing()); !missing.empty()) {
         Log::Warning("for want of capabilities " + missing);
+    }
+    if (const std::string missing = Joined(Privileges::NotAskedFor()); !missing.empty()) {
+        Log::Info(missing + "; that is kept only where it is asked for");
     }
     for (const std::string& remark : m_remarks) {
         Log::Warning(remark);

@@ -11,7 +11,8 @@ namespace cvtagentd {
 /// The user as whom the agent serves: the one of --user, or else whoever started it. Used by the process's only thread.
 class DaemonUser {
 public:
-    /// Looks him up; `option` may be empty. Throws StartError, also when this process may not run as that user.
+    /// Looks the user up; `option` may be empty. If not, the process's environment is that user's from now on (see
+    /// Environment). Throws StartError, also when this process may not run as that user.
     explicit DaemonUser(const std::string& option);
 
     /// Comes before the first module is loaded, and before anything is read from the state directory or written there:

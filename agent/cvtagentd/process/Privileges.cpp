@@ -3,6 +3,7 @@
 #include <grp.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <system_error>
 
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/SystemCallFilter.h"
 
 namespace cvtagentd {
 namespace {
@@ -22,21 +24,23 @@ struct Capability {
     int number;
     const char* name;
     const char* without;
+    bool mustBeAskedFor = false;
 };
 
 constexpr std::array kWanted = {
     Capability{CAP_KILL, "CAP_KILL", "other users' processes cannot be ended"},
-    Capability{CAP_SYS_PTRACE, "CAP_SYS_PTRACE", "other users' working folders cannot be seen"},
+    Capability{CAP_SYS_PTRACE, "CAP_SYS_PTRACE", "other users' working folders cannot be seen", true},
     Capability{CAP_SYS_TIME, "CAP_SYS_TIME", "the clock cannot be set"},
     Capability{CAP_SYSLOG, "CAP_SYSLOG", "the kernel log cannot be read where the host restricts that"},
 };
 
 std::uint64_t Bit(int number) { return std::uint64_t{1} << static_cast<unsigned int>(number); }
 
-std::uint64_t WantedBits() {
+/// `asked`: the capabilities that were handed over on purpose.
+std::uint64_t WantedBits(std::uint64_t asked) {
     std::uint64_t bits = 0;
     for (const Capability& capability : kWanted) {
-        bits |= Bit(capability.number);
+        bits |= Bit(capability.number) & (capability.mustBeAskedFor ? asked : ~std::uint64_t{0});
     }
     return bits;
 }
@@ -49,14 +53,27 @@ std::uint64_t WantedBits() {
 /// Two halves, as the kernel wants them.
 using Halves = std::array<__user_cap_data_struct, 2>;
 
-bool Permitted(std::uint64_t& bits) {
+struct Held {
+    std::uint64_t permitted = 0;
+    std::uint64_t inheritable = 0;
+};
+
+std::uint64_t Whole(std::uint32_t low, std::uint32_t high) { return low | (std::uint64_t{high} << 32U); }
+
+bool Look(Held& held) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     Halves halves{};
     if (::syscall(SYS_capget, &header, halves.data()) != 0) {
         return false;
     }
-    bits = halves[0].permitted | (std::uint64_t{halves[1].permitted} << 32U);
+    held = {Whole(halves[0].permitted, halves[1].permitted), Whole(halves[0].inheritable, halves[1].inheritable)};
     return true;
+}
+
+std::uint64_t Permitted() {
+    Held held;
+    Look(held);
+    return held.permitted;
 }
 
 /// An ambient capability has to be inheritable.
@@ -73,10 +90,11 @@ bool SetAll(std::uint64_t bits, std::uint64_t alsoEffective = 0) {
     return ::syscall(SYS_capset, &header, halves.data()) == 0;
 }
 
-/// Only who may set capabilities can do it, and only he needs to: what this process starts gains none in any case.
-void NarrowBoundingSet() {
+/// Only a process that may set capabilities can do it, and only that one needs to: what this process starts gains none
+/// in any case.
+void NarrowBoundingSet(std::uint64_t bits) {
     for (int number = 0; ::prctl(PR_CAPBSET_READ, number, 0, 0, 0) >= 0; ++number) {
-        if ((WantedBits() & Bit(number)) == 0) {
+        if ((bits & Bit(number)) == 0) {
             ::prctl(PR_CAPBSET_DROP, number, 0, 0, 0);
         }
     }
@@ -108,6 +126,17 @@ void ChangeUser(const User& user) {
     }
 }
 
+std::vector<std::string> PhrasesForMissing(bool mustBeAskedFor) {
+    const std::uint64_t bits = Permitted();
+    std::vector<std::string> phrases;
+    for (const Capability& capability : kWanted) {
+        if (capability.mustBeAskedFor == mustBeAskedFor && (bits & Bit(capability.number)) == 0) {
+            phrases.push_back(std::string(capability.without) + " (" + capability.name + ")");
+        }
+    }
+    return phrases;
+}
+
 }  // namespace
 
 void Privileges::CheckMayBecome(const User& user) {
@@ -119,17 +148,18 @@ void Privileges::CheckMayBecome(const User& user) {
 
 void Privileges::Become(const User& user) {
     CheckMayBecome(user);
-    NarrowBoundingSet();
-    std::uint64_t had = 0;
-    const bool known = Permitted(had);
-    if (::geteuid() == 0 || (had & Bit(CAP_SETGID)) != 0) {
+    Held had;
+    const bool known = Look(had);
+    const std::uint64_t wanted = WantedBits(had.inheritable);
+    NarrowBoundingSet(wanted);
+    if (::geteuid() == 0 || (had.permitted & Bit(CAP_SETGID)) != 0) {
         SetGroups(user);
     }
     if (::geteuid() == 0) {
         ChangeUser(user);
     }
-    const std::uint64_t kept = had & WantedBits();
-    if (!known || !SetAll(kept, had & Bit(CAP_NET_BIND_SERVICE)) ||
+    const std::uint64_t kept = had.permitted & wanted;
+    if (!known || !SetAll(kept, had.permitted & Bit(CAP_NET_BIND_SERVICE)) ||
         ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0) != 0) {
         Fail(user, "giving up capabilities");
     }
@@ -143,10 +173,21 @@ void Privileges::Become(const User& user) {
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || !Is(user)) {
         Fail(user, "giving up privileges");
     }
-    ForbidCoreFiles();
+    if (!SystemCallFilter::Install()) {
+        Fail(user, "filtering system calls, for which the kernel needs CONFIG_SECCOMP_FILTER");
+    }
+    ForbidInspection();
 }
 
-void Privileges::ForbidCoreFiles() { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }
+void Privileges::ForbidCoreFiles() {
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+}
+
+void Privileges::ForbidInspection() {
+    ForbidCoreFiles();
+    ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+}
 
 std::vector<gid_t> Privileges::ForeignGroups(const User& user) {
     std::vector<gid_t> own(NGROUPS_MAX + 1, user.gid);
@@ -167,15 +208,14 @@ std::vector<gid_t> Privileges::ForeignGroups(const User& user) {
 }
 
 void Privileges::GiveUpPorts() {
-    std::uint64_t bits = 0;
-    if (!Permitted(bits) || !SetAll(bits & WantedBits())) {
+    Held held;
+    if (!Look(held) || !SetAll(held.permitted & ~Bit(CAP_NET_BIND_SERVICE))) {
         throw StartError("cannot give up the right to open low ports: " + std::generic_category().message(errno));
     }
 }
 
 std::vector<std::string> Privileges::Kept() {
-    std::uint64_t bits = 0;
-    Permitted(bits);
+    const std::uint64_t bits = Permitted();
     std::vector<std::string> names;
     for (const Capability& capability : kWanted) {
         if ((bits & Bit(capability.number)) != 0) {
@@ -185,16 +225,8 @@ std::vector<std::string> Privileges::Kept() {
     return names;
 }
 
-std::vector<std::string> Privileges::Missing() {
-    std::uint64_t bits = 0;
-    Permitted(bits);
-    std::vector<std::string> phrases;
-    for (const Capability& capability : kWanted) {
-        if ((bits & Bit(capability.number)) == 0) {
-            phrases.push_back(std::string(capability.without) + " (" + capability.name + ")");
-        }
-    }
-    return phrases;
-}
+std::vector<std::string> Privileges::Missing() { return PhrasesForMissing(false); }
+
+std::vector<std::string> Privileges::NotAskedFor() { return PhrasesForMissing(true); }
 
 }  // namespace cvtagentd

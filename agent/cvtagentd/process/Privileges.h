@@ -17,19 +17,24 @@ public:
     /// Throws StartError when this process has not the right to run as `user`.
     static void CheckMayBecome(const User& user);
 
-    /// Runs as `user` and in his groups from now on, for good, with no other capabilities than those that modules need: CAP_KILL,
-    /// CAP_SYS_PTRACE, CAP_SYS_TIME and CAP_SYSLOG, as far as they were there. They are ambient, since it is programs that
-    /// use some of them; nothing that is started can gain others. For somebody who is that user already, all but these
-    /// capabilities are given up. CAP_NET_BIND_SERVICE stays until GiveUpPorts. Throws StartError.
+    /// Runs as `user` and in the user's groups from now on, for good, with no other capabilities than those that modules
+    /// need, as far as they were there: CAP_KILL, CAP_SYS_TIME and CAP_SYSLOG, and CAP_SYS_PTRACE if it was inheritable,
+    /// which it is only where somebody hands it over on purpose. They are ambient, since it is programs that use some
+    /// of them; nothing that is started can gain others. A process that is that user already gives up all but these
+    /// capabilities. CAP_NET_BIND_SERVICE stays until GiveUpPorts. The SystemCallFilter is in place, and the process cannot
+    /// be inspected. Throws StartError.
     static void Become(const User& user);
 
     /// Those of this process's groups, in the order of their numbers, that are not the user's. Become leaves them where it
     /// has no right to change them.
     static std::vector<gid_t> ForeignGroups(const User& user);
 
-    /// From now on the kernel writes no core file of this process, in which keys could be found, and other processes of
-    /// its user cannot look into it. Become does that, too.
+    /// From now on the kernel writes no core file of this process, nor of what it starts: keys could be found there.
     static void ForbidCoreFiles();
+
+    /// As ForbidCoreFiles; besides, the kernel hands no core of this process to another program either, and other
+    /// processes of its user cannot look into it. What it starts is not protected like that.
+    static void ForbidInspection();
 
     /// Follows Become when the ports are open. Throws StartError.
     static void GiveUpPorts();
@@ -37,8 +42,10 @@ public:
     /// Those of the capabilities that this process has: names, in the order of their numbers.
     static std::vector<std::string> Kept();
 
-    /// For each that it has not, what cannot be done: a phrase for people.
+    /// For each that it lacks, what cannot be done: a phrase for the log. Those that must be asked for are left out.
     static std::vector<std::string> Missing();
+    /// The same for those that must be asked for.
+    static std::vector<std::string> NotAskedFor();
 };
 
 }  // namespace cvtagentd

@@ -22,7 +22,7 @@ User Users::Named(const std::string& name) {
         throw StartError("this host has no user " + name + "; name one that it has, or make it (useradd --system " +
                          name + ")");
     }
-    return {found->pw_name, found->pw_uid, found->pw_gid};
+    return {found->pw_name, found->pw_uid, found->pw_gid, found->pw_dir};
 }
 
 User Users::WithId(uid_t uid) {
@@ -30,9 +30,9 @@ User Users::WithId(uid_t uid) {
     passwd entry{};
     passwd* found = nullptr;
     if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-        return {{}, uid, ::getgid()};
+        return {{}, uid, ::getgid(), "/"};
     }
-    return {found->pw_name, found->pw_uid, found->pw_gid};
+    return {found->pw_name, found->pw_uid, found->pw_gid, found->pw_dir};
 }
 
 }  // namespace cvtagentd

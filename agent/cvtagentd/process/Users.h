@@ -11,6 +11,7 @@ struct User {
     std::string name;  ///< empty when the host has no name for the number
     uid_t uid = 0;
     gid_t gid = 0;  ///< the primary group
+    std::string home = "/";
 
     /// For people: the name, or else the number.
     std::string Label() const { return name.empty() ? std::to_string(uid) : name; }
