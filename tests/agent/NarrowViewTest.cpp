@@ -137,7 +137,8 @@ TEST_F(NarrowViewTest, AWalkShowsExactlyWhatCanBeGotOneByOneWhateverTheView) {
     for (int i = 0; i < kViews; ++i) {
         const std::string name = "v" + std::to_string(i);
         views.push_back(RandomView(name, random));
-        config += views.back() + "rocommunity " + name + " 127.0.0.1 -V " + name + "\n";
+        config += views.back();
+        config.append("rocommunity ").append(name).append(" 127.0.0.1 -V ").append(name).append("\n");
     }
     Start({"--module", kReadModule, "--module", kTestModule, "--config", WriteConfig(config)});
     m_community = "all";
