@@ -515,7 +515,8 @@ TEST_F(PrivilegeTest, WarnsWhenSomethingElseStandsWhereTheClockCommandWrites) {
     std::ofstream("/dev/nul") << "somebody's\n";
     std::filesystem::permissions("/dev/nul", std::filesystem::perms(0644));
     StartAs("nobody");
-    EXPECT_NE(Log().find("warning: the date command of a SET of hrSystemDate cannot run: /dev/nul"), std::string::npos) << Log();
+    EXPECT_NE(Log().find("warning: the date command of a SET of hrSystemDate cannot run: /dev/nul"), std::string::npos)
+        << Log();
     EXPECT_EQ(Content("/dev/nul"), "somebody's\n");
 }
 

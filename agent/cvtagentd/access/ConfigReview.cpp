@@ -133,8 +133,9 @@ private:
     void ReportFolder() {
         for (const std::string& file : ConfigFiles::From(m_file)) {
             if (const std::string folder = TrustedFile::FolderOfOthers(file); !folder.empty()) {
-                m_review.remarks.push_back(file + ": Warning: others than root and this user can write to the folder " +
-                                           folder + ", and so replace the file");
+                std::string remark = file;
+                remark.append(": Warning: others than root and this user can write to the folder ").append(folder);
+                m_review.remarks.push_back(remark.append(", and so replace the file"));
             }
         }
     }

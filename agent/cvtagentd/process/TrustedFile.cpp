@@ -74,8 +74,9 @@ std::string TrustedFile::WhyNot(const std::string& what, const std::string& file
     }
     for (const Path& folder : FoldersOnTheWay(file)) {
         if (::stat(folder.c_str(), &status) == 0 && IsOpenToAll(status)) {
-            return "everybody can replace " + what + " " + file + ", since everybody can write to the folder " +
-                   folder.string() + "; close that (chmod o-w " + folder.string() + ")";
+            std::string why = "everybody can replace ";
+            why.append(what).append(" ").append(file).append(", since everybody can write to the folder ");
+            return why.append(folder).append("; close that (chmod o-w ").append(folder).append(")");
         }
     }
     return {};
