@@ -75,6 +75,7 @@ void Discovery::Run() {
     if (gpCVHost == nullptr) {
         return;  // without a module there are no tables to fill
     }
+    vRemoveStaleTmpFiles();
     Processors();
     NetworkInterfaces();
     Printers();

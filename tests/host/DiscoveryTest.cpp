@@ -169,6 +169,14 @@ TEST_F(DeviceDiscovery, ReadsOnWhenItsTemporaryFileIsTaken) {
     EXPECT_TRUE(std::filesystem::remove(name)) << "what others put there stays";
 }
 
+TEST_F(DeviceDiscovery, RemovesTheTemporaryFileOfAnAgentThatWasKilled) {
+    LayBlankHost();
+    const std::string stale = "/tmp/CVHost.9000000";  // a number that no process has
+    std::ofstream(stale) << "left behind\n";
+    StartUp();
+    EXPECT_FALSE(std::filesystem::exists(stale));
+}
+
 TEST_F(DeviceDiscovery, AddsAtASecondStartUpOnlyWhatIsNewUnderTheNextIndexes) {
     LayHost("board");
     StartUp();

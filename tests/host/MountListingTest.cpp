@@ -4,14 +4,17 @@
 #include <gtest/gtest.h>
 #include <mntent.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,8 +27,16 @@
 namespace {
 
 std::string s_command;
+long s_hoursLater = 0;
 
 }  // namespace
+
+/// The monotonic clock, of which the tests make an hour pass.
+extern "C" int clock_gettime(clockid_t clock, timespec* out) noexcept {
+    const long result = ::syscall(SYS_clock_gettime, clock, out);
+    out->tv_sec += clock == CLOCK_MONOTONIC ? s_hoursLater * 3600 : 0;
+    return static_cast<int>(result);
+}
 
 /// Runs the command, and lets the tests see its text.
 extern "C" int system(const char* command) {
@@ -50,6 +61,7 @@ protected:
         if (!MadeUpHost::IsPossible()) {
             GTEST_SKIP() << "this machine gives no mount namespace";
         }
+        s_hoursLater += 2;  // whatever was said in another test may be said again
         m_host = std::make_unique<MadeUpHost>();
         m_programs = m_host->Directory() + "/bin";
         m_path = ::getenv("PATH");
@@ -85,6 +97,13 @@ protected:
     }
     static int Descriptors() {
         return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+    }
+    static std::set<std::string> NamesInTmp() {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
+            names.insert(entry.path());
+        }
+        return names;
     }
     bool IsThere() const {
         struct stat there {};
@@ -268,6 +287,99 @@ TEST_F(MountListing, IsEmptyWhereEverybodyMayReplaceFilesOfOthers) {
     s_command.clear();
     Entry("/");
     EXPECT_NE(s_command, "") << "so does a directory that only its owner writes to";
+}
+
+TEST_F(MountListing, SaysOnceInALineWhatStandsInItsPlace) {
+    Mounts("/dev/hda1 on / type ext3 (rw)\n");
+    ASSERT_EQ(::mkdir(m_name.c_str(), 0777), 0);
+    testing::internal::CaptureStderr();
+    ExpectEmptyListing();
+    ExpectEmptyListing();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(said.find("libCVHost: warning: " + m_name + " cannot be made: "), 0U) << said;
+    EXPECT_NE(said.find("user " + std::to_string(::geteuid()) + " stands there"), std::string::npos) << said;
+    EXPECT_EQ(said.find('\n'), said.size() - 1) << said;
+    ++s_hoursLater;
+    testing::internal::CaptureStderr();
+    ExpectEmptyListing();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), said) << "and again after an hour";
+    EXPECT_EQ(::rmdir(m_name.c_str()), 0);
+}
+
+TEST_F(MountListing, SaysThatOthersMayReplaceFilesInItsDirectory) {
+    m_host->Empty("/tmp");
+    ASSERT_EQ(::chmod("/tmp", 0777), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Entry("/"), "none");
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find("mode 1777"), std::string::npos) << said;
+}
+
+TEST_F(MountListing, SaysNothingWhenAllIsWell) {
+    Mounts("/dev/hda1 on / type ext3 (rw)\n");
+    testing::internal::CaptureStderr();
+    EXPECT_NE(Entry("/"), "none");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// No process has a number of more than 4,194,304: those of 5,000,000 and more are surely gone.
+
+TEST_F(MountListing, RemovesFilesOfOurOwnWhoseProcessIsGone) {
+    m_host->Empty("/tmp");
+    ASSERT_EQ(::chmod("/tmp", 01777), 0);
+    for (const char* const stale : {"/tmp/CVHost.5000000", "/tmp/CVHost.9999999"}) {
+        std::ofstream(stale) << "left behind\n";
+    }
+    const std::string live = "/tmp/CVHost." + std::to_string(::getppid());
+    for (const std::string& name : {m_name, live}) {
+        std::ofstream(name) << "in use\n";
+    }
+    vRemoveStaleTmpFiles();
+    EXPECT_EQ(NamesInTmp(), (std::set<std::string>{m_name, live}));
+}
+
+TEST_F(MountListing, LeavesWhatSomebodyElseHasPlantedUnderTheNameOfAProcessThatIsGone) {
+    m_host->Empty("/tmp");
+    ASSERT_EQ(::chmod("/tmp", 01777), 0);
+    std::ofstream("/tmp/secret") << "untouched\n";
+    ASSERT_EQ(::symlink("/tmp/secret", "/tmp/CVHost.5000001"), 0);
+    ASSERT_EQ(::link("/tmp/secret", "/tmp/CVHost.5000002"), 0);
+    ASSERT_EQ(::mkdir("/tmp/CVHost.5000003", 0777), 0);
+    ASSERT_EQ(::mkfifo("/tmp/CVHost.5000004", 0666), 0);
+    std::ofstream("/tmp/CVHost.5000005") << "untouched\n";
+    if (::chown("/tmp/CVHost.5000005", kSomebodyElse, kSomebodyElse) != 0) {
+        GTEST_SKIP() << "only root can make a file of somebody else";
+    }
+    for (const char* const other : {"CVHost.", "CVHost.x", "CVHost.05000006", "CVHost.5000006.old", "CVHost.-5000006",
+                                    "CVHost.50000060", "CVHost.99999999999999999999", "xCVHost.5000006"}) {
+        std::ofstream(std::string("/tmp/") + other) << "untouched\n";
+    }
+    const std::set<std::string> before = NamesInTmp();
+    vRemoveStaleTmpFiles();
+    EXPECT_EQ(NamesInTmp(), before);
+    EXPECT_EQ(Content("/tmp/secret"), "untouched\n");
+}
+
+TEST_F(MountListing, LeavesAFileThatIsInUseThoughItsProcessIsNotSeen) {
+    m_host->Empty("/tmp");
+    ASSERT_EQ(::chmod("/tmp", 01777), 0);
+    const std::string name = "/tmp/CVHost.5000007";
+    {
+        const DHostFile output(fpOpenCommandOutput("echo words > %s", name.c_str()));
+        ASSERT_TRUE(output);
+        vRemoveStaleTmpFiles();
+        EXPECT_TRUE(std::filesystem::exists(name));
+    }
+    vRemoveStaleTmpFiles();
+    EXPECT_FALSE(std::filesystem::exists(name));
+}
+
+TEST_F(MountListing, RemovesNothingWhereEverybodyMayReplaceFilesOfOthers) {
+    m_host->Empty("/tmp");
+    ASSERT_EQ(::chmod("/tmp", 0777), 0);
+    std::ofstream("/tmp/CVHost.5000008") << "left behind\n";
+    vRemoveStaleTmpFiles();
+    EXPECT_TRUE(std::filesystem::exists("/tmp/CVHost.5000008"));
 }
 
 TEST_F(MountListing, NeverRemovesWhatIsNotOurs) {
