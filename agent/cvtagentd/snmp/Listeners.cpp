@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "CVT/SnmpTypes.h"
+#include "agent/cvtagentd/process/Descriptors.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/snmp/DescriptorSet.h"
 #include "agent/cvtagentd/snmp/HostAccess.h"
@@ -39,20 +40,6 @@ bool IsOtherFile(const std::string& address) {
     }
     struct stat status {};
     return ::lstat(address.c_str() + kPrefix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
-}
-
-/// What a module starts must not keep the agent's sockets open.
-void KeepSocketsFromChildren() {
-    DescriptorSet sockets;
-    int count = 0;
-    int block = 1;
-    timeval timeout{};
-    ::snmp_select_info2(&count, sockets.Get(), &timeout, &block);
-    for (int fd = 0; fd < count; ++fd) {
-        if (sockets.Has(fd)) {
-            ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-        }
-    }
 }
 
 netsnmp_transport* TransportOf(snmp_session& session) {
@@ -149,7 +136,7 @@ void Listeners::Listen(const std::string& address) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
         throw StartError("cannot listen on " + address + ": " + Advice(error));
     }
-    KeepSocketsFromChildren();
+    Descriptors::KeepFromChildren();  // what a module starts must not keep the agent's sockets open
 }
 
 bool Listeners::Open(const std::string& address) {

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "agent/cvtagentd/process/CrashMessage.h"
+#include "agent/cvtagentd/process/Descriptors.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
@@ -46,6 +47,7 @@ SnmpLibrary::SnmpLibrary(const Setup& setup) {
         ::netsnmp_config_remember(line.data());
     }
     ::init_snmp(kApplication);
+    Descriptors::KeepFromChildren();             // the library leaves a pipe open to them
     SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else it would write at its end, over what is there
     m_messages = collector.Messages();
 }
