@@ -22,6 +22,7 @@ void Require(bool holds) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const std::string_view line = text.substr(0, kLine);
+    ParseStartTime(text);
     const DStatFigures figures = ParseStatLine(line);
     Require(figures.name.size() <= 253);
     Require(figures.name.empty() ||

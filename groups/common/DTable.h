@@ -4,31 +4,19 @@
 #include <type_traits>
 #include <utility>
 
-#include "CVT/BMapOid2Ptr.h"
 #include "CVT/BMibTableImpl.h"
 #include "groups/common/DGroup.h"
+#include "groups/common/DRows.h"
 
-/// The index of a table that is indexed by one integer.
-struct DSingleIndex {
-    static constexpr unsigned int kArcs = 1;
-
-    unsigned int row = 1;
-
-    void ToOid(CVT::BObjectIdentifier& oid) const { oid.Append(row); }
-    /// `oid` has kArcs arcs.
-    void FromOid(const CVT::BObjectIdentifier& oid) { row = oid[0]; }
-};
-
-/// A table with its rows in order of their index. The table owns the rows: they live until they are removed by whoever
-/// removes them, or until the table is destroyed. Everything is called under the request lock.
+/// A table with its rows (DRows), which it owns, in order of their index. Everything is called under the request lock.
 ///
-/// EntryT is a row; when it has `SetIndex(const IndexT&)`, CreateNewRow calls it. IndexT has kArcs, ToOid and FromOid as
-/// DSingleIndex has.
+/// A table whose rows are a snapshot may keep several sets of rows; all operations here are on the one in use.
 template <class EntryT, class IndexT = DSingleIndex>
 class DTable : public DGroup<CVT::BMibTableImpl> {
 public:
     using Entry = EntryT;
     using Index = IndexT;
+    using Rows = DRows<Entry, Index>;
 
     /// Looks at the number of arcs only, not at their values.
     bool IsIndexValid(const CVT::BObjectIdentifier& index) const { return index.NumArcs() == Index::kArcs; }
@@ -43,16 +31,16 @@ public:
     }
 
     /// The table takes the row. False, and the row still the caller's, when the index is taken.
-    bool InsertRow(const CVT::BObjectIdentifier& index, Entry* row) { return m_rows.Insert(index, row); }
+    bool InsertRow(const CVT::BObjectIdentifier& index, Entry* row) { return m_rows->Insert(index, row); }
     /// Null when there is none.
-    Entry* GetRow(const CVT::BObjectIdentifier& index) const { return static_cast<Entry*>(m_rows.GetData(index)); }
+    Entry* GetRow(const CVT::BObjectIdentifier& index) const { return m_rows->Get(index); }
     /// Hands the row back to the caller's care without deleting it. False when there is none.
-    bool RemoveRow(const CVT::BObjectIdentifier& index) { return m_rows.Remove(index); }
+    bool RemoveRow(const CVT::BObjectIdentifier& index) { return m_rows->Remove(index); }
     /// The row with the lowest index; null when there is none.
     Entry* GetFirstRow() const { return RowAt(0); }
-    unsigned int GetNumRows() const { return m_rows.GetCount(); }
+    unsigned int GetNumRows() const { return m_rows->Count(); }
     /// The row at a place in the order of indexes, from 0; null at GetNumRows() and beyond.
-    Entry* RowAt(unsigned int place) const { return static_cast<Entry*>(m_rows.DataAt(place)); }
+    Entry* RowAt(unsigned int place) const { return m_rows->At(place); }
 
     /// The place, from 0 and in order of indexes, of the first row for which `isWanted(const Entry&)` holds; GetNumRows()
     /// when there is none.
@@ -72,17 +60,7 @@ public:
     }
 
     /// A row with default values under this index; the table's. Null when the index is not valid, or is taken.
-    Entry* CreateNewRow(const CVT::BObjectIdentifier& index) {
-        Index split;
-        if (!SplitIndex(index, split)) {
-            return nullptr;
-        }
-        auto row = std::make_unique<Entry>();
-        if constexpr (requires { row->SetIndex(split); }) {
-            row->SetIndex(split);
-        }
-        return InsertRow(index, row.get()) ? row.release() : nullptr;
-    }
+    Entry* CreateNewRow(const CVT::BObjectIdentifier& index) { return m_rows->Create(index); }
 
     /// A hook for demonstrations; makes nothing.
     void CreateDemoRow() {}
@@ -90,19 +68,18 @@ public:
     /// The same for every column: all are dense.
     bool NextInstanceInColumn(unsigned int /*requestId*/, unsigned int /*column*/, const CVT::BObjectIdentifier& index,
                               CVT::BObjectIdentifier& nextIndex) override {
-        return m_rows.Next(index, nextIndex);
+        return m_rows->Next(index, nextIndex);
     }
 
 protected:
     using DGroup::DGroup;
-    ~DTable() override { DeleteAllRows(); }
+    ~DTable() override = default;
 
-    void DeleteAllRows() {
-        for (unsigned int place = 0; place < GetNumRows(); ++place) {
-            delete RowAt(place);
-        }
-        m_rows.Clear();
-    }
+    void DeleteAllRows() { m_rows->DeleteAll(); }
+
+    const std::shared_ptr<Rows>& RowsInUse() const { return m_rows; }
+    /// `rows` is not null.
+    void UseRows(std::shared_ptr<Rows> rows) { m_rows = std::move(rows); }
 
     /// The body of a get handler: copies a field of the row out. noSuchName, and `value` untouched, when the row is absent.
     template <class Field, class Value>
@@ -129,5 +106,5 @@ protected:
     }
 
 private:
-    CVT::BMapOid2Ptr m_rows;
+    std::shared_ptr<Rows> m_rows = std::make_shared<Rows>();
 };

@@ -1,8 +1,6 @@
 #include "groups/common/RareWarning.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <string>
+#include "CVT/Warnings.h"
 
 bool RareWarning::IsDue() {
     const CVT::TMutex::Guard guard(m_lock);
@@ -14,12 +12,8 @@ bool RareWarning::IsDue() {
     return isDue;
 }
 
-void RareWarning::Say(const char* text) {
-    if (!IsDue()) {
-        return;
+void RareWarning::Say(std::string_view text) {
+    if (IsDue()) {
+        CVT::Warn(text);
     }
-    std::string line = text;
-    std::replace_if(
-        line.begin(), line.end(), [](char octet) { return octet < ' ' || octet > '~'; }, '?');
-    std::fprintf(stderr, "libCVHost: warning: %s\n", line.c_str());
 }

@@ -2,12 +2,13 @@
 
 #include <chrono>
 #include <optional>
+#include <string_view>
 
 #include "CVT/TMutex.h"
 #include "CVT/ThreadAnnotations.h"
 
-/// A warning about a matter that may come up again and again. It goes to standard error as one line, where the service
-/// manager, or whoever started the host of this module, finds it; then this is silent for an hour. Thread-safe.
+/// A warning (CVT::Warn) about a matter that may come up again and again: once said, it is not said again for an hour.
+/// Thread-safe.
 class RareWarning {
 public:
     static constexpr std::chrono::hours kSilence{1};
@@ -16,8 +17,7 @@ public:
     RareWarning(const RareWarning&) = delete;
     RareWarning& operator=(const RareWarning&) = delete;
 
-    /// `text`: what is wrong and what to do, without a line feed; an octet that is no printable ASCII becomes "?".
-    void Say(const char* text);
+    void Say(std::string_view text);
 
 private:
     bool IsDue();

@@ -42,7 +42,7 @@ void Warn(const char* name, const std::string& why) {
     const std::string text = std::string(name) + " cannot be made: " + why +
                              ", then start the agent again: without that file it finds no disks, partitions and file "
                              "systems, nor what the kernel's log says of devices";
-    s_warning.Say(text.c_str());
+    s_warning.Say(text);
 }
 
 std::string AdviceFor(const char* name, int error) {

@@ -22,21 +22,10 @@ bool DHrSWRunPerfTable::NextInstanceInColumn(unsigned int requestId, unsigned in
     return m_runTable.NextInstanceInColumn(requestId, column, index, nextIndex);
 }
 
-int DHrSWRunPerfTable::GetCurrent(const CVT::BObjectIdentifier& index, unsigned int requestId,
-                                  int DHrSWRunTable::Entry::*field, int& value) {
-    m_runTable.vCheckUpDateTable(requestId);
-    const DHrSWRunTable::Entry* const row = m_runTable.GetRow(index);
-    if (row == nullptr) {
-        return CVT::noSuchName;
-    }
-    value = row->*field;
-    return CVT::noError;
-}
-
 int DHrSWRunPerfTable::OnGet_HrSWRunPerfCPU(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) {
-    return GetCurrent(index, requestId, &DHrSWRunTable::Entry::perfCPU, value);
+    return m_runTable.GetCurrent(index, requestId, &DHrSWRunTable::Entry::perfCPU, value);
 }
 
 int DHrSWRunPerfTable::OnGet_HrSWRunPerfMem(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) {
-    return GetCurrent(index, requestId, &DHrSWRunTable::Entry::perfMem, value);
+    return m_runTable.GetCurrent(index, requestId, &DHrSWRunTable::Entry::perfMem, value);
 }

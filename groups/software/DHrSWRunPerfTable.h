@@ -31,8 +31,5 @@ public:
     int OnGet_HrSWRunPerfMem(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
 
 private:
-    int GetCurrent(const CVT::BObjectIdentifier& index, unsigned int requestId, int DHrSWRunTable::Entry::*field,
-                   int& value);
-
     DHrSWRunTable& m_runTable;
 };

@@ -1,15 +1,17 @@
 #include "groups/software/DHrSWRunTable.h"
 
 #include <dirent.h>
-#include <sys/types.h>
+#include <fcntl.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
-#include "CVT/BRequest.h"
 #include "groups/common/DConventions.h"
 #include "groups/common/HostFile.h"
 #include "groups/common/SetPhases.h"
@@ -64,6 +66,24 @@ constexpr std::time_t kSecondsBetweenScans = 15;
 unsigned int s_lastRequestId = 0xFFFFFFFFU;
 std::time_t s_lastScan = 0;
 
+/// The search for the next row has no status of its own to return; the toolkit makes genErr of what is thrown.
+struct SnapshotLost : std::runtime_error {
+    SnapshotLost() : std::runtime_error("the request has lost its snapshot of the processes") {}
+};
+
+/// When the process that has this number now was started; absent when it cannot be read.
+std::optional<unsigned long> StartTimeNow(unsigned int pid) {
+    const int proc = ::open(kProc, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (proc < 0) {
+        return std::nullopt;
+    }
+    ProcessFiles files(proc, pid);
+    std::string_view stat;
+    const bool isThere = files.Text("stat", stat);
+    ::close(proc);
+    return isThere ? ParseStartTime(stat) : std::nullopt;
+}
+
 /// hrSWRunStatus of a state letter; `otherwise` when it stands for none.
 int StatusOf(char state, int otherwise) {
     switch (state) {
@@ -86,20 +106,10 @@ void DHrSWRunTable::Initialize() {
 
 void DHrSWRunTable::vDeleteAllEntries() { DeleteAllRows(); }
 
-/// Also remembers who asks, as one who sees the present snapshot or the one about to be taken.
-bool DHrSWRunTable::bIsTimeToScan(unsigned int requestId) {
-    if (requestId == s_lastRequestId) {
-        return false;
-    }
-    s_lastRequestId = requestId;
-    std::erase_if(m_readers, [](unsigned int reader) { return !CVT::BRequest::IsLive(reader); });
-    const bool inUse = !m_readers.empty();
-    if (CVT::BRequest::IsLive(requestId) &&
-        std::find(m_readers.begin(), m_readers.end(), requestId) == m_readers.end()) {
-        m_readers.push_back(requestId);
-    }
+/// A clock that was set back says nothing about how old the last scan is.
+bool DHrSWRunTable::bIsTimeToScan() {
     const std::time_t now = std::time(nullptr);
-    if (inUse || s_lastScan + kSecondsBetweenScans > now) {
+    if (now >= s_lastScan && s_lastScan + kSecondsBetweenScans > now) {
         return false;
     }
     s_lastScan = now;
@@ -107,16 +117,33 @@ bool DHrSWRunTable::bIsTimeToScan(unsigned int requestId) {
 }
 
 void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
-    if (!bIsTimeToScan(requestId)) {
+    if (requestId == s_lastRequestId) {
         return;
     }
+    s_lastRequestId = requestId;
+    m_isLost = false;
+    m_snapshots.ForgetEnded();
+    if (!m_snapshots.Knows(requestId)) {
+        UseRows(m_snapshots.Newest());
+        if (bIsTimeToScan()) {
+            vScan();
+        }
+        m_snapshots.Keep(requestId);
+        return;
+    }
+    const std::shared_ptr<Rows> seen = m_snapshots.SeenBy(requestId);
+    m_isLost = seen == nullptr;
+    UseRows(m_isLost ? m_snapshots.Newest() : seen);
+}
+
+void DHrSWRunTable::vScan() {
     const DHostDirectory directory = OpenHostDirectory(kProc);
     if (!directory) {
         std::printf("hrSWRunTable opendir() error: %d\n", errno);
         std::fflush(stdout);
         return;
     }
-    vDeleteAllEntries();
+    UseRows(m_snapshots.Begin());
     while (const dirent* const entry = ::readdir(directory.get())) {
         unsigned int pid = 0;
         if (bParsePid(entry->d_name, pid)) {
@@ -129,21 +156,23 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
 /// read before.
 void DHrSWRunTable::vAddProcess(int procDescriptor, unsigned int pid) {
     ProcessFiles files(procDescriptor, pid);
-    std::string_view line;
-    if (!files.FirstLine("stat", line)) {
+    std::string_view stat;
+    if (!files.Text("stat", stat)) {
         return;
     }
     Entry* const row = CreateNewRow(CVT::BObjectIdentifier(pid));
     if (row == nullptr) {
         return;  // two names in /proc stand for the same number
     }
-    const DStatFigures figures = ParseStatLine(line);
+    const DStatFigures figures = ParseStatLine(FirstLine(stat));
+    row->startTime = ParseStartTime(stat);
     row->name.Assign(figures.name);
     row->perfCPU = static_cast<int>(figures.ticks);
     row->status = StatusOf(figures.state, row->status);
     if (pid == kInitProcess) {
         row->type = kOperatingSystem;
     }
+    std::string_view line;
     if (files.FirstLine("cmdline", line) && !line.empty()) {
         row->parameters = FormatParameters(line, row->name.View());
     }
@@ -157,6 +186,9 @@ void DHrSWRunTable::vAddProcess(int procDescriptor, unsigned int pid) {
 bool DHrSWRunTable::NextInstanceInColumn(unsigned int requestId, unsigned int column,
                                          const CVT::BObjectIdentifier& index, CVT::BObjectIdentifier& nextIndex) {
     vCheckUpDateTable(requestId);
+    if (m_isLost) {
+        throw SnapshotLost();
+    }
     return DTable::NextInstanceInColumn(requestId, column, index, nextIndex);
 }
 
@@ -193,13 +225,40 @@ int DHrSWRunTable::OnGet_HrSWRunStatus(const CVT::BObjectIdentifier& index, unsi
 }
 
 int DHrSWRunTable::OnSet_HrSWRunStatus(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase,
-                                       unsigned int /*requestId*/, const int& value, void** undo) {
-    if (phase == CVT::ESnmpSetOpCode::CheckAndSave && value != kInvalid) {
-        return CVT::wrongValue;
+                                       unsigned int requestId, const int& value, void** undo) {
+    if (phase == CVT::ESnmpSetOpCode::CheckAndSave) {
+        if (value != kInvalid) {
+            return CVT::wrongValue;
+        }
+        m_snapshots.ForgetEnded();
+        m_snapshots.Keep(requestId);  // what is committed is what was checked
     }
-    return i32SetPhase(phase, FieldOf(index, &Entry::status), value, undo, [&] {
+    const std::shared_ptr<Rows> seen = m_snapshots.SeenBy(requestId);
+    Entry* const row = seen == nullptr ? nullptr : seen->Get(index);
+    if (phase == CVT::ESnmpSetOpCode::CheckAndSave && seen == nullptr) {
+        return CVT::genErr;
+    }
+    if (phase == CVT::ESnmpSetOpCode::Commit && row != nullptr && !row->IsSameProcess(StartTimeNow(row->index))) {
+        return CVT::commitFailed;
+    }
+    const int status = i32SetPhase(phase, row == nullptr ? nullptr : &row->status, value, undo, [&] {
         // Arcs are numbers, so nothing of the command comes from outside but a number. Its outcome shows by itself.
         const std::string command = std::string("kill -9 ") + index.ToString().c_str();
         static_cast<void>(std::system(command.c_str()));
     });
+    if (status == CVT::noError && row != nullptr) {
+        ShowWritten(*row, index, phase);
+    }
+    return status;
+}
+
+/// Lets whoever asks next see what was written, though a snapshot was taken between the phases.
+void DHrSWRunTable::ShowWritten(const Entry& row, const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase) {
+    if (phase != CVT::ESnmpSetOpCode::Commit && phase != CVT::ESnmpSetOpCode::Undo) {
+        return;
+    }
+    Entry* const newest = m_snapshots.Newest()->Get(index);
+    if (newest != nullptr && newest->IsSameProcess(row.startTime)) {
+        newest->status = row.status;
+    }
 }

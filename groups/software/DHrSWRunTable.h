@@ -1,32 +1,14 @@
 #pragma once
 
-#include <ctime>
-#include <vector>
-
 #include "groups/common/DTable.h"
-
-/// One process. The index is its process id.
-struct DHrSWRunEntry {
-    void SetIndex(const DSingleIndex& value) { index = value.row; }
-
-    unsigned int index = 0;
-    CVT::BOctetString name;
-    CVT::BObjectIdentifier id = s_noId;
-    CVT::BOctetString path;
-    CVT::BOctetString parameters;
-    int type = 4;     ///< hrSWRunType: operatingSystem(2), application(4)
-    int status = 2;   ///< hrSWRunStatus: running(1), runnable(2), notRunnable(3), invalid(4)
-    int perfCPU = 1;  ///< clock ticks of waited-for children
-    int perfMem = 0;  ///< pages
-
-    static const CVT::BObjectIdentifier s_noId;  ///< 0.0
-};
+#include "groups/software/DHrSWRunEntry.h"
+#include "groups/software/ProcessSnapshots.h"
 
 /// hrSWRunTable: the processes of the host, one row each, ordered by process id.
 ///
-/// The rows are a snapshot. It is taken anew from /proc by the first call of a request, unless the last one is less than
-/// 15 seconds old, and never while a request that has seen it is still being answered (CVT::BRequest): a request sees one
-/// snapshot from its first varbind to its last, however requests overlap. No row is kept from one snapshot to the next.
+/// The rows are a snapshot, taken from /proc by the first call of a request that finds the newest to be 15 seconds old, or
+/// the clock set back. A request sees one snapshot from its first varbind to its last, and the others need not wait for it:
+/// see ProcessSnapshots, also for how many are held. The rows in use are those that the last request looked at sees.
 ///
 /// Everything is called under the request lock, which hrSWRunPerfTable shares.
 class DHrSWRunTable final : public DTable<DHrSWRunEntry> {
@@ -44,10 +26,19 @@ public:
     bool NextInstanceInColumn(unsigned int requestId, unsigned int column, const CVT::BObjectIdentifier& index,
                               CVT::BObjectIdentifier& nextIndex) override;
 
-    /// Takes a new snapshot when it is time to. When /proc cannot be opened it says so on standard output, and the old
-    /// snapshot stays for another 15 seconds.
+    /// Turns to the snapshot that the request sees, which is a new one when it is time to take one. When /proc cannot be
+    /// opened it says so on standard output, and the old snapshot stays for another 15 seconds.
     void vCheckUpDateTable(unsigned int requestId);
+    /// Of the rows in use.
     void vDeleteAllEntries();
+
+    /// The body of a get handler: copies a field of the row that the request sees. noSuchName when there is none, genErr
+    /// when the request has waited so long that its snapshot is gone.
+    template <class Field, class Value>
+    int GetCurrent(const CVT::BObjectIdentifier& index, unsigned int requestId, Field Entry::*field, Value& value) {
+        vCheckUpDateTable(requestId);
+        return m_isLost ? static_cast<int>(CVT::genErr) : GetField(index, field, value);
+    }
 
     int OnGet_HrSWRunIndex(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
     int OnGet_HrSWRunName(const CVT::BObjectIdentifier& index, unsigned int requestId, CVT::BOctetString& value);
@@ -58,19 +49,17 @@ public:
     int OnGet_HrSWRunStatus(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
 
     /// Kills the process, with SIGKILL, when the value is invalid(4); every other value is refused. Whether the kill
-    /// worked is not looked at: the row goes with the next snapshot once the process is gone. Takes no snapshot.
+    /// worked is not looked at: the row goes with the next snapshot once the process is gone. Where /proc tells that
+    /// another process has got the number since, the commit fails and nobody is killed. Takes no snapshot.
     int OnSet_HrSWRunStatus(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase, unsigned int requestId,
                             const int& value, void** undo);
 
 private:
-    bool bIsTimeToScan(unsigned int requestId);
+    bool bIsTimeToScan();
+    void vScan();
     void vAddProcess(int procDescriptor, unsigned int pid);
+    void ShowWritten(const Entry& row, const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase);
 
-    template <class Field, class Value>
-    int GetCurrent(const CVT::BObjectIdentifier& index, unsigned int requestId, Field Entry::*field, Value& value) {
-        vCheckUpDateTable(requestId);
-        return GetField(index, field, value);
-    }
-
-    std::vector<unsigned int> m_readers;  // the requests that have seen the present snapshot, and may still be live
+    ProcessSnapshots m_snapshots{RowsInUse()};
+    bool m_isLost = false;  // whether the request looked at last has lost its snapshot
 };

@@ -7,6 +7,11 @@
 #include <charconv>
 #include <cstring>
 
+std::string_view FirstLine(std::string_view text) {
+    const std::size_t end = text.find('\n');
+    return end == std::string_view::npos ? text : text.substr(0, end + 1);
+}
+
 /// Such as "1234/stat".
 const char* ProcessFiles::PathOf(const char* file) {
     char* at = std::to_chars(m_path.data(), m_path.data() + m_path.size(), m_pid).ptr;
@@ -16,7 +21,7 @@ const char* ProcessFiles::PathOf(const char* file) {
     return m_path.data();
 }
 
-bool ProcessFiles::FirstLine(const char* file, std::string_view& line) {
+bool ProcessFiles::Text(const char* file, std::string_view& text) {
     const int descriptor = ::openat(m_proc, PathOf(file), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
         return false;
@@ -24,11 +29,15 @@ bool ProcessFiles::FirstLine(const char* file, std::string_view& line) {
     // One read: the kernel gives these files whole, up to the size asked for.
     const ssize_t count = ::read(descriptor, m_buffer.data(), kBuffer - 1);
     ::close(descriptor);
-    line = std::string_view(m_buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
-    const std::size_t end = line.find('\n');
-    if (end != std::string_view::npos) {
-        line = line.substr(0, end + 1);
+    text = std::string_view(m_buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    return true;
+}
+
+bool ProcessFiles::FirstLine(const char* file, std::string_view& line) {
+    if (!Text(file, line)) {
+        return false;
     }
+    line = ::FirstLine(line);
     return true;
 }
 

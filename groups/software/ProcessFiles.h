@@ -4,14 +4,19 @@
 #include <cstddef>
 #include <string_view>
 
+/// The first line of a text: up to its line feed, which is kept; all of it when it has none.
+std::string_view FirstLine(std::string_view text);
+
 /// Reads the files of one process, relative to an open directory of processes: one open, one read and one close for a file,
 /// into a buffer of its own. Used by one thread; the descriptor must stay open.
 class ProcessFiles {
 public:
     ProcessFiles(int procDescriptor, unsigned int pid) : m_proc(procDescriptor), m_pid(pid) {}
 
-    /// The first line of a file ("stat"): up to its line feed, which is kept, and at most 511 octets, NULs included. False
-    /// when the file does not open; the empty line when it cannot be read. Valid until the next call.
+    /// What a file ("stat") begins with: at most 511 octets, NULs included. False when the file does not open; empty when
+    /// it cannot be read. Valid until the next call.
+    bool Text(const char* file, std::string_view& text);
+    /// The first line of that.
     bool FirstLine(const char* file, std::string_view& line);
     /// What a link ("cwd") points to, at most 511 octets; empty when it cannot be read. Valid until the next call.
     std::string_view Link(const char* link);

@@ -1,5 +1,7 @@
 #include "groups/software/ProcessLines.h"
 
+#include <charconv>
+
 #include "groups/software/LineScanner.h"
 
 namespace {
@@ -49,6 +51,28 @@ DStatFigures ParseStatLine(std::string_view line) {
     }
     figures.ticks = static_cast<unsigned int>(childrenUser) + static_cast<unsigned int>(childrenSystem);
     return figures;
+}
+
+std::optional<unsigned long> ParseStartTime(std::string_view stat) {
+    constexpr int kBlanksAfterName = 20;  // before field 3 one, before field 22 twenty
+    const std::size_t nameEnd = stat.rfind(')');
+    if (nameEnd == std::string_view::npos) {
+        return std::nullopt;
+    }
+    stat.remove_prefix(nameEnd);
+    for (int blanks = 0; blanks < kBlanksAfterName; ++blanks) {
+        const std::size_t blank = stat.find(' ');
+        if (blank == std::string_view::npos) {
+            return std::nullopt;
+        }
+        stat.remove_prefix(blank + 1);
+    }
+    unsigned long ticks = 0;
+    const char* const end = stat.data() + stat.size();
+    const std::from_chars_result number = std::from_chars(stat.data(), end, ticks);
+    // A number that the text ends with may have been cut.
+    const bool isWhole = number.ec == std::errc() && number.ptr != end && (*number.ptr == ' ' || *number.ptr == '\n');
+    return isWhole ? std::optional(ticks) : std::nullopt;
 }
 
 CVT::BOctetString FormatParameters(std::string_view cmdline, std::string_view name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "CVT/BOctetString.h"
@@ -19,6 +20,11 @@ struct DStatFigures {
 
 /// Takes the fields up to the first that is not there; the others are empty and 0. The name lies in `line`.
 DStatFigures ParseStatLine(std::string_view line);
+
+/// Field 22 of /proc/<pid>/stat, clock ticks from the host's start to the process's. `stat` is what the file begins with: a
+/// process chooses its own name, field 2, which may hold blanks, brackets and line feeds, so the fields are counted from the
+/// last bracket. Absent when the field is not there in full.
+std::optional<unsigned long> ParseStartTime(std::string_view stat);
 
 /// The parameters of a process, from the first line of /proc/<pid>/cmdline (at most 511 octets, with its NULs), in
 /// which NUL ends each argument.

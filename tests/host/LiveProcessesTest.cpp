@@ -3,14 +3,17 @@
 
 #include <dirent.h>
 #include <gtest/gtest.h>
+#include <linux/sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
@@ -40,15 +43,27 @@ extern "C" std::time_t time(std::time_t* out) noexcept {
 
 namespace {
 
+/// As fork(2); the child gets the number `pid` unless that is 0. Less than 0 where the system does not let us choose.
+pid_t ForkAs(pid_t pid) {
+    if (pid == 0) {
+        return ::fork();
+    }
+    clone_args arguments{};
+    arguments.exit_signal = SIGCHLD;
+    arguments.set_tid = reinterpret_cast<std::uintptr_t>(&pid);
+    arguments.set_tid_size = 1;
+    return static_cast<pid_t>(::syscall(SYS_clone3, &arguments, sizeof arguments));
+}
+
 /// A process that does nothing, under a name of the test's.
 class Child {
 public:
-    explicit Child(const char* name) {
+    explicit Child(const char* name, pid_t pid = 0) {
         int ready[2] = {};
         if (::pipe(ready) != 0) {
             return;
         }
-        m_pid = ::fork();
+        m_pid = ForkAs(pid);
         if (m_pid == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             ::prctl(PR_SET_NAME, name);
@@ -168,6 +183,35 @@ TEST_F(LiveProcesses, ASetOfInvalidReallyKillsTheProcessAndNoOther) {
     }
     EXPECT_EQ(signal, SIGKILL);
     EXPECT_EQ(neighbour.EndedBy(), 0);
+}
+
+TEST_F(LiveProcesses, ASetDoesNotKillAProcessThatHasGotTheNumberSince) {
+    pid_t pid = 0;
+    {
+        const Child victim("victim");
+        pid = victim.Pid();
+        Pids("1.3.6.1.2.1.25.4.2.1.1");
+    }
+    CVT::TTimer().Sleep(50);  // the kernel counts starts in hundredths of a second
+    Child successor("successor", pid);
+    if (successor.Pid() < 0) {
+        GTEST_SKIP() << "this machine does not let us choose a process id";
+    }
+    ASSERT_EQ(successor.Pid(), pid);
+    const std::string status = "1.3.6.1.2.1.25.4.2.1.7." + std::to_string(pid);
+    EXPECT_EQ(SetInteger(m_engine, status, 4), CVT::commitFailed);
+    CVT::TTimer().Sleep(50);
+    EXPECT_EQ(successor.EndedBy(), 0);
+    EXPECT_EQ(Get(m_engine, status).integer, 2);
+    LetItScan();
+    EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.4.2.1.2." + std::to_string(pid)).octets.View(), "successor");
+    EXPECT_EQ(SetInteger(m_engine, status, 4), 0) << "now the table shows it";
+    int signal = 0;
+    for (int patience = 0; patience < 5000 && signal == 0; ++patience) {
+        signal = successor.EndedBy();
+        CVT::TTimer().Sleep(1);
+    }
+    EXPECT_EQ(signal, SIGKILL);
 }
 
 TEST_F(LiveProcesses, WithoutAFreeDescriptorTheOldRowsStay) {

@@ -269,6 +269,33 @@ TEST(FormatParameters, FollowsTheRuleOnRandomCommandLines) {
     }
 }
 
+constexpr const char* kAfterName = " S 1 2 2 0 -1 4194560 100 200 3 4 50 60 7 8 20 0 1 0 ";
+
+TEST(ParseStartTime, IsTheTwentySecondFieldWhateverTheNameHolds) {
+    for (const char* const name :
+         {"prog", "", "Web Content", "a)b(c", ") R 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 9 9", "two\nlines",
+          "(((", "))) "}) {
+        const std::string stat = "42 (" + std::string(name) + ")" + kAfterName;
+        EXPECT_EQ(ParseStartTime(stat + "12345 6 7\n"), 12345U) << name;
+        EXPECT_EQ(ParseStartTime(stat + "0 6\n"), 0U) << name;
+        EXPECT_EQ(ParseStartTime(stat + "18446744073709551615\n"), 18446744073709551615U) << name;
+    }
+}
+
+TEST(ParseStartTime, IsAbsentWhereTheFieldIsNotThereInFull) {
+    const std::string whole = "42 (prog)" + std::string(kAfterName) + "12345 6 7\n";
+    const std::size_t end = whole.find("12345") + 5;
+    for (std::size_t length = 0; length <= end; ++length) {
+        EXPECT_EQ(ParseStartTime(whole.substr(0, length)), std::nullopt) << length;
+    }
+    EXPECT_EQ(ParseStartTime(whole.substr(0, end + 1)), 12345U);
+    for (const char* const other : {"-5 6\n", "x 6\n", " 6 7\n", "5x 6\n", "18446744073709551616 6\n"}) {
+        EXPECT_EQ(ParseStartTime("42 (prog)" + std::string(kAfterName) + other), std::nullopt) << other;
+    }
+    EXPECT_EQ(ParseStartTime("no brackets at all, and many words in it: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15\n"),
+              std::nullopt);
+}
+
 TEST(ParsePages, TakesTheFirstNumber) {
     unsigned int pages = 77;
     EXPECT_TRUE(bParsePages("1234 56 7\n", pages));

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+
+#include "CVT/BObjectIdentifier.h"
+#include "CVT/BOctetString.h"
+#include "groups/common/DRows.h"
+
+/// One process of hrSWRunTable. The index is its process id.
+struct DHrSWRunEntry {
+    void SetIndex(const DSingleIndex& value) { index = value.row; }
+
+    unsigned int index = 0;
+    CVT::BOctetString name;
+    CVT::BObjectIdentifier id = s_noId;
+    CVT::BOctetString path;
+    CVT::BOctetString parameters;
+    int type = 4;                            ///< hrSWRunType: operatingSystem(2), application(4)
+    int status = 2;                          ///< hrSWRunStatus: running(1), runnable(2), notRunnable(3), invalid(4)
+    int perfCPU = 1;                         ///< clock ticks of waited-for children
+    int perfMem = 0;                         ///< pages
+    std::optional<unsigned long> startTime;  ///< clock ticks after the host's start; absent when it could not be read
+
+    /// Whether both are the same process, and not another one that has got its number. Taken for the same where it cannot
+    /// be told.
+    bool IsSameProcess(std::optional<unsigned long> otherStart) const {
+        return !startTime || !otherStart || *startTime == *otherStart;
+    }
+
+    static const CVT::BObjectIdentifier s_noId;  ///< 0.0
+};
