@@ -1,6 +1,5 @@
 #include "groups/devices/TemporaryFile.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -15,6 +14,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "groups/common/HostFile.h"
 #include "groups/common/RareWarning.h"
 
 namespace {
@@ -145,18 +145,17 @@ void vRemoveTmpFile(const char* name) {
 }
 
 void vRemoveStaleTmpFiles() {
-    DIR* const listing = ::opendir(kDirectory);
-    if (listing == nullptr) {
+    const DHostDirectory listing = OpenHostDirectory(kDirectory);
+    if (!listing) {
         return;
     }
-    const int directory = ::dirfd(listing);
+    const int directory = ::dirfd(listing.get());
     struct stat itself {};
     const bool isSafe = ::fstat(directory, &itself) == 0 && IsSafe(itself);
-    while (const dirent* const entry = isSafe ? ::readdir(listing) : nullptr) {
+    while (const dirent* const entry = isSafe ? ::readdir(listing.get()) : nullptr) {
         const pid_t process = ProcessOf(entry->d_name);
         if (process != 0 && IsGone(process)) {
             RemoveIfUnused(directory, entry->d_name);
         }
     }
-    ::closedir(listing);
 }

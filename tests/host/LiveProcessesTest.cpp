@@ -202,7 +202,7 @@ TEST_F(LiveProcesses, ASetDoesNotKillAProcessThatHasGotTheNumberSince) {
     EXPECT_EQ(SetInteger(m_engine, status, 4), CVT::commitFailed);
     CVT::TTimer().Sleep(50);
     EXPECT_EQ(successor.EndedBy(), 0);
-    EXPECT_EQ(Get(m_engine, status).integer, 2);
+    EXPECT_NE(Get(m_engine, status).integer, 4) << "nothing was written";
     LetItScan();
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.4.2.1.2." + std::to_string(pid)).octets.View(), "successor");
     EXPECT_EQ(SetInteger(m_engine, status, 4), 0) << "now the table shows it";
