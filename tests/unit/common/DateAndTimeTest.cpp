@@ -149,7 +149,7 @@ TEST_F(DateAndTime, SurvivesAYearThatNoCalendarHolds) {
     EXPECT_EQ(Format("UTC0", std::numeric_limits<long>::min()).size(), 11U);
 }
 
-TEST(DateAndTimeTest, AcceptsEightToElevenOctetsAndNothingElse) {
+TEST(DateAndTimeLength, AcceptsEightToElevenOctetsAndNothingElse) {
     for (unsigned int length = 0; length <= 300; ++length) {
         const CVT::BOctetString value(std::string(length, '\xFF'));
         EXPECT_EQ(TestSetEx_TCDateAndTime(value), length >= 8 && length <= 11) << length;

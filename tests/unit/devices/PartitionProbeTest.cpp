@@ -26,7 +26,7 @@ const std::string kTable =
     "   8        2          9 again\n"
     "   8        3         33 last";
 
-TEST(PartitionSize, IsThatOfTheLineWithTheDevicesNumbers) {
+TEST(PartitionProbe, IsThatOfTheLineWithTheDevicesNumbers) {
     EXPECT_EQ(SizeIn(kTable, 0x301), 104391U);
     EXPECT_EQ(SizeIn(kTable, 0x300), 39082680U);
     EXPECT_EQ(SizeIn(kTable, 0xFD00), 10485760U);
@@ -34,29 +34,29 @@ TEST(PartitionSize, IsThatOfTheLineWithTheDevicesNumbers) {
     EXPECT_EQ(SizeIn(kTable, 0x803), 33U) << "a last line without a line feed";
 }
 
-TEST(PartitionSize, IsZeroForADeviceThatIsNotListed) {
+TEST(PartitionProbe, IsZeroForADeviceThatIsNotListed) {
     EXPECT_EQ(SizeIn(kTable, 0x302), 0U);
     EXPECT_EQ(SizeIn(kTable, 0), 0U);
     EXPECT_EQ(SizeIn("", 0x301), 0U);
 }
 
-TEST(PartitionSize, DoesNotFindMinorNumbersThatEightBitsDoNotHold) {
+TEST(PartitionProbe, DoesNotFindMinorNumbersThatEightBitsDoNotHold) {
     EXPECT_EQ(SizeIn(kTable, (259U << 8U) + 255U), 0U);
     EXPECT_EQ(SizeIn(kTable, (260U << 8U) + 255U), 0U);
 }
 
-TEST(PartitionSize, ComparesTheMajorNumberInTwentyFourBits) {
+TEST(PartitionProbe, ComparesTheMajorNumberInTwentyFourBits) {
     EXPECT_EQ(SizeIn("16777215 255 5 x\n", 0xFFFFFFFFU), 5U);
     EXPECT_EQ(SizeIn("-1 255 5 x\n", 0xFFFFFFFFU), 0U);
 }
 
-TEST(PartitionSize, IsCutToThirtyTwoBitsAndTakenFromTheFirstLineThatMatches) {
+TEST(PartitionProbe, IsCutToThirtyTwoBitsAndTakenFromTheFirstLineThatMatches) {
     EXPECT_EQ(SizeIn(kTable, 0x802), 1U);
     EXPECT_EQ(SizeIn("8 2 -1 x\n", 0x802), 0xFFFFFFFFU);
     EXPECT_EQ(SizeIn("8 2 99999999999999999999999 x\n", 0x802), 0xFFFFFFFFU);
 }
 
-TEST(PartitionSize, PassesOverALineWithFewerThanThreeNumbersHoweverItIsCutShort) {
+TEST(PartitionProbe, PassesOverALineWithFewerThanThreeNumbersHoweverItIsCutShort) {
     const std::string good = "   3        1     104391 hda1\n";
     for (std::size_t length = 0; length <= good.size(); ++length) {
         const unsigned int size = SizeIn(good.substr(0, length) + "\n3 1 42 hda1\n", 0x301);
@@ -67,13 +67,13 @@ TEST(PartitionSize, PassesOverALineWithFewerThanThreeNumbersHoweverItIsCutShort)
     }
 }
 
-TEST(PartitionSize, ReadsALineThatDoesNotFitAsTwo) {
+TEST(PartitionProbe, ReadsALineThatDoesNotFitAsTwo) {
     const std::string padding(511 - 4, ' ');
     EXPECT_EQ(SizeIn("3 1 " + padding + "104391\n", 0x301), 0U) << "the first piece has two numbers, the second one";
     EXPECT_EQ(SizeIn(std::string(511, 'x') + "3 1 104391\n", 0x301), 104391U);
 }
 
-TEST(PartitionSize, OfThisHostIsReadFromTheKernelsTable) {
+TEST(PartitionProbe, OfThisHostIsReadFromTheKernelsTable) {
     const DHostFile file = OpenHostFile("/proc/partitions");
     if (!file) {
         EXPECT_EQ(ui32GetPartitionSize(0x301), 0U);

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(TrimLF, CutsOneLineFeedAtTheEndAndGivesTheLengthBefore) {
+TEST(TextFragmentsTrimLF, CutsOneLineFeedAtTheEndAndGivesTheLengthBefore) {
     char line[] = "keyboard\n";
     EXPECT_EQ(trimLF(line), 9);
     EXPECT_STREQ(line, "keyboard");
@@ -20,7 +20,7 @@ TEST(TrimLF, CutsOneLineFeedAtTheEndAndGivesTheLengthBefore) {
     EXPECT_STREQ(alone, "");
 }
 
-TEST(TrimLF, LeavesATextWithoutLineFeedAtItsEndAsItIs) {
+TEST(TextFragmentsTrimLF, LeavesATextWithoutLineFeedAtItsEndAsItIs) {
     char line[] = "mo\nuse";
     EXPECT_EQ(trimLF(line), 6);
     EXPECT_STREQ(line, "mo\nuse");
@@ -30,7 +30,7 @@ TEST(TrimLF, LeavesATextWithoutLineFeedAtItsEndAsItIs) {
     EXPECT_STREQ(empty, "");
 }
 
-TEST(FormatCPUData, CopiesWhatStandsBeforeTheFirstLineFeed) {
+TEST(TextFragmentsCPUData, CopiesWhatStandsBeforeTheFirstLineFeed) {
     char source[] = " Fast CPU @ 3 GHz\nflags\n";
     char target[64] = "old";
     EXPECT_EQ(pcFormatCPUData(source, target), target);
@@ -39,7 +39,7 @@ TEST(FormatCPUData, CopiesWhatStandsBeforeTheFirstLineFeed) {
     EXPECT_EQ(std::memcmp(source + 18, "flags\n", 6), 0);
 }
 
-TEST(FormatCPUData, LeavesTheTargetAsItWasWithoutALineFeed) {
+TEST(TextFragmentsCPUData, LeavesTheTargetAsItWasWithoutALineFeed) {
     char source[] = "cut short";
     char target[64] = "old";
     EXPECT_EQ(pcFormatCPUData(source, target), target);
@@ -47,7 +47,7 @@ TEST(FormatCPUData, LeavesTheTargetAsItWasWithoutALineFeed) {
     EXPECT_STREQ(source, "cut short");
 }
 
-TEST(FormatCPUData, CopiesAnEmptyText) {
+TEST(TextFragmentsCPUData, CopiesAnEmptyText) {
     char source[] = "\n";
     char target[8] = "old";
     pcFormatCPUData(source, target);

@@ -13,7 +13,7 @@
 namespace {
 
 /// A table with so many processors, under the indexes from 1.
-class ProcessorSamples : public testing::Test {
+class DHrProcessorTableSamples : public testing::Test {
 protected:
     void MakeRows(unsigned int count) {
         for (unsigned int index = 1; index <= count; ++index) {
@@ -39,7 +39,7 @@ protected:
     DHrProcessorTable m_table{nullptr};
 };
 
-TEST_F(ProcessorSamples, TellTheLoadSinceTheHostWasStartedAtFirst) {
+TEST_F(DHrProcessorTableSamples, TellTheLoadSinceTheHostWasStartedAtFirst) {
     MakeRows(2);
     EXPECT_EQ(m_table.RowAt(0)->load.load(), 0) << "before the first";
     EXPECT_EQ(Sample("cpu  600 0 0 200 0\ncpu0 10 20 30 40 500 600\ncpu1 75 0 0 25\nintr 1\n"), (Loads{60, 75}))
@@ -48,7 +48,7 @@ TEST_F(ProcessorSamples, TellTheLoadSinceTheHostWasStartedAtFirst) {
     EXPECT_EQ(m_table.RowAt(0)->prevIdle, 40U);
 }
 
-TEST_F(ProcessorSamples, TellTheLoadSinceTheSampleBefore) {
+TEST_F(DHrProcessorTableSamples, TellTheLoadSinceTheSampleBefore) {
     MakeRows(1);
     Sample("cpu0 100 0 0 900\n");
     EXPECT_EQ(Sample("cpu0 100 0 0 1900\n"), Loads{0}) << "idle for the whole time";
@@ -56,33 +56,33 @@ TEST_F(ProcessorSamples, TellTheLoadSinceTheSampleBefore) {
     EXPECT_EQ(Sample("cpu0 1101 0 0 1901\n"), Loads{50});
 }
 
-TEST_F(ProcessorSamples, GiveNoLoadWhenNothingHasChanged) {
+TEST_F(DHrProcessorTableSamples, GiveNoLoadWhenNothingHasChanged) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 500 0 0 500\n"), Loads{50});
     EXPECT_EQ(Sample("cpu0 500 0 0 500\n"), Loads{0});
     EXPECT_EQ(Sample("cpu0 0 0 0 1000\n"), Loads{0}) << "the sum is the same, though its parts are not";
 }
 
-TEST_F(ProcessorSamples, CutTheIdleShareSoThatTheLoadIsRoundedUp) {
+TEST_F(DHrProcessorTableSamples, CutTheIdleShareSoThatTheLoadIsRoundedUp) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 1 0 0 2\n"), Loads{34}) << "66 of 100 idle, not 67";
 }
 
-TEST_F(ProcessorSamples, NeverUseTheLineOfAllProcessorsTogether) {
+TEST_F(DHrProcessorTableSamples, NeverUseTheLineOfAllProcessorsTogether) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu  100 0 0 0\ncpu0 1 0 0 3\n"), Loads{25});
     EXPECT_EQ(Sample("cpu  200 0 0 0\n"), Loads{25});
     EXPECT_EQ(Sample("cpu0 2 0 0 3\ncpu  9 9 9 9\n"), Loads{100}) << "wherever it stands";
 }
 
-TEST_F(ProcessorSamples, EndAtTheFirstLineThatIsNoProcessors) {
+TEST_F(DHrProcessorTableSamples, EndAtTheFirstLineThatIsNoProcessors) {
     MakeRows(2);
     EXPECT_EQ(Sample("cpu0 1 0 0 0\nintr 5\ncpu1 1 0 0 0\n"), (Loads{100, 0}));
     EXPECT_EQ(Sample("\ncpu0 5 0 0 5\n"), (Loads{100, 0}));
     EXPECT_EQ(Sample(""), (Loads{100, 0}));
 }
 
-TEST_F(ProcessorSamples, LoseTheLineBehindAGap) {
+TEST_F(DHrProcessorTableSamples, LoseTheLineBehindAGap) {
     MakeRows(4);
     EXPECT_EQ(Sample("cpu0 1 0 0 0\ncpu2 1 0 0 0\ncpu3 1 0 0 0\n"), (Loads{100, 0, 0, 0}))
         << "line 2 stands in turn 1, line 3 in turn 2";
@@ -90,19 +90,19 @@ TEST_F(ProcessorSamples, LoseTheLineBehindAGap) {
         << "a line that comes in its turn is used, whatever stood before it";
 }
 
-TEST_F(ProcessorSamples, TakeANumberThatBeginsLikeTheExpectedOneForIt) {
+TEST_F(DHrProcessorTableSamples, TakeANumberThatBeginsLikeTheExpectedOneForIt) {
     MakeRows(2);
     EXPECT_EQ(Sample("cpu0 1 0 0 1\ncpu10 3 0 0 1\n"), (Loads{50, 75})) << "\"cpu10\" begins with \"cpu1\"";
     EXPECT_EQ(Sample("cpu00 2 0 0 1\n"), (Loads{100, 75}));
 }
 
-TEST_F(ProcessorSamples, PassOverLinesBeyondTheRowsAndKeepTheLoadOfRowsWithoutALine) {
+TEST_F(DHrProcessorTableSamples, PassOverLinesBeyondTheRowsAndKeepTheLoadOfRowsWithoutALine) {
     MakeRows(2);
     EXPECT_EQ(Sample("cpu0 1 0 0 1\ncpu1 1 0 0 3\ncpu2 9 0 0 1\ncpu3 9 0 0 1\n"), (Loads{50, 25}));
     EXPECT_EQ(Sample("cpu0 2 0 0 1\n"), (Loads{100, 25}));
 }
 
-TEST_F(ProcessorSamples, TakeAFigureThatIsNotThereForZero) {
+TEST_F(DHrProcessorTableSamples, TakeAFigureThatIsNotThereForZero) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 5 5\n"), Loads{100});
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, 10U);
@@ -112,7 +112,7 @@ TEST_F(ProcessorSamples, TakeAFigureThatIsNotThereForZero) {
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, 0U);
 }
 
-TEST_F(ProcessorSamples, EndAtALineThatDoesNotFit) {
+TEST_F(DHrProcessorTableSamples, EndAtALineThatDoesNotFit) {
     MakeRows(2);
     const std::string blanks(120, ' ');
     EXPECT_EQ(Sample("cpu0 1 0 0 1" + std::string(114, ' ') + "\ncpu1 1 0 0 3\n"), (Loads{50, 25}))
@@ -122,12 +122,12 @@ TEST_F(ProcessorSamples, EndAtALineThatDoesNotFit) {
     EXPECT_EQ(Sample("cpu0 2 0 0 2" + std::string(115, ' ') + "cpu1 3 0 0 3\n"), (Loads{0, 100})) << "unless it does";
 }
 
-TEST_F(ProcessorSamples, ReadTheLastLineWithoutItsLineFeed) {
+TEST_F(DHrProcessorTableSamples, ReadTheLastLineWithoutItsLineFeed) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 1 0 0 1"), Loads{50});
 }
 
-TEST_F(ProcessorSamples, FollowCountersThatWrapOrRunBackwards) {
+TEST_F(DHrProcessorTableSamples, FollowCountersThatWrapOrRunBackwards) {
     MakeRows(1);
     Sample("cpu0 4294967290 0 0 0\n");
     EXPECT_EQ(Sample("cpu0 4294967300 0 0 10\n"), Loads{50}) << "the sum went from 2^32 - 6 to 2^32 + 14";
@@ -139,7 +139,7 @@ TEST_F(ProcessorSamples, FollowCountersThatWrapOrRunBackwards) {
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, UINT_MAX - 2);
 }
 
-TEST_F(ProcessorSamples, WrapWhereAHundredTimesTheIdleTicksDoNotFit) {
+TEST_F(DHrProcessorTableSamples, WrapWhereAHundredTimesTheIdleTicksDoNotFit) {
     MakeRows(1);
     // 42,949,673 ticks, five days at 100 a second, times 100 are 4 over 2^32.
     EXPECT_EQ(Sample("cpu0 0 0 0 42949673\n"), Loads{100});
@@ -147,13 +147,13 @@ TEST_F(ProcessorSamples, WrapWhereAHundredTimesTheIdleTicksDoNotFit) {
     EXPECT_EQ(Sample("cpu0 2147483648 0 0 85899345\n"), Loads{100}) << "2^31 has no positive int, and is a distance";
 }
 
-TEST_F(ProcessorSamples, MayTellMoreIdleTicksThanTicks) {
+TEST_F(DHrProcessorTableSamples, MayTellMoreIdleTicksThanTicks) {
     MakeRows(1);
     Sample("cpu0 100 0 0 0\n");
     EXPECT_EQ(Sample("cpu0 0 0 0 101\n"), Loads{-10000}) << "101 idle ticks in one tick";
 }
 
-TEST_F(ProcessorSamples, FollowTheKernelsNumbersOnAServerWithProcessorsOffline) {
+TEST_F(DHrProcessorTableSamples, FollowTheKernelsNumbersOnAServerWithProcessorsOffline) {
     MakeRows(256);
     std::stringstream stat;
     stat << std::ifstream(CVHOST_SOURCE_DIR "/tests/host/made-up/server/proc/stat").rdbuf();
@@ -167,7 +167,7 @@ TEST_F(ProcessorSamples, FollowTheKernelsNumbersOnAServerWithProcessorsOffline) 
     }
 }
 
-TEST_F(ProcessorSamples, FollowABusyLoopOnOneProcessor) {
+TEST_F(DHrProcessorTableSamples, FollowABusyLoopOnOneProcessor) {
     MakeRows(2);
     Sample("cpu0 1000 0 500 90000\ncpu1 1000 0 500 90000\n");
     EXPECT_EQ(Sample("cpu0 1000 0 500 91500\ncpu1 2480 0 510 90010\n"), (Loads{0, 100}));

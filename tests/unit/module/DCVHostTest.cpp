@@ -10,9 +10,9 @@
 
 #include "CVT/BMibScalarGroupImpl.h"
 #include "CVT/TThread.h"
+#include "groups/storage/DHrStorage.h"
 #include "groups/system/DHrSystem.h"
 #include "module/EntryPoints.h"
-#include "module/InitThread.h"
 #include "tests/support/NoStore.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -124,6 +124,8 @@ TEST_F(DCVHostTest, NamesTheModulesTextualConventions) {
     EXPECT_STREQ(DCVHost::cszProductID, "ProductID");
     EXPECT_STREQ(DCVHost::cszKBytes, "KBytes");
     EXPECT_STREQ(DCVHost::cszInternationalDisplayString, "InternationalDisplayString");
+    const char* const used = DHrStorage::s_sonstraintEntries[0].label;
+    EXPECT_EQ(used, static_cast<const char*>(DCVHost::cszKBytes)) << "one object: labels may be compared by address";
 }
 
 TEST_F(DCVHostTest, ConstrainsThreeOfItsConventionsInOrderAndThenEnds) {
@@ -162,15 +164,6 @@ TEST_F(DCVHostTest, FillsItsDefaultValuesBeforeTheGroupsComeUp) {
     EXPECT_STREQ(DCVHost::defval.objectIdentifier.ToString().c_str(), "1.3.6.1.4.1.32473");
     EXPECT_EQ(DCVHost::defval.numbers, (std::array<unsigned int, 3>{0, 0, 0}));
     EXPECT_STREQ(DCVHost::defval.ipAddress.ToString().c_str(), "127.0.0.1");
-}
-
-TEST(InitThread, MakesReadyWithoutAModuleToo) {
-    ASSERT_EQ(gpCVHost, nullptr);
-    InitThread::Launch();
-    EXPECT_TRUE(CVT::TThread::WaitForSelfDeleting(10'000));
-    EXPECT_TRUE(InitThread::HasFinished());
-    EXPECT_TRUE(gbReady.load());
-    EXPECT_EQ(CVxExtAgentClose(), 1);
 }
 
 /// A group that records what happens to it, and who holds its lock then.

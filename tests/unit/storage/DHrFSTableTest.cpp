@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "CVT/TextualConventions.h"
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 #include "tests/support/Declarations.h"
 
 namespace {
@@ -40,8 +40,8 @@ TEST(DHrFSTable, DeclaresItsNineColumns) {
 
 TEST(DHrFSTable, ConstrainsItsColumns) {
     ExpectConstraints(DHrFSTable::s_sonstraintEntries, {{4, 1, nullptr, 1, 2147483647},
-                                                        {5, 2, DCVHost::cszInternationalDisplayString, 0, 128},
-                                                        {5, 3, DCVHost::cszInternationalDisplayString, 0, 128},
+                                                        {5, 2, DConventions::cszInternationalDisplayString, 0, 128},
+                                                        {5, 3, DConventions::cszInternationalDisplayString, 0, 128},
                                                         {1, 5, nullptr, 0, 0},
                                                         {3, 0, "readWrite", 1, 0},
                                                         {3, 0, "readOnly", 2, 0},
@@ -170,7 +170,7 @@ TEST(DHrFSTable, KeepsItsRowsThroughInitializeAndCleanup) {
 }
 
 /// Both dates, each with the operations of its column.
-class BackupDate : public testing::TestWithParam<bool> {
+class DHrFSTableBackupDate : public testing::TestWithParam<bool> {
 protected:
     void SetUp() override { ASSERT_NE(m_table.CreateNewRow(kOne), nullptr); }
 
@@ -198,7 +198,7 @@ private:
 constexpr std::string_view kNever = "\0\1\1\0\0\0\0\0"sv;
 constexpr std::string_view kDate = "\x07\xE8\x02\x1D\x0C\x1E\x0F\0+\1\x1E"sv;
 
-TEST_P(BackupDate, IsStoredAndReadBackAsGiven) {
+TEST_P(DHrFSTableBackupDate, IsStoredAndReadBackAsGiven) {
     void* undo = nullptr;
     EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, kDate, &undo), 0);
     EXPECT_NE(undo, nullptr);
@@ -211,7 +211,7 @@ TEST_P(BackupDate, IsStoredAndReadBackAsGiven) {
     EXPECT_EQ(Date(), kDate);
 }
 
-TEST_P(BackupDate, IsPutBackByAnUndo) {
+TEST_P(DHrFSTableBackupDate, IsPutBackByAnUndo) {
     void* undo = nullptr;
     ASSERT_EQ(Set(ESnmpSetOpCode::CheckAndSave, kDate, &undo), 0);
     ASSERT_EQ(Set(ESnmpSetOpCode::Commit, kDate, &undo), 0);
@@ -220,7 +220,7 @@ TEST_P(BackupDate, IsPutBackByAnUndo) {
     EXPECT_EQ(Set(ESnmpSetOpCode::Release, kDate, &undo), 0);
 }
 
-TEST_P(BackupDate, MayHaveEightToElevenOctetsAndNoOtherLength) {
+TEST_P(DHrFSTableBackupDate, MayHaveEightToElevenOctetsAndNoOtherLength) {
     const std::string octets(300, '\1');
     for (std::size_t length = 0; length <= 14; ++length) {
         void* undo = nullptr;
@@ -231,7 +231,7 @@ TEST_P(BackupDate, MayHaveEightToElevenOctetsAndNoOtherLength) {
     }
 }
 
-TEST_P(BackupDate, OfARowThatIsNotThereFailsInEachPhaseInItsOwnWay) {
+TEST_P(DHrFSTableBackupDate, OfARowThatIsNotThereFailsInEachPhaseInItsOwnWay) {
     void* undo = nullptr;
     EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, "short", &undo, 2), 10) << "the value is looked at first";
     EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, kDate, &undo, 2), 18);
@@ -241,13 +241,13 @@ TEST_P(BackupDate, OfARowThatIsNotThereFailsInEachPhaseInItsOwnWay) {
     EXPECT_EQ(undo, nullptr);
 }
 
-TEST_P(BackupDate, KnowsNoOtherPhase) {
+TEST_P(DHrFSTableBackupDate, KnowsNoOtherPhase) {
     void* undo = nullptr;
     EXPECT_EQ(Set(static_cast<ESnmpSetOpCode>(0), kDate, &undo), 5);
     EXPECT_EQ(Set(static_cast<ESnmpSetOpCode>(227), kDate, &undo), 5);
     EXPECT_EQ(Date(), kNever);
 }
 
-INSTANTIATE_TEST_SUITE_P(FullAndPartial, BackupDate, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(FullAndPartial, DHrFSTableBackupDate, testing::Bool());
 
 }  // namespace

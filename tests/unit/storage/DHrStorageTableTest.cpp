@@ -26,7 +26,7 @@ namespace {
 using CVT::ESnmpSetOpCode;
 
 /// A table over a mount table of the test's own, whose mount directories are ordinary ones in a scratch folder.
-class StorageTable : public testing::Test {
+class DHrStorageTableTest : public testing::Test {
 protected:
     void SetUp() override {
         ETC_MNTTAB = m_mountTable.c_str();
@@ -76,7 +76,7 @@ private:
     time_t m_time = 1'000'000'000;
 };
 
-TEST_F(StorageTable, IsRegisteredUnderItsNameAndOid) {
+TEST_F(DHrStorageTableTest, IsRegisteredUnderItsNameAndOid) {
     EXPECT_STREQ(m_table.Name().c_str(), "HOST-RESOURCES-MIB.hrStorageTable");
     EXPECT_STREQ(m_table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.2.3.1") << "an entry's";
     EXPECT_STREQ(DHrStorageTable::s_pszNVSection, "hrStorageTable");
@@ -85,7 +85,7 @@ TEST_F(StorageTable, IsRegisteredUnderItsNameAndOid) {
     EXPECT_EQ(m_table.SaveToNV(), 0);
 }
 
-TEST_F(StorageTable, DeclaresItsSevenColumns) {
+TEST_F(DHrStorageTableTest, DeclaresItsSevenColumns) {
     ExpectColumns(DHrStorageTable::s_rqhndlrEntries, {{1, "hrStorageIndex", 2, 3, 1},
                                                       {2, "hrStorageType", 6, 3, 3},
                                                       {3, "hrStorageDescr", 4, 3, 5},
@@ -95,7 +95,7 @@ TEST_F(StorageTable, DeclaresItsSevenColumns) {
                                                       {7, "hrStorageAllocationFailures", 0x41, 3, 4}});
 }
 
-TEST_F(StorageTable, ConstrainsItsColumns) {
+TEST_F(DHrStorageTableTest, ConstrainsItsColumns) {
     ExpectConstraints(DHrStorageTable::s_sonstraintEntries, {{4, 1, nullptr, 1, 2147483647},
                                                              {5, 3, CVT::cszDisplayString, 0, 0},
                                                              {4, 4, nullptr, 1, 2147483647},
@@ -103,7 +103,7 @@ TEST_F(StorageTable, ConstrainsItsColumns) {
                                                              {4, 6, nullptr, 0, 2147483647}});
 }
 
-TEST_F(StorageTable, ListsFileSystemsThenVirtualThenPhysicalMemory) {
+TEST_F(DHrStorageTableTest, ListsFileSystemsThenVirtualThenPhysicalMemory) {
     Write(Line("/dev/hda1", "root", "ext3") + Line("none", "proc", "proc") + Line("devpts", "pts", "devpts") +
           Line("none", "super", "supermount") + Line("server:/x", "nfs", "nfs"));
     m_table.Initialize();
@@ -126,7 +126,7 @@ TEST_F(StorageTable, ListsFileSystemsThenVirtualThenPhysicalMemory) {
     }
 }
 
-TEST_F(StorageTable, GivesEachKindOfStorageItsType) {
+TEST_F(DHrStorageTableTest, GivesEachKindOfStorageItsType) {
     Write(Line("/dev/hda1", "disk", "ext3") + Line("/dev/fd0", "floppy", "vfat") + Line("/dev/cdrom", "cd", "iso9660") +
           "none " + Directory("super") + " supermount rw,dev=/dev/fd0 0 0\n" + Line("/dev/sr0", "iso", "iso9660"));
     m_table.Initialize();
@@ -139,7 +139,7 @@ TEST_F(StorageTable, GivesEachKindOfStorageItsType) {
     EXPECT_EQ(Type(7), "1.3.6.1.2.1.25.2.1.2") << "physical memory";
 }
 
-TEST_F(StorageTable, MeasuresMemoryInTheUnitOfThisKernelsFigures) {
+TEST_F(DHrStorageTableTest, MeasuresMemoryInTheUnitOfThisKernelsFigures) {
     m_table.Initialize();
     EXPECT_EQ(Descr(1), "Virtual Memory");
     EXPECT_EQ(Descr(2), "Physical Memory");
@@ -151,7 +151,7 @@ TEST_F(StorageTable, MeasuresMemoryInTheUnitOfThisKernelsFigures) {
     EXPECT_GT(Number(&DHrStorageTable::OnGet_HrStorageUsed, 2), 0);
 }
 
-TEST_F(StorageTable, ListsADirectoryTwiceThatTheMountTableHasTwice) {
+TEST_F(DHrStorageTableTest, ListsADirectoryTwiceThatTheMountTableHasTwice) {
     Write(Line("/dev/hda1", "a", "ext3") + Line("/dev/hda2", "a", "ext3"));
     m_table.Initialize();
     EXPECT_EQ(Descr(1), Path("a"));
@@ -159,7 +159,7 @@ TEST_F(StorageTable, ListsADirectoryTwiceThatTheMountTableHasTwice) {
     EXPECT_EQ(m_table.FindRow(Path("a").c_str()), 1U);
 }
 
-TEST_F(StorageTable, DecodesABlankInAMountDirectory) {
+TEST_F(DHrStorageTableTest, DecodesABlankInAMountDirectory) {
     const std::string directory = Directory("my disk");
     Write("/dev/sdb1 " + Path("my\\040disk") + " ext4 rw 0 0\n");
     m_table.Initialize();
@@ -167,7 +167,7 @@ TEST_F(StorageTable, DecodesABlankInAMountDirectory) {
     EXPECT_GT(Number(&DHrStorageTable::OnGet_HrStorageAllocationUnits, 1), 0);
 }
 
-TEST_F(StorageTable, KeepsARowWithoutFiguresForADirectoryThatIsNotThere) {
+TEST_F(DHrStorageTableTest, KeepsARowWithoutFiguresForADirectoryThatIsNotThere) {
     Write("/dev/hda1 " + Path("gone") + " ext3 rw 0 0\n" + Line("/dev/hda2", "there", "ext3"));
     m_table.Initialize();
     EXPECT_EQ(Descr(1), Path("gone"));
@@ -178,7 +178,7 @@ TEST_F(StorageTable, KeepsARowWithoutFiguresForADirectoryThatIsNotThere) {
     EXPECT_EQ(Type(2), "1.3.6.1.2.1.25.2.1.4");
 }
 
-TEST_F(StorageTable, HasOnlyMemoryWithoutAMountTable) {
+TEST_F(DHrStorageTableTest, HasOnlyMemoryWithoutAMountTable) {
     m_table.Initialize();
     EXPECT_EQ(m_table.GetNumRows(), 2U);
     EXPECT_EQ(vVMemIndex, 1U);
@@ -188,7 +188,7 @@ TEST_F(StorageTable, HasOnlyMemoryWithoutAMountTable) {
     EXPECT_EQ(Descr(3), Path("late")) << "it is read once there is one";
 }
 
-TEST_F(StorageTable, SaysOnceThatTheMountTableIsMissing) {
+TEST_F(DHrStorageTableTest, SaysOnceThatTheMountTableIsMissing) {
     ReceivedWarnings warnings;
     m_table.Initialize();
     const std::vector<std::string> said = warnings.Take();
@@ -206,7 +206,7 @@ TEST_F(StorageTable, SaysOnceThatTheMountTableIsMissing) {
     EXPECT_TRUE(warnings.Take().empty()) << "once is enough";
 }
 
-TEST_F(StorageTable, SaysOnceThatTheMountTableHasGone) {
+TEST_F(DHrStorageTableTest, SaysOnceThatTheMountTableHasGone) {
     ReceivedWarnings warnings;
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
@@ -217,7 +217,7 @@ TEST_F(StorageTable, SaysOnceThatTheMountTableHasGone) {
     EXPECT_EQ(warnings.Take().size(), 1U);
 }
 
-TEST_F(StorageTable, AnswersFromTheEmptyTableBeforeItComesUpAndBuildsItAllTheSame) {
+TEST_F(DHrStorageTableTest, AnswersFromTheEmptyTableBeforeItComesUpAndBuildsItAllTheSame) {
     Write(Line("/dev/hda1", "a", "ext3"));
     EXPECT_EQ(Descr(1), "status 2");
     EXPECT_EQ(m_table.GetNumRows(), 0U);
@@ -226,7 +226,7 @@ TEST_F(StorageTable, AnswersFromTheEmptyTableBeforeItComesUpAndBuildsItAllTheSam
     EXPECT_EQ(Descr(3), "Physical Memory");
 }
 
-TEST_F(StorageTable, AddsARowForWhatIsMountedLaterAtTheNextRequest) {
+TEST_F(DHrStorageTableTest, AddsARowForWhatIsMountedLaterAtTheNextRequest) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     Write(Line("/dev/hda1", "a", "ext3") + Line("/dev/hda2", "b", "ext3") + Line("/dev/hda2", "b", "ext3") +
@@ -238,7 +238,7 @@ TEST_F(StorageTable, AddsARowForWhatIsMountedLaterAtTheNextRequest) {
     EXPECT_EQ(lastTableIndex, 4U);
 }
 
-TEST_F(StorageTable, LooksForNewMountsFirstWhicheverColumnIsAskedFor) {
+TEST_F(DHrStorageTableTest, LooksForNewMountsFirstWhicheverColumnIsAskedFor) {
     using Index = CVT::BObjectIdentifier;
     int number = 0;
     unsigned int failures = 0;
@@ -263,7 +263,7 @@ TEST_F(StorageTable, LooksForNewMountsFirstWhicheverColumnIsAskedFor) {
     }
 }
 
-TEST_F(StorageTable, LooksAtTheMountTableOnlyOnceARequest) {
+TEST_F(DHrStorageTableTest, LooksAtTheMountTableOnlyOnceARequest) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     const unsigned int request = CVT::BRequestId::Next();
@@ -273,7 +273,7 @@ TEST_F(StorageTable, LooksAtTheMountTableOnlyOnceARequest) {
     EXPECT_EQ(Descr(4), Path("b"));
 }
 
-TEST_F(StorageTable, DoesNotReadAMountTableWhoseTimesHaveNotMoved) {
+TEST_F(DHrStorageTableTest, DoesNotReadAMountTableWhoseTimesHaveNotMoved) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     std::ofstream(ETC_MNTTAB, std::ios::app) << Line("/dev/hda2", "b", "ext3");
@@ -289,7 +289,7 @@ TEST_F(StorageTable, DoesNotReadAMountTableWhoseTimesHaveNotMoved) {
     EXPECT_EQ(stLastMntFileStat.st_size, now.st_size) << "the whole record is kept";
 }
 
-TEST_F(StorageTable, KeepsTheRowOfAnUnmountedFileSystemAndOneWhoseTableHasVanished) {
+TEST_F(DHrStorageTableTest, KeepsTheRowOfAnUnmountedFileSystemAndOneWhoseTableHasVanished) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     Write("");
@@ -301,7 +301,7 @@ TEST_F(StorageTable, KeepsTheRowOfAnUnmountedFileSystemAndOneWhoseTableHasVanish
     EXPECT_EQ(Descr(4), Path("b"));
 }
 
-TEST_F(StorageTable, WalksWithoutLookingAtTheMountTable) {
+TEST_F(DHrStorageTableTest, WalksWithoutLookingAtTheMountTable) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     Write(Line("/dev/hda2", "b", "ext3"));
@@ -310,7 +310,7 @@ TEST_F(StorageTable, WalksWithoutLookingAtTheMountTable) {
     EXPECT_EQ(m_table.GetNumRows(), 3U);
 }
 
-TEST_F(StorageTable, BuildsNothingASecondTimeAndCatchesUpWithWhatItMissed) {
+TEST_F(DHrStorageTableTest, BuildsNothingASecondTimeAndCatchesUpWithWhatItMissed) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     m_table.Cleanup();
@@ -322,7 +322,7 @@ TEST_F(StorageTable, BuildsNothingASecondTimeAndCatchesUpWithWhatItMissed) {
     EXPECT_EQ(Descr(4), Path("b"));
 }
 
-TEST_F(StorageTable, GivesAnIndexOutOnceInTheLifeOfTheModule) {
+TEST_F(DHrStorageTableTest, GivesAnIndexOutOnceInTheLifeOfTheModule) {
     m_table.Initialize();
     DHrStorageTable second(nullptr);
     second.Initialize();
@@ -331,7 +331,7 @@ TEST_F(StorageTable, GivesAnIndexOutOnceInTheLifeOfTheModule) {
     EXPECT_EQ(second.FindRow("Physical Memory"), 4U);
 }
 
-TEST_F(StorageTable, FindsRowsByTheirWholeDescription) {
+TEST_F(DHrStorageTableTest, FindsRowsByTheirWholeDescription) {
     EXPECT_EQ(m_table.FindRow("Physical Memory"), 0U);
     EXPECT_FALSE(m_table.bIsInTable(""));
     Write(Line("/dev/hda1", "a", "ext3"));
@@ -349,7 +349,7 @@ TEST_F(StorageTable, FindsRowsByTheirWholeDescription) {
     EXPECT_EQ(m_table.FindRow(nullptr), 9U);
 }
 
-TEST_F(StorageTable, MakesNoRowForATakenIndexNorForNoMount) {
+TEST_F(DHrStorageTableTest, MakesNoRowForATakenIndexNorForNoMount) {
     std::string device = "/dev/x";
     std::string directory = Directory("x");
     std::string type = "ext3";
@@ -362,7 +362,7 @@ TEST_F(StorageTable, MakesNoRowForATakenIndexNorForNoMount) {
     EXPECT_EQ(Descr(6), "");
 }
 
-TEST_F(StorageTable, ANewRowIsTheCallersUntilItIsInserted) {
+TEST_F(DHrStorageTableTest, ANewRowIsTheCallersUntilItIsInserted) {
     EXPECT_EQ(m_table.CreateNewRow(CVT::BObjectIdentifier(CVT::BString("7.7"))), nullptr);
     m_table.CreateDemoRow(7, nullptr);
     const auto row = m_table.CreateNewRow(CVT::BObjectIdentifier(7));
@@ -372,7 +372,7 @@ TEST_F(StorageTable, ANewRowIsTheCallersUntilItIsInserted) {
     EXPECT_EQ(m_table.GetNumRows(), 1U);
 }
 
-TEST_F(StorageTable, HasNoValueForARowThatIsNotThere) {
+TEST_F(DHrStorageTableTest, HasNoValueForARowThatIsNotThere) {
     m_table.Initialize();
     for (const CVT::BObjectIdentifier& index :
          {CVT::BObjectIdentifier(3), CVT::BObjectIdentifier(), CVT::BObjectIdentifier(CVT::BString("1.1"))}) {
@@ -394,7 +394,7 @@ TEST_F(StorageTable, HasNoValueForARowThatIsNotThere) {
     }
 }
 
-TEST_F(StorageTable, KeepsASizeThatIsSetWhileUsedIsStillMeasured) {
+TEST_F(DHrStorageTableTest, KeepsASizeThatIsSetWhileUsedIsStillMeasured) {
     m_table.Initialize();
     void* undo = nullptr;
     EXPECT_EQ(SetSize(ESnmpSetOpCode::CheckAndSave, vMemIndex, 5, &undo), 0);
@@ -408,7 +408,7 @@ TEST_F(StorageTable, KeepsASizeThatIsSetWhileUsedIsStillMeasured) {
     EXPECT_EQ(Number(&DHrStorageTable::OnGet_HrStorageSize, vMemIndex), 5);
 }
 
-TEST_F(StorageTable, PutsTheSizeBackWhenASetIsUndone) {
+TEST_F(DHrStorageTableTest, PutsTheSizeBackWhenASetIsUndone) {
     m_table.Initialize();
     const int before = Number(&DHrStorageTable::OnGet_HrStorageSize, vMemIndex);
     void* undo = nullptr;
@@ -420,7 +420,7 @@ TEST_F(StorageTable, PutsTheSizeBackWhenASetIsUndone) {
     EXPECT_EQ(SetSize(ESnmpSetOpCode::Release, vMemIndex, INT_MAX, &undo), 0);
 }
 
-TEST_F(StorageTable, RefusesANegativeSizeInTheCheckBeforeItLooksForTheRow) {
+TEST_F(DHrStorageTableTest, RefusesANegativeSizeInTheCheckBeforeItLooksForTheRow) {
     m_table.Initialize();
     void* undo = nullptr;
     EXPECT_EQ(SetSize(ESnmpSetOpCode::CheckAndSave, vMemIndex, -1, &undo), 10);
@@ -429,7 +429,7 @@ TEST_F(StorageTable, RefusesANegativeSizeInTheCheckBeforeItLooksForTheRow) {
     EXPECT_EQ(undo, nullptr);
 }
 
-TEST_F(StorageTable, FailsASetOfAnAbsentRowInEachPhaseInItsOwnWay) {
+TEST_F(DHrStorageTableTest, FailsASetOfAnAbsentRowInEachPhaseInItsOwnWay) {
     m_table.Initialize();
     void* undo = nullptr;
     EXPECT_EQ(SetSize(ESnmpSetOpCode::CheckAndSave, 99, 5, &undo), 18);
@@ -441,10 +441,10 @@ TEST_F(StorageTable, FailsASetOfAnAbsentRowInEachPhaseInItsOwnWay) {
 }
 
 /// The module's engine, as an agent has it, over the storage table alone.
-class StorageSet : public StorageTable {
+class DHrStorageTableSet : public DHrStorageTableTest {
 protected:
     void SetUp() override {
-        StorageTable::SetUp();
+        DHrStorageTableTest::SetUp();
         ASSERT_TRUE(m_engine.Add(m_host));
         m_host.HandlerAt(2)->Initialize();
     }
@@ -470,7 +470,7 @@ protected:
     int m_errorIndex = 0;
 };
 
-TEST_F(StorageSet, WritesASizeAndRefusesEverythingElse) {
+TEST_F(DHrStorageTableSet, WritesASizeAndRefusesEverythingElse) {
     EXPECT_EQ(Set({Number("5.2", 5)}), 0);
     EXPECT_EQ(Get("5.2"), 5);
     EXPECT_EQ(Set({Number("5.2", -1)}), 10);
@@ -482,7 +482,7 @@ TEST_F(StorageSet, WritesASizeAndRefusesEverythingElse) {
     EXPECT_EQ(Get("5.2"), 5);
 }
 
-TEST_F(StorageSet, WritesNothingWhenTheSecondVarbindIsRefused) {
+TEST_F(DHrStorageTableSet, WritesNothingWhenTheSecondVarbindIsRefused) {
     const int before = Get("5.2");
     EXPECT_EQ(Set({Number("5.2", 5), Number("5.1", -1)}), 10);
     EXPECT_EQ(m_errorIndex, 2);
@@ -491,7 +491,7 @@ TEST_F(StorageSet, WritesNothingWhenTheSecondVarbindIsRefused) {
     EXPECT_EQ(Get("5.2"), before);
 }
 
-TEST_F(StorageSet, ReachesTheTwoTablesThroughTheModule) {
+TEST_F(DHrStorageTableSet, ReachesTheTwoTablesThroughTheModule) {
     ASSERT_NE(m_host.StorageTable(), nullptr);
     ASSERT_NE(m_host.FSTable(), nullptr);
     EXPECT_EQ(m_host.StorageTable(), m_host.HandlerAt(2));

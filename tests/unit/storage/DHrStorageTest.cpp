@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/sysinfo.h>
 
-#include "module/DCVHost.h"
+#include "groups/common/DConventions.h"
 #include "tests/support/Declarations.h"
 
 namespace {
@@ -18,7 +18,7 @@ TEST(DHrStorage, IsRegisteredUnderItsNameAndOid) {
 
 TEST(DHrStorage, DeclaresItsOneColumn) {
     ExpectColumns(DHrStorage::s_rqhndlrEntries, {{2, "hrMemorySize", 2, 3, 1}});
-    ExpectConstraints(DHrStorage::s_sonstraintEntries, {{5, 2, DCVHost::cszKBytes, 0, 0}});
+    ExpectConstraints(DHrStorage::s_sonstraintEntries, {{5, 2, DConventions::cszKBytes, 0, 0}});
 }
 
 TEST(DHrStorage, AnswersZeroBeforeItComesUpAndThisHostsMemoryAfterwards) {

@@ -17,7 +17,7 @@ TEST(MountKinds, OfOtherMachinesAndProgramsAndAnyThatIsNotKnownMayHang) {
     }
 }
 
-TEST(MountsThatMayHang, AreOnTheWayToThemselvesAndToWhatLiesBelow) {
+TEST(MountKindsOnTheWay, AreOnTheWayToThemselvesAndToWhatLiesBelow) {
     DMountsThatMayHang mounts;
     EXPECT_FALSE(mounts.AreOnTheWayTo("/home"));
     mounts.Add("/", "ext4");
@@ -34,14 +34,14 @@ TEST(MountsThatMayHang, AreOnTheWayToThemselvesAndToWhatLiesBelow) {
     EXPECT_FALSE(mounts.AreOnTheWayTo("Virtual Memory"));
 }
 
-TEST(MountsThatMayHang, DoNotCountAllPathsOfAHostWhoseRootIsOne) {
+TEST(MountKindsOnTheWay, DoNotCountAllPathsOfAHostWhoseRootIsOne) {
     DMountsThatMayHang mounts;
     mounts.Add("/", "nfs4");
     EXPECT_TRUE(mounts.AreOnTheWayTo("/"));
     EXPECT_FALSE(mounts.AreOnTheWayTo("/home"));
 }
 
-TEST(MountsThatMayHang, AreHiddenByWhatIsMountedOverThem) {
+TEST(MountKindsOnTheWay, AreHiddenByWhatIsMountedOverThem) {
     DMountsThatMayHang mounts;
     mounts.Add("/data", "nfs");
     mounts.Add("/data", "ext4");

@@ -64,7 +64,7 @@ TEST(MountTableFile, EntriesAreGivenOnAsTheCLibraryHasThem) {
     EXPECT_STREQ(record.mnt_opts, "rw");
 }
 
-TEST(MountTableWatch, HasNothingToWatchWhereTheTableIsAFile) {
+TEST(MountTableFileWatch, HasNothingToWatchWhereTheTableIsAFile) {
     const char* const before = ETC_MNTTAB;
     ETC_MNTTAB = CVHOST_SOURCE_DIR "/CMakeLists.txt";
     DMountTableWatch watch;

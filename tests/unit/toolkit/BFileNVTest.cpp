@@ -25,7 +25,7 @@ constexpr std::string_view kFirstLine = "# CVT non-volatile store, format 1\n";
 
 BString Text(std::string_view text) { return {text.data(), static_cast<unsigned int>(text.size())}; }
 
-class FileNV : public testing::Test {
+class BFileNVTest : public testing::Test {
 protected:
     void SetUp() override {
         std::string name = testing::TempDir() + "cvt_nv_XXXXXX";
@@ -66,28 +66,28 @@ protected:
     fs::path m_folder;
 };
 
-TEST_F(FileNV, IsEmptyWithoutAFile) {
+TEST_F(BFileNVTest, IsEmptyWithoutAFile) {
     BFileNV store(File().c_str(), false);
     EXPECT_EQ(Read(store, "hrSystem", "key"), "(none)");
     EXPECT_FALSE(store.Remove("hrSystem", "key"));
     EXPECT_FALSE(fs::exists(File()));
 }
 
-TEST_F(FileNV, MakesAMissingFileWhenAskedTo) {
+TEST_F(BFileNVTest, MakesAMissingFileWhenAskedTo) {
     const BFileNV store(File().c_str(), true);
     EXPECT_EQ(ContentOf(File()), kFirstLine);
     EXPECT_EQ(ModeOf(File()), 0600U);
     EXPECT_EQ(NumFiles(), 1U);
 }
 
-TEST_F(FileNV, LeavesAFileThatIsThereAlone) {
+TEST_F(BFileNVTest, LeavesAFileThatIsThereAlone) {
     Lay(File(), "a\tb\tc\n");
     BFileNV store(File().c_str(), true);
     EXPECT_EQ(ContentOf(File()), "a\tb\tc\n");
     EXPECT_EQ(Read(store, "a", "b"), "c");
 }
 
-TEST_F(FileNV, KeepsValuesOnlyWhenSaved) {
+TEST_F(BFileNVTest, KeepsValuesOnlyWhenSaved) {
     {
         BFileNV store(File().c_str(), true);
         store.Write("hrSystem", "kept", "1");
@@ -100,7 +100,7 @@ TEST_F(FileNV, KeepsValuesOnlyWhenSaved) {
     EXPECT_EQ(Read(store, "hrSystem", "lost"), "(none)");
 }
 
-TEST_F(FileNV, OverwritesAndRemoves) {
+TEST_F(BFileNVTest, OverwritesAndRemoves) {
     BFileNV store(File().c_str(), true);
     store.Write("a", "k", "1");
     store.Write("b", "k", "2");
@@ -112,7 +112,7 @@ TEST_F(FileNV, OverwritesAndRemoves) {
     EXPECT_EQ(ContentOf(File()), std::string(kFirstLine) + "b\tk\t2\n");
 }
 
-TEST_F(FileNV, BringsHostileTextsBack) {
+TEST_F(BFileNVTest, BringsHostileTextsBack) {
     const std::string_view texts[] = {""sv,        " "sv,       "\t"sv,      "\n"sv,       "\\"sv,        "\\\\"sv,
                                       "\\t"sv,     "\\n"sv,     "a\tb\nc"sv, "#"sv,        "# comment"sv, "\\#"sv,
                                       "\0"sv,      "a\0b"sv,    "\r\n"sv,    "\xff\xfe"sv, "tail\\"sv,    "\n\n\t\t"sv,
@@ -142,7 +142,7 @@ TEST_F(FileNV, BringsHostileTextsBack) {
     EXPECT_EQ(Read(store, "long", "value"), std::string(100000, '\n'));
 }
 
-TEST_F(FileNV, BringsRandomTextsBack) {
+TEST_F(BFileNVTest, BringsRandomTextsBack) {
     std::mt19937 random(20240611);
     const auto text = [&random] {
         static constexpr std::string_view kOctets("\t\n\\#tn a\0\xff", 10);
@@ -172,7 +172,7 @@ TEST_F(FileNV, BringsRandomTextsBack) {
     EXPECT_GT(model.size(), 100U);
 }
 
-TEST_F(FileNV, PassesOverLinesThatDoNotRead) {
+TEST_F(BFileNVTest, PassesOverLinesThatDoNotRead) {
     Lay(File(),
         "# a comment\twith\ttabs\n\n\t\nno tabs\none\ttab\nfour\tfields\tin\tit\n#\ta\tb\ngood\tkey\tvalue\r\n\t\tempty names\nlast\tline\tno feed");
     BFileNV store(File().c_str(), false);
@@ -187,7 +187,7 @@ TEST_F(FileNV, PassesOverLinesThatDoNotRead) {
               std::string(kFirstLine) + "\t\tempty names\ngood\tkey\tvalue\r\nlast\tline\tno feed\n");
 }
 
-TEST_F(FileNV, ReadsEveryTruncationOfAGoodFile) {
+TEST_F(BFileNVTest, ReadsEveryTruncationOfAGoodFile) {
     const std::string good = std::string(kFirstLine) + "a\tb\tone\\ttwo\nc\td\t\\\\\n";
     for (std::size_t length = 0; length <= good.size(); ++length) {
         Lay(File(), good.substr(0, length));
@@ -197,7 +197,7 @@ TEST_F(FileNV, ReadsEveryTruncationOfAGoodFile) {
     }
 }
 
-TEST_F(FileNV, ReplacesTheFileAndNeverWritesIntoIt) {
+TEST_F(BFileNVTest, ReplacesTheFileAndNeverWritesIntoIt) {
     Lay(File(), "a\tb\told\n");
     const std::string witness = m_folder / "witness";
     fs::create_hard_link(File(), witness);
@@ -211,7 +211,7 @@ TEST_F(FileNV, ReplacesTheFileAndNeverWritesIntoIt) {
     EXPECT_EQ(NumFiles(), 2U);
 }
 
-TEST_F(FileNV, TakesThePlaceOfWhatACrashLeftBehind) {
+TEST_F(BFileNVTest, TakesThePlaceOfWhatACrashLeftBehind) {
     Lay(Fresh(), "half a fi");
     BFileNV store(File().c_str(), false);
     store.Write("a", "b", "c");
@@ -220,7 +220,7 @@ TEST_F(FileNV, TakesThePlaceOfWhatACrashLeftBehind) {
     EXPECT_EQ(NumFiles(), 1U);
 }
 
-TEST_F(FileNV, DoesNotFollowALinkPlantedWhereItWritesAnew) {
+TEST_F(BFileNVTest, DoesNotFollowALinkPlantedWhereItWritesAnew) {
     const std::string victim = m_folder / "victim";
     Lay(victim, "precious");
     fs::create_symlink(victim, Fresh());
@@ -232,7 +232,7 @@ TEST_F(FileNV, DoesNotFollowALinkPlantedWhereItWritesAnew) {
     EXPECT_EQ(ContentOf(File()), std::string(kFirstLine) + "a\tb\tc\n");
 }
 
-TEST_F(FileNV, DoesNotMakeTheTargetOfADanglingLink) {
+TEST_F(BFileNVTest, DoesNotMakeTheTargetOfADanglingLink) {
     const std::string target = m_folder / "target";
     fs::create_symlink(target, File());
     BFileNV store(File().c_str(), true);
@@ -243,7 +243,7 @@ TEST_F(FileNV, DoesNotMakeTheTargetOfADanglingLink) {
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(File())));
 }
 
-TEST_F(FileNV, KeepsTheOldContentWhenItCannotSave) {
+TEST_F(BFileNVTest, KeepsTheOldContentWhenItCannotSave) {
     Lay(File(), "a\tb\told\n");
     fs::create_directory(Fresh());
     BFileNV store(File().c_str(), false);
@@ -256,7 +256,7 @@ TEST_F(FileNV, KeepsTheOldContentWhenItCannotSave) {
     EXPECT_EQ(ContentOf(File()), std::string(kFirstLine) + "a\tb\tnew\n");
 }
 
-TEST_F(FileNV, LeavesNothingBehindWhenItCannotRename) {
+TEST_F(BFileNVTest, LeavesNothingBehindWhenItCannotRename) {
     fs::create_directory(File());
     Lay(m_folder / "store.nv" / "within", "");
     BFileNV store(File().c_str(), true);
@@ -266,7 +266,7 @@ TEST_F(FileNV, LeavesNothingBehindWhenItCannotRename) {
     EXPECT_TRUE(fs::is_directory(File()));
 }
 
-TEST_F(FileNV, WorksInMemoryWhereItCannotReadOrWrite) {
+TEST_F(BFileNVTest, WorksInMemoryWhereItCannotReadOrWrite) {
     Lay(m_folder / "file", "");
     const std::string places[] = {m_folder / "missing" / "store.nv", m_folder / "file" / "store.nv", m_folder, "",
                                   m_folder / std::string(300, 'x')};
@@ -283,13 +283,13 @@ TEST_F(FileNV, WorksInMemoryWhereItCannotReadOrWrite) {
     EXPECT_EQ(NumFiles(), 1U);
 }
 
-TEST_F(FileNV, DoesNotHangOnAFifo) {
+TEST_F(BFileNVTest, DoesNotHangOnAFifo) {
     ASSERT_EQ(::mkfifo(File().c_str(), 0600), 0);
     BFileNV store(File().c_str(), true);
     EXPECT_EQ(Read(store, "a", "b"), "(none)");
 }
 
-TEST_F(FileNV, KeepsItsModeWhateverTheUmask) {
+TEST_F(BFileNVTest, KeepsItsModeWhateverTheUmask) {
     const mode_t before = ::umask(0);
     BFileNV store(File().c_str(), true);
     EXPECT_EQ(ModeOf(File()), 0600U);
@@ -298,7 +298,7 @@ TEST_F(FileNV, KeepsItsModeWhateverTheUmask) {
     ::umask(before);
 }
 
-TEST_F(FileNV, LiesInTheWorkingDirectoryWhenItsNameIsRelative) {
+TEST_F(BFileNVTest, LiesInTheWorkingDirectoryWhenItsNameIsRelative) {
     const fs::path before = fs::current_path();
     fs::current_path(m_folder);
     BFileNV store("store.nv", true);
@@ -307,7 +307,7 @@ TEST_F(FileNV, LiesInTheWorkingDirectoryWhenItsNameIsRelative) {
     EXPECT_TRUE(fs::exists(File()));
 }
 
-TEST_F(FileNV, ServesManyThreads) {
+TEST_F(BFileNVTest, ServesManyThreads) {
     BFileNV store(File().c_str(), true);
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {

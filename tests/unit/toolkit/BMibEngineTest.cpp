@@ -18,9 +18,9 @@ using Scalars = SampleScalars;
 using Table = SampleTable;
 
 /// A scalar group with a table nested between its columns 2 and 4, and a group behind it.
-class Engine : public testing::Test {
+class BMibEngineTest : public testing::Test {
 protected:
-    Engine() {
+    BMibEngineTest() {
         m_inner.rows = {Oid("1"), Oid("2")};
         EXPECT_TRUE(m_engine.Add(m_module));
     }
@@ -38,11 +38,11 @@ protected:
     BMibEngine m_engine;
 };
 
-TEST_F(Engine, ListsItsGroupsInOrderWithoutEmptyPlaces) {
+TEST_F(BMibEngineTest, ListsItsGroupsInOrderWithoutEmptyPlaces) {
     EXPECT_EQ(m_engine.Groups(), (std::vector<BMibImpl*>{&m_outer, &m_inner, &m_behind}));
 }
 
-TEST_F(Engine, ReadsFromTheInnermostSubtree) {
+TEST_F(BMibEngineTest, ReadsFromTheInnermostSubtree) {
     BVarBind varBind = Named("1.3.2.3.1.5.2");
     EXPECT_EQ(m_engine.Get(3, varBind), noError);
     EXPECT_EQ(varBind.type, kCounter32);
@@ -60,7 +60,7 @@ TEST_F(Engine, ReadsFromTheInnermostSubtree) {
     EXPECT_EQ(varBind.type, kNoSuchObject);
 }
 
-TEST_F(Engine, WalksThroughNestedSubtreesInOrder) {
+TEST_F(BMibEngineTest, WalksThroughNestedSubtreesInOrder) {
     const char* expected[] = {"1.3.2.2.0",     "1.3.2.3.1.1.1", "1.3.2.3.1.1.2", "1.3.2.3.1.5.1",
                               "1.3.2.3.1.5.2", "1.3.2.4.0",     "1.3.9.1.0"};
     BVarBind varBind;
@@ -74,7 +74,7 @@ TEST_F(Engine, WalksThroughNestedSubtreesInOrder) {
     EXPECT_EQ(varBind.name, Oid("1.3.9.1.0"));
 }
 
-TEST_F(Engine, ServesNoInstanceThatALowerSubtreeHides) {
+TEST_F(BMibEngineTest, ServesNoInstanceThatALowerSubtreeHides) {
     m_outer.Serve({Scalars::ReadOnly(2), Scalars::ReadOnly(3)});
     SampleTable hiding("1.3.2.3", {Table::ReadOnly(1)});
     SampleScalars over("1.3.2.3.0", {Scalars::ReadOnly(8)});
@@ -86,7 +86,7 @@ TEST_F(Engine, ServesNoInstanceThatALowerSubtreeHides) {
     EXPECT_EQ(varBind.type, kNoSuchObject);
 }
 
-TEST_F(Engine, ReachesANestedTableThoughTheOuterGroupFailsBehindIt) {
+TEST_F(BMibEngineTest, ReachesANestedTableThoughTheOuterGroupFailsBehindIt) {
     m_outer.answers.inGet = [&] {
         if (m_outer.answers.gets > 1) {
             throw std::runtime_error("column 4 cannot be read");
@@ -99,7 +99,7 @@ TEST_F(Engine, ReachesANestedTableThoughTheOuterGroupFailsBehindIt) {
     EXPECT_EQ(varBind.name, Oid("1.3.2.3.1.5.2"));
 }
 
-TEST_F(Engine, AnswersGenErrWhereAGroupThrows) {
+TEST_F(BMibEngineTest, AnswersGenErrWhereAGroupThrows) {
     m_inner.answers.inGet = [] { throw 1; };
     BVarBind varBind = Named("1.3.2.3.1.1.1");
     EXPECT_EQ(m_engine.Get(1, varBind), genErr);
@@ -110,7 +110,7 @@ TEST_F(Engine, AnswersGenErrWhereAGroupThrows) {
     EXPECT_EQ(varBind.name, Oid("1.3.2.2.0"));
 }
 
-TEST_F(Engine, TakesUpASecondModuleAndGivesItBack) {
+TEST_F(BMibEngineTest, TakesUpASecondModuleAndGivesItBack) {
     SampleScalars second("1.3.3", {Scalars::ReadOnly(1)});
     SampleModule module({&second});
     EXPECT_TRUE(m_engine.Add(module));
@@ -122,7 +122,7 @@ TEST_F(Engine, TakesUpASecondModuleAndGivesItBack) {
     EXPECT_TRUE(m_engine.Groups().empty());
 }
 
-TEST_F(Engine, RefusesAModuleOfWhichOneSubtreeIsTaken) {
+TEST_F(BMibEngineTest, RefusesAModuleOfWhichOneSubtreeIsTaken) {
     SampleScalars free("1.3.3", {Scalars::ReadOnly(1)});
     SampleScalars taken("1.3.9", {Scalars::ReadOnly(1)});
     const BConstraintEntry conventions[] = {{}};
@@ -136,14 +136,14 @@ TEST_F(Engine, RefusesAModuleOfWhichOneSubtreeIsTaken) {
     EXPECT_EQ(Next("1.3.2.4.0"), Oid("1.3.9.1.0"));
 }
 
-TEST_F(Engine, RefusesAModuleWithAGroupWithoutASubtree) {
+TEST_F(BMibEngineTest, RefusesAModuleWithAGroupWithoutASubtree) {
     SampleScalars bad("not an oid", {Scalars::ReadOnly(1)});
     SampleModule module({&bad});
     EXPECT_FALSE(m_engine.Add(module));
     EXPECT_EQ(Next("0"), Oid("1.3.2.2.0"));
 }
 
-TEST_F(Engine, AppliesTheModulesConventionsToASet) {
+TEST_F(BMibEngineTest, AppliesTheModulesConventionsToASet) {
     const BConstraintEntry conventions[] = {{kRange, 0, "Small", 0, 3}, {}};
     SampleScalars group("1.3.3", {Scalars::Int(1)});
     group.Constrain({{kConvention, 1, "Small", 0, 0}});
@@ -157,9 +157,9 @@ TEST_F(Engine, AppliesTheModulesConventionsToASet) {
 }
 
 /// Two tables, so that a SET spans groups: rows 1..3 of each.
-class EngineSet : public testing::Test {
+class BMibEngineSetTest : public testing::Test {
 protected:
-    EngineSet() {
+    BMibEngineSetTest() {
         EXPECT_TRUE(m_engine.Add(m_module));
         m_first.values.fill(7);
         m_second.values.fill(7);
@@ -196,7 +196,7 @@ protected:
     int m_errorIndex = -1;
 };
 
-TEST_F(EngineSet, SetsAllVarbinds) {
+TEST_F(BMibEngineSetTest, SetsAllVarbinds) {
     EXPECT_EQ(Set(), noError);
     EXPECT_EQ(m_errorIndex, 0);
     const Counts done{1, 1, 0, 1};
@@ -204,7 +204,7 @@ TEST_F(EngineSet, SetsAllVarbinds) {
     ExpectValues(100);
 }
 
-TEST_F(EngineSet, CommitsNothingWhenACheckFails) {
+TEST_F(BMibEngineSetTest, CommitsNothingWhenACheckFails) {
     for (const int failure : {static_cast<int>(inconsistentName), RecordingTable::kThrow}) {
         m_first.counts.fill({});
         m_second.counts.fill({});
@@ -216,7 +216,7 @@ TEST_F(EngineSet, CommitsNothingWhenACheckFails) {
     }
 }
 
-TEST_F(EngineSet, UndoesWhatItCommittedWhenACommitFails) {
+TEST_F(BMibEngineSetTest, UndoesWhatItCommittedWhenACommitFails) {
     for (const int failure : {static_cast<int>(commitFailed), RecordingTable::kThrow}) {
         m_first.counts.fill({});
         m_second.counts.fill({});
@@ -228,7 +228,7 @@ TEST_F(EngineSet, UndoesWhatItCommittedWhenACommitFails) {
     }
 }
 
-TEST_F(EngineSet, SaysUndoFailedWhenAnUndoFailsAndUndoesTheRest) {
+TEST_F(BMibEngineSetTest, SaysUndoFailedWhenAnUndoFailsAndUndoesTheRest) {
     m_second.Fail(2, Phase::Commit, commitFailed);
     m_second.Fail(1, Phase::Undo, RecordingTable::kThrow);
     EXPECT_EQ(Set(), undoFailed);
@@ -238,21 +238,21 @@ TEST_F(EngineSet, SaysUndoFailedWhenAnUndoFailsAndUndoesTheRest) {
     EXPECT_EQ(m_second.values[1], 100);
 }
 
-TEST_F(EngineSet, KeepsItsResultWhenAReleaseFails) {
+TEST_F(BMibEngineSetTest, KeepsItsResultWhenAReleaseFails) {
     m_first.Fail(1, Phase::Release, genErr);
     EXPECT_EQ(Set(), noError);
     const Counts done{1, 1, 0, 1};
     ExpectCounts(done, done, done, done);
 }
 
-TEST_F(EngineSet, RefusesANameThatNobodyServesAsNotWritable) {
+TEST_F(BMibEngineSetTest, RefusesANameThatNobodyServesAsNotWritable) {
     const BVarBindList list = {Integer("1.3.1.1.1.1", 1), Integer("1.4.1.0", 1)};
     EXPECT_EQ(m_engine.Set(1, list, m_errorIndex), notWritable);
     EXPECT_EQ(m_errorIndex, 2);
     ExpectCounts({1, 0, 0, 1}, {}, {}, {});
 }
 
-TEST_F(EngineSet, SetsARowTwiceInTheOrderOfTheList) {
+TEST_F(BMibEngineSetTest, SetsARowTwiceInTheOrderOfTheList) {
     const BVarBindList list = {Integer("1.3.1.1.1.1", 1), Integer("1.3.1.1.1.1", 2)};
     EXPECT_EQ(m_engine.Set(1, list, m_errorIndex), noError);
     EXPECT_EQ(m_first.values[1], 2);

@@ -14,7 +14,7 @@ namespace {
 
 using Scalars = SampleScalars;
 
-class ScalarGroup : public testing::Test {
+class BMibScalarGroupImplTest : public testing::Test {
 protected:
     ESnmpType TypeAt(const char* name) {
         BVarBind varBind = Named(name);
@@ -27,20 +27,20 @@ protected:
                            Scalars::TextColumn(5), Scalars::OidColumn(6), Scalars::ReadOnly(7)}};
 };
 
-TEST_F(ScalarGroup, RegistersItsOwnOidAndKind) {
+TEST_F(BMibScalarGroupImplTest, RegistersItsOwnOidAndKind) {
     EXPECT_EQ(m_group.Oid(), Oid("1.3.9"));
     EXPECT_EQ(m_group.HandlerKind(), 3U);
     EXPECT_EQ(m_group.ToString(), BString("SAMPLE-MIB.scalars (1.3.9)"));
 }
 
-TEST_F(ScalarGroup, HandlesWhatLiesInItsSubtree) {
+TEST_F(BMibScalarGroupImplTest, HandlesWhatLiesInItsSubtree) {
     EXPECT_TRUE(m_group.HandlesInstance(Oid("1.3.9")));
     EXPECT_TRUE(m_group.HandlesInstance(Oid("1.3.9.77.5")));
     EXPECT_FALSE(m_group.HandlesInstance(Oid("1.3")));
     EXPECT_FALSE(m_group.HandlesInstance(Oid("1.3.90")));
 }
 
-TEST_F(ScalarGroup, ReadsAValueOfEachKind) {
+TEST_F(BMibScalarGroupImplTest, ReadsAValueOfEachKind) {
     BVarBind varBind = Named("1.3.9.1.0");
     m_group.answers.integer = -2147483647 - 1;
     EXPECT_EQ(m_group.Get(77, varBind), noError);
@@ -67,7 +67,7 @@ TEST_F(ScalarGroup, ReadsAValueOfEachKind) {
     EXPECT_EQ(varBind.identifier, Oid("0.0"));
 }
 
-TEST_F(ScalarGroup, TellsAnUnservedColumnFromAnAbsentInstance) {
+TEST_F(BMibScalarGroupImplTest, TellsAnUnservedColumnFromAnAbsentInstance) {
     EXPECT_EQ(TypeAt("1.3.9.3.0"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.0.0"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.4294967295.0"), kNoSuchObject);
@@ -82,7 +82,7 @@ TEST_F(ScalarGroup, TellsAnUnservedColumnFromAnAbsentInstance) {
     EXPECT_EQ(m_group.answers.gets, 1);
 }
 
-TEST_F(ScalarGroup, TurnsTheResultNoSuchNameIntoNoSuchInstanceExceptInVersionOne) {
+TEST_F(BMibScalarGroupImplTest, TurnsTheResultNoSuchNameIntoNoSuchInstanceExceptInVersionOne) {
     m_group.answers.getResult = noSuchName;
     for (const int version : {kSnmpV2c, kSnmpV3}) {
         BVarBindList list = {Named("1.3.9.1.0")};
@@ -97,7 +97,7 @@ TEST_F(ScalarGroup, TurnsTheResultNoSuchNameIntoNoSuchInstanceExceptInVersionOne
     EXPECT_EQ(errorIndex, 1);
 }
 
-TEST_F(ScalarGroup, ReadsAListAndStopsAtTheFirstFailure) {
+TEST_F(BMibScalarGroupImplTest, ReadsAListAndStopsAtTheFirstFailure) {
     BVarBindList list = {Named("1.3.9.1.0"), Named("1.3.9.3.0"), Named("1.3.9.2.0")};
     int errorIndex = 9;
     EXPECT_EQ(m_group.Get(1, list, errorIndex, kSnmpV2c), noError);
@@ -108,7 +108,7 @@ TEST_F(ScalarGroup, ReadsAListAndStopsAtTheFirstFailure) {
     EXPECT_EQ(errorIndex, 2);
 }
 
-TEST_F(ScalarGroup, PassesAGroupsOwnErrorOn) {
+TEST_F(BMibScalarGroupImplTest, PassesAGroupsOwnErrorOn) {
     m_group.answers.getResult = resourceUnavailable;
     BVarBindList list = {Named("1.3.9.3.0"), Named("1.3.9.1.0")};
     int errorIndex = 0;
@@ -119,7 +119,7 @@ TEST_F(ScalarGroup, PassesAGroupsOwnErrorOn) {
     EXPECT_EQ(next.name, Oid("1.3.9"));
 }
 
-TEST_F(ScalarGroup, AnswersGenErrWhenAGetOperationThrows) {
+TEST_F(BMibScalarGroupImplTest, AnswersGenErrWhenAGetOperationThrows) {
     m_group.answers.inGet = [] { throw std::runtime_error("no"); };
     BVarBind varBind = Named("1.3.9.1.0");
     EXPECT_EQ(m_group.Get(1, varBind), genErr);
@@ -131,7 +131,7 @@ TEST_F(ScalarGroup, AnswersGenErrWhenAGetOperationThrows) {
     EXPECT_EQ(m_group.Get(1, varBind), noError);
 }
 
-TEST_F(ScalarGroup, AnswersGenErrWhenAnEntryPairsItsKindWithAnotherHandler) {
+TEST_F(BMibScalarGroupImplTest, AnswersGenErrWhenAnEntryPairsItsKindWithAnotherHandler) {
     BRqHndlrEntry wrong = Scalars::Int(1);
     wrong.valueKind = kOctetStringValue;
     BRqHndlrEntry unknown = Scalars::Int(2);
@@ -152,7 +152,7 @@ TEST_F(ScalarGroup, AnswersGenErrWhenAnEntryPairsItsKindWithAnotherHandler) {
     EXPECT_TRUE(m_group.answers.phases.empty());
 }
 
-TEST_F(ScalarGroup, SendsOutWhatAGetGaveWhateverTheConstraintsSay) {
+TEST_F(BMibScalarGroupImplTest, SendsOutWhatAGetGaveWhateverTheConstraintsSay) {
     m_group.Constrain({{kRange, 1, nullptr, 0, 2147483647},
                        {kEnumeration, 2, nullptr, 0, 0},
                        {kEnumValue, 0, "one", 1, 0},
@@ -168,7 +168,7 @@ TEST_F(ScalarGroup, SendsOutWhatAGetGaveWhateverTheConstraintsSay) {
     EXPECT_EQ(list[2].octets.Length(), 1023U);
 }
 
-TEST_F(ScalarGroup, MovesEveryVarbindOfAListOn) {
+TEST_F(BMibScalarGroupImplTest, MovesEveryVarbindOfAListOn) {
     BVarBindList list = {Named("1"), Named("1.3.9.6.0"), Named("1.3.9.7.0"), Named("1.3.9.1")};
     int errorIndex = 9;
     EXPECT_EQ(m_group.GetNext(1, list, errorIndex, kSnmpV2c), noError);
@@ -180,7 +180,7 @@ TEST_F(ScalarGroup, MovesEveryVarbindOfAListOn) {
     EXPECT_EQ(list[3].name, Oid("1.3.9.1.0"));
 }
 
-TEST_F(ScalarGroup, EndsAWalkInVersionOneWithNoSuchName) {
+TEST_F(BMibScalarGroupImplTest, EndsAWalkInVersionOneWithNoSuchName) {
     BVarBindList list = {Named("1"), Named("1.3.9.7.0")};
     int errorIndex = 9;
     EXPECT_EQ(m_group.GetNext(1, list, errorIndex, kSnmpV1), noSuchName);
@@ -190,7 +190,7 @@ TEST_F(ScalarGroup, EndsAWalkInVersionOneWithNoSuchName) {
     EXPECT_EQ(end.type, kNull);
 }
 
-TEST_F(ScalarGroup, PassesOverAScalarThatVanishesBetweenFindingAndReading) {
+TEST_F(BMibScalarGroupImplTest, PassesOverAScalarThatVanishesBetweenFindingAndReading) {
     m_group.answers.inGet = [&] { m_group.answers.getResult = m_group.answers.gets == 1 ? noSuchName : noError; };
     BVarBind varBind = Named("1.3.9");
     EXPECT_EQ(m_group.GetNext(1, varBind), noError);
@@ -198,7 +198,7 @@ TEST_F(ScalarGroup, PassesOverAScalarThatVanishesBetweenFindingAndReading) {
     EXPECT_EQ(varBind.type, kTimeTicks);
 }
 
-TEST_F(ScalarGroup, DoesNothingOnTimeoutAndAsksForNone) {
+TEST_F(BMibScalarGroupImplTest, DoesNothingOnTimeoutAndAsksForNone) {
     BTimeInterval interval(500);
     m_group.OnTimeout(interval);
     EXPECT_EQ(interval.Milliseconds(), 0U);

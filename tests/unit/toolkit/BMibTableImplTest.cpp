@@ -11,9 +11,9 @@ namespace {
 
 using Table = SampleTable;
 
-class TableGroup : public testing::Test {
+class BMibTableImplTest : public testing::Test {
 protected:
-    TableGroup() { m_table.rows = {Oid("1"), Oid("2"), Oid("5")}; }
+    BMibTableImplTest() { m_table.rows = {Oid("1"), Oid("2"), Oid("5")}; }
 
     BObjectIdentifier Next(const char* name) {
         BVarBind varBind = Named(name);
@@ -31,7 +31,7 @@ protected:
     SampleTable m_table{"1.3.9", {Table::ReadOnly(1), Table::Counter(2), Table::Int(4)}};
 };
 
-TEST_F(TableGroup, RegistersItsEntryAndKind) {
+TEST_F(BMibTableImplTest, RegistersItsEntryAndKind) {
     EXPECT_EQ(m_table.Oid(), Oid("1.3.9.1"));
     EXPECT_EQ(m_table.HandlerKind(), 4U);
     EXPECT_EQ(m_table.ToString(), BString("SAMPLE-MIB.table (1.3.9.1)"));
@@ -39,7 +39,7 @@ TEST_F(TableGroup, RegistersItsEntryAndKind) {
     EXPECT_TRUE(m_table.HandlesInstance(Oid("1.3.9.1.4.5")));
 }
 
-TEST_F(TableGroup, ReadsACellAndHandsTheIndexOn) {
+TEST_F(BMibTableImplTest, ReadsACellAndHandsTheIndexOn) {
     BVarBind varBind = Named("1.3.9.1.2.5");
     m_table.answers.number = 4294967295U;
     EXPECT_EQ(m_table.Get(31, varBind), noError);
@@ -49,7 +49,7 @@ TEST_F(TableGroup, ReadsACellAndHandsTheIndexOn) {
     EXPECT_EQ(m_table.answers.lastRequestId, 31U);
 }
 
-TEST_F(TableGroup, TellsAnUnservedColumnFromAnAbsentRow) {
+TEST_F(BMibTableImplTest, TellsAnUnservedColumnFromAnAbsentRow) {
     EXPECT_EQ(TypeAt("1.3.9.1.3.1"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.1.5.1"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.1"), kNoSuchObject);
@@ -62,7 +62,7 @@ TEST_F(TableGroup, TellsAnUnservedColumnFromAnAbsentRow) {
     EXPECT_TRUE(m_table.answers.lastIndex.IsEmpty());
 }
 
-TEST_F(TableGroup, WalksColumnByColumn) {
+TEST_F(BMibTableImplTest, WalksColumnByColumn) {
     EXPECT_EQ(Next("1.3"), Oid("1.3.9.1.1.1"));
     EXPECT_EQ(Next("1.3.9.1.1.1"), Oid("1.3.9.1.1.2"));
     EXPECT_EQ(Next("1.3.9.1.1.2"), Oid("1.3.9.1.1.5"));
@@ -72,7 +72,7 @@ TEST_F(TableGroup, WalksColumnByColumn) {
     EXPECT_EQ(Next("1.3.9.2"), BObjectIdentifier());
 }
 
-TEST_F(TableGroup, HasNoNextWithoutRowsOrColumns) {
+TEST_F(BMibTableImplTest, HasNoNextWithoutRowsOrColumns) {
     m_table.rows.clear();
     EXPECT_EQ(Next("1.3"), BObjectIdentifier());
     EXPECT_EQ(m_table.searches, 3);
@@ -81,7 +81,7 @@ TEST_F(TableGroup, HasNoNextWithoutRowsOrColumns) {
     EXPECT_EQ(none.GetNext(1, varBind), noSuchName);
 }
 
-TEST_F(TableGroup, PassesOverARowThatVanishesBetweenFindingAndReading) {
+TEST_F(BMibTableImplTest, PassesOverARowThatVanishesBetweenFindingAndReading) {
     m_table.inNext = [&](unsigned int) {
         // the second row is gone before it is read
         m_table.answers.inGet = [&] {
@@ -94,7 +94,7 @@ TEST_F(TableGroup, PassesOverARowThatVanishesBetweenFindingAndReading) {
     EXPECT_EQ(Next("1.3.9.1.1.1"), BObjectIdentifier());
 }
 
-TEST_F(TableGroup, FindsTheNextInstanceWithoutReadingIt) {
+TEST_F(BMibTableImplTest, FindsTheNextInstanceWithoutReadingIt) {
     BVarBind varBind = Named("1.3.9.1.1.2");
     EXPECT_EQ(m_table.NextInstance(1, varBind), noError);
     EXPECT_EQ(varBind.name, Oid("1.3.9.1.1.5"));
@@ -105,7 +105,7 @@ TEST_F(TableGroup, FindsTheNextInstanceWithoutReadingIt) {
     EXPECT_EQ(varBind.name, Oid("1.3.9.1.4.5"));
 }
 
-TEST_F(TableGroup, AnswersGenErrWhenASearchOrAGetThrows) {
+TEST_F(BMibTableImplTest, AnswersGenErrWhenASearchOrAGetThrows) {
     m_table.inNext = [](unsigned int) { throw std::runtime_error("no"); };
     BVarBind varBind = Named("1.3");
     EXPECT_EQ(m_table.GetNext(1, varBind), genErr);
@@ -131,7 +131,7 @@ public:
     BObjectIdentifier stray;
 };
 
-TEST(StrayTableGroup, GoesOnWithTheNextColumnWhenASearchDoesNotMoveForward) {
+TEST(BMibTableImplStray, GoesOnWithTheNextColumnWhenASearchDoesNotMoveForward) {
     StrayTable table("1.3.9", {Table::Int(1), Table::Int(2)});
     table.stray = Oid("5");
     table.rows = {Oid("5")};
@@ -144,7 +144,7 @@ TEST(StrayTableGroup, GoesOnWithTheNextColumnWhenASearchDoesNotMoveForward) {
     EXPECT_LE(table.searches, 6);
 }
 
-TEST_F(TableGroup, PassesOverARowWhoseNameWouldBeTooLong) {
+TEST_F(BMibTableImplTest, PassesOverARowWhoseNameWouldBeTooLong) {
     BObjectIdentifier longest = Oid("2");  // 5 arcs of column, 123 of index
     while (longest.NumArcs() < 123) {
         EXPECT_TRUE(longest.Append(4294967295U));

@@ -11,16 +11,16 @@ namespace {
 using Phase = ESnmpSetOpCode;
 using Counts = RecordingTable::Counts;
 
-class SetCell : public testing::Test {
+class BSetCellTest : public testing::Test {
 protected:
-    SetCell() { m_table.values[1] = 10; }
+    BSetCellTest() { m_table.values[1] = 10; }
 
     static BVarBind Offer(int value = 20) { return Integer("1.3.1.1.1", value); }
 
     RecordingTable m_table;
 };
 
-TEST_F(SetCell, CommitsAndReleases) {
+TEST_F(BSetCellTest, CommitsAndReleases) {
     {
         BSetCell cell(m_table, 1, Offer());
         EXPECT_EQ(cell.Check(), noError);
@@ -34,7 +34,7 @@ TEST_F(SetCell, CommitsAndReleases) {
     EXPECT_EQ(m_table.openCells, 0);
 }
 
-TEST_F(SetCell, GivesTheSavedValueBackWhenUndone) {
+TEST_F(BSetCellTest, GivesTheSavedValueBackWhenUndone) {
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
     EXPECT_EQ(cell.Commit(), noError);
@@ -44,7 +44,7 @@ TEST_F(SetCell, GivesTheSavedValueBackWhenUndone) {
     EXPECT_EQ(m_table.counts[1], (Counts{1, 1, 1, 1}));
 }
 
-TEST_F(SetCell, TouchesNothingBeforeItsCheck) {
+TEST_F(BSetCellTest, TouchesNothingBeforeItsCheck) {
     {
         BSetCell cell(m_table, 1, Offer());
         EXPECT_EQ(cell.Commit(), commitFailed);
@@ -53,7 +53,7 @@ TEST_F(SetCell, TouchesNothingBeforeItsCheck) {
     EXPECT_EQ(m_table.counts[1], Counts());
 }
 
-TEST_F(SetCell, ReleasesNothingThatFailedItsCheck) {
+TEST_F(BSetCellTest, ReleasesNothingThatFailedItsCheck) {
     m_table.Fail(1, Phase::CheckAndSave, inconsistentName);
     {
         BSetCell cell(m_table, 1, Offer());
@@ -68,7 +68,7 @@ TEST_F(SetCell, ReleasesNothingThatFailedItsCheck) {
     EXPECT_EQ(m_table.counts[1], Counts());
 }
 
-TEST_F(SetCell, UndoesNothingThatDidNotCommit) {
+TEST_F(BSetCellTest, UndoesNothingThatDidNotCommit) {
     m_table.Fail(1, Phase::Commit, commitFailed);
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
@@ -78,7 +78,7 @@ TEST_F(SetCell, UndoesNothingThatDidNotCommit) {
     EXPECT_EQ(m_table.counts[1], (Counts{1, 0, 0, 1}));
 }
 
-TEST_F(SetCell, RunsEachPhaseOnceHoweverOftenItIsAsked) {
+TEST_F(BSetCellTest, RunsEachPhaseOnceHoweverOftenItIsAsked) {
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
     EXPECT_EQ(cell.Check(), noError);
@@ -91,7 +91,7 @@ TEST_F(SetCell, RunsEachPhaseOnceHoweverOftenItIsAsked) {
     EXPECT_EQ(m_table.counts[1], (Counts{1, 1, 1, 1}));
 }
 
-TEST_F(SetCell, IsDoneForWhenReleased) {
+TEST_F(BSetCellTest, IsDoneForWhenReleased) {
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
     cell.Release();
@@ -100,7 +100,7 @@ TEST_F(SetCell, IsDoneForWhenReleased) {
     EXPECT_EQ(m_table.counts[1], (Counts{1, 0, 0, 1}));
 }
 
-TEST_F(SetCell, PassesAFailedUndoOnAndStillReleases) {
+TEST_F(BSetCellTest, PassesAFailedUndoOnAndStillReleases) {
     m_table.Fail(1, Phase::Undo, undoFailed);
     {
         BSetCell cell(m_table, 1, Offer());
@@ -112,7 +112,7 @@ TEST_F(SetCell, PassesAFailedUndoOnAndStillReleases) {
     EXPECT_EQ(m_table.openCells, 0);
 }
 
-TEST_F(SetCell, AnswersGenErrWhereAPhaseThrows) {
+TEST_F(BSetCellTest, AnswersGenErrWhereAPhaseThrows) {
     m_table.Fail(1, Phase::CheckAndSave, RecordingTable::kThrow);
     EXPECT_EQ(BSetCell(m_table, 1, Offer()).Check(), genErr);
 
@@ -142,7 +142,7 @@ TEST_F(SetCell, AnswersGenErrWhereAPhaseThrows) {
     EXPECT_EQ(release.answers.phases, (std::vector<Phase>{Phase::CheckAndSave, Phase::Release}));
 }
 
-TEST_F(SetCell, PassesThePhasesByTheirNumbers) {
+TEST_F(BSetCellTest, PassesThePhasesByTheirNumbers) {
     SampleScalars group("1.3", {SampleScalars::Int(1)});
     BSetCell cell(group, 44, Integer("1.3.1.0", 5));
     EXPECT_EQ(cell.Check(), noError);

@@ -8,8 +8,6 @@
 #include <thread>
 #include <vector>
 
-#include "CVT/TTimer.h"
-
 namespace CVT {
 namespace {
 
@@ -118,14 +116,6 @@ TEST(TEvent, MayBeDestroyedByTheWaiterThatItLetThrough) {
         setter.join();
     }
     EXPECT_EQ(destroyed, 300);
-}
-
-TEST(TTimer, SleepsAtLeastItsTime) {
-    TTimer timer;
-    const auto start = Clock::now();
-    timer.Sleep(30);
-    EXPECT_GE(Clock::now() - start, milliseconds(30));
-    timer.Sleep(0);
 }
 
 }  // namespace

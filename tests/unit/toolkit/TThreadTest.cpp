@@ -158,7 +158,7 @@ TEST(TThread, IsWaitedForByItsDestructor) {
     EXPECT_TRUE(done);
 }
 
-TEST(SelfDeletingThread, DeletesItselfAfterItsWork) {
+TEST(TThreadSelfDeleting, DeletesItselfAfterItsWork) {
     std::atomic<int> step = 0;
     int atWork = 0;
     int atEnd = 0;
@@ -174,7 +174,7 @@ TEST(SelfDeletingThread, DeletesItselfAfterItsWork) {
     EXPECT_EQ(TThread::NumSelfDeleting(), 0U);
 }
 
-TEST(SelfDeletingThread, DeletesItselfAfterAnException) {
+TEST(TThreadSelfDeleting, DeletesItselfAfterAnException) {
     std::atomic<int> deleted = 0;
     auto* const thread = new FunctionThread([](FunctionThread&) { throw std::runtime_error("as asked"); }, true);
     thread->inDestructor = [&] { ++deleted; };
@@ -183,7 +183,7 @@ TEST(SelfDeletingThread, DeletesItselfAfterAnException) {
     EXPECT_EQ(deleted, 1);
 }
 
-TEST(SelfDeletingThread, CountsUntilItsDestructorHasReturned) {
+TEST(TThreadSelfDeleting, CountsUntilItsDestructorHasReturned) {
     TEvent inDestructor(true);
     TEvent leave(true);
     auto* const thread = new FunctionThread([](FunctionThread&) {}, true);
@@ -202,7 +202,7 @@ TEST(SelfDeletingThread, CountsUntilItsDestructorHasReturned) {
     EXPECT_EQ(TThread::NumSelfDeleting(), 0U);
 }
 
-TEST(SelfDeletingThread, IsCountedFromItsStart) {
+TEST(TThreadSelfDeleting, IsCountedFromItsStart) {
     TEvent go(true);
     for (unsigned int i = 1; i <= 3; ++i) {
         auto* const thread = new FunctionThread([&](FunctionThread&) { go.Wait(kWaitForever); }, true);
@@ -214,7 +214,7 @@ TEST(SelfDeletingThread, IsCountedFromItsStart) {
     EXPECT_TRUE(TThread::WaitForSelfDeleting(60000));
 }
 
-TEST(SelfDeletingThread, CannotBeJoinedOrTerminated) {
+TEST(TThreadSelfDeleting, CannotBeJoinedOrTerminated) {
     TEvent go(true);
     std::atomic<bool> done = false;
     auto* const thread = new FunctionThread(
@@ -232,7 +232,7 @@ TEST(SelfDeletingThread, CannotBeJoinedOrTerminated) {
     EXPECT_TRUE(done);
 }
 
-TEST(SelfDeletingThread, LeavesAnOwnedThreadUncounted) {
+TEST(TThreadSelfDeleting, LeavesAnOwnedThreadUncounted) {
     TEvent go(true);
     FunctionThread thread([&](FunctionThread&) { go.Wait(kWaitForever); });
     EXPECT_TRUE(thread.StartNow());
