@@ -97,11 +97,16 @@ TEST_P(ResponseBudgetTest, AsManyNumbersFitAsInTheAnswerToAGet) {
     EXPECT_EQ(Names(1, oids).size(), columns);
 }
 
-TEST_P(ResponseBudgetTest, RowsThatDoNotFitAreRefusedAndTheAgentGoesOn) {
+TEST_P(ResponseBudgetTest, OfRowsThatDoNotFitTheFirstValuesComeOrElseTheyAreRefused) {
     const std::string longText = kValues + "14.0";  // behind it comes a text of 20,000 octets
-    const Outcome outcome = Ask(3, longText + "," + longText + "," + longText + "," + longText);
-    EXPECT_NE(outcome.status, 0) << outcome.output;
-    EXPECT_NE(outcome.output.find("tooBig"), std::string::npos) << outcome.output;
+    const std::string four = longText + "," + longText + "," + longText + "," + longText;
+    if (GetParam().longestMessage > 60000) {
+        EXPECT_EQ(Names(3, four).size(), 1U) << "three of one name, which the client puts together";
+    } else {
+        const Outcome outcome = Ask(3, four);
+        EXPECT_NE(outcome.status, 0) << outcome.output;
+        EXPECT_NE(outcome.output.find("tooBig"), std::string::npos) << outcome.output;
+    }
     EXPECT_EQ(Names(1, m_number), std::vector<std::string>{m_number + ".1"});
 }
 

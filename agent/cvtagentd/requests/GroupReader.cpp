@@ -9,7 +9,6 @@
 #include "CVT/BPatience.h"
 #include "agent/cvtagentd/requests/AccessView.h"
 #include "agent/cvtagentd/requests/ReadProgress.h"
-#include "agent/cvtagentd/requests/ResponseBudget.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/VarBinds.h"
@@ -35,9 +34,8 @@ struct GroupReader::Call {
     TimeSlice& slice;
     const CVT::BPatience* patience;  // null: no limit
     bool endsWithin;  // whether the stretch asked for ends before the subtree does, where another one lies in it
-    std::optional<AccessView> view;       // none: the library looks at what it is given
-    std::optional<ResponseBudget> bound;  // of a GETBULK
-    EmptyStretches* empty;                // null: none has been met yet
+    std::optional<AccessView> view;  // none: the library looks at what it is given
+    EmptyStretches* empty;           // null: none has been met yet
 
     bool HasGivenUp() const { return patience != nullptr && patience->HasGivenUp(); }
 };
@@ -111,12 +109,9 @@ GroupReader::Outcome GroupReader::GoOn(const Info& info, unsigned int requestId,
     }
     try {
         const auto begin = TimeSlice::Clock::now();
-        Call call{info, requestId, slice, patience ? &*patience : nullptr, false, std::nullopt, std::nullopt, nullptr};
+        Call call{info, requestId, slice, patience ? &*patience : nullptr, false, std::nullopt, nullptr};
         if (info.mode != MODE_GET && wait == Wait::kShortly) {  // a subagent's master looks itself
             call.view.emplace(info, m_group.Oid());
-        }
-        if (info.mode == MODE_GETBULK) {
-            call.bound.emplace(info);
         }
         if (ReadProgress* const progress = ReadProgress::Find(info); progress != nullptr) {
             const auto empty = progress->empty.find(&m_group);
@@ -200,10 +195,6 @@ GroupReader::Result GroupReader::Get(const Call& call, Request& request) {
 /// library then goes on with the next handler.
 GroupReader::Result GroupReader::GetNext(Call& call, Request& request) {
     const Result result = MoveToNext(call, request);
-    if (result == Result::kAnswered && call.bound && !call.bound->Takes(m_varBind)) {
-        VarBinds::Refuse(request, CVT::tooBig);
-        return Result::kRefused;
-    }
     if (result == Result::kAnswered && !VarBinds::WriteName(m_varBind.name, *request.requestvb)) {
         VarBinds::Refuse(request, CVT::genErr);
         return Result::kRefused;

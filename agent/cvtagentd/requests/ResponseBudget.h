@@ -2,16 +2,11 @@
 
 #include <cstddef>
 
-#include "CVT/BVarBind.h"
-
-struct netsnmp_agent_request_info_s;
-
 namespace cvtagentd {
 
-/// Keeps the responses to GETBULK of version 3 within the size that the asker's messages may have. The library cuts a
-/// response of version 2c short by itself; one of version 3 it must never have to: there it spoils the message's digest,
-/// or does not come back at all. So the repetitions are bounded when the request comes, such that each value may have
-/// kValueOctets; what is too long for the message all the same is refused.
+/// Bounds the work for a GETBULK of version 3 by the size that the asker's messages may have: of repetitions for which the
+/// response has no room, nothing is read. A value counts as kValueOctets, so that seldom one is read in vain. What is too
+/// long for the message all the same is left out when the response is encoded (ResponseBuilder).
 ///
 /// Used by the thread that runs the library.
 class ResponseBudget {
@@ -21,15 +16,6 @@ public:
 
     /// Bounds the repetitions of every request from now on. To be called once.
     static void Install();
-
-    /// For one request.
-    explicit ResponseBudget(const netsnmp_agent_request_info_s& info);
-
-    /// Whether the response to the request has room for one varbind more. Each is to be asked for once.
-    bool Takes(const CVT::BVarBind& varBind) const;
-
-private:
-    std::size_t* m_room = nullptr;  // among the request's data; null: the library sees to it
 };
 
 }  // namespace cvtagentd

@@ -6,7 +6,9 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <system_error>
 
@@ -16,6 +18,7 @@
 #include "agent/cvtagentd/snmp/DescriptorSet.h"
 #include "agent/cvtagentd/snmp/HostAccess.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
+#include "agent/cvtagentd/snmp/ResponseBuilder.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
@@ -104,6 +107,23 @@ int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaqu
     return AdmitsHost(session, transport, opaque, length) ? 1 : 0;
 }
 
+/// Whether a message of version 3 names a context that there is: of this engine, or of none, and by a name
+/// that the library, for which a name ends with its first zero, reads as it is.
+bool IsForUs(const snmp_pdu& message) {
+    if (message.version != SNMP_VERSION_3) {
+        return true;
+    }
+    if (message.contextNameLen > 0 && std::memchr(message.contextName, '\0', message.contextNameLen) != nullptr) {
+        return false;
+    }
+    if (message.contextEngineIDLen == 0) {
+        return true;
+    }
+    std::array<u_char, 2 * MAX_ENGINEID_LENGTH> own{};
+    return ::snmpv3_get_engineID(own.data(), own.size()) == message.contextEngineIDLen &&
+           std::memcmp(own.data(), message.contextEngineID, message.contextEngineIDLen) == 0;
+}
+
 void Refuse(snmp_session& session, snmp_pdu& message) {
     snmp_pdu* const response = ::snmp_clone_pdu(&message);
     if (response == nullptr) {
@@ -155,7 +175,9 @@ bool Listeners::Open(const std::string& address) {
         transport = transport->f_open(transport);
     }
     snmp_session* const opened =
-        transport == nullptr ? nullptr : ::snmp_add(&session, transport, &CheckPacket, &::netsnmp_agent_check_parse);
+        transport == nullptr ? nullptr
+                             : ::snmp_add_full(&session, transport, &CheckPacket, nullptr, &::netsnmp_agent_check_parse,
+                                               nullptr, &ResponseBuilder::Build, nullptr, nullptr);
     if (opened == nullptr) {  // it has freed the transport
         return false;
     }
@@ -172,9 +194,15 @@ int Listeners::OnMessage(int operation, snmp_session* session, int requestId, sn
             static_cast<Listeners*>(self)->m_connections.Add(*transport);
         }
     }
-    if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE && static_cast<Listeners*>(self)->Refuses(*message)) {
-        Refuse(*session, *message);
-        return 1;
+    if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) {
+        if (!IsForUs(*message)) {
+            return 1;
+        }
+        ResponseBuilder::Expect(*message);
+        if (static_cast<Listeners*>(self)->Refuses(*message)) {
+            Refuse(*session, *message);
+            return 1;
+        }
     }
     return ::handle_snmp_packet(operation, session, requestId, message, nullptr);
 }

@@ -1,0 +1,87 @@
+#include "agent/cvtagentd/snmp/MessageSize.h"
+
+#include <algorithm>
+
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+namespace cvtagentd {
+namespace {
+
+// With tag and length.
+constexpr std::size_t kInteger = 6;
+constexpr std::size_t kSequence = 4;
+
+/// Version, the message's sequence, the sequence of the PDU, its three numbers, and the sequence of varbinds.
+constexpr std::size_t kEveryMessage = 3 + kSequence + kSequence + 3 * kInteger + kSequence;
+/// Of version 3 besides: the global header, security parameters and scoped PDU, empty names and no cryptography.
+constexpr std::size_t kHeader = 2 + 2 * kInteger + 3 + 3;
+constexpr std::size_t kSecurityParameters = 4 + 4 + 2 * kInteger + 4 * 4;
+constexpr std::size_t kScopedPdu = kSequence + 2 * 4;
+/// The digest of SHA-512.
+constexpr std::size_t kLongestDigest = 48;
+/// A salt, the octet string of the encrypted PDU, and what a block cipher fills up.
+constexpr std::size_t kEncryption = 8 + 4 + 7;
+
+std::size_t ContentOf(const oid* arcs, std::size_t count) {
+    std::size_t octets = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        oid arc = arcs[i];
+        if (i == 0 && count > 1) {  // the first two share their octets
+            arc = arcs[0] * 40 + arcs[1];
+            ++i;
+        }
+        for (++octets; arc >= 0x80; arc >>= 7U) {
+            ++octets;
+        }
+    }
+    return std::max<std::size_t>(octets, 1);
+}
+
+std::size_t ContentOf(long number) {
+    std::size_t octets = 1;
+    for (; number < -0x80 || number > 0x7f; number >>= 8) {
+        ++octets;
+    }
+    return octets;
+}
+
+std::size_t ContentOf(const variable_list& value) {
+    switch (value.type) {
+        case ASN_INTEGER:
+        case ASN_COUNTER:
+        case ASN_GAUGE:
+        case ASN_TIMETICKS: return value.val.integer == nullptr ? 1 : ContentOf(*value.val.integer);
+        case ASN_OBJECT_ID: return ContentOf(value.val.objid, value.val_len / sizeof(oid));
+        default: break;
+    }
+    constexpr std::size_t kMoreThanItsOctets = 8;  // some types that only a request has are encoded twice over
+    return value.val_len + (value.type == ASN_OCTET_STR || value.val_len == 0 ? 0 : kMoreThanItsOctets);
+}
+
+}  // namespace
+
+std::size_t MessageSize::Limit(const snmp_pdu& message) {
+    const long configured = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
+    std::size_t limit = configured > 0 ? std::min(static_cast<std::size_t>(configured), kLongest) : kLongest;
+    if (message.version == SNMP_VERSION_3 && message.msgMaxSize > 0) {
+        limit = std::min(limit, static_cast<std::size_t>(message.msgMaxSize));
+    }
+    return limit;
+}
+
+std::size_t MessageSize::WithoutVarBinds(const snmp_pdu& message) {
+    if (message.version != SNMP_VERSION_3) {
+        return kEveryMessage + Field(message.community_len);
+    }
+    const bool hasDigest = message.securityLevel != SNMP_SEC_LEVEL_NOAUTH;
+    const bool isEncrypted = message.securityLevel == SNMP_SEC_LEVEL_AUTHPRIV;
+    return kEveryMessage + kHeader + kSecurityParameters + kScopedPdu + message.securityEngineIDLen +
+           message.securityNameLen + message.contextEngineIDLen + message.contextNameLen +
+           (hasDigest ? kLongestDigest : 0) + (isEncrypted ? kEncryption : 0);
+}
+
+std::size_t MessageSize::Of(const variable_list& varBind) {
+    return Field(Field(ContentOf(varBind.name, varBind.name_length)) + Field(ContentOf(varBind)));
+}
+
+}  // namespace cvtagentd

@@ -1,0 +1,94 @@
+#include "agent/cvtagentd/snmp/ResponseBuilder.h"
+
+#include <cstring>
+
+#include "CVT/SnmpTypes.h"
+#include "agent/cvtagentd/snmp/MessageSize.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+namespace cvtagentd {
+namespace {
+
+/// In the flags of a request and of its response: it is a GETBULK. The library has no such flag; its own
+/// UCD_MSG_FLAG_BULK_TOOBIG stands with a GETNEXT too, of which no varbind may be missing.
+constexpr u_long kIsBulk = 0x40000000;
+
+/// A message as it is to be sent. Ends as the message that the library made, which frees all of it.
+class Fitted {
+public:
+    explicit Fitted(snmp_pdu& message) : m_message(message), m_original(message) {
+        const std::size_t limit = MessageSize::Limit(message);
+        const std::size_t empty = MessageSize::WithoutVarBinds(message);
+        std::size_t octets = empty;
+        variable_list* last = nullptr;
+        variable_list* next = message.variables;
+        for (; next != nullptr && octets <= limit; next = next->next_variable) {
+            octets += MessageSize::Of(*next);
+            if (octets <= limit) {
+                last = next;
+            }
+        }
+        if (octets > limit) {
+            Shorten(last);
+        }
+        // Forwards, the library writes into a block of a fixed size.
+        message.flags &= ~static_cast<u_long>(UCD_MSG_FLAG_FORWARD_ENCODE | UCD_MSG_FLAG_BULK_TOOBIG);
+        if (message.version == SNMP_VERSION_3) {
+            message.msgMaxSize = static_cast<long>(MessageSize::kLongest);
+        }
+    }
+    ~Fitted() {
+        m_message.variables = m_original.variables;
+        m_message.errstat = m_original.errstat;
+        m_message.errindex = m_original.errindex;
+        m_message.flags = m_original.flags;
+        m_message.msgMaxSize = m_original.msgMaxSize;
+        if (m_last != nullptr) {
+            m_last->next_variable = m_rest;
+        }
+    }
+    Fitted(const Fitted&) = delete;
+    Fitted& operator=(const Fitted&) = delete;
+
+private:
+    void Shorten(variable_list* last) {
+        const bool mayLoseSome = (m_message.flags & kIsBulk) != 0 && m_message.errstat == CVT::noError;
+        if (mayLoseSome && last != nullptr) {
+            m_last = last;
+            m_rest = last->next_variable;
+            last->next_variable = nullptr;
+            return;
+        }
+        m_message.variables = nullptr;
+        if (m_message.command == SNMP_MSG_RESPONSE) {
+            m_message.errstat = CVT::tooBig;
+            m_message.errindex = 0;
+        }
+    }
+
+    snmp_pdu& m_message;
+    const snmp_pdu m_original;
+    variable_list* m_last = nullptr;  // of those that are sent, where some are not
+    variable_list* m_rest = nullptr;
+};
+
+}  // namespace
+
+void ResponseBuilder::Expect(snmp_pdu& request) {
+    if (request.command == SNMP_MSG_GETBULK) {
+        request.flags |= kIsBulk;
+    }
+}
+
+int ResponseBuilder::Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
+                           std::size_t* offset) {
+    const Fitted fitted(*message);
+    const int failed = ::snmp_build(packet, length, offset, session, message);
+    // The library encodes from the end of the block to its start; from here it takes the message at the start.
+    if (failed == 0 && ::netsnmp_ds_get_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_REVERSE_ENCODE) != 0) {
+        std::memmove(*packet, *packet + *length - *offset, *offset);
+    }
+    return failed;
+}
+
+}  // namespace cvtagentd
