@@ -63,10 +63,18 @@ std::size_t ContentOf(const variable_list& value) {
 std::size_t MessageSize::Limit(const snmp_pdu& message) {
     const long configured = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
     std::size_t limit = configured > 0 ? std::min(static_cast<std::size_t>(configured), kLongest) : kLongest;
-    if (message.version == SNMP_VERSION_3 && message.msgMaxSize > 0) {
-        limit = std::min(limit, static_cast<std::size_t>(message.msgMaxSize));
+    // A report is made of a message that was never hidden from the library.
+    const long askers = message.range_subid > 0 ? message.range_subid : message.msgMaxSize;
+    if (message.version == SNMP_VERSION_3 && askers > 0) {
+        limit = std::min(limit, static_cast<std::size_t>(askers));
     }
     return limit;
+}
+
+/// The library uses that field for AgentX alone.
+void MessageSize::KeepFromLibrary(snmp_pdu& request) {
+    request.range_subid = static_cast<int>(std::min(request.msgMaxSize, static_cast<long>(kLongest)));
+    request.msgMaxSize = static_cast<long>(kLongest);
 }
 
 std::size_t MessageSize::WithoutVarBinds(const snmp_pdu& message) {

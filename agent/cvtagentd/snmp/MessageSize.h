@@ -16,6 +16,10 @@ struct MessageSize {
     /// the sender of the request takes. `message`: the request or its response.
     static std::size_t Limit(const snmp_pdu& message);
 
+    /// Hides what the sender of a request of version 3 takes from the library, which would drop varbinds beyond it before they
+    /// come to be encoded, and never free them. Limit still knows it, of the request and of its response.
+    static void KeepFromLibrary(snmp_pdu& request);
+
     /// All of the message but its varbinds.
     static std::size_t WithoutVarBinds(const snmp_pdu& message);
 

@@ -78,6 +78,9 @@ void ResponseBuilder::Expect(snmp_pdu& request) {
     if (request.command == SNMP_MSG_GETBULK) {
         request.flags |= kIsBulk;
     }
+    if (request.version == SNMP_VERSION_3) {
+        MessageSize::KeepFromLibrary(request);
+    }
 }
 
 int ResponseBuilder::Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
