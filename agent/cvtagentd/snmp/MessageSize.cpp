@@ -14,9 +14,9 @@ constexpr std::size_t kSequence = 4;
 /// Version, the message's sequence, the sequence of the PDU, its three numbers, and the sequence of varbinds.
 constexpr std::size_t kEveryMessage = 3 + kSequence + kSequence + 3 * kInteger + kSequence;
 /// Of version 3 besides: the global header, security parameters and scoped PDU, empty names and no cryptography.
-constexpr std::size_t kHeader = 2 + 2 * kInteger + 3 + 3;
-constexpr std::size_t kSecurityParameters = 4 + 4 + 2 * kInteger + 4 * 4;
-constexpr std::size_t kScopedPdu = kSequence + 2 * 4;
+constexpr std::size_t kHeader = 2 + kInteger + kInteger + 3 + 3;
+constexpr std::size_t kSecurityParameters = 4 + 4 + 2 * kInteger + 4 + 4 + 4 + 4;
+constexpr std::size_t kScopedPdu = kSequence + 4 + 4;
 /// The digest of SHA-512.
 constexpr std::size_t kLongestDigest = 48;
 /// A salt, the octet string of the encrypted PDU, and what a block cipher fills up.
