@@ -8,9 +8,9 @@
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/StandAlone.h"
 #include "agent/cvtagentd/Subagent.h"
-#include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
 #include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/ServiceManager.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
@@ -42,7 +42,7 @@ struct StopServing {
 int Agent::Run() {
     EventLoop loop;
     ServiceManager manager;
-    AccessConfig::RequireReadable(m_options.config);
+    ReadableFile::Require(m_options.config);
     StateDir::Enter(m_options.stateDir);
     DaemonUser user(m_options.user);
     const std::unique_ptr<Role> role = MakeRole(m_options);

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "agent/common/Joined.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/StartError.h"
 
@@ -71,23 +72,23 @@ void ServedModules::Add(BuiltinModule& builtin) {
 }
 
 std::string ServedModules::NotReady() const {
-    std::string files;
+    std::vector<std::string> files;
     for (const auto& module : m_modules) {
         if (!module->IsReady()) {
-            files += (files.empty() ? "" : ", ") + module->File();
+            files.push_back(module->File());
         }
     }
-    return files;
+    return agent::Joined(files);
 }
 
 std::string ServedModules::NotUp() const {
-    std::string names;
+    std::vector<std::string> names;
     for (const CVT::BMibImpl* const group : m_engine.Groups()) {
         if (!group->IsActive()) {
-            names += (names.empty() ? "" : ", ") + std::string(group->Name().View());
+            names.emplace_back(group->Name().View());
         }
     }
-    return names;
+    return agent::Joined(names);
 }
 
 }  // namespace cvtagentd

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/common/Joined.h"
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/access/AuthFailures.h"
@@ -54,13 +55,11 @@ std::string StandAlone::Open() {
         addresses.emplace_back(Options::kDefaultAddress);
     }
     m_listeners.emplace();
-    std::string all;
     for (const std::string& address : addresses) {
         m_listeners->Listen(address);
-        all += (all.empty() ? "" : ", ") + address;
     }
     m_builtin.emplace();
-    return "on " + all;
+    return "on " + agent::Joined(addresses);
 }
 
 /// A message can be sent again within a time window, and only the boots tell whether the engine has started since. So a

@@ -37,7 +37,9 @@ int Run(const cvtagentd::Options& options) {
         case cvtagentd::Options::Action::kCheckConfig:
             return cvtagentd::AccessConfig::Check(options.config, &cvtagentd::StandAlone::BeforeConfiguration);
         case cvtagentd::Options::Action::kCreateUser:
-            return cvtagentd::CreateUser(options, &cvtagentd::StandAlone::BeforeConfiguration).Run();
+            return cvtagentd::CreateUser(
+                       {options.newUser, options.config, options.stateDir, &cvtagentd::StandAlone::BeforeConfiguration})
+                .Run();
         case cvtagentd::Options::Action::kServe: break;
     }
     CVT::SetWarningReceiver(&cvtagentd::Log::Warning);

@@ -19,9 +19,11 @@
 #include <system_error>
 #include <utility>
 
+#include "agent/common/Joined.h"
 #include "agent/cvtagentd/access/ConfigFiles.h"
 #include "agent/cvtagentd/access/ConfigReview.h"
 #include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateFile.h"
@@ -108,27 +110,48 @@ std::string BecomeOwnerOf(const std::string& file) {
            ", as whom it was read; only an agent that runs as " + owner.Label() + " takes it";
 }
 
+/// What another process of this program finds with --check-config: a file that is faulty, or even crashes the library, does
+/// not harm the one that serves.
+std::vector<std::string> FaultsFoundByChild(const std::string& file) {
+    std::array<int, 2> ends{};
+    pid_t child = 0;
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return {"cannot check the configuration " + file + ": " + SystemError(errno)};
+    }
+    const bool started = SpawnCheck(file, ends[1], child);
+    ::close(ends[1]);
+    std::string text;
+    const bool inTime = !started || ReadAll(ends[0], text);
+    ::close(ends[0]);
+    int status = -1;
+    if (started) {
+        if (!inTime) {
+            ::kill(child, SIGKILL);
+        }
+        ::waitpid(child, &status, 0);
+    }
+    if (!inTime) {
+        return {"looking at the configuration " + file + " takes longer than " + std::to_string(kPatience.count()) +
+                " s; look for an includeFile that is no regular file"};
+    }
+    std::istringstream said(text);
+    std::vector<std::string> faults;
+    const std::string program = "cvtagentd: ";
+    for (std::string line; std::getline(said, line);) {
+        faults.push_back(line.starts_with(program) ? line.substr(program.size()) : line);
+    }
+    if (faults.empty() && status != 0) {
+        faults.push_back("cannot check the configuration " + file);
+    }
+    return faults;
+}
+
 }  // namespace
 
 std::vector<std::string> AccessConfig::BuiltIn() { return {"rocommunity public 127.0.0.1", "rocommunity6 public ::1"}; }
 
-std::string AccessConfig::WhyUnreadable(const std::string& file) {
-    struct stat status {};
-    if (::stat(file.c_str(), &status) != 0 || ::access(file.c_str(), R_OK) != 0) {
-        return "cannot read the configuration " + file + ": " + SystemError(errno);
-    }
-    return S_ISREG(status.st_mode) ? std::string() : "the configuration " + file + " is not a regular file";
-}
-
-void AccessConfig::RequireReadable(const std::string& file) {
-    const std::string why = file.empty() ? std::string() : WhyUnreadable(file);
-    if (!why.empty()) {
-        throw StartError(why + "; name one that can be read with --config");
-    }
-}
-
 std::string AccessConfig::WhyNotToRead(const std::string& file) {
-    const std::string why = WhyUnreadable(file);
+    const std::string why = ReadableFile::WhyNot(file);
     return why.empty() ? ConfigFiles::WhyNotTrusted(kConfiguration, ConfigFiles::From(file)) : why;
 }
 
@@ -211,11 +234,7 @@ std::string AccessConfig::TakeUnknownDirectives(std::vector<std::string>& faults
         return true;
     };
     faults.erase(std::remove_if(faults.begin(), faults.end(), take), faults.end());
-    std::string all;
-    for (const std::string& name : names) {
-        all += (all.empty() ? "" : ", ") + name;
-    }
-    return all;
+    return agent::Joined(names);
 }
 
 std::string AccessConfig::Summary(const std::string& file, const std::vector<std::string>& faults) {
@@ -272,42 +291,6 @@ void AccessConfig::Reload(const std::string& file) {
     }
     ::update_config();
     Log::Info("read the configuration " + file + " again");
-}
-
-/// What another process of this program finds with --check-config: a file that is faulty, or even crashes the library, does
-/// not harm the one that serves.
-std::vector<std::string> AccessConfig::FaultsFoundByChild(const std::string& file) {
-    std::array<int, 2> ends{};
-    pid_t child = 0;
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return {"cannot check the configuration " + file + ": " + SystemError(errno)};
-    }
-    const bool started = SpawnCheck(file, ends[1], child);
-    ::close(ends[1]);
-    std::string text;
-    const bool inTime = !started || ReadAll(ends[0], text);
-    ::close(ends[0]);
-    int status = -1;
-    if (started) {
-        if (!inTime) {
-            ::kill(child, SIGKILL);
-        }
-        ::waitpid(child, &status, 0);
-    }
-    if (!inTime) {
-        return {"looking at the configuration " + file + " takes longer than " + std::to_string(kPatience.count()) +
-                " s; look for an includeFile that is no regular file"};
-    }
-    std::istringstream said(text);
-    std::vector<std::string> faults;
-    const std::string program = "cvtagentd: ";
-    for (std::string line; std::getline(said, line);) {
-        faults.push_back(line.starts_with(program) ? line.substr(program.size()) : line);
-    }
-    if (faults.empty() && status != 0) {
-        faults.push_back("cannot check the configuration " + file);
-    }
-    return faults;
 }
 
 }  // namespace cvtagentd

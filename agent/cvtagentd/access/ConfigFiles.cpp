@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "agent/cvtagentd/access/ConfigLine.h"
+#include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/TrustedFile.h"
 
 namespace cvtagentd {
@@ -82,7 +83,7 @@ std::vector<std::string> ConfigFiles::From(const std::string& file) {
 std::vector<std::string> ConfigFiles::InState() {
     std::vector<std::string> files;
     std::error_code error;
-    for (const std::string& file : ConfigurationsIn(std::filesystem::current_path(error).string())) {
+    for (const std::string& file : ConfigurationsIn(StateDir::Path())) {
         if (IsReadFromState(Path(file).filename().string())) {
             Add(file, files);
         }

@@ -14,6 +14,7 @@
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/access/PassPhrase.h"
 #include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateLock.h"
@@ -130,36 +131,36 @@ void BecomeOwnerOfState() {
 
 int CreateUser::Run() const {
     CheckName();
-    StateDir::Enter(m_options.stateDir);
+    StateDir::Enter(m_request.stateDir);
     BecomeOwnerOfState();
-    AccessConfig::RequireReadable(m_options.config);
+    ReadableFile::Require(m_request.configFile);
     StateDir::CheckUsable();
     const StateLock lock;
     AddToState();
     std::printf(
         "added the user %s (SHA-256, AES); to let him read, put this line into the configuration and start the "
         "agent: rouser %s authpriv\n",
-        m_options.newUser.c_str(), m_options.newUser.c_str());
+        m_request.name.c_str(), m_request.name.c_str());
     return EXIT_SUCCESS;
 }
 
 void CreateUser::AddToState() const {
-    AccessConfig::RequireTrusted(m_options.config);
+    AccessConfig::RequireTrusted(m_request.configFile);
     AccessConfig::RequireTrustedState();
     // Whoever adds the first user has granted no access yet, which is no fault here: hence the built-in access.
-    const SnmpLibrary library(
-        {m_options.config, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(), m_beforeConfiguration});
-    AccessConfig::RequireFaultless(m_options.config, library.Messages());
+    const SnmpLibrary library({m_request.configFile, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(),
+                               m_request.beforeConfiguration});
+    AccessConfig::RequireFaultless(m_request.configFile, library.Messages());
     RefuseExisting();
     const PassPhrase authentication = PassPhrase::Read("authentication");
     const PassPhrase privacy = PassPhrase::Read("privacy");
-    Add(m_options.newUser, authentication, privacy);
+    Add(m_request.name, authentication, privacy);
     SnmpLibrary::Store();
 }
 
 /// A name that the configuration's directives can hold, too.
 void CreateUser::CheckName() const {
-    const std::string& name = m_options.newUser;
+    const std::string& name = m_request.name;
     const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
         return c > ' ' && c < 0x7F && c != '"' && c != '\'' && c != '\\' && c != '#';
     });
@@ -173,8 +174,8 @@ void CreateUser::CheckName() const {
 
 void CreateUser::RefuseExisting() const {
     const EngineId engine;
-    if (::usm_get_user(engine.Data(), engine.Size(), m_options.newUser.c_str()) != nullptr) {
-        throw StartError("there is a user " + m_options.newUser + " already; nothing is changed (choose another name)");
+    if (::usm_get_user(engine.Data(), engine.Size(), m_request.name.c_str()) != nullptr) {
+        throw StartError("there is a user " + m_request.name + " already; nothing is changed (choose another name)");
     }
 }
 

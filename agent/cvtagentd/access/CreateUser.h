@@ -1,8 +1,8 @@
 #pragma once
 
 #include <functional>
-
-#include "agent/cvtagentd/Options.h"
+#include <string>
+#include <utility>
 
 namespace cvtagentd {
 
@@ -10,9 +10,14 @@ namespace cvtagentd {
 /// good for this one agent, not his pass phrases. One in a process.
 class CreateUser {
 public:
-    /// `beforeConfiguration`: as in SnmpLibrary::Setup.
-    CreateUser(const Options& options, std::function<void()> beforeConfiguration)
-        : m_options(options), m_beforeConfiguration(std::move(beforeConfiguration)) {}
+    struct Request {
+        std::string name;
+        std::string configFile;                     ///< may be empty
+        std::string stateDir;                       ///< empty: StateDir's choice
+        std::function<void()> beforeConfiguration;  ///< as in SnmpLibrary::Setup
+    };
+
+    explicit CreateUser(Request request) : m_request(std::move(request)) {}
 
     /// Gives the exit status. Throws StartError, with no user added: when there is one of that name, when an agent uses
     /// the directory, or when the pass phrases are not good enough.
@@ -23,8 +28,7 @@ private:
     void AddToState() const;
     void RefuseExisting() const;
 
-    const Options& m_options;
-    const std::function<void()> m_beforeConfiguration;
+    const Request m_request;
 };
 
 }  // namespace cvtagentd

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "agent/common/Joined.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 
@@ -39,7 +40,7 @@ void MasterRegistrations::Register(CVT::BMibImpl& group) {
     m_calls.serve(group);
     for (const LibraryLog::Message& message : collector.Messages()) {
         if (message.text.find(kDuplicate) != std::string::npos) {
-            m_refused += (m_refused.empty() ? "" : ", ") + std::string(group.Oid().ToString().View());
+            m_refused.emplace_back(group.Oid().ToString().View());
         } else if (MasterConnection::IsRefusal(message.text)) {
             Log::Warning("the master refuses " + std::string(group.Oid().ToString().View()) + " (" + message.text +
                          "); look into the master's log");
@@ -52,8 +53,9 @@ void MasterRegistrations::Register(CVT::BMibImpl& group) {
 
 void MasterRegistrations::ReportRefused() {
     if (!m_refused.empty()) {
-        Log::Warning("the master serves these subtrees already, without us: " + std::exchange(m_refused, {}) +
-                     "; switch its own module off, or the other subagent, and restart the master");
+        Log::Warning(
+            "the master serves these subtrees already, without us: " + agent::Joined(std::exchange(m_refused, {})) +
+            "; switch its own module off, or the other subagent, and restart the master");
     }
 }
 

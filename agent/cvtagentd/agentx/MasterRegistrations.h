@@ -34,7 +34,7 @@ private:
     MasterConnection& m_master;
     std::vector<CVT::BMibImpl*> m_waiting;
     const Calls m_calls;
-    std::string m_refused;  // by the master; for the log
+    std::vector<std::string> m_refused;  // by the master; for the log
 };
 
 }  // namespace cvtagentd

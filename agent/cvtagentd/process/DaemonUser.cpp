@@ -2,26 +2,16 @@
 
 #include <unistd.h>
 
-#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/common/Joined.h"
 #include "agent/cvtagentd/process/DevNul.h"
 #include "agent/cvtagentd/process/Environment.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
 
 namespace cvtagentd {
-namespace {
-
-std::string Joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts) {
-        all += (all.empty() ? "" : ", ") + text;
-    }
-    return all;
-}
-
-}  // namespace
 
 DaemonUser::DaemonUser(const std::string& option) {
     if (!option.empty()) {
@@ -48,12 +38,12 @@ void DaemonUser::Assume(const std::string& configFile) {
     }
     if (!foreign.empty()) {
         m_remarks.push_back("it stays in groups that are not those of the user " + m_user->Label() + ": " +
-                            Joined(foreign) + "; start it as root, or without them");
+                            agent::Joined(foreign) + "; start it as root, or without them");
     }
     if (const std::string why = DevNul::WhyUnusable(); !why.empty()) {
         m_remarks.push_back(why);
     }
-    if (const std::string why = configFile.empty() ? "" : AccessConfig::WhyUnreadable(configFile); !why.empty()) {
+    if (const std::string why = configFile.empty() ? "" : ReadableFile::WhyNot(configFile); !why.empty()) {
         throw StartError("as the user " + m_user->Label() + " it " + why +
                          "; let him read it (its group his, and mode 0640), and the folders that it is in");
     }
@@ -69,12 +59,12 @@ void DaemonUser::Report() const {
     if (!m_user) {
         return;
     }
-    const std::string kept = Joined(Privileges::Kept());
+    const std::string kept = agent::Joined(Privileges::Kept());
     Log::Info("runs as the user " + m_user->Label() + ", " + (kept.empty() ? "without capabilities" : "with " + kept));
-    if (const std::string missing = Joined(Privileges::Missing()); !missing.empty()) {
+    if (const std::string missing = agent::Joined(Privileges::Missing()); !missing.empty()) {
         Log::Warning("for want of capabilities " + missing);
     }
-    if (const std::string missing = Joined(Privileges::NotAskedFor()); !missing.empty()) {
+    if (const std::string missing = agent::Joined(Privileges::NotAskedFor()); !missing.empty()) {
         Log::Info(missing + "; that is kept only where it is asked for");
     }
     for (const std::string& remark : m_remarks) {

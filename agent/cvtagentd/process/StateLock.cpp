@@ -7,21 +7,16 @@
 
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <string>
 #include <system_error>
 
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
 
 namespace cvtagentd {
 namespace {
 
 constexpr const char* kFile = "cvtagentd.lock";
-
-std::string Folder() {
-    std::error_code ignored;
-    return std::filesystem::current_path(ignored).string();
-}
 
 /// Who has it, as far as the file tells.
 std::string Owner(int file) {
@@ -49,11 +44,11 @@ StateLock::StateLock() : m_file(::open(kFile, O_RDWR | O_CREAT | O_CLOEXEC | O_N
             ::close(m_file);
         }
         if (error == EWOULDBLOCK) {
-            throw StartError("the state directory " + Folder() + " is in use by " + owner +
+            throw StartError("the state directory " + StateDir::Path() + " is in use by " + owner +
                              "; stop that one, or name another directory with --state-dir");
         }
         const std::string advice = error == EACCES ? "give it to the user who runs the agent (chown), or " : "";
-        throw StartError("cannot lock the state directory " + Folder() + " by " + kFile + ": " +
+        throw StartError("cannot lock the state directory " + StateDir::Path() + " by " + kFile + ": " +
                          std::generic_category().message(error) + "; " + advice + "name another one with --state-dir");
     }
     const std::string pid = std::to_string(::getpid()) + "\n";

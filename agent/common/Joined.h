@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace agent {
+
+/// The texts of a range, separated by commas, as messages list them.
+template <typename Texts>
+std::string Joined(const Texts& texts) {
+    std::string all;
+    for (const std::string_view text : texts) {
+        all.append(all.empty() ? "" : ", ").append(text);
+    }
+    return all;
+}
+
+}  // namespace agent
