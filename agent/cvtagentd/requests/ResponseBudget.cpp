@@ -10,9 +10,6 @@
 namespace cvtagentd {
 namespace {
 
-/// More than the name of any instance of HOST-RESOURCES-MIB, and the tags and lengths of a varbind.
-constexpr std::size_t kNameOctets = 36;
-
 std::size_t Room(const netsnmp_pdu& pdu) {
     const std::size_t limit = MessageSize::Limit(pdu);
     return limit - std::min(limit, MessageSize::WithoutVarBinds(pdu));
@@ -30,7 +27,7 @@ int OnRequest(int /*major*/, int /*minor*/, void* serverArgument, void* /*client
         ++columns;
     }
     if (columns > 0) {
-        const auto fit = static_cast<long>(Room(*pdu) / (ResponseBudget::kValueOctets + kNameOctets));
+        const auto fit = static_cast<long>(Room(*pdu) / ResponseBudget::kLeastVarBind);
         pdu->max_repetitions = std::min(pdu->max_repetitions, std::max((fit - singles) / columns, 1L));
     }
     return SNMPERR_SUCCESS;

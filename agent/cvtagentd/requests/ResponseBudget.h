@@ -4,15 +4,15 @@
 
 namespace cvtagentd {
 
-/// Bounds the work for a GETBULK of version 3 by the size that the asker's messages may have: of repetitions for which the
-/// response has no room, nothing is read. A value counts as kValueOctets, so that seldom one is read in vain. What is too
-/// long for the message all the same is left out when the response is encoded (ResponseBuilder).
+/// Bounds the work for a GETBULK of version 3 by the size that the messages of its sender may have: no repetition is read for
+/// which the response cannot have room, however short its values are. What is too long all the same is left out when the
+/// response is encoded (ResponseBuilder), so that each response is filled as far as it goes.
 ///
 /// Used by the thread that runs the library.
 class ResponseBudget {
 public:
-    /// No string of HOST-RESOURCES-MIB is longer.
-    static constexpr std::size_t kValueOctets = 255;
+    /// The shortest varbind that HOST-RESOURCES-MIB has: a number of one octet under a name of eleven arcs.
+    static constexpr std::size_t kLeastVarBind = 17;
 
     /// Bounds the repetitions of every request from now on. To be called once.
     static void Install();
