@@ -92,4 +92,11 @@ std::size_t MessageSize::Of(const variable_list& varBind) {
     return Field(Field(ContentOf(varBind.name, varBind.name_length)) + Field(ContentOf(varBind)));
 }
 
+/// An arc takes at most five octets, and no value takes more than the library keeps for it but what frames it.
+std::size_t MessageSize::AtMost(const variable_list& varBind) {
+    constexpr std::size_t kArc = 5;
+    constexpr std::size_t kFrames = 32;
+    return kArc * varBind.name_length + varBind.val_len + kFrames;
+}
+
 }  // namespace cvtagentd

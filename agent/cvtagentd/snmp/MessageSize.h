@@ -26,6 +26,9 @@ struct MessageSize {
     /// One varbind, of the list that begins with it.
     static std::size_t Of(const variable_list& varBind);
 
+    /// A bound of that which costs next to nothing, and may be several times too high.
+    static std::size_t AtMost(const variable_list& varBind);
+
     /// A field with its tag and length. `content`: octets in it.
     static constexpr std::size_t Field(std::size_t content) {
         return content + (content < 0x80 ? 2 : content < 0x100 ? 3 : content < 0x10000 ? 4 : 6);

@@ -19,17 +19,8 @@ public:
     explicit Fitted(snmp_pdu& message) : m_message(message), m_original(message) {
         const std::size_t limit = MessageSize::Limit(message);
         const std::size_t empty = MessageSize::WithoutVarBinds(message);
-        std::size_t octets = empty;
-        variable_list* last = nullptr;
-        variable_list* next = message.variables;
-        for (; next != nullptr && octets <= limit; next = next->next_variable) {
-            octets += MessageSize::Of(*next);
-            if (octets <= limit) {
-                last = next;
-            }
-        }
-        if (octets > limit) {
-            Shorten(last);
+        if (!FitsForSure(message, empty, limit)) {
+            Fit(empty, limit);
         }
         // Forwards, the library writes into a block of a fixed size.
         message.flags &= ~static_cast<u_long>(UCD_MSG_FLAG_FORWARD_ENCODE | UCD_MSG_FLAG_BULK_TOOBIG);
@@ -51,6 +42,27 @@ public:
     Fitted& operator=(const Fitted&) = delete;
 
 private:
+    static bool FitsForSure(const snmp_pdu& message, std::size_t octets, std::size_t limit) {
+        for (const variable_list* next = message.variables; next != nullptr; next = next->next_variable) {
+            octets += MessageSize::AtMost(*next);
+        }
+        return octets <= limit;
+    }
+
+    void Fit(std::size_t octets, std::size_t limit) {
+        variable_list* last = nullptr;
+        for (variable_list* next = m_message.variables; next != nullptr; next = next->next_variable) {
+            octets += MessageSize::Of(*next);
+            if (octets > limit) {
+                break;
+            }
+            last = next;
+        }
+        if (octets > limit) {
+            Shorten(last);
+        }
+    }
+
     void Shorten(variable_list* last) {
         const bool mayLoseSome = (m_message.flags & kIsBulk) != 0 && m_message.errstat == CVT::noError;
         if (mayLoseSome && last != nullptr) {
