@@ -8,7 +8,7 @@ namespace CVT {
 /// A wait without limit, for every operation of the toolkit that takes a time in milliseconds.
 inline constexpr unsigned int kWaitForever = 0xFFFFFFFFU;
 
-/// What a wait gives back: the thing waited for came, or the time ran out first.
+/// The result of a wait: the awaited event happened, or the time ran out first.
 enum EWaitResult : unsigned int {
     kWaitSignalled = 0,
     kWaitTimeout = 0x102,

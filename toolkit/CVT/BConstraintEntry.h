@@ -2,7 +2,7 @@
 
 namespace CVT {
 
-/// What a constraint entry says; its fields are used as noted.
+/// The kind of a constraint entry. The other fields of the entry are used as noted here.
 enum EConstraintKind : unsigned int {
     kEndOfConstraints = 0,
     kEnumeration = 1,     ///< the kind-3 entries that follow list the values of `column`
@@ -12,9 +12,9 @@ enum EConstraintKind : unsigned int {
     kConvention = 5,      ///< `column` follows the convention `label`; `high`, when not 0, is its own maximum length
 };
 
-/// One line of a constraint table. A table is an array that ends with an all-zero entry; a group's stands under the name
+/// One line of a constraint table. A table is an array that ends with an all-zero entry; a group's table is named
 /// s_sonstraintEntries. A table of textual conventions has the same form, with column 0 and the convention as label.
-/// Constraints bind what a SET offers; what a get handler returns is never checked.
+/// Constraints apply to the values of a SET. What a get handler returns is never checked.
 struct BConstraintEntry {
     unsigned int kind = kEndOfConstraints;
     unsigned int column = 0;

@@ -39,7 +39,7 @@ std::string Unescaped(std::string_view text) {
     return plain;
 }
 
-/// All of `text` into `descriptor`; false when the system refuses some of it.
+/// Writes all of `text` to `descriptor`. Returns false when the system refuses part of it.
 bool WriteAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
@@ -54,7 +54,7 @@ bool WriteAll(int descriptor, std::string_view text) {
     return true;
 }
 
-/// The whole file; false when it cannot be read.
+/// Reads the whole file. Returns false when it cannot be read.
 bool ReadAll(const std::string& file, std::string& text) {
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
@@ -109,12 +109,12 @@ bool BFileNV::Store() {
     std::string text(kFirstLine);
     for (const auto& [name, value] : m_values) {
         if (name.first.starts_with('#')) {
-            text += '\\';  // else the line would read as a comment
+            text += '\\';  // otherwise the line would be read as a comment
         }
         text += Escaped(name.first) + '\t' + Escaped(name.second) + '\t' + Escaped(value) + '\n';
     }
     const std::string fresh = m_file + ".new";
-    ::unlink(fresh.c_str());  // left by a crash; O_EXCL then makes sure that the file is ours
+    ::unlink(fresh.c_str());  // left by a crash; O_EXCL then ensures that the file is ours
     const int descriptor = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (descriptor < 0) {
         return false;

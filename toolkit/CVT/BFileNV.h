@@ -10,18 +10,18 @@
 
 namespace CVT {
 
-/// A non-volatile store in a text file: a first line that names the format, then one line for each value, "section key
-/// value" separated by tabs; tabs, line feeds and backslashes in the texts are written \t, \n and \\, and a # that begins
-/// the section \#. Lines that do not read so, and those that begin with a #, are kept out of the store, and out of the
-/// file at the next Save.
+/// A non-volatile store in a text file. The first line names the format. Each further line holds one value, "section
+/// key value", separated by tabs. Tabs, line feeds and backslashes in the texts are written \t, \n and \\, and a # at
+/// the start of the section \#. Lines of any other form, and those that begin with a #, are ignored and disappear from
+/// the file at the next Save.
 ///
-/// The file is read once, at construction. A Save writes a new file beside it and renames it into place, so that a crash
-/// leaves the old content or the new; both have mode 0600. A file that cannot be read or made leaves the store empty, in
-/// memory, and Save gives false.
+/// The file is read once, at construction. Save writes a new file beside it and renames it into place, so a crash
+/// leaves either the old content or the new. Both files have mode 0600. When the file cannot be read or created, the
+/// store starts empty, works in memory only, and Save returns false.
 class CVT_API BFileNV final : public INonVolatile {
 public:
-    /// `file` is relative to the working directory unless it begins with a slash. With `create` a missing file is made at
-    /// once, empty but for its first line.
+    /// `file` is relative to the working directory unless it begins with a slash. With `create` a missing file is
+    /// created at once, empty but for its first line.
     BFileNV(const char* file, bool create);
     ~BFileNV() override;
     BFileNV(const BFileNV&) = delete;

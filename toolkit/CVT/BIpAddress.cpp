@@ -8,7 +8,7 @@ namespace CVT {
 
 bool BIpAddress::AssignFromDottedDecimalStr(const char* text) {
     *this = BIpAddress();
-    BObjectIdentifier arcs;  // the same notation: decimal numbers with single dots
+    BObjectIdentifier arcs;  // same notation: decimal numbers separated by single dots
     if (!arcs.AssignFromDottedDecimalStr(text) || arcs.NumArcs() != m_octets.size()) {
         return false;
     }

@@ -7,18 +7,19 @@
 
 namespace CVT {
 
-/// An IPv4 address in network order, or none. A plain value.
+/// An IPv4 address in network order, or no address. A plain value.
 class CVT_API BIpAddress {
 public:
     BIpAddress() = default;
 
-    /// Four decimal numbers 0..255 with single dots. Bad text (null included) leaves the value empty and gives false.
+    /// Parses four decimal numbers 0..255 separated by single dots. Returns false and leaves the value empty when the
+    /// text is malformed or null.
     bool AssignFromDottedDecimalStr(const char* text);
 
     bool IsEmpty() const { return !m_assigned; }
-    /// 0.0.0.0 while empty.
+    /// 0.0.0.0 when empty.
     const std::array<unsigned char, 4>& Octets() const { return m_octets; }
-    /// Dotted decimal text; the empty text while empty.
+    /// Dotted decimal text; the empty text when empty.
     BString ToString() const;
 
 private:

@@ -15,7 +15,7 @@ BMapOid2Ptr::Place BMapOid2Ptr::Find(const BObjectIdentifier& key) const {
         return {last + 1, true};
     }
     if (m_entries.empty() || m_entries.back().key < key) {
-        return {m_entries.size(), false};  // rows mostly arrive in ascending order
+        return {m_entries.size(), false};  // most rows arrive in ascending order
     }
     const auto at = std::lower_bound(m_entries.begin(), m_entries.end(), key,
                                      [](const Entry& entry, const BObjectIdentifier& k) { return entry.key < k; });

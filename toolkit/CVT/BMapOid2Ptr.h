@@ -9,12 +9,13 @@
 
 namespace CVT {
 
-/// An ordered map from an object identifier to an untyped pointer: the rows of a table under their index.
+/// An ordered map from an object identifier to an untyped pointer: the rows of a table by their index.
 ///
-/// A flat array in key order. Look-up and next cost O(log n), a position O(1), an insert behind all keys O(1) amortised,
-/// an insert or removal elsewhere O(n) moves. Where the last look-up or next ended is remembered, and the key there or behind
-/// it costs O(1): a walk in order does not search. The map never touches what its pointers point to: rows are the table's to
-/// delete. Not synchronised: a table's map is used under the table's request lock.
+/// A flat array in key order. Look-up and next cost O(log n), access by position O(1), an insert after the last key
+/// O(1) amortised, and an insert or removal elsewhere O(n) moves. The map remembers where the last look-up or next
+/// ended; that key and the one after it cost O(1), so a walk in order does not search. The map never touches what its
+/// pointers point to: the table owns and deletes the rows. Not synchronised: a table's map is used under the table's
+/// request lock.
 class CVT_API BMapOid2Ptr {
 public:
     BMapOid2Ptr() = default;
@@ -22,19 +23,20 @@ public:
     BMapOid2Ptr(const BMapOid2Ptr&) = delete;
     BMapOid2Ptr& operator=(const BMapOid2Ptr&) = delete;
 
-    /// False, and the map unchanged, when the key is there already.
+    /// Returns false and leaves the map unchanged when the key is already present.
     bool Insert(const BObjectIdentifier& key, void* data);
-    /// The pointer stored under exactly this key; null when there is none.
+    /// Returns the pointer stored under exactly this key; null when there is none.
     void* GetData(const BObjectIdentifier& key) const;
-    /// False when the key is not there. The pointer is dropped, not deleted.
+    /// Returns false when the key is absent. The pointer is dropped, not deleted.
     bool Remove(const BObjectIdentifier& key);
-    /// Sets `next` to the first key greater than `key`, whether `key` is in the map or not: the empty key gives the first
-    /// of all. At the end it gives false and leaves `next` untouched. `key` and `next` may be one object.
+    /// Sets `next` to the first key greater than `key`, whether or not `key` is in the map; for the empty key, that is
+    /// the first key of all. Returns false at the end and leaves `next` untouched. `key` and `next` may be the same
+    /// object.
     bool Next(const BObjectIdentifier& key, BObjectIdentifier& next) const;
     void Clear() { m_entries.clear(); }
 
     unsigned int GetCount() const { return static_cast<unsigned int>(m_entries.size()); }
-    /// The pointer at a position in key order, from 0; null at GetCount() and beyond.
+    /// Returns the pointer at a position in key order, from 0; null at GetCount() and beyond.
     void* DataAt(unsigned int position) const {
         return position < m_entries.size() ? m_entries[position].data : nullptr;
     }
@@ -47,7 +49,7 @@ private:
         void* data;
     };
 
-    /// The first key not less than the one looked for, and whether it is that one.
+    /// The first key not less than the given one, and whether the two are equal.
     struct Place {
         std::size_t position;
         bool isKey;
@@ -59,7 +61,7 @@ private:
     }
 
     std::vector<Entry> m_entries;
-    mutable std::atomic<std::size_t> m_last = 0;  // a guess; threads that only read may be at it at the same time
+    mutable std::atomic<std::size_t> m_last = 0;  // a hint; concurrent readers may update it
 };
 
 }  // namespace CVT

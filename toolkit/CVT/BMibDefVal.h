@@ -9,7 +9,7 @@
 
 namespace CVT {
 
-/// A module's default values, for hosts and extensions that create rows and must give a column some value. The module
+/// A module's default values, for hosts and extensions that create rows and need a value for each column. The module
 /// fills the record in its InitDefVals; afterwards it is only read.
 struct CVT_API BMibDefVal {
     BMibDefVal() = default;

@@ -9,7 +9,7 @@
 namespace CVT {
 namespace {
 
-/// The first name behind the whole subtree `root`; empty when there is none.
+/// Returns the first name after the whole subtree `root`; empty when there is none.
 BObjectIdentifier EndOf(const BObjectIdentifier& root) {
     BObjectIdentifier end;
     for (unsigned int count = root.NumArcs(); count > 0; --count) {
@@ -22,7 +22,7 @@ BObjectIdentifier EndOf(const BObjectIdentifier& root) {
     return end;
 }
 
-/// The greatest name before `name`, which must not be empty.
+/// Returns the greatest name before `name`, which must not be empty.
 BObjectIdentifier JustBefore(const BObjectIdentifier& name) {
     BObjectIdentifier before = name;
     const unsigned int last = name[name.NumArcs() - 1];
@@ -37,7 +37,8 @@ BObjectIdentifier JustBefore(const BObjectIdentifier& name) {
 
 bool EndsBefore(const BObjectIdentifier& end, const BObjectIdentifier& name) { return !end.IsEmpty() && end <= name; }
 
-/// Whether the group's next instance behind `name` lies behind `end`, where a failure to read it is not our concern yet.
+/// Whether the group's next instance after `name` lies at or after `end`. A failure to read that instance does not
+/// matter here.
 bool NextLiesBehind(const BObjectIdentifier& end, BMibImpl& group, unsigned int requestId, BVarBind name) {
     return group.NextInstance(requestId, name) == noError && EndsBefore(end, name.name);
 }
@@ -78,8 +79,8 @@ void BMibEngine::Remove(BMibImplGroup& module) {
 
 void BMibEngine::BuildRanges() {
     m_ranges.clear();
-    std::vector<BMibImpl*> open;  // the subtrees that hold the present place, the innermost last
-    BObjectIdentifier at;         // everything before it is distributed
+    std::vector<BMibImpl*> open;  // the subtrees that contain `at`, the innermost last
+    BObjectIdentifier at;         // everything before it has been assigned to a range
     const auto close = [&] {
         const BObjectIdentifier end = EndOf(open.back()->Oid());
         if (at != end) {
@@ -103,7 +104,7 @@ void BMibEngine::BuildRanges() {
     }
 }
 
-/// The first range that ends behind `name`.
+/// Returns the first range that ends after `name`.
 std::vector<BMibEngine::Range>::const_iterator BMibEngine::RangeBehind(const BObjectIdentifier& name) const {
     return std::partition_point(m_ranges.begin(), m_ranges.end(),
                                 [&](const Range& range) { return EndsBefore(range.end, name); });

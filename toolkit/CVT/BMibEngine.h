@@ -8,29 +8,31 @@
 
 namespace CVT {
 
-/// Serves the groups of one or more modules as one tree, inside the process: what an agent does without its protocol.
+/// Serves the groups of one or more modules as one tree, inside the process: an agent without the protocol.
 ///
-/// Subtrees may nest; a name belongs to the innermost subtree that holds it, and a walk visits all instances in order,
-/// whatever group they come from. Not synchronised: one thread at a time. Modules must stay until they are removed.
+/// Subtrees may nest. A name belongs to the innermost subtree that contains it, and a walk visits all instances in
+/// order, across groups. Not synchronised: one thread at a time. A module must stay loaded until it is removed.
 class CVT_API BMibEngine {
 public:
-    /// Takes up the groups of a module, with its textual conventions. False when one of its subtrees is taken already, or
-    /// is none because its OID was bad; then none is taken up.
+    /// Adds the groups of a module, with its textual conventions. Returns false and adds nothing when one of its
+    /// subtrees is already taken, or has a malformed OID.
     bool Add(BMibImplGroup& module);
     void Remove(BMibImplGroup& module);
 
-    /// All groups in the order of their OIDs.
+    /// All groups in OID order.
     const std::vector<BMibImpl*>& Groups() const { return m_groups; }
 
-    /// Reads one instance: noError with a value or an exception, or an error-status.
+    /// Reads one instance. Returns noError, with a value or an exception in the varbind, or an error-status.
     int Get(unsigned int requestId, BVarBind& varBind);
-    /// Moves to the next instance of the whole tree and reads it; endOfMibView behind the last.
+    /// Moves to the next instance of the whole tree and reads it. After the last instance the varbind becomes
+    /// endOfMibView.
     int GetNext(unsigned int requestId, BVarBind& varBind);
-    /// A whole SET: all or none. On failure `errorIndex` is the 1-based place of the varbind that caused it.
+    /// Performs a whole SET, all or nothing. On failure `errorIndex` is the 1-based position of the varbind that caused
+    /// it.
     int Set(unsigned int requestId, const BVarBindList& varBinds, int& errorIndex);
 
 private:
-    /// A stretch of the tree that one group serves: [begin, end), between the subtrees nested in the group's own.
+    /// A part of the tree that one group serves: [begin, end), between the subtrees nested in the group's own.
     struct Range {
         BObjectIdentifier begin;
         BObjectIdentifier end;

@@ -76,7 +76,7 @@ int BMibImpl::Get(unsigned int requestId, BVarBindList& varBinds, int& errorInde
 int BMibImpl::GetNext(unsigned int requestId, BVarBind& varBind) {
     return detail::WithoutThrowing([&] {
         const TMutex::Guard guard(RequestLock());
-        // The caller's varbind is used for the search, so that its memory serves the whole of a walk.
+        // The search uses the caller's varbind, so that its memory is reused throughout a walk.
         BObjectIdentifier before = varBind.name;
         const ESnmpType type = varBind.type;
         int status = noError;
@@ -85,7 +85,7 @@ int BMibImpl::GetNext(unsigned int requestId, BVarBind& varBind) {
             if (status == noError) {
                 status = Get(requestId, varBind);
             }
-        } while (status == noError && varBind.IsException());  // vanished since it was found: the one behind it, then
+        } while (status == noError && varBind.IsException());  // it vanished after it was found: try the one after it
         if (status != noError) {
             varBind.name = std::move(before);
             varBind.type = type;
@@ -109,7 +109,7 @@ int BMibImpl::Set(unsigned int requestId, const BVarBindList& varBinds, ESnmpSet
         first = status;
         errorIndex = static_cast<int>(i) + 1;
         if (phase != ESnmpSetOpCode::CheckAndSave && phase != ESnmpSetOpCode::Commit) {
-            continue;  // an undo or a release goes on to the end, whatever fails
+            continue;  // undo and release continue to the end despite failures
         }
         const bool checking = phase == ESnmpSetOpCode::CheckAndSave;
         for (std::size_t done = i; done-- > 0;) {

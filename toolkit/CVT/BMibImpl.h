@@ -17,13 +17,13 @@ enum EHandlerKind : unsigned int {
 
 /// One MIB group: columns bound to member functions, the constraints on them, and the lock under which they run.
 ///
-/// A group class derives from BMibScalarGroupImpl or BMibTableImpl and supplies its two static tables, Initialize and
-/// Cleanup, and, as a table, the order of its rows.
+/// A group class derives from BMibScalarGroupImpl or BMibTableImpl. It supplies its two static tables, Initialize and
+/// Cleanup; a table also supplies the order of its rows.
 ///
-/// The request lock is recursive and normally the group's own; a group built on a parent uses the parent's, so that both
-/// are served one at a time. The toolkit holds it round every call of a group's operation; Initialize and Cleanup are
-/// called with it held. Groups therefore never lock for themselves. A module whose
-/// groups need each other's locks fixes one order for them, and writes it down.
+/// The request lock is recursive and normally belongs to the group. A group built on a parent uses the parent's lock,
+/// so that both are served one at a time. The toolkit holds the lock around every call of a group's operation, and
+/// Initialize and Cleanup are called with it held, so groups never lock for themselves. A module whose groups need each
+/// other's locks must fix one order for them and document it.
 class CVT_API BMibImpl : public BMibSubtreeHandler {
 public:
     ~BMibImpl() override;
@@ -36,14 +36,15 @@ public:
     IMibInfo* GetIMibInfo() override;
     BString ToString() override;
 
-    /// Reads one instance. Gives noError with the value or an exception in the varbind, else what the group gave.
+    /// Reads one instance. Returns noError with the value or an exception in the varbind, otherwise the group's error.
     virtual int Get(unsigned int requestId, BVarBind& varBind) = 0;
     /// One phase of a SET for one varbind. `*undo` is null before CheckAndSave.
     virtual int Set(unsigned int requestId, ESnmpSetOpCode phase, void** undo, const BVarBind& varBind) = 0;
-    /// Moves the name to the next instance, without reading it; noSuchName, and the varbind untouched, at the end.
+    /// Moves the name to the next instance without reading it. Returns noSuchName, with the varbind untouched, at the
+    /// end.
     virtual int NextInstance(unsigned int requestId, BVarBind& varBind) = 0;
 
-    /// Called once with the request lock held, before which the group answers from its constructed fields.
+    /// Called once with the request lock held. Until then the group answers from its constructed fields.
     virtual void Initialize() = 0;
     /// Called once with the request lock held, when no request will follow.
     virtual void Cleanup() = 0;
@@ -57,8 +58,8 @@ public:
     bool IsActive() const { return m_active.load() != 0; }
     unsigned int HandlerKind() const { return m_handlerKind; }
 
-    /// The textual conventions of the module that owns the group, for the checks on SET; null means the toolkit's alone.
-    /// A host sets them (BMibEngine::Add does) before it serves the group.
+    /// The textual conventions of the module that owns the group, used by the checks on SET; null means only the
+    /// toolkit's. A host sets them (as BMibEngine::Add does) before it serves the group.
     void SetModuleConventions(const BConstraintEntry* conventions) { m_moduleConventions = conventions; }
     const BConstraintEntry* ModuleConventions() const { return m_moduleConventions; }
 
@@ -69,10 +70,11 @@ protected:
 
     void SetActive(int active) { m_active.store(active); }
 
-    /// The column that `name` lies in, and in `index` what follows it; null when no served column holds the name.
+    /// Returns the column that `name` lies in, and sets `index` to the rest of the name. Null when no served column
+    /// contains the name.
     const BRqHndlrEntry* Locate(const BObjectIdentifier& name, BObjectIdentifier& index) const;
 
-    /// Where the search for the next instance begins: the first column to try, and in `index` how far it was walked.
+    /// Returns the first column to try in a search for the next instance, and sets `index` to the position within it.
     std::span<const BRqHndlrEntry>::iterator FirstCandidate(const BObjectIdentifier& name,
                                                             BObjectIdentifier& index) const;
 

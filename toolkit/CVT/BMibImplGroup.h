@@ -7,22 +7,22 @@
 
 namespace CVT {
 
-/// The base of a module's own object: what a host gets from a module's entry point, and all that it knows of the module.
+/// The base of a module's own object. A host gets it from a module's entry point and knows the module only through it.
 class CVT_API BMibImplGroup {
 public:
     BMibImplGroup(const BMibImplGroup&) = delete;
     BMibImplGroup& operator=(const BMibImplGroup&) = delete;
     virtual ~BMibImplGroup();
 
-    /// Brings the groups up, each under its request lock. The module calls it, on a thread of its own choice.
+    /// Brings the groups up, each under its request lock. The module calls it, on a thread of its choice.
     virtual unsigned int Init() = 0;
-    /// Ends the groups' work, each under its request lock; no request may follow.
+    /// Ends the groups' work, each under its request lock. No request may follow.
     virtual unsigned int Cleanup() = 0;
-    /// How many places HandlerAt has.
+    /// The number of places that HandlerAt has.
     virtual int NumHandlers() = 0;
-    /// The group at a place, owned by the module; null for an empty place and outside 0..NumHandlers() - 1.
+    /// Returns the group at a place; the module owns it. Null for an empty place and outside 0..NumHandlers() - 1.
     virtual BMibImpl* HandlerAt(int place) = 0;
-    /// The module's own textual conventions; null or a table that ends with an all-zero entry.
+    /// The module's own textual conventions: null, or a table that ends with an all-zero entry.
     virtual const BConstraintEntry* GetTCConstraintMap() const = 0;
     /// Fills the module's default values.
     virtual void InitDefVals() = 0;

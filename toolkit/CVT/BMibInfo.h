@@ -29,7 +29,7 @@ public:
 
 private:
     const BMibImpl* m_owner = nullptr;
-    // 0 until counted. Several threads may count at once; they store the same number, so no order is needed.
+    // 0 until counted. Several threads may count at once; they store the same number, so no ordering is needed.
     mutable std::atomic<unsigned int> m_columnCount = 0;
 };
 

@@ -48,7 +48,7 @@ int BMibScalarGroupImpl::NextInstance(unsigned int /*requestId*/, BVarBind& varB
         BObjectIdentifier index;
         auto column = FirstCandidate(varBind.name, index);
         if (!index.IsEmpty()) {
-            ++column;  // .0 is the least index there is, and the only instance
+            ++column;  // .0 is the lowest possible index and the only instance
         }
         if (column == GetIMibInfo()->Columns().end()) {
             return noSuchName;

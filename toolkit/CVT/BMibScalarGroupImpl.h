@@ -4,7 +4,7 @@
 
 namespace CVT {
 
-/// A group of scalars: each column has the one instance group.column.0.
+/// A group of scalars: each column has exactly one instance, group.column.0.
 class CVT_API BMibScalarGroupImpl : public BMibImpl {
 public:
     ~BMibScalarGroupImpl() override;
@@ -16,7 +16,7 @@ public:
     int NextInstance(unsigned int requestId, BVarBind& varBind) override;
 
 protected:
-    /// `oid`: the group's own, dotted decimal.
+    /// `oid` is the group's own, dotted decimal.
     BMibScalarGroupImpl(const char* name, const char* oid) : BMibImpl(name, oid, kScalarHandler) {}
 };
 

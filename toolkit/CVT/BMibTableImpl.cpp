@@ -43,7 +43,7 @@ int BMibTableImpl::NextInstance(unsigned int requestId, BVarBind& varBind) {
     });
 }
 
-/// Moves `at` to the name of the next instance; noSuchName, and `at` untouched, when there is none.
+/// Moves `at` to the name of the next instance. Returns noSuchName and leaves `at` untouched when there is none.
 int BMibTableImpl::FindNext(unsigned int requestId, BObjectIdentifier& at) {
     BObjectIdentifier index;
     BObjectIdentifier next;
@@ -52,7 +52,7 @@ int BMibTableImpl::FindNext(unsigned int requestId, BObjectIdentifier& at) {
     const unsigned int root = Oid().NumArcs() + 1;
     bool isInColumn = !index.IsEmpty();  // whether `at` begins with the column's name
     while (column != end) {
-        // A row that does not come behind the one before it would make a walk without end.
+        // A row that does not come after the previous one would make the walk endless.
         if (!NextInstanceInColumn(requestId, column->subId, index, next) || next <= index) {
             ++column;
             index.Clear();
@@ -68,7 +68,7 @@ int BMibTableImpl::FindNext(unsigned int requestId, BObjectIdentifier& at) {
             at.Append(next);
             return noError;
         }
-        index.Set(next);  // a row whose name would be too long is passed over
+        index.Set(next);  // a row whose name would be too long is skipped
     }
     return noSuchName;
 }

@@ -7,7 +7,7 @@
 
 namespace CVT {
 
-/// Where `count` arcs may be written; what is there already stays.
+/// Returns room to write `count` arcs; existing arcs are kept.
 unsigned int* BObjectIdentifier::Room(unsigned int count) {
     if (count > kInlineArcs && !m_heap) {
         auto heap = std::make_unique<HeapArcs>();
@@ -66,7 +66,7 @@ bool BObjectIdentifier::SetLong(std::span<const unsigned int> arcs) {
     }
     const auto count = static_cast<unsigned int>(arcs.size());
     unsigned int* const room = Room(count);
-    std::memmove(room, arcs.data(), arcs.size_bytes());  // the arcs may be our own
+    std::memmove(room, arcs.data(), arcs.size_bytes());  // `arcs` may point into this object
     m_count = count;
     return true;
 }
@@ -78,7 +78,7 @@ bool BObjectIdentifier::Append(std::span<const unsigned int> arcs) {
     if (arcs.empty()) {
         return true;
     }
-    // A change of storage would pull our own arcs from under the span.
+    // A change of storage would invalidate `arcs` if it points into this object.
     const unsigned int* const before = Data();
     const bool own = arcs.data() >= before && arcs.data() < before + m_count;
     const std::size_t offset = own ? static_cast<std::size_t>(arcs.data() - before) : 0;

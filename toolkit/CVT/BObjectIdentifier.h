@@ -12,10 +12,11 @@
 
 namespace CVT {
 
-/// An object identifier: 0 to 128 arcs of 32 bits, ordered arc by arc, a prefix before what it begins.
+/// An object identifier: 0 to 128 arcs of 32 bits, compared arc by arc, a prefix before any name that it begins.
 ///
-/// Up to kInlineArcs arcs lie in the object itself; only longer ones use the heap. A plain value: distinct objects may be
-/// used from distinct threads. What would make it longer than kMaxArcs is refused and leaves it as it was.
+/// Up to kInlineArcs arcs are stored in the object itself; only longer ones use the heap. A plain value: distinct
+/// objects may be used from distinct threads. An operation that would exceed kMaxArcs is refused and leaves the value
+/// unchanged.
 class CVT_API BObjectIdentifier {
 public:
     static constexpr unsigned int kMaxArcs = 128;
@@ -24,7 +25,7 @@ public:
     BObjectIdentifier() = default;
     /// The one-arc identifier {arc}: the index of a table with a single integer index.
     explicit BObjectIdentifier(unsigned int arc) : m_count(1) { m_inline[0] = arc; }
-    /// From dotted decimal text; empty when the text is bad.
+    /// From dotted decimal text; empty when the text is malformed.
     explicit BObjectIdentifier(const BString& dotted) { Parse(dotted.View()); }
     explicit BObjectIdentifier(std::span<const unsigned int> arcs) { Set(arcs); }
     BObjectIdentifier(const BObjectIdentifier& other) { Set(other); }
@@ -41,8 +42,8 @@ public:
     }
     ~BObjectIdentifier() = default;
 
-    /// Decimal arcs separated by single dots ("1.3.6"). Bad text (null, empty, an empty arc, another character, more than
-    /// 128 arcs, an arc over 4294967295) leaves the value empty and gives false.
+    /// Parses decimal arcs separated by single dots ("1.3.6"). Returns false and leaves the value empty when the text
+    /// is malformed: null, empty, an empty arc, another character, more than 128 arcs, or an arc over 4294967295.
     bool AssignFromDottedDecimalStr(const char* text);
 
     void Set(const BObjectIdentifier& other) {
@@ -50,17 +51,17 @@ public:
             Set(other.Arcs());
         }
     }
-    /// False, and unchanged, when there are more than kMaxArcs.
+    /// Returns false and changes nothing when there are more than kMaxArcs.
     bool Set(std::span<const unsigned int> arcs) {
         if (arcs.size() > kInlineArcs || m_heap) {
             return SetLong(arcs);
         }
-        std::copy(arcs.begin(), arcs.end(), m_inline.begin());  // the arcs may be our own
+        std::copy(arcs.begin(), arcs.end(), m_inline.begin());  // `arcs` may point into this object
         m_count = static_cast<unsigned int>(arcs.size());
         return true;
     }
 
-    /// False, and unchanged, when it would have more than kMaxArcs.
+    /// Returns false and changes nothing when the result would have more than kMaxArcs.
     bool Append(unsigned int arc) {
         if (m_count >= kInlineArcs || m_heap) {
             return Append(std::span(&arc, 1));
@@ -73,17 +74,17 @@ public:
 
     void Clear() { m_count = 0; }
 
-    /// Keeps the first `count` arcs; does nothing when there are no more.
+    /// Keeps the first `count` arcs; does nothing when there are fewer.
     void Truncate(unsigned int count) {
         if (count < m_count) {
             m_count = count;
         }
     }
 
-    /// Negative, 0 or positive, in the order that a walk visits.
+    /// Negative, 0 or positive, in the order of a walk.
     int Compare(const BObjectIdentifier& other) const;
 
-    /// True also when both are equal.
+    /// Also true when both are equal.
     bool StartsWith(const BObjectIdentifier& prefix) const {
         return m_count >= prefix.m_count && AreEqual(prefix.Data(), Data(), prefix.m_count);
     }
@@ -95,7 +96,7 @@ public:
     bool IsEmpty() const { return m_count == 0; }
     /// `position` must be below NumArcs().
     unsigned int operator[](unsigned int position) const { return Data()[position]; }
-    /// Valid until the next change of this object.
+    /// Valid until this object next changes.
     std::span<const unsigned int> Arcs() const { return {Data(), m_count}; }
 
     friend bool operator==(const BObjectIdentifier& a, const BObjectIdentifier& b) {
@@ -108,7 +109,7 @@ public:
 private:
     using HeapArcs = std::array<unsigned int, kMaxArcs>;
 
-    /// From the end, where names of one table differ. Mostly too short for a call of memcmp to pay.
+    /// Compares from the end, where the names of one table differ. Most names are too short for memcmp to pay off.
     static bool AreEqual(const unsigned int* a, const unsigned int* b, unsigned int count) {
         while (count > 0 && a[count - 1] == b[count - 1]) {
             --count;
@@ -122,7 +123,7 @@ private:
     void Take(BObjectIdentifier& other) noexcept;
 
     unsigned int m_count = 0;
-    std::array<unsigned int, kInlineArcs> m_inline;  // the first m_count arcs have a value, unless m_heap holds them
+    std::array<unsigned int, kInlineArcs> m_inline;  // the first m_count arcs are set, unless m_heap is used
     std::unique_ptr<HeapArcs> m_heap;
 };
 

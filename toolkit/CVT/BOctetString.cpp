@@ -5,7 +5,7 @@
 namespace CVT {
 namespace {
 
-/// 0..15, or -1 for a character that is no hexadecimal digit.
+/// 0..15, or -1 for a character that is not a hexadecimal digit.
 int HexDigit(char c) {
     if (c >= '0' && c <= '9') {
         return c - '0';

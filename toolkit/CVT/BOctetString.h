@@ -8,27 +8,28 @@
 
 namespace CVT {
 
-/// An octet string with its length, the value of OCTET STRING columns. Any octets, NUL included, any length.
-/// A plain value: distinct objects may be used from distinct threads.
+/// An octet string with its length, the value of OCTET STRING columns. It may hold any octets, NUL included, and have
+/// any length. A plain value: distinct objects may be used from distinct threads.
 class CVT_API BOctetString {
 public:
     BOctetString() = default;
 
-    /// `length` octets from `text`; a length of 0 takes the text's own length up to its NUL, so that
-    /// BOctetString("0", 0) is the one octet 0x30. A null text is empty.
+    /// `length` octets from `text`. A length of 0 means the text's own length up to its NUL, so BOctetString("0", 0) is
+    /// the one octet 0x30. A null text is empty.
     BOctetString(const char* text, unsigned int length);
 
     explicit BOctetString(std::string_view octets) : m_octets(octets) {}
 
-    /// The octets of [begin, end). A null or reversed pair is empty.
+    /// Assigns the octets of [begin, end). A null or reversed pair is empty.
     void Assign(const char* begin, const char* end);
     void Assign(std::string_view octets) { m_octets = octets; }
 
     void Append(std::string_view octets) { m_octets += octets; }
     void Append(const BOctetString& other) { m_octets += other.m_octets; }
 
-    /// Two hexadecimal digits an octet; blanks and colons may stand between octets. Bad text (another character, half an
-    /// octet, null) leaves the value empty and gives false. The empty text is the empty value and gives true.
+    /// Parses two hexadecimal digits for each octet; blanks and colons may stand between octets. Returns false and
+    /// leaves the value empty when the text is malformed: null, another character, or half an octet. The empty text is
+    /// the empty value and returns true.
     bool AssignFromHexString(const char* hex);
 
     void Clear() { m_octets.clear(); }

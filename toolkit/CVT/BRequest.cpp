@@ -9,7 +9,7 @@
 namespace CVT {
 namespace {
 
-/// Never destroyed: a request may end while the process does.
+/// Never destroyed: a request may end during process exit.
 struct LiveRequests {
     static LiveRequests& Instance() {
         static LiveRequests* const instance = new LiveRequests;

@@ -4,9 +4,10 @@
 
 namespace CVT {
 
-/// A request under way: it takes an identifier (BRequestId) and counts as live until it is destroyed, so that a group whose
-/// rows are a snapshot can keep the snapshot while a request that has seen it is still being answered. A host keeps one
-/// from the first call that it makes for a request to the last, also while the request is put back. Thread-safe.
+/// A request in progress. It takes an identifier (BRequestId) and counts as live until it is destroyed, so that a group
+/// whose rows are a snapshot can keep the snapshot while a request that has seen it is still being answered. A host
+/// keeps one object from its first call for a request to the last, including while the request is delegated.
+/// Thread-safe.
 class CVT_API BRequest {
 public:
     BRequest();
@@ -16,7 +17,7 @@ public:
 
     unsigned int Id() const { return m_id; }
 
-    /// False also for an identifier that no BRequest was made for.
+    /// Also false for an identifier that belongs to no BRequest.
     static bool IsLive(unsigned int requestId);
 
 private:

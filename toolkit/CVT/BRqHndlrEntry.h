@@ -11,7 +11,7 @@ namespace CVT {
 
 class BMibImpl;
 
-// The signatures of handlers. A result is an ESnmpStatus; T is the type that the column's value kind stands for.
+// The signatures of handlers. The result is an ESnmpStatus; T is the type for the column's value kind.
 
 template <class T>
 using BScalarGet = int (BMibImpl::*)(unsigned int requestId, T& value);
@@ -23,8 +23,9 @@ template <class T>
 using BTableSet = int (BMibImpl::*)(const BObjectIdentifier& index, ESnmpSetOpCode phase, unsigned int requestId,
                                     const T& value, void** undo);
 
-/// The operation that reads a column, and the one that writes it: a member function in its own type, or none. It says
-/// itself whether it is a scalar's or a table's, and what it exchanges, so that a wrong entry is found and not called.
+/// The operation that reads a column, and the one that writes it: a member function with its own type, or none. The
+/// type says whether it belongs to a scalar or a table, and what it exchanges, so that a wrong entry is detected and
+/// not called.
 using BGetOperation = std::variant<std::monostate, BScalarGet<int>, BScalarGet<unsigned int>, BScalarGet<BOctetString>,
                                    BScalarGet<BObjectIdentifier>, BTableGet<int>, BTableGet<unsigned int>,
                                    BTableGet<BOctetString>, BTableGet<BObjectIdentifier>>;
@@ -33,16 +34,16 @@ using BSetOperation = std::variant<std::monostate, BScalarSet<int>, BScalarSet<u
                                    BTableSet<BOctetString>, BTableSet<BObjectIdentifier>>;
 
 /// One column of a group: its declaration, and the operations that read and write it. A group's table is an array in
-/// ascending order of sub-identifiers that ends with an all-zero entry, under the name s_rqhndlrEntries.
+/// ascending order of sub-identifiers that ends with an all-zero entry, named s_rqhndlrEntries.
 struct BRqHndlrEntry {
     unsigned int subId = 0;      ///< under the group's OID (scalars) or the table's entry OID
     const char* name = nullptr;  ///< the MIB object name, such as "hrSystemUptime"
     unsigned int type = 0;       ///< the ASN.1 tag, an ESnmpType
     unsigned int access = 0;     ///< an EAccess
-    unsigned int valueKind = 0;  ///< an EValueKind: with the group's kind it fixes the signature of both handlers
+    unsigned int valueKind = 0;  ///< an EValueKind: with the group's kind it determines both handlers' signatures
     unsigned int reserved = 0;
     BGetOperation get;
-    BSetOperation set;  ///< none exactly when the column is read-only
+    BSetOperation set;  ///< none if and only if the column is read-only
 
     constexpr bool IsEnd() const { return subId == 0; }
     constexpr bool IsWritable() const { return access == kReadWrite && set.index() != 0; }
@@ -93,14 +94,14 @@ constexpr auto AsBaseMember(Handler handler) {
 
 }  // namespace detail
 
-/// A read-only column. A handler whose value has not the type that `Kind` stands for does not compile.
+/// Declares a read-only column. A handler whose value type does not match `Kind` does not compile.
 template <EValueKind Kind, class Get>
 constexpr BRqHndlrEntry Column(unsigned int subId, const char* name, ESnmpType type, Get get) {
     static_assert(detail::FitsKind<typename detail::HandlerTraits<Get>::Value>(Kind));
     return {subId, name, type, kReadOnly, Kind, 0, detail::AsBaseMember(get), {}};
 }
 
-/// A read-write column.
+/// Declares a read-write column.
 template <EValueKind Kind, class Get, class Set>
 constexpr BRqHndlrEntry Column(unsigned int subId, const char* name, ESnmpType type, Get get, Set set) {
     static_assert(detail::FitsKind<typename detail::HandlerTraits<Get>::Value>(Kind));

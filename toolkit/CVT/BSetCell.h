@@ -6,9 +6,9 @@
 
 namespace CVT {
 
-/// One varbind of a SET on its way through the phases, with its undo cell. Whatever the host calls, and in whatever
-/// order, the group sees: a commit only after its check, an undo only after its commit, and one release for each
-/// successful check, at the latest from the destructor. Used by one thread at a time; the group must outlive the cell.
+/// One varbind of a SET on its way through the phases, with its undo cell. Whatever the host calls, in whatever order,
+/// the group sees a commit only after its check, an undo only after its commit, and one release for each successful
+/// check, at the latest from the destructor. Used by one thread at a time; the group must outlive the cell.
 class CVT_API BSetCell {
 public:
     BSetCell(BMibImpl& group, unsigned int requestId, BVarBind varBind);
@@ -16,11 +16,11 @@ public:
     BSetCell& operator=(const BSetCell&) = delete;
     ~BSetCell() { Release(); }
 
-    /// Checks and saves, once: a repeated call gives the first answer.
+    /// Checks and saves, once: a repeated call returns the first result.
     int Check();
-    /// noError when it was committed already; commitFailed when it has not passed its check.
+    /// Returns noError when already committed; commitFailed when the check has not passed.
     int Commit();
-    /// noError when there is nothing to undo.
+    /// Returns noError when there is nothing to undo.
     int Undo();
     void Release();
 

@@ -7,12 +7,12 @@
 
 namespace CVT {
 
-/// A counted character string. It may hold NUL characters; c_str() is always terminated. A null pointer given for a
-/// text counts as the empty text. A plain value: distinct objects may be used from distinct threads.
+/// A counted character string. It may hold NUL characters; c_str() is always terminated. A null pointer counts as the
+/// empty text. A plain value: distinct objects may be used from distinct threads.
 class CVT_API BString {
 public:
     BString() = default;
-    BString(const char* text) { Assign(text); }  // implicit: texts are passed where strings are taken
+    BString(const char* text) { Assign(text); }  // implicit: a literal may be passed as a string
     BString(const char* text, unsigned int length) { Assign(text, length); }
     explicit BString(std::string text) : m_text(std::move(text)) {}
 

@@ -4,7 +4,7 @@
 
 namespace CVT {
 
-/// A length of time in milliseconds; 0 is none. A plain value.
+/// A length of time in milliseconds; 0 means none. A plain value.
 class CVT_API BTimeInterval {
 public:
     BTimeInterval() = default;

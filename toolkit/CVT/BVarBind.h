@@ -9,8 +9,8 @@
 
 namespace CVT {
 
-/// An instance's name with its value. `type` says which member holds the value; the others keep whatever they held, so
-/// that one varbind serves a whole walk without new memory. A plain value.
+/// An instance's name with its value. `type` says which member holds the value; the others keep their old contents, so
+/// that one varbind serves a whole walk without new allocations. A plain value.
 struct BVarBind {
     BObjectIdentifier name;
     ESnmpType type = kNull;
@@ -19,7 +19,7 @@ struct BVarBind {
     BOctetString octets;           ///< OCTET STRING
     BObjectIdentifier identifier;  ///< OBJECT IDENTIFIER
 
-    /// Whether an exception stands in the place of the value.
+    /// Whether an exception stands in place of the value.
     bool IsException() const { return type >= kNoSuchObject; }
 };
 

@@ -2,6 +2,7 @@
 
 #include <cxxabi.h>
 
-/// For a function that catches abi::__forced_unwind, by which a cancelled thread unwinds: there is no such object, and the
-/// undefined-behaviour sanitizer would take the reference for a mistake. Inlined it would lose the attribute.
+/// For a function that catches abi::__forced_unwind, which unwinds a cancelled thread. No such object exists, so the
+/// undefined-behaviour sanitizer would report the reference as an error. If the function were inlined, the attribute
+/// would be lost.
 #define CVT_CATCHES_FORCED_UNWIND __attribute__((noinline, no_sanitize("null")))

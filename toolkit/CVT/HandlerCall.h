@@ -6,7 +6,7 @@
 
 namespace CVT::detail {
 
-/// Gives what `call` gives, or genErr when it throws. Only the unwinding of a thread that is being ended passes.
+/// Returns the result of `call`, or genErr when it throws. Only the unwinding of a terminated thread passes through.
 template <class Call>
 CVT_CATCHES_FORCED_UNWIND int WithoutThrowing(Call call) {
     try {
@@ -18,15 +18,15 @@ CVT_CATCHES_FORCED_UNWIND int WithoutThrowing(Call call) {
     }
 }
 
-/// Calls `operation` if it is a `Handler`; genErr if an entry pairs a value kind with another handler.
+/// Calls `operation` if it is a `Handler`; returns genErr if an entry pairs a value kind with another type of handler.
 template <class Handler, class Operation, class Value, class Call>
 int CallIf(const Operation& operation, Value& value, Call call) {
     const Handler* const handler = std::get_if<Handler>(&operation);
     return handler == nullptr ? static_cast<int>(genErr) : call(*handler, value);
 }
 
-/// Reads a column into the varbind. `call` is given the entry's get operation, a `Handler` for the type of the value,
-/// and the place for the value. An absent instance becomes the exception noSuchInstance.
+/// Reads a column into the varbind. `call` receives the entry's get operation, a `Handler` for the type of the value,
+/// and a reference to the value. An absent instance becomes the exception noSuchInstance.
 template <template <class> class Handler, class Call>
 int GetByKind(const BRqHndlrEntry& entry, BVarBind& varBind, Call call) {
     int status = genErr;
@@ -50,7 +50,7 @@ int GetByKind(const BRqHndlrEntry& entry, BVarBind& varBind, Call call) {
     return status == noSuchName ? static_cast<int>(noError) : status;
 }
 
-/// One SET phase of a column, likewise. A number is handed on in the type of the handler, whatever its ASN.1 type.
+/// Runs one SET phase of a column, likewise. A number is passed on in the handler's type, whatever its ASN.1 type.
 template <template <class> class Handler, class Call>
 int SetByKind(const BRqHndlrEntry& entry, const BVarBind& varBind, Call call) {
     const bool isSigned = varBind.type == kInteger;

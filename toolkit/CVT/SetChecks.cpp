@@ -7,12 +7,12 @@
 namespace CVT {
 namespace {
 
-/// The number offered, wide enough for both signed and unsigned types.
+/// The offered number, wide enough for both signed and unsigned types.
 long long NumberOf(const BVarBind& offered) {
     return offered.type == kInteger ? static_cast<long long>(offered.integer) : static_cast<long long>(offered.number);
 }
 
-/// `low`..`high` bounds the length of an octet string and the value of a number; an identifier has no such bounds.
+/// `low`..`high` bounds the length of an octet string or the value of a number; an identifier has no such bounds.
 int CheckRange(const BVarBind& offered, int low, int high) {
     switch (offered.type) {
         case kOctetString: {
@@ -33,7 +33,7 @@ int CheckConvention(const BVarBind& offered, const BConstraintEntry& use, const 
     if (convention != nullptr) {
         status = CheckRange(offered, convention->low, convention->high);
         if (status == wrongLength && std::string_view(use.label) == cszDateAndTime) {
-            status = wrongValue;  // a date that is none, rather than text too long or too short
+            status = wrongValue;  // an invalid date, rather than text of a wrong length
         }
     }
     if (status == noError && use.high != 0 && offered.type == kOctetString) {
@@ -42,7 +42,7 @@ int CheckConvention(const BVarBind& offered, const BConstraintEntry& use, const 
     return status;
 }
 
-/// `list` points behind the enumeration's own entry.
+/// `list` points to the entry after the enumeration's own.
 int CheckEnumeration(const BVarBind& offered, const BConstraintEntry* list) {
     for (; list->kind == kEnumValue; ++list) {
         if (NumberOf(offered) == list->low) {

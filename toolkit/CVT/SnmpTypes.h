@@ -2,7 +2,7 @@
 
 namespace CVT {
 
-/// The type of a value: its ASN.1 tag, and the three exceptions that stand in the place of a value.
+/// The type of a value: its ASN.1 tag, or one of the three exceptions that stand in place of a value.
 enum ESnmpType : unsigned char {
     kInteger = 0x02,
     kOctetString = 0x04,
@@ -16,8 +16,8 @@ enum ESnmpType : unsigned char {
     kEndOfMibView = 0x82,
 };
 
-/// SNMP error-status numbers (RFC 3416), the results of handlers. noSuchName also says, as the result of a get, that the
-/// row is absent.
+/// SNMP error-status numbers (RFC 3416), the results of handlers. As the result of a get, noSuchName also means that
+/// the row is absent.
 enum ESnmpStatus : int {
     noError = 0,
     tooBig = 1,
@@ -43,12 +43,12 @@ enum ESnmpStatus : int {
 /// The phases of a SET. See BMibSubtreeHandler.h for their order.
 enum class ESnmpSetOpCode : int {
     Commit = 163,        ///< store the new value and carry out its effect
-    CheckAndSave = 224,  ///< refuse a bad value or an absent row; save the present value in the undo cell
-    Undo = 225,          ///< put the saved value back
+    CheckAndSave = 224,  ///< reject a bad value or an absent row; save the present value in the undo cell
+    Undo = 225,          ///< restore the saved value
     Release = 226,       ///< delete the saved value
 };
 
-/// What a request-handler entry says of a column's access.
+/// The access of a column, in its request-handler entry.
 enum EAccess : unsigned int {
     kReadOnly = 3,
     kReadWrite = 4,
@@ -63,7 +63,7 @@ enum EValueKind : unsigned int {
     kDisplayStringValue = 5,     ///< BOctetString&, shown as text
 };
 
-/// The SNMP version that a request came in, where it changes an answer: version 1 has no exceptions.
+/// The SNMP version of a request, where it changes the answer: version 1 has no exceptions.
 enum ESnmpVersion : int {
     kSnmpV1 = 0,
     kSnmpV2c = 1,

@@ -31,7 +31,7 @@ TEvent::~TEvent() {
 void TEvent::Set() {
     const Guard guard(m_mutex);
     m_signalled = true;
-    // Under the lock, so that a waiter that destroys the event once it is let through does not pull it from under us.
+    // Under the lock, so that a waiter that wakes up and destroys the event does not do so while we still use it.
     pthread_cond_broadcast(&m_changed);
 }
 

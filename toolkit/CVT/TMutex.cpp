@@ -13,10 +13,10 @@ namespace {
 #endif
 #endif
 
-/// 0 when `mutex` is held now.
+/// Returns 0 when `mutex` is now held.
 int LockWithin(pthread_mutex_t& mutex, unsigned int milliseconds) {
 #ifdef CVT_THREAD_SANITIZER
-    // The sanitizer does not know pthread_mutex_clocklock and would see the lock given back that nobody took.
+    // The sanitizer does not know pthread_mutex_clocklock and would report the unlock of a mutex that nobody locked.
     const timespec deadline = DeadlineIn(milliseconds, CLOCK_REALTIME);
     return pthread_mutex_timedlock(&mutex, &deadline);
 #else

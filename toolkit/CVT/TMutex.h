@@ -7,25 +7,25 @@
 
 namespace CVT {
 
-/// A mutual-exclusion lock, recursive when built so: its holder may then take it again, and gives it back as often.
-/// Not a cancellation point: a thread that TThread::Terminate ends is never stopped while it waits here.
+/// A mutual-exclusion lock. A recursive one may be taken again by its holder, which must release it as often. Not a
+/// cancellation point: a thread that TThread::Terminate ends is never stopped while it waits here.
 class CVT_API CVT_CAPABILITY("mutex") TMutex {
 public:
     explicit TMutex(bool recursive);
-    /// Nobody may hold it.
+    /// No thread may hold it.
     ~TMutex();
     TMutex(const TMutex&) = delete;
     TMutex& operator=(const TMutex&) = delete;
 
-    /// Takes the lock, waiting up to `milliseconds`; 0 only tries, kWaitForever waits without limit.
-    /// Gives kWaitSignalled (0) when the lock is held now, kWaitTimeout (0x102) when it is not.
+    /// Takes the lock, waiting up to `milliseconds`; 0 only tries, kWaitForever waits without limit. Returns
+    /// kWaitSignalled (0) when the lock is now held, kWaitTimeout (0x102) when it is not.
     unsigned int Wait(unsigned int milliseconds) CVT_TRY_ACQUIRE(false) CVT_NO_THREAD_SAFETY_ANALYSIS;
-    /// Whether the lock could be taken without waiting: Wait(0), in the form that the compiler's analysis understands.
+    /// Whether the lock could be taken without waiting: Wait(0), in a form that the compiler's analysis understands.
     bool Try() CVT_TRY_ACQUIRE(true) CVT_NO_THREAD_SAFETY_ANALYSIS { return Wait(0) == kWaitSignalled; }
-    /// Gives the lock back. Only its holder may.
+    /// Releases the lock. Only its holder may do so.
     void Done() CVT_RELEASE() CVT_NO_THREAD_SAFETY_ANALYSIS;
 
-    /// Waits without limit; for a lock that is taken where it is declared.
+    /// Takes the lock at its declaration, without limit, and releases it at the end of the scope.
     class CVT_SCOPED_CAPABILITY Guard {
     public:
         explicit Guard(TMutex& mutex) CVT_ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.Lock(); }

@@ -5,7 +5,8 @@
 namespace CVT {
 namespace {
 
-/// The self-deleting threads alive. Never destroyed: the last of them may outlive the library's own static objects.
+/// The number of live self-deleting threads. Never destroyed: the last thread may outlive the library's own static
+/// objects.
 class SelfDeletingCount {
 public:
     static SelfDeletingCount& Instance() {
@@ -43,14 +44,14 @@ private:
 
 }  // namespace
 
-/// What a thread does at its end, in a destructor, so that it also happens when the thread is cancelled.
+/// The last steps of a thread. They run in a destructor, so that they also happen when the thread is cancelled.
 class TThread::Ending {
 public:
     explicit Ending(TThread& thread) : m_thread(thread) {}
     Ending(const Ending&) = delete;
     Ending& operator=(const Ending&) = delete;
     ~Ending() {
-        // Run is over: a Terminate that comes now has nothing to end, and must not unwind out of a destructor.
+        // Run is over: a late Terminate has nothing to end, and must not unwind out of a destructor.
         int before = 0;
         pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
         m_thread.OnThreadEnd();
@@ -70,7 +71,7 @@ TThread::TThread(bool deletesItself) : m_deletesItself(deletesItself) {}
 
 TThread::~TThread() {
     if (!m_deletesItself) {
-        Reap(kWaitForever);  // the owner should have done it: Run belongs to an object that is gone by now
+        Reap(kWaitForever);  // the owner should have done it: Run belongs to an object that is already gone
     }
 }
 
@@ -100,7 +101,7 @@ bool TThread::StartSelfDeleting(pthread_attr_t& attributes) {
     SelfDeletingCount::Instance().Up();
     pthread_t thread{};
     if (pthread_create(&thread, &attributes, &TThread::Main, this) == 0) {
-        return true;  // from here on the object may be gone at any time
+        return true;  // from here on the object may disappear at any time
     }
     delete this;
     SelfDeletingCount::Instance().Down();
@@ -114,7 +115,7 @@ CVT_CATCHES_FORCED_UNWIND void* TThread::Main(void* self) {
         thread.Run();
     } catch (const abi::__forced_unwind&) {
         throw;       // the thread is being terminated
-    } catch (...) {  // NOLINT(bugprone-empty-catch): the thread ends here, and has nobody to tell
+    } catch (...) {  // NOLINT(bugprone-empty-catch): the thread ends here and can tell nobody
     }
     return nullptr;
 }
@@ -130,7 +131,7 @@ bool TThread::Reap(unsigned int milliseconds) {
         return false;
     }
     const TMutex::Guard guard(m_lock);
-    // Another who waited may have joined it since, and even started it again.
+    // Another waiter may have joined the thread in the meantime, and even started it again.
     if (m_joinable && m_ended.Wait(0) == kWaitSignalled) {
         pthread_join(m_thread, nullptr);  // it has only a few instructions left
         m_joinable = false;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Names for clang's thread-safety attributes; other compilers see nothing. A wrong use is an error in the clang build.
+// Names for clang's thread-safety attributes; empty for other compilers. A violation is an error in the clang build.
 
 #if defined(__clang__)
 #define CVT_THREAD_ATTRIBUTE(x) __attribute__((x))

@@ -25,7 +25,7 @@ void Warn(std::string_view text) {
             line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
         receiver(line);
     } catch (const std::exception&) {
-        return;  // what a warning is about goes on without it
+        return;  // the work that the warning is about continues without it
     }
 }
 
