@@ -1,7 +1,8 @@
 #pragma once
 
-/// The module's textual conventions, by name. A constraint entry refers to one by its label, and labels may be compared by
-/// address: each name is one object, wherever it is spoken of (DCVHost has them as members of its own). Constants.
+/// The module's textual conventions, by name. A constraint entry refers to one by its label. Labels may be compared by
+/// address, because each name is a single object wherever it is used; DCVHost inherits them as its own members.
+/// Constants.
 struct DConventions {
     static const char cszInterfaceIndexOrZero[];        ///< "InterfaceIndexOrZero": 0 to 2147483647
     static const char cszProductID[];                   ///< "ProductID": any object identifier

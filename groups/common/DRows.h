@@ -15,11 +15,11 @@ struct DSingleIndex {
     void FromOid(const CVT::BObjectIdentifier& oid) { row = oid[0]; }
 };
 
-/// The rows of a table in order of their index, which it owns: they live until they are removed by whoever removes them, or
-/// as long as this. Not synchronised: used under the table's request lock.
+/// The rows of a table in order of their index. It owns its rows until they are removed, and deletes the remaining ones
+/// at its end. Not synchronised: used under the table's request lock.
 ///
-/// EntryT is a row; when it has `SetIndex(const IndexT&)`, Create calls it. IndexT has kArcs, ToOid and FromOid as
-/// DSingleIndex has.
+/// EntryT is a row; when it has `SetIndex(const IndexT&)`, Create calls it. IndexT has kArcs, ToOid and FromOid like
+/// DSingleIndex.
 template <class EntryT, class IndexT>
 class DRows {
 public:
@@ -28,9 +28,9 @@ public:
     DRows& operator=(const DRows&) = delete;
     ~DRows() { DeleteAll(); }
 
-    /// Takes the row. False, and the row still the caller's, when the index is taken.
+    /// Takes ownership of the row. Returns false, and the caller keeps the row, when the index is in use.
     bool Insert(const CVT::BObjectIdentifier& index, EntryT* row) { return m_map.Insert(index, row); }
-    /// A row with default values under this index. Null when the index is not valid, or is taken.
+    /// Creates a row with default values under this index. Returns null when the index is invalid or in use.
     EntryT* Create(const CVT::BObjectIdentifier& index) {
         if (index.NumArcs() != IndexT::kArcs) {
             return nullptr;
@@ -43,12 +43,12 @@ public:
         }
         return Insert(index, row.get()) ? row.release() : nullptr;
     }
-    /// Null when there is none.
+    /// Returns null when there is none.
     EntryT* Get(const CVT::BObjectIdentifier& index) const { return static_cast<EntryT*>(m_map.GetData(index)); }
-    /// Hands the row back to the caller's care without deleting it. False when there is none.
+    /// Returns ownership of the row to the caller without deleting it. Returns false when there is none.
     bool Remove(const CVT::BObjectIdentifier& index) { return m_map.Remove(index); }
     unsigned int Count() const { return m_map.GetCount(); }
-    /// The row at a place in the order of indexes, from 0; null at Count() and beyond.
+    /// Returns the row at a position in index order, from 0; null at Count() and beyond.
     EntryT* At(unsigned int place) const { return static_cast<EntryT*>(m_map.DataAt(place)); }
     /// As BMapOid2Ptr::Next.
     bool Next(const CVT::BObjectIdentifier& index, CVT::BObjectIdentifier& next) const {

@@ -8,9 +8,9 @@
 #include "groups/common/DGroup.h"
 #include "groups/common/DRows.h"
 
-/// A table with its rows (DRows), which it owns, in order of their index. Everything is called under the request lock.
+/// A table with its rows (DRows), which it owns, in index order. Everything is called under the request lock.
 ///
-/// A table whose rows are a snapshot may keep several sets of rows; all operations here are on the one in use.
+/// A table whose rows are a snapshot may keep several sets of rows; all operations here apply to the set in use.
 template <class EntryT, class IndexT = DSingleIndex>
 class DTable : public DGroup<CVT::BMibTableImpl> {
 public:
@@ -18,10 +18,10 @@ public:
     using Index = IndexT;
     using Rows = DRows<Entry, Index>;
 
-    /// Looks at the number of arcs only, not at their values.
+    /// Checks only the number of arcs, not their values.
     bool IsIndexValid(const CVT::BObjectIdentifier& index) const { return index.NumArcs() == Index::kArcs; }
 
-    /// False, and `out` untouched, when the index is not valid.
+    /// Returns false and leaves `out` untouched when the index is invalid.
     bool SplitIndex(const CVT::BObjectIdentifier& index, Index& out) const {
         if (!IsIndexValid(index)) {
             return false;
@@ -30,20 +30,20 @@ public:
         return true;
     }
 
-    /// The table takes the row. False, and the row still the caller's, when the index is taken.
+    /// The table takes ownership of the row. Returns false, and the caller keeps the row, when the index is in use.
     bool InsertRow(const CVT::BObjectIdentifier& index, Entry* row) { return m_rows->Insert(index, row); }
-    /// Null when there is none.
+    /// Returns null when there is none.
     Entry* GetRow(const CVT::BObjectIdentifier& index) const { return m_rows->Get(index); }
-    /// Hands the row back to the caller's care without deleting it. False when there is none.
+    /// Returns ownership of the row to the caller without deleting it. Returns false when there is none.
     bool RemoveRow(const CVT::BObjectIdentifier& index) { return m_rows->Remove(index); }
-    /// The row with the lowest index; null when there is none.
+    /// Returns the row with the lowest index; null when there is none.
     Entry* GetFirstRow() const { return RowAt(0); }
     unsigned int GetNumRows() const { return m_rows->Count(); }
-    /// The row at a place in the order of indexes, from 0; null at GetNumRows() and beyond.
+    /// Returns the row at a position in index order, from 0; null at GetNumRows() and beyond.
     Entry* RowAt(unsigned int place) const { return m_rows->At(place); }
 
-    /// The place, from 0 and in order of indexes, of the first row for which `isWanted(const Entry&)` holds; GetNumRows()
-    /// when there is none.
+    /// Returns the position, from 0 in index order, of the first row for which `isWanted(const Entry&)` holds;
+    /// GetNumRows() when there is none.
     template <class Predicate>
     unsigned int FindPlace(Predicate isWanted) const {
         unsigned int place = 0;
@@ -53,19 +53,20 @@ public:
         return place;
     }
 
-    /// That row; null when there is none.
+    /// Returns that row; null when there is none.
     template <class Predicate>
     Entry* FindRow(Predicate isWanted) const {
         return RowAt(FindPlace(isWanted));
     }
 
-    /// A row with default values under this index; the table's. Null when the index is not valid, or is taken.
+    /// Creates a row with default values under this index; the table owns it. Returns null when the index is invalid or
+    /// in use.
     Entry* CreateNewRow(const CVT::BObjectIdentifier& index) { return m_rows->Create(index); }
 
-    /// A hook for demonstrations; makes nothing.
+    /// A hook for demonstrations; creates nothing.
     void CreateDemoRow() {}
 
-    /// The same for every column: all are dense.
+    /// The same for every column, because all columns are dense.
     bool NextInstanceInColumn(unsigned int /*requestId*/, unsigned int /*column*/, const CVT::BObjectIdentifier& index,
                               CVT::BObjectIdentifier& nextIndex) override {
         return m_rows->Next(index, nextIndex);
@@ -78,10 +79,11 @@ protected:
     void DeleteAllRows() { m_rows->DeleteAll(); }
 
     const std::shared_ptr<Rows>& RowsInUse() const { return m_rows; }
-    /// `rows` is not null.
+    /// `rows` must not be null.
     void UseRows(std::shared_ptr<Rows> rows) { m_rows = std::move(rows); }
 
-    /// The body of a get handler: copies a field of the row out. noSuchName, and `value` untouched, when the row is absent.
+    /// The body of a get handler: copies a field out of the row. Returns noSuchName and leaves `value` untouched when
+    /// the row is absent.
     template <class Field, class Value>
     int GetField(const CVT::BObjectIdentifier& index, Field Entry::*field, Value& value) const {
         const Entry* const row = GetRow(index);
@@ -98,7 +100,7 @@ protected:
         return CVT::noError;
     }
 
-    /// The field of the row, for a SET; null when the row is absent.
+    /// Returns the field of the row, for a SET; null when the row is absent.
     template <class Field>
     Field* FieldOf(const CVT::BObjectIdentifier& index, Field Entry::*field) const {
         Entry* const row = GetRow(index);

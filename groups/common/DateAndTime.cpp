@@ -26,7 +26,7 @@ void WriteClock(const std::tm& local, unsigned char* out) {
     out[7] = 0;
 }
 
-/// `secondsWest` of UTC is standard time's.
+/// `secondsWest` is the distance of standard time from UTC.
 void WriteDirection(long secondsWest, bool summer, unsigned char* out) {
     const bool west = secondsWest > 0;
     const unsigned long distance =

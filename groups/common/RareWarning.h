@@ -7,7 +7,7 @@
 #include "CVT/TMutex.h"
 #include "CVT/ThreadAnnotations.h"
 
-/// A warning (CVT::Warn) about a matter that may come up again and again: once said, it is not said again for an hour.
+/// A warning (CVT::Warn) about a problem that may recur: after it has been issued, it is not repeated for an hour.
 /// Thread-safe.
 class RareWarning {
 public:

@@ -2,12 +2,12 @@
 
 #include "CVT/SnmpTypes.h"
 
-/// One phase of a SET of the value in `field`, which is null when the value's row is absent. Between the phases the value
-/// that was there is kept in the undo cell: made by the check, deleted by the release. `effect` is called by a commit
-/// before it stores the new value: when it throws, nothing is stored. What a group refuses beyond an absent row it refuses
-/// before it calls this.
+/// Runs one phase of a SET of the value in `field`, which is null when the value's row is absent. Between the phases
+/// the undo cell keeps the old value: the check creates it, the release deletes it. A commit calls `effect` before it
+/// stores the new value; when `effect` throws, nothing is stored. A group makes its own checks, other than for an
+/// absent row, before it calls this.
 ///
-/// Gives noError; inconsistentName, commitFailed or undoFailed for an absent row; genErr for a phase that is none.
+/// Returns noError; inconsistentName, commitFailed or undoFailed for an absent row; genErr for an unknown phase.
 template <class T, class Effect>
 int i32SetPhase(CVT::ESnmpSetOpCode phase, T* field, const T& value, void** undo, Effect effect) {
     switch (phase) {
@@ -38,7 +38,7 @@ int i32SetPhase(CVT::ESnmpSetOpCode phase, T* field, const T& value, void** undo
     return CVT::genErr;
 }
 
-/// The same for a value whose storing has no further effect.
+/// The same for a value that has no further effect.
 template <class T>
 int i32SetPhase(CVT::ESnmpSetOpCode phase, T* field, const T& value, void** undo) {
     return i32SetPhase(phase, field, value, undo, [] {});

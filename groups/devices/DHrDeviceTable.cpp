@@ -43,7 +43,7 @@ void DHrDeviceTable::Initialize() {
 void DHrDeviceTable::vCreateTables() {
     m_areRowsFinal.store(false, std::memory_order_relaxed);
     Discovery(*this).Run();
-    m_areRowsFinal.store(true, std::memory_order_release);  // with the rows that were made before
+    m_areRowsFinal.store(true, std::memory_order_release);  // publishes the rows created so far
 }
 
 bool DHrDeviceTable::bRowExists(const CVT::BString& description) const {

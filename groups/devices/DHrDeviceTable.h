@@ -31,12 +31,12 @@ struct DHrDeviceEntry {
     static const CVT::BObjectIdentifier s_noId;
 };
 
-/// hrDeviceTable: what the host had when the module came up. Discovery makes the rows, here and in the tables that share
-/// their index, once for each start-up; nothing changes or removes them afterwards.
+/// hrDeviceTable: the devices that the host had when the module came up. Discovery creates the rows, here and in the
+/// tables that share their index, once for each start-up; nothing changes or removes them afterwards.
 ///
-/// Everything is called under the request lock, but for AreRowsFinal, and what only reads rows once that is true. Initialize
-/// holds the lock as long as discovery runs, and takes those of the other tables one at a time, each for one row or one
-/// look-up. Whoever holds another table's lock must therefore not wait for this one.
+/// Everything is called under the request lock, except AreRowsFinal and code that only reads rows once that is true.
+/// Initialize holds the lock while discovery runs, and takes the locks of the other tables one at a time, each for one
+/// row or one look-up. A thread that holds another table's lock must therefore not wait for this one.
 class DHrDeviceTable final : public DTable<DHrDeviceEntry> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -45,18 +45,19 @@ public:
 
     explicit DHrDeviceTable(CVT::INonVolatile* store);
 
-    /// Looks for devices. When it is called again it adds those whose descriptions are new; nobody may be reading rows
-    /// without the lock then.
+    /// Discovers devices. A second call adds those whose descriptions are new; no thread may be reading rows without
+    /// the lock at that time.
     void Initialize() override;
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
     void vCreateTables();
-    /// Whether discovery is over, and no row changes any more: they may be read without the lock from then on. Thread-safe.
+    /// Whether discovery is over and the rows no longer change; from then on they may be read without the lock.
+    /// Thread-safe.
     bool AreRowsFinal() const { return m_areRowsFinal.load(std::memory_order_acquire); }
     /// Whether a row has exactly this description.
     bool bRowExists(const CVT::BString& description) const;
-    /// The place, from 1 and in order of indexes, of the first row of an EDeviceType; -1 when there is none.
+    /// Returns the position, from 1 in index order, of the first row of an EDeviceType; -1 when there is none.
     int FirstPlaceOfType(EDeviceType type) const;
 
     int OnGet_HrDeviceIndex(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);

@@ -5,13 +5,13 @@
 /// A disk. Its index is that of its device.
 struct DHrDiskStorageEntry {
     int access = 1;                  ///< hrDiskStorageAccess: readWrite(1), readOnly(2)
-    int media = 8;                   ///< hrDiskStorageMedia: ramDisk(8), which hard disks keep
+    int media = 8;                   ///< hrDiskStorageMedia: ramDisk(8), also for hard disks
     CVT::BTruthValue removable = 2;  ///< true(1), false(2)
     int capacity = 0;                ///< units of 1,024 octets
-    CVT::BString mountDirectory;     ///< where it was found; no column
+    CVT::BString mountDirectory;     ///< where it was found; not a column
 };
 
-/// hrDiskStorageTable: the disks among the devices. Device discovery makes and fills the rows; nothing changes them
+/// hrDiskStorageTable: the disks among the devices. Device discovery creates and fills the rows; nothing changes them
 /// afterwards. Everything is called under the request lock.
 class DHrDiskStorageTable final : public DTable<DHrDiskStorageEntry> {
 public:

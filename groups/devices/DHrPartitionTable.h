@@ -28,11 +28,11 @@ struct DHrPartitionEntry {
     CVT::BOctetString label;                           ///< the path of its device node
     CVT::BOctetString id = CVT::BOctetString("1", 0);  ///< its device number, "0x302" for major 3 and minor 2
     int size = 0;                                      ///< units of 1,024 octets
-    int fsIndex = 0;                                   ///< hrFSIndex of what is mounted from it; 0 for nothing
+    int fsIndex = 0;                                   ///< hrFSIndex of the file system mounted from it; 0 for none
 };
 
-/// hrPartitionTable: the partitions of the disks, in order of device and number. Device discovery makes and fills the rows;
-/// nothing changes them afterwards. Everything is called under the request lock.
+/// hrPartitionTable: the partitions of the disks, in order of device and number. Device discovery creates and fills the
+/// rows; nothing changes them afterwards. Everything is called under the request lock.
 class DHrPartitionTable final : public DTable<DHrPartitionEntry, DPartitionIndex> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];

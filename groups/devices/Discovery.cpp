@@ -28,14 +28,14 @@ unsigned int ifIndex = 1;
 namespace {
 
 constexpr int kRunning = 2;
-constexpr std::size_t kLabelWidth = 12;  // of a line of /proc/cpuinfo, with its tab, colon and blank
+constexpr std::size_t kLabelWidth = 12;  // of a line of /proc/cpuinfo, including tab, colon and blank
 constexpr std::size_t kInputLabel = 7;   // "input: "
 constexpr int kParallelPorts = 8;
 constexpr long kNfsMagic = 0x6969;
 
 using MountLine = std::array<char, 4096>;
 
-/// Makes the row that belongs to a device in another table, and fills it, under that table's lock.
+/// Creates the row that belongs to a device in another table, and fills it, under that table's lock.
 template <class Table, class Fill>
 void AddCompanion(Table* table, unsigned int index, Fill fill) {
     if (table == nullptr) {
@@ -52,7 +52,7 @@ void AddCompanion(Table* table, unsigned int index) {
     AddCompanion(table, index, [](typename Table::Entry&) {});
 }
 
-/// Units of 1,024 octets; blocks, their size and the product are cut to 32 bits, so file systems of 4 GiB wrap.
+/// In units of 1,024 octets. Blocks, their size and the product are cut to 32 bits, so file systems of 4 GiB wrap.
 int CapacityOf(const struct statfs& space) {
     const unsigned int octets = static_cast<unsigned int>(space.f_blocks) * static_cast<unsigned int>(space.f_bsize);
     return static_cast<int>(octets >> 10);
@@ -87,7 +87,7 @@ void Discovery::Run() {
 
 DHrDeviceEntry* Discovery::AddDevice(EDeviceType type, const CVT::BString& description) {
     DHrDeviceEntry* const row = m_devices.CreateNewRow(CVT::BObjectIdentifier(nextDeviceIndex));
-    ++nextDeviceIndex;  // a taken one is passed over: it must not keep every later device out
+    ++nextDeviceIndex;  // skip an index in use: it must not keep every later device out
     if (row != nullptr) {
         row->type.Append(type);
         row->description = description;
@@ -116,7 +116,7 @@ void Discovery::Processors() {
     }
 }
 
-/// Reads on to the fifth line of a processor's block, the model. False when the file ends before.
+/// Reads on to the fifth line of a processor's block, the model. Returns false when the file ends before it.
 bool Discovery::ReadModel(std::FILE* cpuinfo) {
     for (int further = 0; further < 4; ++further) {
         if (!ReadLine(cpuinfo, m_line)) {
@@ -126,8 +126,8 @@ bool Discovery::ReadModel(std::FILE* cpuinfo) {
     return true;
 }
 
-/// What follows the label in the line. A line that is shorter than a label has nothing there, and leaves the model text as
-/// it was.
+/// Takes the text after the label of the line. When the line is shorter than a label there is no such text, and the
+/// model text stays unchanged.
 void Discovery::TakeModel() {
     char* const line = m_line.data();
     pcFormatCPUData(line + std::min(std::strlen(line), kLabelWidth), m_model.data());
@@ -152,7 +152,7 @@ bool Discovery::TakeNameBeforeColon() {
         return false;
     }
     *colon = '\0';
-    static_assert(kLine == 512, "as the width below has it");
+    static_assert(kLine == 512, "must match the width below");
     std::sscanf(m_line.data(), "%511s", m_name.data());
     return true;
 }
@@ -205,7 +205,7 @@ void Discovery::MountEntry(const mntent& entry) {
 }
 
 void Discovery::RemoteFileSystem(const mntent& entry) {
-    // Its server is not asked: the kind tells the type.
+    // The server of a remote file system is not asked: the mount type alone determines hrFSType.
     struct statfs kind {};
     if (std::strcmp(entry.mnt_type, "nfs") == 0) {
         kind.f_type = kNfsMagic;
@@ -298,7 +298,7 @@ void Discovery::KernelLog() {
     while (log && ReadLine(log.get(), m_line)) {
         if (BeginsWith(m_line, "input:")) {
             const char* const device = m_line.data() + kInputLabel;
-            // One line may name both, and then makes two devices.
+            // One line may name both, and then creates two devices.
             if (std::strstr(m_line.data(), "ouse") != nullptr) {
                 AddLogged(kPointingDevice, device);
             }
@@ -312,8 +312,8 @@ void Discovery::KernelLog() {
     vRemoveTmpFile(m_temporary.data());
 }
 
-/// `text` goes into the table without its line feed, but is looked for there with it: a line that the log repeats makes a
-/// second row.
+/// `text` goes into the table without its line feed, but is compared with it: a line that the log repeats therefore
+/// creates a second row.
 void Discovery::AddLogged(EDeviceType type, const std::string& text) {
     if (!m_devices.bRowExists(text.c_str())) {
         std::string description = text;

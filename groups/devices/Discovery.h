@@ -10,16 +10,16 @@
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/devices/TemporaryFile.h"
 
-// The indexes that discovery hands out next, as FileSystemSetup.h has another. They are never given back as long as the
-// library is loaded. Used under the device table's request lock.
+// The indexes that discovery assigns next; FileSystemSetup.h has a third. An index is never reused while the library is
+// loaded. Used under the device table's request lock.
 
-extern unsigned int nextDeviceIndex;  ///< hrDeviceIndex, and the index of what belongs to the device in other tables
+extern unsigned int nextDeviceIndex;  ///< hrDeviceIndex, and the index of the device's rows in other tables
 extern unsigned int ifIndex;          ///< hrNetworkIfIndex
 
-/// One pass over the host for its devices. It makes the rows of the device table, whose request lock its caller holds, and
-/// those of the tables that share its index, each under that table's lock. Every source is optional: one that cannot be
-/// read adds nothing, and a line that does not parse is passed over. A candidate with the description of a row that is
-/// there already is none, and takes no index.
+/// One pass over the host for its devices. It creates the rows of the device table, whose request lock its caller
+/// holds, and those of the tables that share its index, each under that table's lock. Every source is optional: one
+/// that cannot be read adds nothing, and a line that does not parse is skipped. A candidate with
+/// the description of an existing row is skipped too, and takes no index.
 class Discovery {
 public:
     explicit Discovery(DHrDeviceTable& devices) : m_devices(devices) {}
@@ -46,9 +46,10 @@ private:
     void Disk(const mntent& entry);
     void AddLogged(EDeviceType type, const std::string& text);
 
-    /// A new row under the next index, which is then used up; null when there is a row already.
+    /// Creates a row under the next index and uses up that index. Returns null when a row already has the description.
     DHrDeviceEntry* AddDevice(EDeviceType type, const CVT::BString& description);
-    /// The word before the first ':' of the line, which is cut there; one that is not there leaves the name as it was.
+    /// Takes the word before the first ':' of the line, which is cut there. Without such a word the name stays
+    /// unchanged.
     bool TakeNameBeforeColon();
 
     DHrDeviceTable& m_devices;

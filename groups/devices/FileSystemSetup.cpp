@@ -49,7 +49,8 @@ void Fill(DHrFSEntry& row, const mntent& entry, const struct statfs& fs, unsigne
     row.type = FSTypeOid(fs);
 }
 
-/// The partition table's row of a node; null when the disk has one with this number already.
+/// Creates the partition table's row of a device node. Returns null when the disk already has a partition with this
+/// number.
 DHrPartitionEntry* MakePartition(unsigned int deviceIndex, int number, const std::string& path, unsigned int device) {
     std::array<char, 32> id{};
     std::snprintf(id.data(), id.size(), "0x%x", device);
@@ -95,7 +96,7 @@ bool HasPartition(const std::string& path) {
 }  // namespace
 
 std::optional<struct statfs> SpaceOf(const mntent& entry) {
-    // Any may hang, through what is mounted above it, and so each is asked by a thread.
+    // Any mount may hang, through one mounted above it, so each is queried on a thread.
     const auto patience = bKindMayHang(entry.mnt_type) ? DMountProbe::kPatience : kDiskPatience;
     return DMountProbe(entry.mnt_dir, true, DMountProbe::kSpace, patience).Answer().space;
 }

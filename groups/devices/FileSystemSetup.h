@@ -7,25 +7,25 @@
 
 struct DHrFSEntry;
 
-// Rows for what is mounted, in hrFSTable and hrPartitionTable of the module (gpCVHost). Called by discovery alone, which
-// holds no other lock than the device table's; each row is made under its table's request lock.
+// Rows for mounted file systems, in hrFSTable and hrPartitionTable of the module (gpCVHost). Called only by discovery,
+// which holds no lock but the device table's. Each row is created under its table's request lock.
 
-/// The hrFSIndex that ui32SetupFSInfo hands out next; never given back as long as the library is loaded. Used under the
-/// request lock of the file-system table.
+/// The hrFSIndex that ui32SetupFSInfo assigns next; never reused while the library is loaded. Used under the request
+/// lock of the file-system table.
 extern unsigned int fsIndex;
 
-/// statfs of the mount directory; absent when it fails or does not come back. Discovery does not come again: a file system
-/// that the kernel serves alone, such as one on a disk that has to start up first, gets ten seconds, any other one.
+/// statfs of the mount directory; absent when it fails or does not return. Discovery does not ask again, so a file
+/// system that the kernel serves alone, such as one on a disk that must spin up first, gets ten seconds; any other gets
+/// one second.
 std::optional<struct statfs> SpaceOf(const mntent& entry);
 
-/// Makes the hrFSTable row of a mounted file system and sets `*fsIndexOut` to its index. Null, and 0, when `name` is in no
-/// line of the mount listing, when the file system cannot be measured, when its mount directory has a row already, or when
-/// the index is taken, which is then passed over.
-/// `fs`, which may be null, is what statfs gave for the mount directory. The row is the table's, to be changed under its
-/// request lock.
+/// Creates the hrFSTable row of a mounted file system and sets `*fsIndexOut` to its index. Returns null, with an index
+/// of 0, when no line of the mount listing contains `name`, when the file system cannot be measured, when its mount
+/// directory already has a row, or when the index is in use; that index is then skipped. `fs`, which may be null, is
+/// the statfs result for the mount directory. The table owns the row, which may only be changed under its request lock.
 DHrFSEntry* ui32SetupFSInfo(const char* name, const mntent* entry, const struct statfs* fs, int* fsIndexOut);
 
-/// Makes the hrPartitionTable rows of a hard disk, and the hrFSTable rows of what is mounted from it. Disks are looked at
-/// whose device name holds "/dev/ide" or "/dev/scsi": the last character of the name is taken for the partition's number,
-/// and the nodes of the numbers 1 to 15 are looked for.
+/// Creates the hrPartitionTable rows of a hard disk, and the hrFSTable rows of the file systems mounted from it. Only
+/// disks whose device name contains "/dev/ide" or "/dev/scsi" are examined: the last character of the name is taken as
+/// the partition's number, and the nodes with the numbers 1 to 15 are examined.
 void vSetupPartitionAndFSInfo(const mntent* entry, unsigned int deviceIndex);

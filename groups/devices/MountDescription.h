@@ -4,6 +4,6 @@
 
 #include <string>
 
-/// How a local mount entry is called among the devices: by its device name. One without a device is called by the device
-/// that its options name ("dev=/dev/hdc"), and without that by its mount directory.
+/// The description of a local mount entry among the devices: its device name. An entry without a device is described by
+/// the device in its options ("dev=/dev/hdc"), or else by its mount directory.
 std::string MountDescription(const mntent& entry);

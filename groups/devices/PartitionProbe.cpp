@@ -14,7 +14,7 @@ struct Partition {
     unsigned int blocks = 0;
 };
 
-/// False for a line that does not begin with three numbers, as the heading and the blank line below it do not.
+/// Returns false for a line that does not begin with three numbers, such as the heading and the blank line after it.
 bool ScanPartition(const char* line, Partition& partition) {
     long long majorNumber = 0;
     long long minorNumber = 0;

@@ -26,8 +26,8 @@ constexpr const char* kDirectory = "/tmp";
 constexpr std::string_view kPrefix = "CVHost.";
 constexpr std::size_t kMostDigits = 7;  // of a process id
 
-/// In a directory that others may write to, only the sticky bit keeps them from putting a file of theirs in the place of
-/// ours between our making it and the shell's opening it. Its owner may do that in any case.
+/// In a directory that others may write to, only the sticky bit keeps them from replacing our file after we create it
+/// and before the shell opens it. The directory's owner can do so in any case.
 bool IsSafe(const struct stat& directory) {
     const bool oursOrRoots = directory.st_uid == 0 || directory.st_uid == ::geteuid();
     const bool onlyItsOwnerReplaces =
@@ -39,22 +39,22 @@ bool IsOurs(const struct stat& file) { return S_ISREG(file.st_mode) && file.st_u
 
 void Warn(const char* name, const std::string& why) {
     static RareWarning s_warning;
-    const std::string text = std::string(name) + " cannot be made: " + why +
-                             ", then start the agent again: without that file it finds no disks, partitions and file "
-                             "systems, nor what the kernel's log says of devices";
+    const std::string text = std::string(name) + " cannot be created: " + why +
+                             ", then restart the agent: without that file it finds no disks, partitions and file "
+                             "systems, nor devices from the kernel's log";
     s_warning.Say(text);
 }
 
 std::string AdviceFor(const char* name, int error) {
     struct stat there {};
     if (error == EEXIST && ::lstat(name, &there) == 0) {
-        return "something of user " + std::to_string(there.st_uid) + " stands there that we have not made; remove it";
+        return "it belongs to user " + std::to_string(there.st_uid) + " and was not created by this agent; remove it";
     }
-    return std::generic_category().message(error) + "; see to it that we can write to /tmp";
+    return std::generic_category().message(error) + "; make sure that the agent's user can write to /tmp";
 }
 
-/// Open for reading; the shell writes through the name. -1, said in a warning, when anything that is not ours stands at the
-/// name, a link that leads nowhere included.
+/// Returns a descriptor open for reading; the shell writes through the name. Returns -1, after a warning, when anything
+/// that is not ours exists under the name, including a dangling link.
 int MakeAnew(const char* name) {
     struct stat directory {};
     if (::stat(kDirectory, &directory) != 0 || !IsSafe(directory)) {
@@ -67,12 +67,12 @@ int MakeAnew(const char* name) {
         Warn(name, AdviceFor(name, errno));
         return -1;
     }
-    ::fchmod(file, kOwnerOnly);        // whatever the umask has taken away
-    ::flock(file, LOCK_EX | LOCK_NB);  // in use, as vRemoveStaleTmpFiles sees
+    ::fchmod(file, kOwnerOnly);        // independent of the umask
+    ::flock(file, LOCK_EX | LOCK_NB);  // marks it as in use for vRemoveStaleTmpFiles
     return file;
 }
 
-/// The process that a file of ours is named after; 0 when the name is not of that form.
+/// Returns the process that a file of ours is named after; 0 when the name does not have that form.
 pid_t ProcessOf(std::string_view name) {
     constexpr std::string_view kDigits = "0123456789";
     if (!name.starts_with(kPrefix)) {
@@ -90,8 +90,8 @@ pid_t ProcessOf(std::string_view name) {
 
 bool IsGone(pid_t process) { return ::kill(process, 0) != 0 && errno == ESRCH; }
 
-/// In a safe directory a file that is ours stays what it is between our looks at it. One with a second name is none that we
-/// have made; one that is locked belongs to a process that we do not see, as in another container with the same /tmp.
+/// In a safe directory a file of ours does not change between our checks. A file with a second name was not created by
+/// us. A locked file belongs to a process that we cannot see, for example in another container that shares /tmp.
 void RemoveIfUnused(int directory, const char* name) {
     struct stat there {};
     if (::fstatat(directory, name, &there, AT_SYMLINK_NOFOLLOW) != 0 || !IsOurs(there)) {
@@ -126,9 +126,9 @@ std::FILE* fpOpenCommandOutput(const char* format, const char* name) {
     if (file < 0) {
         return nullptr;
     }
-    // What comes of the command is seen by what it wrote.
+    // What the command wrote shows whether it worked.
     [[maybe_unused]] const int status = std::system(command.data());
-    // Read through the descriptor that made the file: nobody can slip another one in between.
+    // Reads through the descriptor that created the file, so that nobody can substitute another file in between.
     std::FILE* const stream = ::fdopen(file, "r");
     if (stream == nullptr) {
         ::close(file);

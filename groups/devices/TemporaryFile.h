@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
-// The file into which shell commands write what we read back: "/tmp/CVHost.<process id>", in a directory where everybody
-// may make files and anybody can guess the name. So it is made anew before each command, by us alone, and nothing that
-// somebody else has put at that name is ever followed, written to, read or removed; the command is then not run, and a
-// warning says why.
+// The file into which shell commands write output that we read back: "/tmp/CVHost.<process id>", in a directory where
+// anybody may create files and can guess the name. The file is therefore created afresh before each command,
+// exclusively. Anything that another user has put under the name is never followed, written to, read or removed: the
+// command is then not run, and a warning says why.
 //
 // One thread at a time: the name is the same for the whole process.
 
@@ -15,14 +15,15 @@ constexpr unsigned int kTmpNameSize = 20;
 /// Writes the name into `name`, which has room for kTmpNameSize.
 void vGetTmpName(char* name);
 
-/// Makes the file `name` anew, runs a shell command that writes into it, and opens what it wrote. `format` is the command
-/// with "%s" where the name stands. A stream over an earlier file of that name stays readable. Null when the file cannot be
-/// made safely; a command that fails leaves an empty listing. The caller closes the stream and removes the file.
+/// Creates the file `name` afresh, runs a shell command that writes into it, and opens the result. `format` is the
+/// command with "%s" in place of the name. A stream over an earlier file of that name stays readable. Returns null when
+/// the file cannot be created safely; a command that fails leaves an empty listing. The caller closes the stream and
+/// removes the file.
 std::FILE* fpOpenCommandOutput(const char* format, const char* name);
 
-/// Removes the file if it is one of ours; an empty name is none. Whatever else is there stays.
+/// Removes the file if it is one of ours; an empty name is ignored. Anything else under the name stays.
 void vRemoveTmpFile(const char* name);
 
-/// Removes what agents of our own user that were killed have left behind: regular files of this name with no second name,
-/// whose process is gone. Removes nothing where others may replace files in /tmp.
+/// Removes files left behind by killed agents of our own user: regular files with such a name and no second name, whose
+/// process is gone. Removes nothing where others may replace files in /tmp.
 void vRemoveStaleTmpFiles();

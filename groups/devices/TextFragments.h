@@ -2,9 +2,9 @@
 
 // Pieces of lines of the host's files. Thread-safe, as far as the buffers are the caller's own.
 
-/// Cuts off one line feed at the end. Gives the length before that. An empty text stays as it is.
+/// Removes one line feed at the end. Returns the length of the text without it. An empty text stays unchanged.
 int trimLF(char* text);
 
-/// Cuts `source` at its first line feed and copies what stands before it into `target`, which has room for it. Without a
-/// line feed neither is touched: `target` keeps what it held. Gives `target`.
+/// Cuts `source` at its first line feed and copies the text before it into `target`, which must have room for it.
+/// Without a line feed neither is touched: `target` keeps its contents. Returns `target`.
 char* pcFormatCPUData(char* source, char* target);

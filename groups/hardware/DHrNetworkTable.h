@@ -7,8 +7,8 @@ struct DHrNetworkEntry {
     int ifIndex = 0;  ///< hrNetworkIfIndex: the module's own count of interfaces, from 1, not the kernel's
 };
 
-/// hrNetworkTable: the interface number of each network device. Device discovery makes and fills the rows; nothing changes
-/// them afterwards. Everything is called under the request lock.
+/// hrNetworkTable: the interface number of each network device. Device discovery creates and fills the rows; nothing
+/// changes them afterwards. Everything is called under the request lock.
 class DHrNetworkTable final : public DTable<DHrNetworkEntry> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];

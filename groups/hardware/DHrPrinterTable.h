@@ -2,13 +2,13 @@
 
 #include "groups/common/DTable.h"
 
-/// A printer. Its index is that of its device. No printer is ever asked: the values are the same for all.
+/// A printer. Its index is that of its device. No printer is ever queried: the values are the same for all.
 struct DHrPrinterEntry {
     int status = 2;                                                    ///< hrPrinterStatus: unknown(2)
     CVT::BOctetString detectedErrorState = CVT::BOctetString("0", 0);  ///< the one octet 0x30
 };
 
-/// hrPrinterTable: the printers among the devices. Device discovery makes the rows; nothing changes them afterwards.
+/// hrPrinterTable: the printers among the devices. Device discovery creates the rows; nothing changes them afterwards.
 /// Everything is called under the request lock.
 class DHrPrinterTable final : public DTable<DHrPrinterEntry> {
 public:

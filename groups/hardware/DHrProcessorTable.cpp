@@ -30,7 +30,7 @@ struct Ticks {
     unsigned int idle = 0;
 };
 
-/// The first four figures of a processor's line: user, nice, system and idle. One that does not parse is 0.
+/// The first four figures of a processor's line: user, nice, system and idle. A figure that does not parse is 0.
 Ticks TicksOf(const char* line) {
     long long user = 0;
     long long nice = 0;
@@ -41,7 +41,7 @@ Ticks TicksOf(const char* line) {
     return {cut(user) + cut(nice) + cut(system) + cut(idle), cut(idle)};
 }
 
-/// How far apart two counters are that may have wrapped.
+/// The distance between two readings of a counter that may have wrapped.
 unsigned int Distance(unsigned int now, unsigned int before) {
     const unsigned int difference = now - before;
     return static_cast<int>(difference) < 0 ? 0U - difference : difference;
@@ -112,7 +112,7 @@ void DHrProcessorTable::TakeSampleOf(std::FILE* stat) {
     std::string expected = "cpu0";
     while (ReadLine(stat, line) && BeginsWith(line, "cpu")) {
         if (BeginsWith(line, "cpu ")) {
-            continue;  // all processors together
+            continue;  // the total of all processors
         }
         if (BeginsWith(line, expected)) {
             if (turn >= GetNumRows()) {

@@ -2,7 +2,7 @@
 
 #include "groups/common/DGroup.h"
 
-/// The scalars of hrSWInstalled: when the list of installed software last changed and was last brought up to date. This
+/// The scalars of hrSWInstalled: when the list of installed software last changed, and when it was last updated. This
 /// system keeps no such list, so both are 0.
 class DHrSWInstalled final : public DScalarGroup {
 public:

@@ -3,7 +3,7 @@
 #include "CVT/TEvent.h"
 #include "groups/common/DTable.h"
 
-/// One piece of installed software, with the values that a new row has.
+/// One piece of installed software, with the values of a new row.
 struct DHrSWInstalledEntry {
     void SetIndex(const DSingleIndex& value) { index = static_cast<int>(value.row); }
 
@@ -15,8 +15,8 @@ struct DHrSWInstalledEntry {
     int spare = 0;
 };
 
-/// hrSWInstalledTable: the installed software. Nothing on this system makes a row, so it is empty; the operations on rows
-/// are there for an extension that knows of some. The column hrSWInstalledID is not served.
+/// hrSWInstalledTable: the installed software. This system creates no rows, so the table is empty; the operations on
+/// rows serve an extension that supplies some. The column hrSWInstalledID is not served.
 class DHrSWInstalledTable final : public DTable<DHrSWInstalledEntry> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -29,9 +29,9 @@ public:
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
-    /// The first row, in order of indexes, with exactly this name; null when there is none.
+    /// Returns the first row, in index order, with exactly this name; null when there is none.
     Entry* pFindEntry(const char* name);
-    /// For a source of rows to bring them up to date, until the event is set. There is none; true.
+    /// For a source of rows that updates them until the event is set. There is no such source; returns true.
     bool vUpdate(CVT::TEvent& stop);
     void vClearTable();
 

@@ -15,7 +15,8 @@ public:
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
-    /// 1 once the group is up: the process that hrSWRunTable types as operatingSystem. Always noError; scans nothing.
+    /// 1 once the group is up: the process that hrSWRunTable reports as operatingSystem. Always returns noError; scans
+    /// nothing.
     int OnGet_HrSWOSIndex(unsigned int requestId, int& value);
 
 private:

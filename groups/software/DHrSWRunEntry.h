@@ -17,12 +17,12 @@ struct DHrSWRunEntry {
     CVT::BOctetString parameters;
     int type = 4;                            ///< hrSWRunType: operatingSystem(2), application(4)
     int status = 2;                          ///< hrSWRunStatus: running(1), runnable(2), notRunnable(3), invalid(4)
-    int perfCPU = 1;                         ///< clock ticks of waited-for children
+    int perfCPU = 1;                         ///< clock ticks of children that the process has waited for
     int perfMem = 0;                         ///< pages
     std::optional<unsigned long> startTime;  ///< clock ticks after the host's start; absent when it could not be read
 
-    /// Whether both are the same process, and not another one that has got its number. Taken for the same where it cannot
-    /// be told.
+    /// Whether both are the same process, rather than a later one with the same process id. Unknown start times count
+    /// as the same process.
     bool IsSameProcess(std::optional<unsigned long> otherStart) const {
         return !startTime || !otherStart || *startTime == *otherStart;
     }

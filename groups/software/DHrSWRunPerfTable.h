@@ -3,9 +3,9 @@
 #include "CVT/BMibTableImpl.h"
 #include "groups/software/DHrSWRunTable.h"
 
-/// hrSWRunPerfTable: what the processes of hrSWRunTable use. It has no rows of its own: it reads those of the run table,
-/// under that table's lock, and has them renewed as that table does. The run table may be destroyed first; nothing here
-/// touches it afterwards.
+/// hrSWRunPerfTable: the resources used by the processes of hrSWRunTable. It has no rows of its own: it reads those of
+/// the run table, under that table's lock, and refreshes them as that table does. The run table may be destroyed first;
+/// nothing here touches it afterwards.
 class DHrSWRunPerfTable final : public CVT::BMibTableImpl {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -25,7 +25,7 @@ public:
         return m_runTable.SplitIndex(index, out);
     }
 
-    /// Clock ticks, as the kernel counts them, of the children that the process has waited for.
+    /// Clock ticks, in the kernel's unit, of the children that the process has waited for.
     int OnGet_HrSWRunPerfCPU(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
     /// Pages of the process's address space.
     int OnGet_HrSWRunPerfMem(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);

@@ -12,7 +12,7 @@ std::string_view FirstLine(std::string_view text) {
     return end == std::string_view::npos ? text : text.substr(0, end + 1);
 }
 
-/// Such as "1234/stat".
+/// Returns a path such as "1234/stat".
 const char* ProcessFiles::PathOf(const char* file) {
     char* at = std::to_chars(m_path.data(), m_path.data() + m_path.size(), m_pid).ptr;
     *at++ = '/';
@@ -26,7 +26,7 @@ bool ProcessFiles::Text(const char* file, std::string_view& text) {
     if (descriptor < 0) {
         return false;
     }
-    // One read: the kernel gives these files whole, up to the size asked for.
+    // One read is enough: the kernel returns these files whole, up to the size asked for.
     const ssize_t count = ::read(descriptor, m_buffer.data(), kBuffer - 1);
     ::close(descriptor);
     text = std::string_view(m_buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);

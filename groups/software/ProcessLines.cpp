@@ -6,13 +6,13 @@
 
 namespace {
 
-constexpr std::size_t kNameToken = 255;        // what its buffer keeps of a name with its brackets
+constexpr std::size_t kNameToken = 255;        // octets kept of a name with its brackets
 constexpr std::size_t kParametersLimit = 124;  // room for "..." below 128 octets
 
-/// Up to the first NUL.
+/// Returns the text up to the first NUL.
 std::string_view FirstText(std::string_view texts) { return texts.substr(0, texts.find('\0')); }
 
-/// What a rewritten first argument holds beyond the name of the program.
+/// Returns what a rewritten first argument contains after the name of the program.
 std::string_view ParametersOfFirst(std::string_view first) {
     const bool isPath = !first.empty() && (first.front() == '.' || first.front() == '/');
     const std::size_t at = isPath ? first.rfind(' ') : first.find(':');
@@ -54,7 +54,7 @@ DStatFigures ParseStatLine(std::string_view line) {
 }
 
 std::optional<unsigned long> ParseStartTime(std::string_view stat) {
-    constexpr int kBlanksAfterName = 20;  // before field 3 one, before field 22 twenty
+    constexpr int kBlanksAfterName = 20;  // one before field 3, twenty before field 22
     const std::size_t nameEnd = stat.rfind(')');
     if (nameEnd == std::string_view::npos) {
         return std::nullopt;
@@ -70,7 +70,7 @@ std::optional<unsigned long> ParseStartTime(std::string_view stat) {
     unsigned long ticks = 0;
     const char* const end = stat.data() + stat.size();
     const std::from_chars_result number = std::from_chars(stat.data(), end, ticks);
-    // A number that the text ends with may have been cut.
+    // A number at the very end of the text may have been cut off.
     const bool isWhole = number.ec == std::errc() && number.ptr != end && (*number.ptr == ' ' || *number.ptr == '\n');
     return isWhole ? std::optional(ticks) : std::nullopt;
 }
@@ -83,7 +83,7 @@ CVT::BOctetString FormatParameters(std::string_view cmdline, std::string_view na
     }
     cmdline.remove_prefix(first.size());
     while (cmdline.size() > 1) {
-        cmdline.remove_prefix(1);  // the NUL behind the argument before
+        cmdline.remove_prefix(1);  // the NUL after the previous argument
         const std::string_view argument = FirstText(cmdline);
         if (argument.empty()) {
             break;

@@ -73,6 +73,6 @@ void ProcessSnapshots::DropOldest() {
     m_lost.insert(m_lost.end(), readers.begin(), readers.end());
     m_snapshots.erase(m_snapshots.begin());
     s_warning.Say(
-        "requests that have waited for their answer since several snapshots of hrSWRunTable were taken are answered with "
-        "genErr; look for a file system that does not answer, or for another module that does not");
+        "requests that have waited while several snapshots of hrSWRunTable were taken are answered with genErr; look "
+        "for a file system or another module that does not answer");
 }

@@ -2,7 +2,7 @@
 
 #include "groups/common/DTable.h"
 
-/// One row of hrFSTable, with the values it has until discovery fills it.
+/// One row of hrFSTable, with the values that it has until discovery fills it.
 struct DHrFSEntry {
     DHrFSEntry();
 
@@ -21,8 +21,8 @@ struct DHrFSEntry {
 
 /// hrFSTable: the file systems that were mounted when the module came up.
 ///
-/// Device discovery makes the rows and fills them, nothing removes them or measures them again. The two backup dates can be
-/// written; they are kept until the module is unloaded. Everything is called under the request lock.
+/// Device discovery creates and fills the rows; nothing removes them or measures them again. The two backup dates can
+/// be written and last until the module is unloaded. Everything is called under the request lock.
 class DHrFSTable final : public DTable<DHrFSEntry> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -50,7 +50,7 @@ public:
     int OnGet_HrFSLastPartialBackupDate(const CVT::BObjectIdentifier& index, unsigned int requestId,
                                         CVT::BOctetString& value);
 
-    /// Both refuse with wrongValue what is not as long as a DateAndTime.
+    /// Both reject with wrongValue a value that does not have the length of a DateAndTime.
     int OnSet_HrFSLastFullBackupDate(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase,
                                      unsigned int requestId, const CVT::BOctetString& value, void** undo);
     int OnSet_HrFSLastPartialBackupDate(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase,

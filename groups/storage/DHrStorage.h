@@ -11,13 +11,13 @@ public:
 
     explicit DHrStorage(CVT::INonVolatile* store);
 
-    /// Takes the memory size, once and for all: the field `totalram` of sysinfo(2) cut to 32 bits, in units of the field
-    /// `mem_unit`, which is one byte on today's hosts.
+    /// Takes the memory size, once and for all: the field `totalram` of sysinfo(2) cut to 32 bits, in units of the
+    /// field `mem_unit`, which is one byte on today's hosts.
     void Initialize() override;
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
-    /// 0 before Initialize. Always noError.
+    /// 0 before Initialize. Always returns noError.
     int OnGet_HrMemorySize(unsigned int requestId, int& value);
 
 private:

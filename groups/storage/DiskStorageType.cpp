@@ -15,7 +15,7 @@ unsigned int ui32GetDiskStorageType(const mntent* entry) {
     if (type != "supermount") {
         return type == "iso9660" ? kOpticalDiskRom : kHardDisk;
     }
-    // A supermount names the drive in its options; what is no floppy drive there is an optical one.
+    // A supermount names the drive in its options. Any drive that is not a floppy drive is optical.
     const std::string_view options = entry->mnt_opts;
     return options.find(kFloppy) != std::string_view::npos ? kFloppyDisk : kOpticalDiskRom;
 }

@@ -13,8 +13,8 @@ constexpr const char* kMemInfo = "/proc/meminfo";
 
 using Line = std::array<char, 256>;
 
-/// How many of the two numbers behind the first word of `line` could be read; those that could not stay as they are.
-/// They are read in 64 bits and cut to 32, so that a figure too large for an int comes out the same on every host.
+/// Returns how many of the two numbers after the first word of `line` could be read; the others stay unchanged. They
+/// are read in 64 bits and cut to 32, so that a figure too large for an int has the same result on every host.
 int ScanFigures(const char* line, unsigned int& first, unsigned int& second) {
     long long a = first;
     long long b = second;
@@ -89,7 +89,7 @@ unsigned int ui32GetMemory(unsigned int selector) {
     if (KeyOf(selector) == nullptr) {
         return 0;
     }
-    file.reset();  // before the second opening: there may be just one descriptor to be had
+    file.reset();  // before it is opened again: only one descriptor may be left
     file = OpenHostFile(kMemInfo);
     return file ? ui32ReadMemoryPerKey(file.get(), selector) : 0;
 }

@@ -2,6 +2,6 @@
 
 #include <mntent.h>
 
-/// Whether a mount entry is none of the host's storage: pseudo file systems, swap, what is mounted without a device, and
-/// remote file systems. Told by its device name and type. Thread-safe.
+/// Whether a mount entry is not storage of this host: pseudo file systems, swap, mounts without a device, and remote
+/// file systems. Determined from its device name and type. Thread-safe.
 bool bIgnore(const mntent* entry);

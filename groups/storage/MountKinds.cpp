@@ -4,7 +4,7 @@
 #include <array>
 
 bool bKindMayHang(std::string_view type) {
-    // In alphabetical order. Not overlay: it asks its layers, which may be anything.
+    // In alphabetical order. Not overlay: it asks its layers, which may be of any type.
     static constexpr std::array<std::string_view, 59> kServedByTheKernel = {
         "adfs",     "affs",    "bcachefs", "befs",    "bfs",        "binfmt_misc", "bpf",       "btrfs",
         "cgroup",   "cgroup2", "configfs", "cpuset",  "cramfs",     "debugfs",     "devpts",    "devtmpfs",

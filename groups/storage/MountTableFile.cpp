@@ -42,6 +42,6 @@ void DMountTableWatch::Close() {
 }
 
 bool DMountTableWatch::HasNotice() const {
-    pollfd watched = {m_file, POLLPRI, 0};  // a negative descriptor is passed over
+    pollfd watched = {m_file, POLLPRI, 0};  // poll ignores a negative descriptor
     return ::poll(&watched, 1, 0) > 0 && (watched.revents & (POLLPRI | POLLERR)) != 0;
 }

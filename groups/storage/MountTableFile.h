@@ -17,15 +17,16 @@ struct DMountEntry {
     std::string type;
     std::string options;
 
-    /// As the C library has it. It points into this entry.
+    /// In the C library's form. It points into this entry.
     mntent Record();
 };
 
-/// What is left of an open mount table: blanks and the like in names are decoded, a line of 4,096 octets or more is cut.
+/// Reads the rest of an open mount table. Blanks and the like in names are decoded; a line of 4,096 octets or more is
+/// cut.
 std::vector<DMountEntry> ReadMountTable(std::FILE* file);
 
-/// Notices that something was mounted or unmounted, where the mount table is the kernel's own: there the file's times do
-/// not move. A table that is an ordinary file gives no notice. One thread at a time.
+/// Notices that something was mounted or unmounted, where the mount table is the kernel's own and its file times do not
+/// change. An ordinary file as the table causes no notice. One thread at a time.
 class DMountTableWatch {
 public:
     DMountTableWatch() = default;
@@ -33,8 +34,8 @@ public:
     DMountTableWatch& operator=(const DMountTableWatch&) = delete;
     ~DMountTableWatch() { Close(); }
 
-    /// Watches from now on; to be called before the table is read. Does nothing when it watches already, or when there is
-    /// nothing to watch. Whether it watches now.
+    /// Starts watching; call it before the table is read. Does nothing when already watching, or when there is nothing
+    /// to watch. Returns whether it is watching now.
     bool Open();
     void Close();
     /// Whether there was a change since the last call, or since Open.

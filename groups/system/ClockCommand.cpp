@@ -12,8 +12,8 @@ struct TimeOfDay {
     int minute;
 };
 
-/// The hour is not wrapped again after a carry from the minutes, and the day does not move: managers have come to rely on
-/// how this clock is set.
+/// The hour is not wrapped again after a carry from the minutes, and the day does not change: managers rely on this
+/// behaviour.
 TimeOfDay ToUtc(const CVT::BOctetString& date) {
     const auto octet = [&](unsigned int at) { return static_cast<int>(date[at]); };
     TimeOfDay time{octet(4), octet(5)};

@@ -97,7 +97,7 @@ int DHrSystem::OnGet_HrSystemInitialLoadDevice(unsigned int /*requestId*/, int& 
     } else if (devices->AreRowsFinal()) {
         m_initialLoadDevice = devices->FirstPlaceOfType(kDiskStorageDevice);
     } else if (devices->RequestLock().Try()) {
-        // Only tried: discovery holds the lock as long as it runs, and this group is not to wait for it.
+        // Only tries the lock: discovery holds it as long as it runs, and this group must not wait for that.
         m_initialLoadDevice = devices->FirstPlaceOfType(kDiskStorageDevice);
         devices->RequestLock().Done();
     }

@@ -2,9 +2,9 @@
 
 #include "groups/common/DGroup.h"
 
-/// The scalars of hrSystem: how long the host has been up, its clock, what it was loaded from, who uses it and how many
-/// processes it has. Every get reads the host afresh, but for the initial load device, which is kept once it was found. No
-/// get fails: what cannot be read keeps its last value. Everything is called under the request lock.
+/// The scalars of hrSystem: the uptime of the host, its clock, the device and parameters of its boot, its users and its
+/// number of processes. Every get reads the host again, except for the initial load device, which is kept once found.
+/// No get fails: a value that cannot be read stays as it was. Everything is called under the request lock.
 class DHrSystem final : public DScalarGroup {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -21,18 +21,18 @@ public:
     int OnGet_HrSystemUptime(unsigned int requestId, unsigned int& value);
     /// Local time, always 11 octets.
     int OnGet_HrSystemDate(unsigned int requestId, CVT::BOctetString& value);
-    /// Sets the host's clock by the shell's date command, to the minute: seconds are not applied. A value of 11 octets is
-    /// turned into UTC, in its hours and minutes alone: the day stays, and an hour below 0 is not brought back. Whether the
-    /// command worked is not looked at, and an undo does not set the clock back.
+    /// Sets the host's clock with the shell's date command, to the minute: seconds are not applied. A value of 11
+    /// octets is converted to UTC in its hours and minutes alone: the day stays, and an hour below 0 is not corrected.
+    /// The result of the command is not checked, and an undo does not set the clock back.
     int OnSet_HrSystemDate(CVT::ESnmpSetOpCode phase, unsigned int requestId, const CVT::BOctetString& value,
                            void** undo);
-    /// The place, from 1, of the first disk in hrDeviceTable. -1 while discovery runs, and where there is none.
+    /// The position, from 1, of the first disk in hrDeviceTable. -1 while discovery runs, and when there is no disk.
     int OnGet_HrSystemInitialLoadDevice(unsigned int requestId, int& value);
     /// The first 1,023 octets of /proc/cmdline, its line feed included.
     int OnGet_HrSystemInitialLoadParameters(unsigned int requestId, CVT::BOctetString& value);
-    /// The user processes in utmp.
+    /// The number of user processes in utmp.
     int OnGet_HrSystemNumUsers(unsigned int requestId, unsigned int& value);
-    /// The field `procs` of sysinfo(2), threads included, which has 16 bits.
+    /// The field `procs` of sysinfo(2), which includes threads and has 16 bits.
     int OnGet_HrSystemProcesses(unsigned int requestId, unsigned int& value);
     /// 0: no limit is reported.
     int OnGet_HrSystemMaxProcesses(unsigned int requestId, int& value);

@@ -1,4 +1,5 @@
-// The listing of mounts through the shell, with a stand-in for mount(8), and what somebody else can do to the file between.
+// The listing of mounts through the shell, with a stand-in for mount(8), and attempts of another user to replace the
+// file.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -32,14 +33,14 @@ long s_hoursLater = 0;
 
 }  // namespace
 
-/// The monotonic clock, of which the tests make an hour pass.
+/// The monotonic clock, which the tests can advance by hours.
 extern "C" int clock_gettime(clockid_t clock, timespec* out) noexcept {
     const long result = ::syscall(SYS_clock_gettime, clock, out);
     out->tv_sec += clock == CLOCK_MONOTONIC ? s_hoursLater * 3600 : 0;
     return static_cast<int>(result);
 }
 
-/// Runs the command, and lets the tests see its text.
+/// Runs the command, and records its text for the tests.
 extern "C" int system(const char* command) {
     s_command = command;
     const pid_t child = ::fork();
@@ -60,9 +61,9 @@ class MountListing : public testing::Test {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "this machine does not allow a mount namespace";
         }
-        s_hoursLater += 2;  // whatever was said in another test may be said again
+        s_hoursLater += 2;  // so that warnings of another test may be issued again
         m_host = std::make_unique<MadeUpHost>();
         m_programs = m_host->Directory() + "/bin";
         m_path = ::getenv("PATH");
@@ -81,7 +82,7 @@ protected:
         }
     }
 
-    /// `lines` is what mount(8) says from now on.
+    /// Sets the output of mount(8) from now on.
     void Mounts(const std::string& lines) {
         std::ofstream(m_programs + "/lines") << lines;
         std::ofstream(m_programs + "/mount") << "#!/bin/sh\ncat " << m_programs << "/lines\n";
@@ -110,7 +111,7 @@ protected:
         struct stat there {};
         return ::lstat(m_name.c_str(), &there) == 0;
     }
-    /// Nothing is listed, and the command was not even run.
+    /// Expects an empty listing, and that the command was not even run.
     void ExpectEmptyListing() {
         s_command.clear();
         const int descriptors = Descriptors();
@@ -131,7 +132,7 @@ private:
     std::string m_path;
 };
 
-TEST_F(MountListing, GoesThroughAFileNamedAfterTheProcess) {
+TEST_F(MountListing, UsesAFileNamedAfterTheProcess) {
     EXPECT_EQ(m_name, "/tmp/CVHost." + std::to_string(::getpid()));
     EXPECT_LT(m_name.size(), kTmpNameSize);
 }
@@ -142,7 +143,7 @@ TEST_F(MountListing, RunsTheCommandWordForWord) {
     EXPECT_EQ(s_command, "mount | sed -e 's/ on / /' -e 's/ type / /' -e 's/(//' -e 's/)//'  > " + m_name);
 }
 
-TEST_F(MountListing, IsReadAsMountEntries) {
+TEST_F(MountListing, CanBeReadAsMountEntries) {
     Mounts(
         "/dev/hda1 on / type ext3 (rw,noatime)\n"
         "/dev/sdb1 on /mnt/my disk type vfat (rw)\n"
@@ -175,7 +176,7 @@ TEST_F(MountListing, FindsTheFirstLineThatHoldsTheKey) {
     EXPECT_FALSE(IsThere()) << "found or not, the file is removed";
 }
 
-TEST_F(MountListing, GivesALongLineInPieces) {
+TEST_F(MountListing, ReturnsALongLineInPieces) {
     Mounts("/dev/hda1 on /somewhere type ext3 (rw)\n");
     EXPECT_EQ(Entry("/dev", 10), "/dev/hda1");
     EXPECT_EQ(Entry("ext3", 16), "where ext3 rw\n");
@@ -188,7 +189,7 @@ TEST_F(MountListing, IsEmptyWhenTheCommandFails) {
     EXPECT_FALSE(IsThere());
 }
 
-TEST_F(MountListing, ThatIsOpenStaysReadableWhileAnotherIsMadeAndRemoved) {
+TEST_F(MountListing, StaysReadableWhileAnotherIsCreatedAndRemoved) {
     std::string lines;
     for (int i = 0; i < 2000; ++i) {
         lines += "/dev/hd" + std::to_string(i) + " on /mnt/" + std::to_string(i) + " type ext3 (rw)\n";
@@ -210,7 +211,7 @@ TEST_F(MountListing, ThatIsOpenStaysReadableWhileAnotherIsMadeAndRemoved) {
     EXPECT_EQ(count, 2000);
 }
 
-TEST_F(MountListing, IsForItsOwnerOnly) {
+TEST_F(MountListing, IsReadableByItsOwnerOnly) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     const mode_t before = ::umask(0);
     std::array<char, kTmpNameSize> name{};
@@ -229,11 +230,11 @@ TEST_F(MountListing, ReplacesAFileOfOurOwnThatWasLeftBehind) {
     ASSERT_EQ(::chmod(m_name.c_str(), 0666), 0);
     ASSERT_EQ(::link(m_name.c_str(), (m_name + ".other").c_str()), 0);
     EXPECT_EQ(Entry("/"), "/dev/hda1 / ext3 rw\n");
-    EXPECT_EQ(Content(m_name + ".other"), "old /old ext3 rw\n") << "made anew, not written over";
+    EXPECT_EQ(Content(m_name + ".other"), "old /old ext3 rw\n") << "created afresh, not overwritten";
     ::unlink((m_name + ".other").c_str());
 }
 
-TEST_F(MountListing, IsEmptyAndFollowsNoLinkThatSomebodyPlanted) {
+TEST_F(MountListing, IsEmptyAndFollowsNoPlantedLink) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     ASSERT_EQ(::symlink(m_secret.c_str(), m_name.c_str()), 0);
     ExpectEmptyListing();
@@ -244,10 +245,10 @@ TEST_F(MountListing, IsEmptyAndFollowsNoLinkThatSomebodyPlanted) {
     const std::string absent = m_secret + ".absent";
     ASSERT_EQ(::symlink(absent.c_str(), m_name.c_str()), 0);
     ExpectEmptyListing();
-    EXPECT_FALSE(std::filesystem::exists(absent)) << "a link that leads nowhere makes no file";
+    EXPECT_FALSE(std::filesystem::exists(absent)) << "a dangling link creates no file";
 }
 
-TEST_F(MountListing, IsEmptyWhereADirectoryStands) {
+TEST_F(MountListing, IsEmptyWhenItsNameIsADirectory) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     ASSERT_EQ(::mkdir(m_name.c_str(), 0777), 0);
     ExpectEmptyListing();
@@ -255,7 +256,7 @@ TEST_F(MountListing, IsEmptyWhereADirectoryStands) {
     EXPECT_EQ(::rmdir(m_name.c_str()), 0);
 }
 
-TEST_F(MountListing, IsEmptyWhereAFileOfSomebodyElseStands) {
+TEST_F(MountListing, IsEmptyWhenItsNameIsAFileOfAnotherUser) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     std::ofstream(m_name) << "untouched\n";
     if (::chown(m_name.c_str(), kSomebodyElse, kSomebodyElse) != 0) {
@@ -266,14 +267,14 @@ TEST_F(MountListing, IsEmptyWhereAFileOfSomebodyElseStands) {
     EXPECT_EQ(Content(m_name), "untouched\n");
 }
 
-TEST_F(MountListing, IsEmptyWhereAPipeStandsAndDoesNotWaitForIt) {
+TEST_F(MountListing, IsEmptyWhenItsNameIsAPipeAndDoesNotWaitForIt) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     ASSERT_EQ(::mkfifo(m_name.c_str(), 0666), 0);
     ExpectEmptyListing();
     EXPECT_TRUE(IsThere());
 }
 
-TEST_F(MountListing, IsEmptyWhereEverybodyMayReplaceFilesOfOthers) {
+TEST_F(MountListing, IsEmptyWhenEverybodyMayReplaceFilesOfOthers) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     m_host->Empty("/tmp");  // what is there is covered, the programs included
     ASSERT_EQ(::chmod("/tmp", 0777), 0);
@@ -290,7 +291,7 @@ TEST_F(MountListing, IsEmptyWhereEverybodyMayReplaceFilesOfOthers) {
     EXPECT_NE(s_command, "") << "so does a directory that only its owner writes to";
 }
 
-TEST_F(MountListing, SaysOnceAnHourWhatStandsInItsPlace) {
+TEST_F(MountListing, WarnsOnceAnHourAboutAnythingElseUnderItsName) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     ASSERT_EQ(::mkdir(m_name.c_str(), 0777), 0);
     ReceivedWarnings warnings;
@@ -298,15 +299,17 @@ TEST_F(MountListing, SaysOnceAnHourWhatStandsInItsPlace) {
     ExpectEmptyListing();
     const std::vector<std::string> said = warnings.Take();
     ASSERT_EQ(said.size(), 1U);
-    EXPECT_TRUE(said[0].starts_with(m_name + " cannot be made: ")) << said[0];
-    EXPECT_NE(said[0].find("user " + std::to_string(::geteuid()) + " stands there"), std::string::npos) << said[0];
+    EXPECT_TRUE(said[0].starts_with(m_name + " cannot be created: ")) << said[0];
+    EXPECT_NE(said[0].find("belongs to user " + std::to_string(::geteuid()) + " and was not created"),
+              std::string::npos)
+        << said[0];
     ++s_hoursLater;
     ExpectEmptyListing();
     EXPECT_EQ(warnings.Take(), said) << "and again after an hour";
     EXPECT_EQ(::rmdir(m_name.c_str()), 0);
 }
 
-TEST_F(MountListing, SaysThatOthersMayReplaceFilesInItsDirectory) {
+TEST_F(MountListing, WarnsThatOthersMayReplaceFilesInItsDirectory) {
     m_host->Empty("/tmp");
     ASSERT_EQ(::chmod("/tmp", 0777), 0);
     ReceivedWarnings warnings;
@@ -316,14 +319,14 @@ TEST_F(MountListing, SaysThatOthersMayReplaceFilesInItsDirectory) {
     EXPECT_NE(said[0].find("mode 1777"), std::string::npos) << said[0];
 }
 
-TEST_F(MountListing, SaysNothingWhenAllIsWell) {
+TEST_F(MountListing, WarnsOfNothingWhenAllIsWell) {
     Mounts("/dev/hda1 on / type ext3 (rw)\n");
     ReceivedWarnings warnings;
     EXPECT_NE(Entry("/"), "none");
     EXPECT_TRUE(warnings.Take().empty());
 }
 
-// No process has a number of more than 4,194,304: those of 5,000,000 and more are surely gone.
+// No process has a number above 4,194,304, so processes 5,000,000 and above are certainly gone.
 
 TEST_F(MountListing, RemovesFilesOfOurOwnWhoseProcessIsGone) {
     m_host->Empty("/tmp");
@@ -339,7 +342,7 @@ TEST_F(MountListing, RemovesFilesOfOurOwnWhoseProcessIsGone) {
     EXPECT_EQ(NamesInTmp(), (std::set<std::string>{m_name, live}));
 }
 
-TEST_F(MountListing, LeavesWhatSomebodyElseHasPlantedUnderTheNameOfAProcessThatIsGone) {
+TEST_F(MountListing, LeavesFilesThatAnotherUserPlantedUnderTheNameOfADeadProcess) {
     m_host->Empty("/tmp");
     ASSERT_EQ(::chmod("/tmp", 01777), 0);
     std::ofstream("/tmp/secret") << "untouched\n";
@@ -361,7 +364,7 @@ TEST_F(MountListing, LeavesWhatSomebodyElseHasPlantedUnderTheNameOfAProcessThatI
     EXPECT_EQ(Content("/tmp/secret"), "untouched\n");
 }
 
-TEST_F(MountListing, LeavesAFileThatIsInUseThoughItsProcessIsNotSeen) {
+TEST_F(MountListing, LeavesAFileInUseEvenWhenItsProcessIsNotVisible) {
     m_host->Empty("/tmp");
     ASSERT_EQ(::chmod("/tmp", 01777), 0);
     const std::string name = "/tmp/CVHost.5000007";
@@ -375,7 +378,7 @@ TEST_F(MountListing, LeavesAFileThatIsInUseThoughItsProcessIsNotSeen) {
     EXPECT_FALSE(std::filesystem::exists(name));
 }
 
-TEST_F(MountListing, RemovesNothingWhereEverybodyMayReplaceFilesOfOthers) {
+TEST_F(MountListing, RemovesNothingWhenEverybodyMayReplaceFilesOfOthers) {
     m_host->Empty("/tmp");
     ASSERT_EQ(::chmod("/tmp", 0777), 0);
     std::ofstream("/tmp/CVHost.5000008") << "left behind\n";
@@ -383,7 +386,7 @@ TEST_F(MountListing, RemovesNothingWhereEverybodyMayReplaceFilesOfOthers) {
     EXPECT_TRUE(std::filesystem::exists("/tmp/CVHost.5000008"));
 }
 
-TEST_F(MountListing, NeverRemovesWhatIsNotOurs) {
+TEST_F(MountListing, NeverRemovesFilesOfOthers) {
     std::ofstream(m_name) << "x";
     vRemoveTmpFile("");
     EXPECT_TRUE(IsThere());
