@@ -8,14 +8,14 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# bin/ and lib/ side by side, found relative to each other: the build tree can be moved, and looks like an
+# bin/ and lib/ side by side, found relative to each other, so that the build tree can be moved and looks like an
 # installed one.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
-# Written with -D_GNU_SOURCE in mind: g++ and clang++ on Linux define it themselves.
+# The code relies on -D_GNU_SOURCE, which g++ and clang++ define by default on Linux.
 add_compile_options(
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast -Wformat=2
     -Wimplicit-fallthrough -Wcast-align)
@@ -29,8 +29,8 @@ if(CVHOST_WERROR)
     add_compile_options(-Werror)
 endif()
 
-# The tests interpose functions of the C library, and the checked variants of a fortified build would go round
-# them. What is built without tests, as packages are, is fortified.
+# The tests interpose functions of the C library, and the checked variants of a fortified build would bypass them. A
+# build without tests, as for packages, is fortified.
 if(BUILD_TESTING)
     add_compile_options(-U_FORTIFY_SOURCE)
 elseif(NOT CVHOST_SANITIZE AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
@@ -42,7 +42,7 @@ if(CVHOST_SANITIZE)
     add_compile_options(-fsanitize=${CVHOST_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${CVHOST_SANITIZE})
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        add_compile_options(-Wno-maybe-uninitialized)   # GCC sees it in its own instrumentation
+        add_compile_options(-Wno-maybe-uninitialized)   # GCC reports it in its own instrumentation
     endif()
 else()
     add_link_options($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-Wl,--no-undefined>)

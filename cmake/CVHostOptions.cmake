@@ -1,4 +1,4 @@
-# Every switch of the build. CONTRIBUTING.md lists them for people.
+# Every option of the build. CONTRIBUTING.md describes them.
 
 option(CVHOST_WITH_SNMP "Build what needs the SNMP library: cvtagentd and its tests" ON)
 option(CVHOST_WERROR "Treat compiler warnings as errors (the presets do)" OFF)

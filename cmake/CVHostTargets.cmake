@@ -1,6 +1,6 @@
-# Helpers that the lists of the floors share. Sources are globbed, so a new file needs no edit of any list.
+# Helpers shared by the CMakeLists.txt files. Sources are globbed, so a new file needs no edit of any list.
 
-# cvhost_sources(<variable> <pattern>...): the sources that match, in a stable order; empty is fine.
+# cvhost_sources(<variable> <pattern>...): the matching sources, in a stable order; an empty result is fine.
 function(cvhost_sources variable)
     file(GLOB_RECURSE found CONFIGURE_DEPENDS LIST_DIRECTORIES false ${ARGN})
     list(SORT found)
@@ -14,16 +14,16 @@ function(cvhost_sources_here variable)
     set(${variable} "${found}" PARENT_SCOPE)
 endfunction()
 
-# cvhost_unloadable(<target>): templates of this library get no STB_GNU_UNIQUE symbols, which would pin it in memory for
-# ever after the first dlopen.
+# cvhost_unloadable(<target>): keeps the library's templates from getting STB_GNU_UNIQUE symbols, which would pin it in
+# memory forever after the first dlopen.
 function(cvhost_unloadable target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         target_compile_options(${target} PRIVATE -fno-gnu-unique)
     endif()
 endfunction()
 
-# cvhost_rpath(<target> <from> <to>): the installed <target>, which lies in <from>, looks for libraries in <to>. Where the
-# build tree has the same shape, it is linked so at once, and otherwise when it is installed.
+# cvhost_rpath(<target> <from> <to>): the installed <target>, in folder <from>, searches <to> for libraries. Where the
+# build tree has the same shape the target is linked this way at once, otherwise when it is installed.
 function(cvhost_rpath target from to)
     if(IS_ABSOLUTE "${from}" OR IS_ABSOLUTE "${to}")
         set_target_properties(${target} PROPERTIES INSTALL_RPATH "${CMAKE_INSTALL_FULL_LIBDIR}")

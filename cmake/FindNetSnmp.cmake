@@ -3,7 +3,7 @@
 #   NetSnmp::netsnmp        libnetsnmp: what a client or a test program needs
 #   NetSnmp::netsnmpagent   libnetsnmpagent on top of it: what an agent needs
 #
-# and on purpose nothing for the MIB-module library, which the pkg-config file and net-snmp-config would both drag in.
+# There is deliberately no target for the MIB-module library, which the pkg-config file and net-snmp-config pull in.
 
 find_path(NetSnmp_INCLUDE_DIR net-snmp/net-snmp-config.h)
 find_library(NetSnmp_LIBRARY netsnmp)

@@ -78,13 +78,13 @@ unsigned int ui32ForEachHandler(CVT::BMibImplGroup& module, void (CVT::BMibImpl:
             continue;
         }
         const CVT::TMutex::Guard guard(handler->RequestLock());
-        // The module has no log: a group that throws stays as it is.
+        // The module has no log: a group that throws simply stays inactive.
         CVT::detail::WithoutThrowing([&] {
             (handler->*operation)();
             return CVT::noError;
         });
     }
-    return CVT::kWaitSignalled;  // a wait without limit has no other end
+    return CVT::kWaitSignalled;  // a wait without limit has no other result
 }
 
 unsigned int DCVHost::Init() {

@@ -18,39 +18,39 @@ class DHrStorageTable;
 
 /// The module: owner of one object for each MIB group, and of the non-volatile store that they share.
 ///
-/// Threads. A group is used under its request lock: by the host for requests, by Init and Cleanup here. The start-up
-/// thread comes to one group after the other, so a request waits at most for the group that it asks. One group needs a
-/// second one's lock: the device table, whose discovery makes rows in the tables that share its index. It holds its own
-/// throughout, and one other for a single row or look-up. So that none waits in a circle, whoever holds any group's lock
-/// does not wait for the device table's: hrSystem, which looks up a device, only tries it, and once discovery is over reads
-/// those rows, which do not change any more, without it.
+/// Threads. A group is used under its request lock: by the host for requests, and here by Init and Cleanup. The
+/// start-up thread initialises the groups one after the other, so a request waits at most for the group that it asks.
+/// One group needs another one's lock: the device table, whose discovery creates rows in the tables that share its
+/// index. It holds its own lock throughout, and one other for a single row or look-up. To avoid a deadlock, a thread
+/// that holds any group's lock does not wait for the device table's. hrSystem, which looks up a device, only tries that
+/// lock; once discovery is over it reads the rows, which no longer change, without the lock.
 ///
-/// A place in the handler order whose group is not there is null, and every walk passes over it.
+/// A place in the handler order without a group is null, and every walk skips it.
 class DCVHost final : public CVT::BMibImplGroup, public DConventions {
 public:
-    /// How many places the handler order has, whether all are taken or not.
+    /// The number of places in the handler order, whether used or not.
     static constexpr int kNumHandlers = 15;
 
-    /// Filled by InitDefVals, only read afterwards.
+    /// Filled by InitDefVals, then only read.
     static CVT::BMibDefVal defval;
 
-    /// With a null `store` the module makes one, the file "CVHostPersist.txt" in the working directory, and deletes it in
-    /// the end; a store that is given stays the caller's and must outlive the module. With `systemOnly` only the first
-    /// place of the handler order is filled.
+    /// With a null `store` the module creates one, the file "CVHostPersist.txt" in the working directory, and deletes
+    /// the object at the end; a store passed in stays the caller's and must outlive the module. With `systemOnly` only
+    /// the first place of the handler order is filled.
     DCVHost(CVT::INonVolatile* store, bool systemOnly);
     ~DCVHost() override;
 
-    /// Fills the default values, then brings up each group in handler order. A group that throws is passed over. Returns
+    /// Fills the default values, then brings up each group in handler order. A group that throws is skipped. Returns
     /// the result of the last wait for a lock.
     unsigned int Init() override;
-    /// Ends each group's work in handler order; likewise.
+    /// Ends each group's work in handler order, likewise.
     unsigned int Cleanup() override;
     int NumHandlers() override;
     CVT::BMibImpl* HandlerAt(int place) override;
     const CVT::BConstraintEntry* GetTCConstraintMap() const override;
     void InitDefVals() override;
 
-    // Single groups, for the others that look things up in them or make rows there. Null when the group is not there.
+    // Single groups, for others that look things up or create rows in them. Null when the group does not exist.
     DHrStorageTable* StorageTable() const;
     DHrDeviceTable* DeviceTable() const;
     DHrProcessorTable* ProcessorTable() const;
@@ -71,7 +71,7 @@ private:
     bool m_systemOnly;
 };
 
-/// Calls an operation of every group of a module, in handler order, each under its group's request lock; empty places are
-/// passed over. A group that throws is passed over as well: one that fails must not keep the others from coming up, nor
-/// from ending. Returns the result of the last wait for a lock.
+/// Calls an operation of every group of a module, in handler order, each under its group's request lock. Empty places
+/// are skipped. A group that throws is skipped as well: its failure must not keep the others from coming up, nor from
+/// ending. Returns the result of the last wait for a lock.
 unsigned int ui32ForEachHandler(CVT::BMibImplGroup& module, void (CVT::BMibImpl::*operation)());

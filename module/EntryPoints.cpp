@@ -21,7 +21,7 @@ int CVxExtAgentInit(void** module, void* trapSender) {
     try {
         gpCVHost = new DCVHost(nullptr, false);
         InitThread::Launch();
-    } catch (const std::exception&) {  // no memory: the host, which may be C, hears of it by the result
+    } catch (const std::exception&) {  // out of memory: the result tells the host, which may be C
         delete std::exchange(gpCVHost, nullptr);
         return 0;
     }
@@ -31,7 +31,7 @@ int CVxExtAgentInit(void** module, void* trapSender) {
 }
 
 int CVxExtAgentClose() {
-    // gbReady tells of the first start-up only: with a second Init in one process it is true from the beginning.
+    // gbReady covers only the first start-up: during a second Init in the same process it is already true.
     while (!gbReady.load() || !InitThread::HasFinished()) {
         CVT::TTimer().Sleep(kReadyPollMs);
     }

@@ -9,13 +9,13 @@ namespace {
 
 std::atomic<bool> s_finished = true;
 
-/// Says that the start-up is over, also when it ends by an exception.
+/// Marks the start-up as over, even when it ends by an exception.
 struct Finish {
     Finish() = default;
     Finish(const Finish&) = delete;
     Finish& operator=(const Finish&) = delete;
     ~Finish() {
-        s_finished.store(true);  // first: a host that sees gbReady may close, which looks at both
+        s_finished.store(true);  // first: a host that sees gbReady may call Close, which checks both
         gbReady.store(true);
     }
 };

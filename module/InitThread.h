@@ -2,14 +2,14 @@
 
 #include "CVT/TThread.h"
 
-/// Brings the module up in the background: calls gpCVHost->Init, then sets gbReady, in every case, so that a host that
-/// waits for it always ends. Deletes itself; nobody keeps a pointer to it.
+/// Brings the module up in the background: calls gpCVHost->Init, then sets gbReady in every case, so that a host's wait
+/// for it always ends. Deletes itself; nothing keeps a pointer to it.
 class InitThread final : public CVT::TThread {
 public:
-    /// Starts one. When the system has no thread to give, the groups come up on the caller's instead.
+    /// Starts one. When the system cannot create a thread, the groups come up on the caller's thread instead.
     static void Launch();
 
-    /// Whether the latest start-up has ended. True when there was none. Thread-safe.
+    /// Whether the latest start-up has ended; also true when there was none. Thread-safe.
     static bool HasFinished();
 
 protected:
