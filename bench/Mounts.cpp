@@ -1,5 +1,5 @@
-// The storage table on a host with many mounts: 2,000 file systems are really mounted, in a mount namespace of our own.
-// Compare the figures for 200 and 2,000: what is linear in the mounts grows tenfold.
+// The storage table on a host with many mounts: 2,000 file systems are really mounted, in a private mount namespace.
+// Compare the figures for 200 and 2,000: a cost that is linear in the number of mounts grows tenfold.
 
 #include <benchmark/benchmark.h>
 
@@ -20,7 +20,7 @@
 
 namespace {
 
-/// File systems on MANY directories; unmounted with the namespace when this program ends.
+/// File systems mounted on many directories. The namespace unmounts them when this program ends.
 class ManyMounts {
 public:
     static ManyMounts& Instance() {
@@ -36,7 +36,7 @@ public:
         ::rmdir(m_directory);
     }
 
-    /// Sees to it that there are `count`; false when this machine mounts none.
+    /// Ensures that there are `count`. Returns false when this machine does not allow mounts.
     bool Have(int count) {
         for (; m_isPossible && m_count < count; ++m_count) {
             m_isPossible = MountOne(Path(m_count));
@@ -71,13 +71,13 @@ bool Prepare(benchmark::State& state) {
     if (ManyMounts::Instance().Have(static_cast<int>(state.range(0)))) {
         return true;
     }
-    state.SkipWithError("this machine mounts nothing for us");
+    state.SkipWithError("this machine does not let us mount anything");
     return false;
 }
 
 std::size_t HeapInUse() { return ::mallinfo2().uordblks; }
 
-/// Start-up: all rows are made and measured. Also says what a row costs in memory.
+/// Start-up: all rows are created and measured. Also reports the memory that a row takes.
 void StartUp(benchmark::State& state) {
     if (!Prepare(state)) {
         return;
@@ -97,7 +97,7 @@ void StartUp(benchmark::State& state) {
     state.counters["bytes_per_row"] = static_cast<double>(after - before) / static_cast<double>(rows);
 }
 
-/// The bare calls behind the start-up, for comparison.
+/// The bare system calls of the start-up, for comparison.
 void BareStatAndStatfs(benchmark::State& state) {
     if (!Prepare(state)) {
         return;
@@ -113,7 +113,7 @@ void BareStatAndStatfs(benchmark::State& state) {
     }
 }
 
-/// A walk over one column, a request for each row, as GETNEXT does it.
+/// A walk over one column, with a request for each row, as GETNEXT does it.
 template <int (DHrStorageTable::*Get)(const CVT::BObjectIdentifier&, unsigned int, int&)>
 void WalkOf(benchmark::State& state) {
     if (!Prepare(state)) {
@@ -135,7 +135,7 @@ void WalkOf(benchmark::State& state) {
 void WalkSizes(benchmark::State& state) { WalkOf<&DHrStorageTable::OnGet_HrStorageSize>(state); }
 void WalkUsed(benchmark::State& state) { WalkOf<&DHrStorageTable::OnGet_HrStorageUsed>(state); }
 
-/// A request after something was mounted: the mount table is read again.
+/// A request after a new mount: the mount table is read again.
 void RequestAfterAMount(benchmark::State& state) {
     if (!Prepare(state)) {
         return;
@@ -151,7 +151,8 @@ void RequestAfterAMount(benchmark::State& state) {
     }
 }
 
-/// Every mount directory is looked up once, as discovery does it: the one cost that grows with the square of the mounts.
+/// Every mount directory is looked up once, as discovery does it: the one cost that grows with the square of the
+/// mounts.
 void FindEveryRow(benchmark::State& state) {
     if (!Prepare(state)) {
         return;
@@ -165,7 +166,7 @@ void FindEveryRow(benchmark::State& state) {
     }
 }
 
-/// One question to a file system that cannot hang (0), and one through a thread, to one that may (1).
+/// One query of a file system that cannot hang (0), and one through a thread, of a file system that may hang (1).
 void AskForSpace(benchmark::State& state) {
     while (state.KeepRunning()) {
         benchmark::DoNotOptimize(DMountProbe("/", state.range(0) != 0, DMountProbe::kSpace).Answer());

@@ -1,4 +1,4 @@
-// The OID map under a table's rows, and what a walk over a table costs the toolkit for each row.
+// The OID map that holds a table's rows, and the toolkit's cost for each row of a table walk.
 
 #include <benchmark/benchmark.h>
 
@@ -20,7 +20,7 @@ void Fill(CVT::BMapOid2Ptr& map, unsigned int rows) {
     }
 }
 
-/// Keys of the map in an order of no order.
+/// The keys of the map in random order.
 std::vector<CVT::BObjectIdentifier> ShuffledKeys(unsigned int rows) {
     std::vector<CVT::BObjectIdentifier> keys;
     std::mt19937 random(1);
@@ -65,7 +65,7 @@ void BM_Next(benchmark::State& state) {
     }
 }
 
-/// One column over rows 1..n, whose handler looks its row up as every table does.
+/// One column over rows 1..n, whose handler looks up its row as every table does.
 class BenchTable : public CVT::BMibTableImpl {
 public:
     explicit BenchTable(unsigned int rows) : BMibTableImpl("BENCH-MIB.table", "1.3.6.1.3.1") { Fill(m_rows, rows); }

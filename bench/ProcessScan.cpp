@@ -1,8 +1,8 @@
-// What a snapshot of the processes costs beyond the system calls that it cannot do without: the scan of hrSWRunTable
-// beside a bare loop that opens, reads and closes the same files of the same, really forked, processes and looks at
-// nothing. CPU time of this thread, the two in turn; the counters give medians and their ratio.
+// The cost of a process snapshot beyond its unavoidable system calls. The scan of hrSWRunTable is compared with a bare
+// loop that opens, reads and closes the same files of the same really forked processes and ignores their contents. CPU
+// time of this thread, the two in turn; the counters show medians and their ratio.
 //
-// With CVHOST_BENCH_FULL in the environment at 5,000 and 20,000 processes, else at 200.
+// With CVHOST_BENCH_FULL in the environment at 5,000 and 20,000 processes, otherwise at 200.
 
 #include <benchmark/benchmark.h>
 #include <dirent.h>
@@ -26,7 +26,7 @@
 
 namespace {
 
-/// Processes that do nothing, until they are killed with this object.
+/// Processes that do nothing until this object kills them.
 class Crowd {
 public:
     explicit Crowd(std::size_t count) {
@@ -87,7 +87,7 @@ void ReadAndForget(int proc, const char* path) {
     }
 }
 
-/// The system calls for every process, their paths made beforehand.
+/// The system calls for every process, with paths built beforehand.
 struct BareLoop {
     struct Paths {
         std::string stat, cmdline, statm, cwd;
@@ -115,7 +115,7 @@ private:
     std::vector<Paths> m_paths;
 };
 
-/// The listing of /proc, which the scan needs too: told apart, since the bare loop does without it.
+/// The listing of /proc, which the scan needs too. It is measured separately, since the bare loop does without it.
 void ListProc() { benchmark::DoNotOptimize(AllPids().size()); }
 
 double Median(std::vector<double> values) {
@@ -133,7 +133,7 @@ double CpuOf(Work work) {
 void ProcessScan(benchmark::State& state) {
     const Crowd crowd(static_cast<std::size_t>(state.range(0)));
     if (crowd.Size() < static_cast<std::size_t>(state.range(0))) {
-        state.SkipWithError("the system does not give that many processes");
+        state.SkipWithError("the system does not allow that many processes");
         return;
     }
     const BareLoop bare;
@@ -166,7 +166,7 @@ void ProcessScan(benchmark::State& state) {
     state.counters["bytes_per_row"] = static_cast<double>(used) / rows;
 }
 
-/// A walk of one column of all rows, each instance found and read as a request does it.
+/// A walk of one column over all rows; each instance is found and read as for a request.
 void ProcessWalk(benchmark::State& state) {
     const Crowd crowd(static_cast<std::size_t>(state.range(0)));
     DHrSWRunTable table(nullptr);

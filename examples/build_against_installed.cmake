@@ -2,7 +2,7 @@
 
 set(prefix ${work_dir}/prefix)
 
-# walk(<module>): lets the cvtwalk of the build load it, and looks at what that prints.
+# walk(<module>): loads it into the build's cvtwalk and checks the output.
 function(walk module)
     execute_process(COMMAND ${build_dir}/bin/cvtwalk --module ${module}
         OUTPUT_VARIABLE walked COMMAND_ERROR_IS_FATAL ANY)
@@ -18,7 +18,7 @@ file(REMOVE_RECURSE ${work_dir})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${build_dir} --prefix ${prefix}
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
-# By the CMake package.
+# With the CMake package.
 execute_process(
     COMMAND ${CMAKE_COMMAND} -S ${sample_dir} -B ${work_dir}/build -G Ninja
         -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${cxx}
@@ -29,7 +29,7 @@ if(NOT EXISTS ${work_dir}/build/libSampleModule.so.1)
 endif()
 walk(${work_dir}/build/libSampleModule.so.1)
 
-# By pkg-config.
+# With pkg-config.
 find_program(pkg_config NAMES pkg-config pkgconf REQUIRED)
 file(GLOB_RECURSE pc_file ${prefix}/*/cvt.pc)
 get_filename_component(pc_dir "${pc_file}" DIRECTORY)

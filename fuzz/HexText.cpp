@@ -1,4 +1,4 @@
-// Hexadecimal text, any octets, as an octet string.
+// Arbitrary octets, parsed as hexadecimal text into an octet string.
 
 #include <cstddef>
 #include <cstdint>

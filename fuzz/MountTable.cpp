@@ -1,4 +1,4 @@
-// The lines of the mount table, and what is told of an entry by its text alone.
+// The lines of the mount table, and what is determined from an entry by its text alone.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-// A non-volatile store over a file of any octets: what it holds once it was read, it brings back.
+// A non-volatile store over a file of arbitrary octets: whatever the store has read, it saves and reads back unchanged.
 
 #include <unistd.h>
 
@@ -20,7 +20,7 @@ void Require(bool holds) {
     }
 }
 
-/// A folder of this process, gone at its end.
+/// A folder for this process, removed at its end.
 class Folder {
 public:
     Folder() { Require(::mkdtemp(m_name.data()) != nullptr); }
@@ -62,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string once = Resaved(file);
     Require(Resaved(file) == once);
 
-    // The input again, as texts to store: split in three anywhere.
+    // The input again, as texts to store: split anywhere into three.
     const std::size_t first = size / 3;
     const CVT::BString section = Text(input.substr(0, first));
     const CVT::BString key = Text(input.substr(first, first));

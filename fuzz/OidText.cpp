@@ -1,4 +1,4 @@
-// Dotted decimal text, any octets, as an object identifier and as an address.
+// Arbitrary octets, parsed as dotted decimal text into an object identifier and an address.
 
 #include <cstddef>
 #include <cstdint>
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(again.AssignFromDottedDecimalStr(oid.ToString().c_str()) == good);
     Require(again == oid);
 
-    // Counted text is read to its end: a NUL in it is bad.
+    // Counted text is read to its end: a NUL in it is an error.
     const CVT::BObjectIdentifier counted(CVT::BString(text.data(), static_cast<unsigned int>(text.size())));
     Require(counted == (text.find('\0') == std::string::npos ? oid : CVT::BObjectIdentifier()));
 

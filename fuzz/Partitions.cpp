@@ -1,4 +1,4 @@
-// The lines of /proc/partitions: any text gives a size, and the same one again.
+// The lines of /proc/partitions: any text yields a size, and the same one each time.
 
 #include <cstddef>
 #include <cstdint>

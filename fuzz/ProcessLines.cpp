@@ -1,4 +1,4 @@
-// The lines that the kernel writes about a process, any octets.
+// The lines that the kernel writes about a process, with arbitrary octets.
 
 #include "groups/software/ProcessLines.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::size_t kLine = 511;  // as much as is read of a file about a process
+constexpr std::size_t kLine = 511;  // the most that is read of a file about a process
 
 void Require(bool holds) {
     if (!holds) {

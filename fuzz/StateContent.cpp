@@ -1,4 +1,4 @@
-// A state file of any octets: what counts as complete ends with a whole line, and is no longer complete without its end.
+// A state file of arbitrary octets: a complete file ends with a whole line, and is no longer complete without its end.
 
 #include "agent/cvtagentd/process/StateContent.h"
 

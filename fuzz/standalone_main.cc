@@ -2,7 +2,7 @@
 //
 //     fuzz_NAME FILE-OR-FOLDER...
 //
-// Fails when it was given nothing to run, so that a corpus that went missing is noticed.
+// Fails when it was given nothing to run, so that a missing corpus is noticed.
 
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +21,7 @@ namespace {
 void RunFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    // A heap block of exactly this size, so that the sanitizers see a read past its end.
+    // A heap block of exactly this size, so that the sanitizers detect a read past its end.
     const std::vector<std::uint8_t> bytes(text.begin(), text.end());
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 }

@@ -1,4 +1,4 @@
-// The three names that the library exports. Everything else in it is hidden: see CMakeLists.txt.
+// The three names that the library exports. Everything else is hidden: see CMakeLists.txt.
 
 #include <atomic>
 #include <memory>
@@ -9,7 +9,7 @@
 
 #define SAMPLE_EXPORT extern "C" __attribute__((visibility("default")))
 
-/// Whether initialisation is over. A host that looks at it knows when the module can answer.
+/// Whether initialisation is over. A host checks it to learn when the module can answer.
 SAMPLE_EXPORT std::atomic<bool> gbReady;
 std::atomic<bool> gbReady = false;
 
@@ -17,8 +17,8 @@ namespace {
 
 std::unique_ptr<sample::SampleModule> theModule;  // from CVxExtAgentInit to CVxExtAgentClose
 
-/// Brings the module up behind the host's back, and deletes itself. gbReady is its last word about the module: from
-/// then on CVxExtAgentClose may delete that.
+/// Brings the module up in the background, and deletes itself. Setting gbReady is its last use of the module: from then
+/// on CVxExtAgentClose may delete the module.
 class StartUp final : public CVT::TThread {
 public:
     explicit StartUp(sample::SampleModule& module) : CVT::TThread(true), m_module(module) {}
@@ -35,23 +35,24 @@ private:
 
 }  // namespace
 
-/// Gives the module to the host, and returns at once. 1 means that all is well.
+/// Hands the module to the host, and returns at once. 1 means success.
 SAMPLE_EXPORT int CVxExtAgentInit(void** module, void* /*trapSender*/) {
     if (module == nullptr || theModule != nullptr) {
         return 0;
     }
     theModule = std::make_unique<sample::SampleModule>();
-    auto* const startUp = new StartUp(*theModule);  // its own owner from here on
+    auto* const startUp = new StartUp(*theModule);  // owns itself from here on
     if (!startUp->Start(0, 0)) {
         theModule.reset();
         return 0;
     }
-    // As the base, since that is what the host casts the pointer back to.
+    // As the base class, because the host casts the pointer back to that.
     *module = static_cast<CVT::BMibImplGroup*>(theModule.get());
     return 1;
 }
 
-/// Ends the module. The host has stopped asking; it unmaps the library when the last self-deleting thread has ended.
+/// Ends the module. The host sends no more requests; it unmaps the library when the last self-deleting thread has
+/// ended.
 SAMPLE_EXPORT int CVxExtAgentClose() {
     constexpr unsigned int kPollMs = 1;
     if (theModule == nullptr) {

@@ -15,7 +15,7 @@ struct Bounds {
     unsigned int high;
 };
 
-// Octet by octet from the month on; a second of 60 is a leap second.
+// The bounds of each octet from the month on; a second of 60 is a leap second.
 constexpr Bounds kBounds[] = {{1, 12}, {1, 31}, {0, 23}, {0, 59}, {0, 60}, {0, 9}};
 constexpr unsigned int kMonth = 2;
 

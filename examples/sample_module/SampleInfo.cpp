@@ -10,7 +10,7 @@ using CVT::Column;
 using CVT::ESnmpSetOpCode;
 
 // The declaration of the group: sub-identifier, name, type on the wire, and the functions that read and write it, in
-// ascending order of sub-identifiers. The template argument says in which C++ type they exchange the value.
+// ascending order of sub-identifiers. The template argument is the C++ type in which the functions exchange the value.
 const CVT::BRqHndlrEntry SampleInfo::s_rqhndlrEntries[] = {
     // clang-format off
     Column<CVT::kDisplayStringValue>(1, "sampleGreeting", CVT::kOctetString, &SampleInfo::GetGreeting, &SampleInfo::SetGreeting),
@@ -24,7 +24,7 @@ const CVT::BRqHndlrEntry SampleInfo::s_rqhndlrEntries[] = {
     // clang-format on
 };
 
-// What the toolkit checks of an offered value before it calls a set function, and what tells a display how to show one.
+// What the toolkit checks of an offered value before it calls a set function, and how a display shows the values.
 const CVT::BConstraintEntry SampleInfo::s_sonstraintEntries[] = {
     {CVT::kConvention, 1, CVT::cszDisplayString, 0, 32},  // a DisplayString of at most 32 octets
     {CVT::kRange, 2, nullptr, 0, 100},
@@ -35,7 +35,7 @@ const CVT::BConstraintEntry SampleInfo::s_sonstraintEntries[] = {
 
 SampleInfo::SampleInfo() : CVT::BMibScalarGroupImpl("SAMPLE-MIB.sampleInfo", "1.3.6.1.4.1.32473.1.1") {}
 
-// Called once, on the module's start-up thread: here a group may take its time, since the agent does not wait for it.
+// Called once, on the module's start-up thread. A group may take its time here, because the agent does not wait for it.
 void SampleInfo::Initialize() {
     m_greeting.Assign("Hello from the sample module");
     m_level = 50;
@@ -46,8 +46,8 @@ void SampleInfo::Initialize() {
 
 void SampleInfo::Cleanup() { SetActive(0); }
 
-// One request may ask for many instances, and all calls for it bring the same identifier. Whatever the instances must
-// agree on is taken when a new identifier is seen first, and only then.
+// One request may ask for many instances, and every call for it has the same identifier. Values that must be consistent
+// across instances are taken when a new identifier first appears, and only then.
 void SampleInfo::Begin(unsigned int requestId) {
     if (requestId == m_lastRequest) {
         return;
@@ -56,7 +56,7 @@ void SampleInfo::Begin(unsigned int requestId) {
     ++m_requests;
     using Hundredths = std::chrono::duration<unsigned long long, std::centi>;
     const auto uptime = std::chrono::duration_cast<Hundredths>(std::chrono::steady_clock::now() - m_started);
-    m_uptime = static_cast<unsigned int>(uptime.count());  // wraps round after 497 days, as TimeTicks do
+    m_uptime = static_cast<unsigned int>(uptime.count());  // wraps after 497 days, like TimeTicks
 }
 
 int SampleInfo::GetGreeting(unsigned int requestId, CVT::BOctetString& value) {
@@ -87,7 +87,7 @@ int SampleInfo::GetChangedAt(unsigned int requestId, CVT::BOctetString& value) {
     return CVT::noError;
 }
 
-// The toolkit has checked the length, 8 to 11 octets. Whether they are a date, only the group can say.
+// The toolkit has checked the length, 8 to 11 octets. Only the group can tell whether they are a date.
 int SampleInfo::SetChangedAt(ESnmpSetOpCode phase, unsigned int requestId, const CVT::BOctetString& value,
                              void** undo) {
     Begin(requestId);

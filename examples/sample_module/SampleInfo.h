@@ -8,8 +8,8 @@ namespace sample {
 
 /// The scalar group sampleInfo, 1.3.6.1.4.1.32473.1.1: one object of every type that a group can serve.
 ///
-/// Every member function below runs under the group's request lock, which the toolkit takes. The fields therefore need no
-/// lock of their own.
+/// Every member function below runs under the group's request lock, which the toolkit takes. The fields therefore need
+/// no lock of their own.
 class SampleInfo final : public CVT::BMibScalarGroupImpl {
 public:
     SampleInfo();
@@ -32,7 +32,7 @@ private:
     int GetUptime(unsigned int requestId, unsigned int& value);
     int GetHome(unsigned int requestId, CVT::BObjectIdentifier& value);
 
-    /// Does what is to be done once for each request. Every handler begins with it.
+    /// Does the work that is due once for each request. Every handler begins with it.
     void Begin(unsigned int requestId);
 
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -44,9 +44,9 @@ private:
     CVT::BTruthValue m_enabled = 1;
 
     std::chrono::steady_clock::time_point m_started;
-    unsigned int m_lastRequest = 0;  // 0 is never given to a request
+    unsigned int m_lastRequest = 0;  // 0 is never a request's identifier
     unsigned int m_requests = 0;
-    unsigned int m_uptime = 0;  // hundredths of a second, as at the beginning of m_lastRequest
+    unsigned int m_uptime = 0;  // hundredths of a second, at the beginning of m_lastRequest
 };
 
 }  // namespace sample

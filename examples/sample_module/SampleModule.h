@@ -10,7 +10,8 @@
 namespace sample {
 
 /// The module: its groups, and what they share. A host gets it from CVxExtAgentInit and knows it as a
-/// CVT::BMibImplGroup. Who takes the request locks of several groups at once takes them in the order of HandlerAt.
+/// CVT::BMibImplGroup. Code that takes the request locks of several groups at once takes them in the order of
+/// HandlerAt.
 class SampleModule final : public CVT::BMibImplGroup {
 public:
     SampleModule();

@@ -24,7 +24,7 @@ const CVT::BConstraintEntry SampleNoteTable::s_sonstraintEntries[] = {
     {CVT::kEnumValue, 0, "high", kHigh, 0},        {},
 };
 
-// The OID is the table's; its entry, under which the columns stand, is 1.3.6.1.4.1.32473.1.2.1.
+// The OID is the table's. Its entry, under which the columns stand, is 1.3.6.1.4.1.32473.1.2.1.
 SampleNoteTable::SampleNoteTable() : CVT::BMibTableImpl("SAMPLE-MIB.sampleNoteTable", "1.3.6.1.4.1.32473.1.2") {}
 
 void SampleNoteTable::Initialize() {
@@ -45,7 +45,7 @@ void SampleNoteTable::AddNote(int index, const char* text, Priority priority) {
     m_rows.Insert(Index(static_cast<unsigned int>(index)), &note);
 }
 
-// The order of the rows, which all columns share here. The toolkit walks column by column with it.
+// The order of the rows, the same for all columns here. The toolkit uses it to walk column by column.
 bool SampleNoteTable::NextInstanceInColumn(unsigned int /*requestId*/, unsigned int /*column*/, const Index& index,
                                            Index& nextIndex) {
     return m_rows.Next(index, nextIndex);

@@ -9,7 +9,7 @@ namespace sample {
 
 /// The table sampleNoteTable, 1.3.6.1.4.1.32473.1.2: notes under one integer index, each with a text and a priority.
 ///
-/// m_rows says which rows there are, and in which order; m_notes owns them. Both are used under the request lock.
+/// m_rows holds the rows in their order; m_notes owns them. Both are used under the request lock.
 class SampleNoteTable final : public CVT::BMibTableImpl {
 public:
     SampleNoteTable();
@@ -44,7 +44,7 @@ private:
                     void** undo);
 
     void AddNote(int index, const char* text, Priority priority);
-    /// Null when there is no such row.
+    /// Returns null when there is no such row.
     Note* Find(const Index& index) const { return static_cast<Note*>(m_rows.GetData(index)); }
 
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];

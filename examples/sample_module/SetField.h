@@ -5,8 +5,8 @@
 namespace sample {
 
 /// The four phases of a SET of one value, for a value that is a plain field of the group. The undo cell holds a copy of
-/// the field from the check on; the release deletes it. A check that refuses must come before this: what returns an
-/// error from CheckAndSave gets no Release, and must have saved nothing.
+/// the field from the check on; the release deletes it. Code that rejects values must come before this: a CheckAndSave
+/// that returns an error gets no Release, and must have saved nothing.
 template <class T>
 int SetField(CVT::ESnmpSetOpCode phase, const T& value, T& field, void** undo) {
     auto* const saved = static_cast<T*>(*undo);
@@ -24,10 +24,10 @@ int SetField(CVT::ESnmpSetOpCode phase, const T& value, T& field, void** undo) {
             *undo = nullptr;
             return CVT::noError;
     }
-    return CVT::genErr;  // no phase that this module knows
+    return CVT::genErr;  // an unknown phase
 }
 
-/// The same for a row that is not there. It may also have vanished since its check: what that saved is still deleted.
+/// The same for a row that is absent. It may also have vanished since its check: the saved copy is still deleted.
 template <class T>
 int SetAbsentRow(CVT::ESnmpSetOpCode phase, void** undo) {
     switch (phase) {
