@@ -70,7 +70,7 @@ struct Cell {
     int content = 3;
 };
 
-/// An index of two parts, as a row within a row has it.
+/// An index of two parts, as for a row within a row.
 struct PairIndex {
     static constexpr unsigned int kArcs = 2;
     unsigned int first = 1;
@@ -93,14 +93,14 @@ public:
     static constexpr CVT::BRqHndlrEntry s_rqhndlrEntries[] = {{}};
 };
 
-TEST(DTable, AFreshIndexIsOneAndWritesItselfAsOneArc) {
+TEST(DTable, ANewIndexIsOneAndBecomesOneArc) {
     const FruitTable::Index index;
     CVT::BObjectIdentifier oid;
     index.ToOid(oid);
     EXPECT_EQ(oid, Oid({1}));
 }
 
-TEST(DTable, TakesAnIndexOfExactlyOneArcApart) {
+TEST(DTable, SplitsAnIndexOfExactlyOneArc) {
     const FruitTable table;
     FruitTable::Index index;
     EXPECT_TRUE(table.SplitIndex(Oid({4294967295U}), index));
@@ -113,7 +113,7 @@ TEST(DTable, TakesAnIndexOfExactlyOneArcApart) {
     EXPECT_FALSE(table.IsIndexValid(Oid({1, 0})));
 }
 
-TEST(DTable, TakesAnIndexOfTwoArcsApartWhereTheTableHasTwo) {
+TEST(DTable, SplitsAnIndexOfTwoArcsInATableThatHasTwo) {
     CellTable table;
     CellTable::Index index;
     CVT::BObjectIdentifier fresh;
@@ -139,7 +139,7 @@ TEST(DTable, AnEmptyTableHasNoFirstRowAndNoNext) {
     EXPECT_EQ(next, Oid({9}));
 }
 
-TEST(DTable, MakesRowsWithDefaultsUnderTheirIndexAndListsThemInOrder) {
+TEST(DTable, CreatesRowsWithDefaultsAndListsThemInIndexOrder) {
     FruitTable table;
     for (const unsigned int row : {7U, 2U, 9U}) {
         Fruit* const fruit = table.CreateNewRow(Oid({row}));
@@ -157,7 +157,7 @@ TEST(DTable, MakesRowsWithDefaultsUnderTheirIndexAndListsThemInOrder) {
     EXPECT_FALSE(table.NextInstanceInColumn(1, 1, Oid({9}), next));
 }
 
-TEST(DTable, MakesNoRowUnderATakenOrInvalidIndexAndLeaksNone) {
+TEST(DTable, CreatesNoRowUnderAUsedOrInvalidIndexAndLeaksNone) {
     {
         FruitTable table;
         Fruit* const first = table.CreateNewRow(Oid({2}));
@@ -170,7 +170,7 @@ TEST(DTable, MakesNoRowUnderATakenOrInvalidIndexAndLeaksNone) {
     EXPECT_EQ(Fruit::alive, 0);
 }
 
-TEST(DTable, DeletesEveryRowWithItself) {
+TEST(DTable, DeletesItsRowsWhenItIsDestroyed) {
     {
         FruitTable table;
         for (unsigned int row = 0; row < 100; ++row) {
@@ -181,7 +181,7 @@ TEST(DTable, DeletesEveryRowWithItself) {
     EXPECT_EQ(Fruit::alive, 0);
 }
 
-TEST(DTable, HandsARemovedRowBack) {
+TEST(DTable, ReturnsARemovedRowToTheCaller) {
     FruitTable table;
     const std::unique_ptr<Fruit> fruit(table.CreateNewRow(Oid({2})));
     EXPECT_TRUE(table.RemoveRow(Oid({2})));
@@ -189,7 +189,7 @@ TEST(DTable, HandsARemovedRowBack) {
     EXPECT_EQ(table.GetRow(Oid({2})), nullptr);
 }
 
-TEST(DTable, KeepsItsRowsOverCleanupAndFollowsItWithTheActiveFlag) {
+TEST(DTable, KeepsItsRowsAcrossCleanupAndClearsTheActiveFlag) {
     FruitTable table;
     table.CreateNewRow(Oid({2}));
     EXPECT_FALSE(table.IsActive());
@@ -200,7 +200,7 @@ TEST(DTable, KeepsItsRowsOverCleanupAndFollowsItWithTheActiveFlag) {
     EXPECT_EQ(table.GetNumRows(), 1U);
 }
 
-TEST(DTable, StoresNothingAndMakesNoDemonstrationRow) {
+TEST(DTable, StoresNothingAndCreatesNoDemonstrationRow) {
     FruitTable table;
     EXPECT_EQ(table.LoadFromNV(), 0);
     EXPECT_EQ(table.SaveToNV(), 0);
@@ -244,7 +244,7 @@ TEST(DTable, ASetRunsThroughTheToolkitToTheField) {
     EXPECT_EQ(table.Set(1, CVT::ESnmpSetOpCode::CheckAndSave, &undo, price), 18);
 }
 
-TEST(DTable, FindsTheFirstRowInOrderOfIndexesThatIsWanted) {
+TEST(DTable, FindsTheFirstWantedRowInIndexOrder) {
     FruitTable table;
     const auto isPear = [](const Fruit& fruit) { return fruit.name == CVT::BString("pear"); };
     EXPECT_EQ(table.FindRow(isPear), nullptr) << "in an empty table";

@@ -13,7 +13,7 @@ namespace {
 
 using Octets = std::vector<int>;
 
-/// Runs each test in a zone of its own and puts the old one back.
+/// Runs each test in a time zone of its own and restores the old one.
 class DateAndTime : public testing::Test {
 protected:
     void SetUp() override {
@@ -29,7 +29,7 @@ protected:
     static Octets Format(const char* zone, long time) {
         ::setenv("TZ", zone, 1);
         std::array<unsigned char, 12> out{};
-        out.back() = 0xA5;  // behind the 11 octets that there is room for
+        out.back() = 0xA5;  // after the 11 octets that there is room for
         unsigned int length = 0;
         vFormat_DateAndTime(&time, &length, out.data());
         EXPECT_EQ(out.back(), 0xA5);
@@ -50,7 +50,7 @@ private:
     std::string m_zone;
 };
 
-TEST_F(DateAndTime, WritesTheElevenOctetsOfATimeInUtc) {
+TEST_F(DateAndTime, WritesElevenOctetsForATimeInUtc) {
     EXPECT_EQ(Format("UTC0", 1710113445), (Octets{0x07, 0xE8, 3, 10, 23, 30, 45, 0, '+', 0, 0}));
 }
 
@@ -58,18 +58,18 @@ TEST_F(DateAndTime, WritesTheLocalClockAndNotUtc) {
     EXPECT_EQ(Format("EST5", 1710113445), (Octets{0x07, 0xE8, 3, 10, 18, 30, 45, 0, '-', 5, 0}));
 }
 
-TEST_F(DateAndTime, GivesTheEpochInFullForATimeOfZero) {
+TEST_F(DateAndTime, WritesTheEpochForATimeOfZero) {
     EXPECT_EQ(Format("UTC0", 0), (Octets{0x07, 0xB2, 1, 1, 0, 0, 0, 0, '+', 0, 0}));
     EXPECT_EQ(Format("CET-1", 0), (Octets{0x07, 0xB2, 1, 1, 1, 0, 0, 0, '+', 1, 0}));
 }
 
-TEST_F(DateAndTime, GivesTheSecondBeforeTheEpochForMinusOne) {
+TEST_F(DateAndTime, WritesTheSecondBeforeTheEpochForMinusOne) {
     EXPECT_EQ(Format("UTC0", -1), (Octets{0x07, 0xB1, 12, 31, 23, 59, 59, 0, '+', 0, 0}));
 }
 
 TEST_F(DateAndTime, PointsEastInUtcWithoutSummerTime) { EXPECT_EQ(DirectionOf("UTC0", kJuly), (Octets{'+', 0, 0})); }
 
-TEST_F(DateAndTime, GivesZoneAndDirectionEastAndWest) {
+TEST_F(DateAndTime, WritesTheOffsetAndDirectionEastAndWest) {
     EXPECT_EQ(DirectionOf("CET-1", kJanuary), (Octets{'+', 1, 0}));
     EXPECT_EQ(DirectionOf("JST-9", kJanuary), (Octets{'+', 9, 0}));
     EXPECT_EQ(DirectionOf("XYZ-14", kJanuary), (Octets{'+', 14, 0}));
@@ -77,7 +77,7 @@ TEST_F(DateAndTime, GivesZoneAndDirectionEastAndWest) {
     EXPECT_EQ(DirectionOf("XYZ12", kJanuary), (Octets{'-', 12, 0}));
 }
 
-TEST_F(DateAndTime, GivesTheMinutesOfZonesBetweenTheHours) {
+TEST_F(DateAndTime, WritesTheMinutesOfZonesBetweenTheHours) {
     EXPECT_EQ(DirectionOf("IST-5:30", kJanuary), (Octets{'+', 5, 30}));
     EXPECT_EQ(DirectionOf("NPT-5:45", kJanuary), (Octets{'+', 5, 45}));
     EXPECT_EQ(DirectionOf("MART9:30", kJanuary), (Octets{'-', 9, 30}));
@@ -88,7 +88,7 @@ TEST_F(DateAndTime, AddsAnHourEastInSummerTime) {
     EXPECT_EQ(DirectionOf("CET-1CEST,M3.5.0,M10.5.0/3", kJuly), (Octets{'+', 2, 0}));
 }
 
-TEST_F(DateAndTime, TakesAnHourAwayWestInSummerTime) {
+TEST_F(DateAndTime, SubtractsAnHourWestInSummerTime) {
     EXPECT_EQ(DirectionOf("EST5EDT,M3.2.0,M11.1.0", kJanuary), (Octets{'-', 5, 0}));
     EXPECT_EQ(DirectionOf("EST5EDT,M3.2.0,M11.1.0", kJuly), (Octets{'-', 4, 0}));
 }
@@ -104,7 +104,7 @@ TEST_F(DateAndTime, PointsEastWhenSummerTimeTakesAnHourWestToZero) {
     EXPECT_EQ(DirectionOf("AZO1AZOST,M3.5.0/0,M10.5.0/1", kJanuary), (Octets{'-', 1, 0}));
 }
 
-TEST_F(DateAndTime, WrapsTheHourWhenSummerTimeTakesOneFromLessThanAnHourWest) {
+TEST_F(DateAndTime, WrapsTheHourWhenSummerTimeSubtractsItFromLessThanAnHourWest) {
     EXPECT_EQ(DirectionOf("XXX0:30YYY,M3.2.0,M11.1.0", kJuly), (Octets{'-', 255, 30}));
 }
 
@@ -144,7 +144,7 @@ TEST_F(DateAndTime, AgreesWithTheCLibraryOverManyTimesAndZones) {
     }
 }
 
-TEST_F(DateAndTime, SurvivesAYearThatNoCalendarHolds) {
+TEST_F(DateAndTime, SurvivesAYearBeyondAnyCalendar) {
     EXPECT_EQ(Format("UTC0", std::numeric_limits<long>::max()).size(), 11U);
     EXPECT_EQ(Format("UTC0", std::numeric_limits<long>::min()).size(), 11U);
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(RareWarning, IsSaidOnceThoughManyThreadsSayItAndEachMatterForItself) {
+TEST(RareWarning, IsIssuedOnceByManyThreadsAndSeparatelyForEachProblem) {
     ReceivedWarnings warnings;
     RareWarning first;
     RareWarning second;

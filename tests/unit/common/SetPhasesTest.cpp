@@ -23,7 +23,7 @@ TEST(SetPhases, CheckSavesTheValueAndCommitStoresTheNewOne) {
     EXPECT_EQ(field, "new");
 }
 
-TEST(SetPhases, UndoBringsTheSavedValueBackAndKeepsTheCellForRelease) {
+TEST(SetPhases, UndoRestoresTheSavedValueAndKeepsTheCellForRelease) {
     int field = 1;
     void* undo = nullptr;
     EXPECT_EQ(i32SetPhase(ESnmpSetOpCode::CheckAndSave, &field, 2, &undo), 0);
@@ -34,7 +34,7 @@ TEST(SetPhases, UndoBringsTheSavedValueBackAndKeepsTheCellForRelease) {
     EXPECT_EQ(i32SetPhase(ESnmpSetOpCode::Release, &field, 2, &undo), 0);
 }
 
-TEST(SetPhases, AnAbsentRowHasACodeOfItsOwnInEachPhase) {
+TEST(SetPhases, AnAbsentRowHasItsOwnErrorInEachPhase) {
     int* const absent = nullptr;
     void* undo = nullptr;
     EXPECT_EQ(i32SetPhase(ESnmpSetOpCode::CheckAndSave, absent, 2, &undo), 18);
@@ -43,7 +43,7 @@ TEST(SetPhases, AnAbsentRowHasACodeOfItsOwnInEachPhase) {
     EXPECT_EQ(i32SetPhase(ESnmpSetOpCode::Undo, absent, 2, &undo), 15);
 }
 
-TEST(SetPhases, ReleaseFreesTheCellOfARowThatHasGoneSinceItsCheck) {
+TEST(SetPhases, ReleaseFreesTheCellOfARowThatVanishedAfterItsCheck) {
     int field = 1;
     void* undo = nullptr;
     ASSERT_EQ(i32SetPhase(ESnmpSetOpCode::CheckAndSave, &field, 2, &undo), 0);
@@ -71,7 +71,7 @@ TEST(SetPhases, AnyOtherPhaseIsAGeneralError) {
     EXPECT_EQ(undo, nullptr);
 }
 
-TEST(SetPhases, TheEffectIsCarriedOutByACommitAndByNothingElse) {
+TEST(SetPhases, OnlyACommitCarriesOutTheEffect) {
     int field = 1;
     int effects = 0;
     int seen = 0;

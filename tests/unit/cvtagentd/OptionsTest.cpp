@@ -20,7 +20,7 @@ Options Parse(std::vector<std::string> arguments) {
     return Options::Parse(static_cast<int>(arguments.size()), argv.data());
 }
 
-/// What the parser says against a command line; empty when it takes it.
+/// What the parser says about a command line; empty when it accepts it.
 std::string ErrorOf(const std::vector<std::string>& arguments) {
     try {
         Parse(arguments);
@@ -30,7 +30,7 @@ std::string ErrorOf(const std::vector<std::string>& arguments) {
     return {};
 }
 
-TEST(CvtagentdOptions, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsDefault) {
+TEST(CvtagentdOptions, WithoutArgumentsItServesTheMainModuleWithAllDefaults) {
     const Options options = Parse({});
     EXPECT_EQ(options.action, Options::Action::kServe);
     ASSERT_EQ(options.modules.size(), 1U);
@@ -44,7 +44,7 @@ TEST(CvtagentdOptions, WithoutArgumentsItServesTheMainModuleWithEverythingAtItsD
     EXPECT_FALSE(options.syslog);
 }
 
-TEST(CvtagentdOptions, TakesEveryOptionOfServing) {
+TEST(CvtagentdOptions, AcceptsEveryOptionForServing) {
     const Options options = Parse({"--module", "/a/one.so", "--module=/b/two.so", "--listen", "udp:161", "--listen",
                                    "tcp:161", "--config", "/etc/agent.conf", "--state-dir", "state", "--timeout", "5",
                                    "--log-level", "debug", "--syslog", "--user", "nobody"});
@@ -58,7 +58,7 @@ TEST(CvtagentdOptions, TakesEveryOptionOfServing) {
     EXPECT_TRUE(options.syslog);
 }
 
-TEST(CvtagentdOptions, MakesFileNamesAbsoluteSinceTheAgentChangesItsFolder) {
+TEST(CvtagentdOptions, MakesFileNamesAbsoluteBecauseTheAgentChangesItsWorkingDirectory) {
     const std::string here = std::filesystem::current_path().string();
     const Options options = Parse({"--config", "agent.conf", "--module", "./lib/../one.so"});
     EXPECT_EQ(options.config, here + "/agent.conf");
@@ -82,7 +82,7 @@ TEST(CvtagentdOptions, KnowsTheActionsThatAreNotServing) {
     EXPECT_EQ(create.stateDir, "/state");
 }
 
-TEST(CvtagentdOptions, SaysOfEachWrongCommandLineWhatIsWrong) {
+TEST(CvtagentdOptions, SaysWhatIsWrongWithEachCommandLine) {
     EXPECT_EQ(ErrorOf({"--frobnicate"}), "the option --frobnicate is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"-x"}), "the option -x is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"--syslog=yes"}), "the option --syslog=yes is unknown, ambiguous or takes no value");
@@ -99,7 +99,7 @@ TEST(CvtagentdOptions, NamesTheFirstWordThatIsWrong) {
     EXPECT_EQ(ErrorOf({"--bogus", "foo"}), "the option --bogus is unknown, ambiguous or takes no value");
 }
 
-TEST(CvtagentdOptions, WhatIsAskedForBesidesServingGoesWithLittleElse) {
+TEST(CvtagentdOptions, ActionsOtherThanServingAcceptFewOptions) {
     EXPECT_EQ(ErrorOf({"--create-user", "bob", "--check-config", "F"}), "--check-config goes with no other option");
     EXPECT_EQ(ErrorOf({"--check-config", "F", "--create-user", "bob"}), "--check-config goes with no other option");
     EXPECT_EQ(ErrorOf({"--check-config", "F", "--listen", "udp:161"}), "--check-config goes with no other option");
@@ -108,7 +108,7 @@ TEST(CvtagentdOptions, WhatIsAskedForBesidesServingGoesWithLittleElse) {
     EXPECT_EQ(ErrorOf({"--log-level", "debug", "--check-config", "F"}), "");
 }
 
-TEST(CvtagentdOptions, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
+TEST(CvtagentdOptions, AcceptsOnlyAWholeNumberOfSecondsAsTimeout) {
     for (const char* const text : {"", "0", "-1", "5s", " 5", "1.5", "86401", "99999999999999999999"}) {
         EXPECT_EQ(ErrorOf({"--timeout", text}),
                   "--timeout wants a number of seconds from 1 to 86400, not \"" + std::string(text) + "\"");
@@ -116,7 +116,7 @@ TEST(CvtagentdOptions, TakesOnlyAWholeNumberOfSecondsAsTimeout) {
     EXPECT_EQ(Parse({"--timeout", "86400"}).timeoutSeconds, 86400U);
 }
 
-TEST(CvtagentdOptions, TheAddressOfAMasterMayBeLeftOut) {
+TEST(CvtagentdOptions, TheAddressOfAMasterIsOptional) {
     EXPECT_FALSE(Parse({}).subagent);
     EXPECT_TRUE(Parse({"--agentx"}).subagent);
     EXPECT_EQ(Parse({"--agentx"}).master, "");
@@ -125,7 +125,7 @@ TEST(CvtagentdOptions, TheAddressOfAMasterMayBeLeftOut) {
     EXPECT_EQ(ErrorOf({"--agentx="}), "--agentx= wants a value that is not empty");
 }
 
-TEST(CvtagentdOptions, ASubagentListensNowhere) {
+TEST(CvtagentdOptions, ASubagentHasNoListeners) {
     const std::string error = "--listen and --agentx exclude each other: with --agentx the master listens";
     EXPECT_EQ(ErrorOf({"--agentx", "--listen", "udp:1161"}), error);
     EXPECT_EQ(ErrorOf({"--listen", "udp:1161", "--agentx"}), error);

@@ -30,7 +30,7 @@ TEST(DHrDeviceTable, IsRegisteredWithItsColumnsAndConstraints) {
                                                  {CVT::kEnumValue, 0, "down", 5, 0}});
 }
 
-TEST(DHrDeviceTable, GivesANewRowItsIndexAndDefaults) {
+TEST(DHrDeviceTable, CreatesANewRowWithItsIndexAndDefaults) {
     DHrDeviceTable table(nullptr);
     const DHrDeviceTable::Entry* const row = table.CreateNewRow(CVT::BObjectIdentifier(12));
     ASSERT_NE(row, nullptr);
@@ -41,11 +41,11 @@ TEST(DHrDeviceTable, GivesANewRowItsIndexAndDefaults) {
     EXPECT_EQ(row->status, 1);
     EXPECT_EQ(row->errors, 0U);
     EXPECT_EQ(table.CreateNewRow(CVT::BObjectIdentifier(12)), nullptr) << "taken";
-    EXPECT_EQ(table.CreateNewRow(Oid("1.2")), nullptr) << "no index of this table";
+    EXPECT_EQ(table.CreateNewRow(Oid("1.2")), nullptr) << "not an index of this table";
     EXPECT_EQ(table.GetNumRows(), 1U);
 }
 
-TEST(DHrDeviceTable, KnowsARowByItsWholeDescription) {
+TEST(DHrDeviceTable, FindsARowByItsWholeDescription) {
     DHrDeviceTable table(nullptr);
     EXPECT_FALSE(table.bRowExists("")) << "an empty table has no row, not even one without a description";
     table.CreateNewRow(CVT::BObjectIdentifier(1))->description = "eth0";

@@ -33,7 +33,7 @@ TEST(DHrDiskStorageTable, IsRegisteredWithItsColumnsAndConstraints) {
                                                  {CVT::kConvention, 4, DConventions::cszKBytes, 0, 0}});
 }
 
-TEST(DHrDiskStorageTable, ServesTheDefaultsOfANewRowAndNothingOfAnAbsentOne) {
+TEST(DHrDiskStorageTable, ServesTheDefaultsOfANewRowAndNothingForAnAbsentOne) {
     DHrDiskStorageTable table(nullptr);
     ASSERT_NE(table.CreateNewRow(CVT::BObjectIdentifier(6)), nullptr);
     int value = 9;

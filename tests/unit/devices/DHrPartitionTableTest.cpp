@@ -28,7 +28,7 @@ TEST(DHrPartitionTable, IsRegisteredWithItsColumnsAndConstraints) {
                        {CVT::kRange, 5, nullptr, 0, 2147483647}});
 }
 
-TEST(DHrPartitionTable, HasAnIndexOfTwoPartsWithoutRange) {
+TEST(DHrPartitionTable, HasAnIndexOfTwoPartsWithoutARange) {
     const DHrPartitionTable table(nullptr);
     DHrPartitionTable::Index index;
     EXPECT_EQ(index.device, 1);
@@ -52,7 +52,7 @@ TEST(DHrPartitionTable, OrdersItsRowsByDeviceThenByNumber) {
         ASSERT_NE(table.CreateNewRow(Oid(index)), nullptr);
     }
     EXPECT_EQ(table.CreateNewRow(Oid("5.3")), nullptr) << "taken";
-    EXPECT_EQ(table.CreateNewRow(CVT::BObjectIdentifier(5)), nullptr) << "no index of this table";
+    EXPECT_EQ(table.CreateNewRow(CVT::BObjectIdentifier(5)), nullptr) << "not an index of this table";
     std::string order;
     CVT::BObjectIdentifier at;
     for (CVT::BObjectIdentifier next; table.NextInstanceInColumn(1, 1, at, next); at = next) {
@@ -62,10 +62,10 @@ TEST(DHrPartitionTable, OrdersItsRowsByDeviceThenByNumber) {
     int number = 9;
     EXPECT_EQ(table.OnGet_HrPartitionIndex(Oid("5.3"), 1, number), 0);
     EXPECT_EQ(number, 3);
-    EXPECT_EQ(table.OnGet_HrPartitionIndex(CVT::BObjectIdentifier(5), 1, number), 2) << "a device is no partition";
+    EXPECT_EQ(table.OnGet_HrPartitionIndex(CVT::BObjectIdentifier(5), 1, number), 2) << "a device is not a partition";
 }
 
-TEST(DHrPartitionTable, ServesTheDefaultsOfANewRowAndNothingOfAnAbsentOne) {
+TEST(DHrPartitionTable, ServesTheDefaultsOfANewRowAndNothingForAnAbsentOne) {
     DHrPartitionTable table(nullptr);
     ASSERT_NE(table.CreateNewRow(Oid("5.2")), nullptr);
     CVT::BOctetString text("x", 1);
@@ -87,7 +87,7 @@ TEST(DHrPartitionTable, ServesTheDefaultsOfANewRowAndNothingOfAnAbsentOne) {
     EXPECT_EQ(number, 0);
 }
 
-TEST(DHrPartitionTable, KnowsARowByItsWholeLabelAndKeepsItsRowsWhenItComesUp) {
+TEST(DHrPartitionTable, FindsARowByItsWholeLabelAndKeepsItsRowsWhenItComesUp) {
     DHrPartitionTable table(nullptr);
     EXPECT_FALSE(table.bIsInTable(""));
     table.CreateNewRow(Oid("5.1"))->label.Assign("/dev/ide/part1");

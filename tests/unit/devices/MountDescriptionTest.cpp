@@ -19,7 +19,7 @@ TEST(MountDescription, IsTheDeviceName) {
     EXPECT_EQ(Description("", "dev=/dev/hdc"), "");
 }
 
-TEST(MountDescription, IsTheDeviceThatTheOptionsNameWhenThereIsNone) {
+TEST(MountDescription, IsTheDeviceInTheOptionsWhenThereIsNoDeviceName) {
     EXPECT_EQ(Description("none", "dev=/dev/hdc,fs=iso9660"), "/dev/hdc");
     EXPECT_EQ(Description("none", "rw,fs=vfat,dev=/dev/fd0"), "/dev/fd0");
     EXPECT_EQ(Description("none", "dev=/dev/a,dev=/dev/b"), "/dev/a");

@@ -9,7 +9,7 @@
 namespace {
 
 unsigned int SizeIn(std::string text, unsigned int device) {
-    text += '\0';  // fmemopen wants at least one octet; the NUL ends what is read
+    text += '\0';  // fmemopen needs at least one octet; the NUL ends the text
     const DHostFile file(::fmemopen(text.data(), text.size(), "r"));
     return ui32ReadPartitionSize(file.get(), device);
 }
@@ -26,7 +26,7 @@ const std::string kTable =
     "   8        2          9 again\n"
     "   8        3         33 last";
 
-TEST(PartitionProbe, IsThatOfTheLineWithTheDevicesNumbers) {
+TEST(PartitionProbe, ReturnsTheSizeFromTheLineWithTheDevicesNumbers) {
     EXPECT_EQ(SizeIn(kTable, 0x301), 104391U);
     EXPECT_EQ(SizeIn(kTable, 0x300), 39082680U);
     EXPECT_EQ(SizeIn(kTable, 0xFD00), 10485760U);
@@ -34,13 +34,13 @@ TEST(PartitionProbe, IsThatOfTheLineWithTheDevicesNumbers) {
     EXPECT_EQ(SizeIn(kTable, 0x803), 33U) << "a last line without a line feed";
 }
 
-TEST(PartitionProbe, IsZeroForADeviceThatIsNotListed) {
+TEST(PartitionProbe, ReturnsZeroForADeviceThatIsNotListed) {
     EXPECT_EQ(SizeIn(kTable, 0x302), 0U);
     EXPECT_EQ(SizeIn(kTable, 0), 0U);
     EXPECT_EQ(SizeIn("", 0x301), 0U);
 }
 
-TEST(PartitionProbe, DoesNotFindMinorNumbersThatEightBitsDoNotHold) {
+TEST(PartitionProbe, DoesNotFindMinorNumbersAboveEightBits) {
     EXPECT_EQ(SizeIn(kTable, (259U << 8U) + 255U), 0U);
     EXPECT_EQ(SizeIn(kTable, (260U << 8U) + 255U), 0U);
 }
@@ -50,13 +50,13 @@ TEST(PartitionProbe, ComparesTheMajorNumberInTwentyFourBits) {
     EXPECT_EQ(SizeIn("-1 255 5 x\n", 0xFFFFFFFFU), 0U);
 }
 
-TEST(PartitionProbe, IsCutToThirtyTwoBitsAndTakenFromTheFirstLineThatMatches) {
+TEST(PartitionProbe, CutsTheSizeOfTheFirstMatchingLineToThirtyTwoBits) {
     EXPECT_EQ(SizeIn(kTable, 0x802), 1U);
     EXPECT_EQ(SizeIn("8 2 -1 x\n", 0x802), 0xFFFFFFFFU);
     EXPECT_EQ(SizeIn("8 2 99999999999999999999999 x\n", 0x802), 0xFFFFFFFFU);
 }
 
-TEST(PartitionProbe, PassesOverALineWithFewerThanThreeNumbersHoweverItIsCutShort) {
+TEST(PartitionProbe, SkipsALineWithFewerThanThreeNumbersWhereverItIsTruncated) {
     const std::string good = "   3        1     104391 hda1\n";
     for (std::size_t length = 0; length <= good.size(); ++length) {
         const unsigned int size = SizeIn(good.substr(0, length) + "\n3 1 42 hda1\n", 0x301);
@@ -67,13 +67,13 @@ TEST(PartitionProbe, PassesOverALineWithFewerThanThreeNumbersHoweverItIsCutShort
     }
 }
 
-TEST(PartitionProbe, ReadsALineThatDoesNotFitAsTwo) {
+TEST(PartitionProbe, ReadsALineTooLongForItsBufferAsTwo) {
     const std::string padding(511 - 4, ' ');
     EXPECT_EQ(SizeIn("3 1 " + padding + "104391\n", 0x301), 0U) << "the first piece has two numbers, the second one";
     EXPECT_EQ(SizeIn(std::string(511, 'x') + "3 1 104391\n", 0x301), 104391U);
 }
 
-TEST(PartitionProbe, OfThisHostIsReadFromTheKernelsTable) {
+TEST(PartitionProbe, ReadsTheKernelsTableOfThisHost) {
     const DHostFile file = OpenHostFile("/proc/partitions");
     if (!file) {
         EXPECT_EQ(ui32GetPartitionSize(0x301), 0U);

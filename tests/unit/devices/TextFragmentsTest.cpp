@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(TextFragmentsTrimLF, CutsOneLineFeedAtTheEndAndGivesTheLengthBefore) {
+TEST(TextFragmentsTrimLF, CutsOneLineFeedAtTheEndAndReturnsTheLengthWithoutIt) {
     char line[] = "keyboard\n";
     EXPECT_EQ(trimLF(line), 9);
     EXPECT_STREQ(line, "keyboard");
@@ -20,7 +20,7 @@ TEST(TextFragmentsTrimLF, CutsOneLineFeedAtTheEndAndGivesTheLengthBefore) {
     EXPECT_STREQ(alone, "");
 }
 
-TEST(TextFragmentsTrimLF, LeavesATextWithoutLineFeedAtItsEndAsItIs) {
+TEST(TextFragmentsTrimLF, LeavesATextWithoutALineFeedAtItsEndUnchanged) {
     char line[] = "mo\nuse";
     EXPECT_EQ(trimLF(line), 6);
     EXPECT_STREQ(line, "mo\nuse");
@@ -30,7 +30,7 @@ TEST(TextFragmentsTrimLF, LeavesATextWithoutLineFeedAtItsEndAsItIs) {
     EXPECT_STREQ(empty, "");
 }
 
-TEST(TextFragmentsCPUData, CopiesWhatStandsBeforeTheFirstLineFeed) {
+TEST(TextFragmentsCPUData, CopiesTheTextBeforeTheFirstLineFeed) {
     char source[] = " Fast CPU @ 3 GHz\nflags\n";
     char target[64] = "old";
     EXPECT_EQ(pcFormatCPUData(source, target), target);
@@ -39,7 +39,7 @@ TEST(TextFragmentsCPUData, CopiesWhatStandsBeforeTheFirstLineFeed) {
     EXPECT_EQ(std::memcmp(source + 18, "flags\n", 6), 0);
 }
 
-TEST(TextFragmentsCPUData, LeavesTheTargetAsItWasWithoutALineFeed) {
+TEST(TextFragmentsCPUData, LeavesTheTargetUnchangedWithoutALineFeed) {
     char source[] = "cut short";
     char target[64] = "old";
     EXPECT_EQ(pcFormatCPUData(source, target), target);

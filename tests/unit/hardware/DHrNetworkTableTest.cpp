@@ -22,7 +22,7 @@ TEST(DHrNetworkTable, IsRegisteredWithItsColumn) {
     EXPECT_EQ(table.LoadFromNV(), 0);
 }
 
-TEST(DHrNetworkTable, ServesTheNumberThatItsRowWasGiven) {
+TEST(DHrNetworkTable, ServesTheNumberStoredInItsRow) {
     DHrNetworkTable table(nullptr);
     table.Initialize();
     EXPECT_TRUE(table.IsActive());
@@ -37,7 +37,7 @@ TEST(DHrNetworkTable, ServesTheNumberThatItsRowWasGiven) {
     EXPECT_EQ(table.OnGet_HrNetworkIfIndex(kSeven, 1, number), 0);
     EXPECT_EQ(number, 1);
     EXPECT_EQ(table.CreateNewRow(kSeven), nullptr) << "taken";
-    EXPECT_EQ(table.CreateNewRow(CVT::BObjectIdentifier(CVT::BString("7.1"))), nullptr) << "no index of this table";
+    EXPECT_EQ(table.CreateNewRow(CVT::BObjectIdentifier(CVT::BString("7.1"))), nullptr) << "not an index of this table";
     table.Cleanup();
     EXPECT_FALSE(table.IsActive());
     EXPECT_EQ(table.GetNumRows(), 1U) << "the rows stay";

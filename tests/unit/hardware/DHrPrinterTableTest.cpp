@@ -28,7 +28,7 @@ TEST(DHrPrinterTable, IsRegisteredWithItsColumns) {
     EXPECT_EQ(table.GetConstraintMap()[6].kind, CVT::kEndOfConstraints);
 }
 
-TEST(DHrPrinterTable, SaysTheSameOfEveryPrinter) {
+TEST(DHrPrinterTable, ReportsTheSameForEveryPrinter) {
     DHrPrinterTable table(nullptr);
     int status = 9;
     CVT::BOctetString error("x", 1);

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A table with so many processors, under the indexes from 1.
+/// A table with a given number of processors, under the indexes from 1.
 class DHrProcessorTableSamples : public testing::Test {
 protected:
     void MakeRows(unsigned int count) {
@@ -20,7 +20,7 @@ protected:
             ASSERT_NE(m_table.CreateNewRow(CVT::BObjectIdentifier(index)), nullptr);
         }
     }
-    /// A sample of a /proc/stat with this content; the loads after it.
+    /// Takes a sample of a /proc/stat with this content. Returns the loads after it.
     std::vector<int> Sample(std::string stat) {
         if (stat.empty()) {
             stat = "\n";  // an empty buffer cannot be opened
@@ -39,7 +39,7 @@ protected:
     DHrProcessorTable m_table{nullptr};
 };
 
-TEST_F(DHrProcessorTableSamples, TellTheLoadSinceTheHostWasStartedAtFirst) {
+TEST_F(DHrProcessorTableSamples, MeasureTheLoadSinceTheStartOfTheHostAtFirst) {
     MakeRows(2);
     EXPECT_EQ(m_table.RowAt(0)->load.load(), 0) << "before the first";
     EXPECT_EQ(Sample("cpu  600 0 0 200 0\ncpu0 10 20 30 40 500 600\ncpu1 75 0 0 25\nintr 1\n"), (Loads{60, 75}))
@@ -48,7 +48,7 @@ TEST_F(DHrProcessorTableSamples, TellTheLoadSinceTheHostWasStartedAtFirst) {
     EXPECT_EQ(m_table.RowAt(0)->prevIdle, 40U);
 }
 
-TEST_F(DHrProcessorTableSamples, TellTheLoadSinceTheSampleBefore) {
+TEST_F(DHrProcessorTableSamples, MeasureTheLoadSinceThePreviousSample) {
     MakeRows(1);
     Sample("cpu0 100 0 0 900\n");
     EXPECT_EQ(Sample("cpu0 100 0 0 1900\n"), Loads{0}) << "idle for the whole time";
@@ -56,33 +56,33 @@ TEST_F(DHrProcessorTableSamples, TellTheLoadSinceTheSampleBefore) {
     EXPECT_EQ(Sample("cpu0 1101 0 0 1901\n"), Loads{50});
 }
 
-TEST_F(DHrProcessorTableSamples, GiveNoLoadWhenNothingHasChanged) {
+TEST_F(DHrProcessorTableSamples, ReportNoLoadWhenNothingHasChanged) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 500 0 0 500\n"), Loads{50});
     EXPECT_EQ(Sample("cpu0 500 0 0 500\n"), Loads{0});
     EXPECT_EQ(Sample("cpu0 0 0 0 1000\n"), Loads{0}) << "the sum is the same, though its parts are not";
 }
 
-TEST_F(DHrProcessorTableSamples, CutTheIdleShareSoThatTheLoadIsRoundedUp) {
+TEST_F(DHrProcessorTableSamples, RoundTheIdleShareDownAndSoTheLoadUp) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 1 0 0 2\n"), Loads{34}) << "66 of 100 idle, not 67";
 }
 
-TEST_F(DHrProcessorTableSamples, NeverUseTheLineOfAllProcessorsTogether) {
+TEST_F(DHrProcessorTableSamples, NeverUseTheLineForAllProcessors) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu  100 0 0 0\ncpu0 1 0 0 3\n"), Loads{25});
     EXPECT_EQ(Sample("cpu  200 0 0 0\n"), Loads{25});
     EXPECT_EQ(Sample("cpu0 2 0 0 3\ncpu  9 9 9 9\n"), Loads{100}) << "wherever it stands";
 }
 
-TEST_F(DHrProcessorTableSamples, EndAtTheFirstLineThatIsNoProcessors) {
+TEST_F(DHrProcessorTableSamples, EndAtTheFirstLineThatIsNotAProcessors) {
     MakeRows(2);
     EXPECT_EQ(Sample("cpu0 1 0 0 0\nintr 5\ncpu1 1 0 0 0\n"), (Loads{100, 0}));
     EXPECT_EQ(Sample("\ncpu0 5 0 0 5\n"), (Loads{100, 0}));
     EXPECT_EQ(Sample(""), (Loads{100, 0}));
 }
 
-TEST_F(DHrProcessorTableSamples, LoseTheLineBehindAGap) {
+TEST_F(DHrProcessorTableSamples, LoseTheLineAfterAGap) {
     MakeRows(4);
     EXPECT_EQ(Sample("cpu0 1 0 0 0\ncpu2 1 0 0 0\ncpu3 1 0 0 0\n"), (Loads{100, 0, 0, 0}))
         << "line 2 stands in turn 1, line 3 in turn 2";
@@ -90,35 +90,35 @@ TEST_F(DHrProcessorTableSamples, LoseTheLineBehindAGap) {
         << "a line that comes in its turn is used, whatever stood before it";
 }
 
-TEST_F(DHrProcessorTableSamples, TakeANumberThatBeginsLikeTheExpectedOneForIt) {
+TEST_F(DHrProcessorTableSamples, AcceptANumberThatBeginsWithTheExpectedOne) {
     MakeRows(2);
     EXPECT_EQ(Sample("cpu0 1 0 0 1\ncpu10 3 0 0 1\n"), (Loads{50, 75})) << "\"cpu10\" begins with \"cpu1\"";
     EXPECT_EQ(Sample("cpu00 2 0 0 1\n"), (Loads{100, 75}));
 }
 
-TEST_F(DHrProcessorTableSamples, PassOverLinesBeyondTheRowsAndKeepTheLoadOfRowsWithoutALine) {
+TEST_F(DHrProcessorTableSamples, IgnoreLinesBeyondTheRowsAndKeepTheLoadOfRowsWithoutALine) {
     MakeRows(2);
     EXPECT_EQ(Sample("cpu0 1 0 0 1\ncpu1 1 0 0 3\ncpu2 9 0 0 1\ncpu3 9 0 0 1\n"), (Loads{50, 25}));
     EXPECT_EQ(Sample("cpu0 2 0 0 1\n"), (Loads{100, 25}));
 }
 
-TEST_F(DHrProcessorTableSamples, TakeAFigureThatIsNotThereForZero) {
+TEST_F(DHrProcessorTableSamples, TreatAMissingFigureAsZero) {
     MakeRows(1);
     EXPECT_EQ(Sample("cpu0 5 5\n"), Loads{100});
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, 10U);
-    EXPECT_EQ(Sample("cpu0 5 x 7 9\n"), Loads{100}) << "nothing behind what is no number is read";
+    EXPECT_EQ(Sample("cpu0 5 x 7 9\n"), Loads{100}) << "nothing after a malformed number is read";
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, 5U);
     Sample("cpu0\n");
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, 0U);
 }
 
-TEST_F(DHrProcessorTableSamples, EndAtALineThatDoesNotFit) {
+TEST_F(DHrProcessorTableSamples, EndAtALineTooLongForItsBuffer) {
     MakeRows(2);
     const std::string blanks(120, ' ');
     EXPECT_EQ(Sample("cpu0 1 0 0 1" + std::string(114, ' ') + "\ncpu1 1 0 0 3\n"), (Loads{50, 25}))
         << "127 octets with the line feed fit";
     EXPECT_EQ(Sample("cpu0 2 0 0 1" + blanks + "\ncpu1 2 0 0 3\n"), (Loads{100, 25}))
-        << "what is left of a longer line begins like no processor's";
+        << "the rest of a longer line does not begin like a processor's";
     EXPECT_EQ(Sample("cpu0 2 0 0 2" + std::string(115, ' ') + "cpu1 3 0 0 3\n"), (Loads{0, 100})) << "unless it does";
 }
 
@@ -134,20 +134,21 @@ TEST_F(DHrProcessorTableSamples, FollowCountersThatWrapOrRunBackwards) {
     Sample("cpu0 1000 0 0 1000\n");
     EXPECT_EQ(Sample("cpu0 900 0 0 900\n"), Loads{50}) << "distances, not differences";
     Sample("cpu0 18446744073709551615 0 0 0\n");
-    EXPECT_EQ(m_table.RowAt(0)->prevTotal, UINT_MAX) << "the greatest number, cut to 32 bits";
+    EXPECT_EQ(m_table.RowAt(0)->prevTotal, UINT_MAX) << "the largest number, cut to 32 bits";
     Sample("cpu0 -5 0 0 2\n");
     EXPECT_EQ(m_table.RowAt(0)->prevTotal, UINT_MAX - 2);
 }
 
 TEST_F(DHrProcessorTableSamples, WrapWhereAHundredTimesTheIdleTicksDoNotFit) {
     MakeRows(1);
-    // 42,949,673 ticks, five days at 100 a second, times 100 are 4 over 2^32.
+    // 42,949,673 ticks, five days at 100 a second, times 100 is 4 above 2^32.
     EXPECT_EQ(Sample("cpu0 0 0 0 42949673\n"), Loads{100});
     EXPECT_EQ(Sample("cpu0 0 0 0 85899345\n"), Loads{0});
-    EXPECT_EQ(Sample("cpu0 2147483648 0 0 85899345\n"), Loads{100}) << "2^31 has no positive int, and is a distance";
+    EXPECT_EQ(Sample("cpu0 2147483648 0 0 85899345\n"), Loads{100})
+        << "2^31 does not fit into an int, but is a distance";
 }
 
-TEST_F(DHrProcessorTableSamples, MayTellMoreIdleTicksThanTicks) {
+TEST_F(DHrProcessorTableSamples, MayShowMoreIdleTicksThanTicks) {
     MakeRows(1);
     Sample("cpu0 100 0 0 0\n");
     EXPECT_EQ(Sample("cpu0 0 0 0 101\n"), Loads{-10000}) << "101 idle ticks in one tick";
@@ -158,7 +159,7 @@ TEST_F(DHrProcessorTableSamples, FollowTheKernelsNumbersOnAServerWithProcessorsO
     std::stringstream stat;
     stat << std::ifstream(CVHOST_SOURCE_DIR "/tests/host/made-up/server/proc/stat").rdbuf();
     const Loads loads = Sample(stat.str());
-    // Number k has k busy ticks and 256 - k idle ones; 7, 100 and 101 are offline.
+    // Processor k has k busy ticks and 256 - k idle ones; 7, 100 and 101 are offline.
     for (int k = 0; k < 7; ++k) {
         EXPECT_EQ(loads[static_cast<std::size_t>(k)], 100 - (256 - k) * 100 / 256) << k;
     }
@@ -194,7 +195,7 @@ TEST(DHrProcessorTable, IsRegisteredWithItsColumns) {
     EXPECT_EQ(constraints[1].kind, CVT::kEndOfConstraints);
 }
 
-TEST(DHrProcessorTable, GivesTheNameOfTheFirmwareColumnForTheFirmware) {
+TEST(DHrProcessorTable, ReturnsTheNameOfTheFirmwareColumnAsTheFirmware) {
     DHrProcessorTable table(nullptr);
     ASSERT_NE(table.CreateNewRow(CVT::BObjectIdentifier(3)), nullptr);
     CVT::BObjectIdentifier firmware;

@@ -44,7 +44,7 @@ TEST_F(DCVHostTest, IsRegisteredUnderItsName) {
     EXPECT_STREQ(DCVHost(&store, false).Name().c_str(), "CVHost");
 }
 
-TEST_F(DCVHostTest, HasFifteenPlacesWhateverIsInThem) {
+TEST_F(DCVHostTest, HasFifteenPlacesWhetherUsedOrNot) {
     CountedStore store;
     EXPECT_EQ(DCVHost(&store, false).NumHandlers(), 15);
     EXPECT_EQ(DCVHost(&store, true).NumHandlers(), 15);
@@ -73,7 +73,7 @@ TEST_F(DCVHostTest, HasEachGroupAtItsPlace) {
     }
 }
 
-TEST_F(DCVHostTest, WithTheSystemGroupOnlyLeavesAllOtherPlacesEmptyAndItsWalksPassOverThem) {
+TEST_F(DCVHostTest, WithTheSystemGroupOnlyLeavesAllOtherPlacesEmptyAndWalksSkipThem) {
     CountedStore store;
     DCVHost host(&store, true);
     EXPECT_NE(host.HandlerAt(0), nullptr);
@@ -86,7 +86,7 @@ TEST_F(DCVHostTest, WithTheSystemGroupOnlyLeavesAllOtherPlacesEmptyAndItsWalksPa
     EXPECT_FALSE(host.HandlerAt(0)->IsActive());
 }
 
-TEST_F(DCVHostTest, WithTheSystemGroupOnlyTakesTheFirstDeviceForTheInitialLoadDevice) {
+TEST_F(DCVHostTest, WithTheSystemGroupOnlyReportsTheFirstDeviceAsTheInitialLoadDevice) {
     CountedStore store;
     DCVHost host(&store, true);
     gpCVHost = &host;
@@ -106,7 +106,7 @@ TEST_F(DCVHostTest, BringsItsGroupsUpAndDown) {
     EXPECT_FALSE(host.HandlerAt(1)->IsActive());
 }
 
-TEST_F(DCVHostTest, NeverDeletesAStoreThatItWasGiven) {
+TEST_F(DCVHostTest, NeverDeletesTheCallersStore) {
     auto* const store = new CountedStore;
     { const DCVHost host(store, false); }
     EXPECT_EQ(CountedStore::alive, 1);
@@ -114,8 +114,8 @@ TEST_F(DCVHostTest, NeverDeletesAStoreThatItWasGiven) {
     delete store;
 }
 
-TEST_F(DCVHostTest, MakesItsOwnStoreInTheWorkingDirectoryWhenItIsGivenNone) {
-    { const DCVHost host(nullptr, false); }  // the leak check sees to it that the store goes with the module
+TEST_F(DCVHostTest, CreatesItsOwnStoreInTheWorkingDirectoryWhenNoneIsPassed) {
+    { const DCVHost host(nullptr, false); }  // the leak check ensures that the module deletes its store
     EXPECT_TRUE(StoreFileExists());
 }
 
@@ -166,7 +166,7 @@ TEST_F(DCVHostTest, FillsItsDefaultValuesBeforeTheGroupsComeUp) {
     EXPECT_STREQ(DCVHost::defval.ipAddress.ToString().c_str(), "127.0.0.1");
 }
 
-/// A group that records what happens to it, and who holds its lock then.
+/// A group that records its calls, and whether its lock was held.
 class Probe final : public CVT::BMibScalarGroupImpl {
 public:
     Probe(const char* name, std::vector<std::string>& log, bool throws)
@@ -228,7 +228,7 @@ private:
     std::vector<CVT::BMibImpl*> m_handlers;
 };
 
-TEST(DCVHost, CallsEachGroupInOrderUnderItsLockPassingOverEmptyPlacesAndGroupsThatThrow) {
+TEST(DCVHost, CallsEachGroupInOrderUnderItsLockDespiteEmptyPlacesAndGroupsThatThrow) {
     std::vector<std::string> log;
     Probe first("first", log, false);
     Probe second("second", log, true);
@@ -239,7 +239,7 @@ TEST(DCVHost, CallsEachGroupInOrderUnderItsLockPassingOverEmptyPlacesAndGroupsTh
     EXPECT_EQ(log, (std::vector<std::string>{"first up", "second up", "third up", "first down", "second down",
                                              "third down"}));
     const bool givenBack = second.RequestLock().Try();
-    EXPECT_TRUE(givenBack) << "the lock of a group that threw was not given back";
+    EXPECT_TRUE(givenBack) << "the lock of a group that threw was not released";
     if (givenBack) {
         second.RequestLock().Done();
     }

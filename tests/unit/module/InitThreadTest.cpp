@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(InitThread, MakesReadyWithoutAModuleToo) {
+TEST(InitThread, SetsReadyEvenWithoutAModule) {
     ASSERT_EQ(gpCVHost, nullptr);
     InitThread::Launch();
     EXPECT_TRUE(CVT::TThread::WaitForSelfDeleting(10'000));

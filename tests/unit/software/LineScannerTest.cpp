@@ -1,4 +1,4 @@
-// The scanner beside the C library's own scanf, on chosen and on random lines.
+// The scanner compared with the C library's scanf, on chosen and on random lines.
 
 #include "groups/software/LineScanner.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(LineScanner, ReadsFieldsUpToTheFirstThatIsNotThere) {
+TEST(LineScanner, ReadsFieldsUpToTheFirstMissingOne) {
     LineScanner scanner("  12 word\tx y");
     long number = 0;
     std::string_view word;
@@ -23,7 +23,7 @@ TEST(LineScanner, ReadsFieldsUpToTheFirstThatIsNotThere) {
     EXPECT_TRUE(scanner.Character(character));
     EXPECT_EQ(character, 'x');
     EXPECT_FALSE(scanner.Signed(number));
-    EXPECT_FALSE(scanner.Word(word)) << "what was no number is not tried again as a word";
+    EXPECT_FALSE(scanner.Word(word)) << "a malformed number is not tried again as a word";
     EXPECT_EQ(number, 12);
     EXPECT_EQ(word, "word");
 }
@@ -36,7 +36,7 @@ TEST(LineScanner, EndsALineAtItsFirstNul) {
     EXPECT_FALSE(scanner.Signed(number));
 }
 
-TEST(LineScanner, HoldsANumberThatDoesNotFitAtItsBound) {
+TEST(LineScanner, ClampsANumberOutOfRangeToItsBound) {
     long value = 0;
     unsigned long number = 0;
     EXPECT_TRUE(LineScanner("9223372036854775807").Signed(value));

@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr std::size_t kLine = 511;  // as much as is read of a file about a process
+constexpr std::size_t kLine = 511;  // the most that is read of a file about a process
 
 std::string Parameters(const std::vector<std::string>& arguments, std::string_view name) {
     std::string cmdline;
@@ -23,7 +23,7 @@ std::string Parameters(const std::vector<std::string>& arguments, std::string_vi
     return std::string(FormatParameters(std::string_view(cmdline).substr(0, kLine), name).View());
 }
 
-TEST(ParsePid, TakesTheNumberThatANameBeginsWith) {
+TEST(ParsePid, ParsesTheNumberAtTheStartOfAName) {
     for (const auto& [name, number] :
          std::vector<std::pair<std::string, unsigned int>>{{"1", 1},
                                                            {"4194304", 4194304},
@@ -40,7 +40,7 @@ TEST(ParsePid, TakesTheNumberThatANameBeginsWith) {
     }
 }
 
-TEST(ParsePid, TakesNoOtherName) {
+TEST(ParsePid, RejectsAnyOtherName) {
     for (const char* const name : {"", ".", "..", ".5", "self", "sys", "a1", "-", "+x", "-abc"}) {
         unsigned int pid = 77;
         EXPECT_FALSE(bParsePid(name, pid)) << name;
@@ -51,27 +51,27 @@ TEST(ParsePid, TakesNoOtherName) {
 constexpr const char* kGoodLine =
     "4242 (prog) S 1 4242 4242 34816 4242 4194560 1000 2000 3 4 50 60 700 80 20 0 1 0 12345 678 90 1844674407370955\n";
 
-TEST(ParseStatLine, TakesNameStateAndTheChildrensTicks) {
+TEST(ParseStatLine, ParsesNameStateAndTheChildrensTicks) {
     const DStatFigures figures = ParseStatLine(kGoodLine);
     EXPECT_EQ(figures.name, "prog");
     EXPECT_EQ(figures.state, 'S');
     EXPECT_EQ(figures.ticks, 780U);
 }
 
-TEST(ParseStatLine, CutsANameAtItsFirstBlankAndTakesWhatFollowsForTheState) {
+TEST(ParseStatLine, CutsANameAtItsFirstBlankAndTakesTheNextOctetAsTheState) {
     const DStatFigures figures = ParseStatLine("7 (Web Z) S 1 2 3 4 5 6 7 8 9 10 11 12 13 14\n");
     EXPECT_EQ(figures.name, "We");
     EXPECT_EQ(figures.state, 'Z');
-    EXPECT_EQ(figures.ticks, 0U) << "behind the state comes no number";
+    EXPECT_EQ(figures.ticks, 0U) << "no number follows the state";
 }
 
-TEST(ParseStatLine, TakesOnlyTheOutermostBracketsOfAName) {
+TEST(ParseStatLine, RemovesOnlyTheOutermostBracketsOfAName) {
     EXPECT_EQ(ParseStatLine("7 ((sd-pam)) S 1\n").name, "(sd-pam)");
     EXPECT_EQ(ParseStatLine("7 (a)(b) S 1\n").name, "a)(b");
     EXPECT_EQ(ParseStatLine("7 [x] S 1\n").name, "x");
 }
 
-TEST(ParseStatLine, LeavesOfAShortTokenWhatThereIs) {
+TEST(ParseStatLine, KeepsTheRestOfAShortToken) {
     EXPECT_EQ(ParseStatLine("7 (x) S 1\n").name, "x");
     EXPECT_EQ(ParseStatLine("7 () S 1\n").name, "");
     EXPECT_EQ(ParseStatLine("7 ( S 1\n").name, "");
@@ -86,7 +86,7 @@ TEST(ParseStatLine, KeepsTheFirst255OctetsOfALongToken) {
     EXPECT_EQ(figures.ticks, 27U);
 }
 
-TEST(ParseStatLine, GivesNothingForALineThatIsNone) {
+TEST(ParseStatLine, ParsesNothingFromAMalformedLine) {
     for (const char* const line : {"", "\n", "abc", "(prog) S", "-"}) {
         const DStatFigures figures = ParseStatLine(line);
         EXPECT_EQ(figures.name, "") << line;
@@ -95,7 +95,7 @@ TEST(ParseStatLine, GivesNothingForALineThatIsNone) {
     }
 }
 
-TEST(ParseStatLine, AddsWhatParsesOfTheTwoFigures) {
+TEST(ParseStatLine, AddsThoseOfTheTwoFiguresThatParse) {
     EXPECT_EQ(ParseStatLine("7 (x) S 1 2 3 4 5 6 7 8 9 10 11 12 100\n").ticks, 100U);
     EXPECT_EQ(ParseStatLine("7 (x) S 1 2 3 4 5 6 7 8 9 10 11 12 100 x\n").ticks, 100U);
     EXPECT_EQ(ParseStatLine("7 (x) S 1 2 3 4 5 6 7 8 9 10 11 x 100 200\n").ticks, 0U);
@@ -108,13 +108,13 @@ TEST(ParseStatLine, WrapsASumBeyondThirtyTwoBits) {
               4294967294U);
 }
 
-TEST(ParseStatLine, TakesOctetsThatAreNoTextAsTheyAre) {
+TEST(ParseStatLine, KeepsOctetsThatAreNotText) {
     EXPECT_EQ(ParseStatLine("7 (\xFF\xFE\x01) S 1\n").name, "\xFF\xFE\x01");
     EXPECT_EQ(ParseStatLine("7 (a\nb) S 1\n"s.substr(0, 6)).name, "") << "a line feed in a name ends the line";
     EXPECT_EQ(ParseStatLine("7 (ab\0cd) S"s).name, "a") << "so does a NUL";
 }
 
-/// What the C library makes of the line.
+/// The C library's result for the line.
 struct Expected {
     char token[512] = "";
     char state = '\0';
@@ -171,14 +171,14 @@ TEST(ParseStatLine, ReadsRandomLinesAsScanfDoes) {
     }
 }
 
-TEST(FormatParameters, ListsTheFurtherArgumentsEachWithABlank) {
+TEST(FormatParameters, ListsTheFurtherArgumentsEachFollowedByABlank) {
     EXPECT_EQ(Parameters({"/usr/bin/prog", "-a", "-b"}, "prog"), "-a -b ");
     EXPECT_EQ(Parameters({"prog", "-a", "-b"}, "prog"), "-a -b ");
     EXPECT_EQ(Parameters({"prog"}, "prog"), "");
     EXPECT_EQ(Parameters({}, "prog"), "");
 }
 
-TEST(FormatParameters, TakesARewrittenCommandLineFromItsColon) {
+TEST(FormatParameters, TakesARewrittenCommandLineAfterItsColon) {
     EXPECT_EQ(Parameters({"daemon: worker"}, "daemon"), " worker");
     EXPECT_EQ(Parameters({"daemon: worker: 2", "x"}, "daemon"), " worker: 2x ");
     EXPECT_EQ(Parameters({"daemon worker"}, "daemon"), "");
@@ -192,7 +192,7 @@ TEST(FormatParameters, TakesTheLastWordOfARewrittenPath) {
     EXPECT_EQ(Parameters({"/path "}, "b"), " ");
 }
 
-TEST(FormatParameters, TakesNothingFromAFirstArgumentThatIsTheName) {
+TEST(FormatParameters, IgnoresAFirstArgumentThatIsTheName) {
     EXPECT_EQ(Parameters({"kworker/0:1", "x"}, "kworker/0:1"), "x ");
     EXPECT_EQ(Parameters({"a:b", "x"}, "a"), "bx ");
 }
@@ -203,7 +203,7 @@ TEST(FormatParameters, EndsAtTheFirstEmptyArgument) {
     EXPECT_EQ(Parameters({"prog", ""}, "prog"), "");
 }
 
-TEST(FormatParameters, PutsDotsInThePlaceOfAnArgumentThatWouldPass124Octets) {
+TEST(FormatParameters, ReplacesAnArgumentThatWouldExceed124OctetsWithDots) {
     EXPECT_EQ(Parameters({"prog", std::string(124, 'a')}, "prog"), std::string(124, 'a') + " ");
     EXPECT_EQ(Parameters({"prog", std::string(125, 'a')}, "prog"), "...");
     EXPECT_EQ(Parameters({"prog", std::string(60, 'a'), std::string(63, 'b'), "c"}, "prog"),
@@ -213,15 +213,15 @@ TEST(FormatParameters, PutsDotsInThePlaceOfAnArgumentThatWouldPass124Octets) {
     EXPECT_EQ(Parameters({"prog", std::string(123, 'a'), "b"}, "prog"), std::string(123, 'a') + " ...");
 }
 
-TEST(FormatParameters, DoesNotLimitWhatARewrittenCommandLineHolds) {
+TEST(FormatParameters, DoesNotLimitARewrittenCommandLine) {
     EXPECT_EQ(Parameters({"x:" + std::string(400, 'y')}, "daemon"), std::string(400, 'y'));
     EXPECT_EQ(Parameters({"x:" + std::string(400, 'y'), "z"}, "daemon"), std::string(400, 'y') + "...");
 }
 
 TEST(FormatParameters, EndsWithTheBuffer) {
     EXPECT_EQ(Parameters({std::string(511, 'p')}, "prog"), "");
-    EXPECT_EQ(Parameters({std::string(510, 'p'), "a"}, "prog"), "") << "the argument begins behind the buffer";
-    EXPECT_EQ(Parameters({std::string(509, 'p'), "ab"}, "prog"), "a ") << "it is cut where reading ended";
+    EXPECT_EQ(Parameters({std::string(510, 'p'), "a"}, "prog"), "") << "the argument begins after the buffer";
+    EXPECT_EQ(Parameters({std::string(509, 'p'), "ab"}, "prog"), "a ") << "it is cut at the end of the buffer";
     EXPECT_EQ(Parameters({std::string(100'000, 'p'), "ab"}, "prog"), "");
 }
 
@@ -229,7 +229,7 @@ TEST(FormatParameters, KeepsALineFeedThatEndedTheReading) {
     EXPECT_EQ(FormatParameters("prog\0a\n"s, "prog").View(), "a\n ");
 }
 
-/// The rule as it reads over a zeroed buffer of 512 octets with the C library's string functions.
+/// The rule as written for a zeroed buffer of 512 octets with the C library's string functions.
 std::string ParametersInC(const std::string& read, const std::string& name) {
     char buffer[512] = {};
     std::copy_n(read.data(), std::min<std::size_t>(read.size(), 511), buffer);
@@ -282,7 +282,7 @@ TEST(ParseStartTime, IsTheTwentySecondFieldWhateverTheNameHolds) {
     }
 }
 
-TEST(ParseStartTime, IsAbsentWhereTheFieldIsNotThereInFull) {
+TEST(ParseStartTime, IsAbsentWhereTheFieldIsIncomplete) {
     const std::string whole = "42 (prog)" + std::string(kAfterName) + "12345 6 7\n";
     const std::size_t end = whole.find("12345") + 5;
     for (std::size_t length = 0; length <= end; ++length) {
@@ -296,7 +296,7 @@ TEST(ParseStartTime, IsAbsentWhereTheFieldIsNotThereInFull) {
               std::nullopt);
 }
 
-TEST(ParsePages, TakesTheFirstNumber) {
+TEST(ParsePages, ParsesTheFirstNumber) {
     unsigned int pages = 77;
     EXPECT_TRUE(bParsePages("1234 56 7\n", pages));
     EXPECT_EQ(pages, 1234U);

@@ -23,7 +23,7 @@ TEST(DHrSWRun, DeclaresItsColumnAndConstraint) {
     ExpectConstraints(DHrSWRun::s_sonstraintEntries, {{4, 1, nullptr, 1, kMax}});
 }
 
-TEST(DHrSWRun, GivesTheIndexOneOnceItIsUp) {
+TEST(DHrSWRun, ReportsTheIndexOneOnceItIsUp) {
     DHrSWRun group(nullptr);
     int value = -1;
     EXPECT_EQ(group.OnGet_HrSWOSIndex(1, value), 0);
@@ -104,11 +104,11 @@ TEST(DHrSWRunPerfTable, MayOutliveTheRunTable) {
     auto runTable = std::make_unique<DHrSWRunTable>(nullptr);
     auto table = std::make_unique<DHrSWRunPerfTable>(*runTable);
     runTable.reset();
-    table.reset();  // an address sanitizer sees to it that nothing of the run table is touched
+    table.reset();  // the address sanitizer detects any use of the run table
     EXPECT_EQ(runTable, nullptr);
 }
 
-TEST(DHrSWInstalled, DeclaresItsColumnsAndNoConstraint) {
+TEST(DHrSWInstalled, DeclaresItsColumnsAndNoConstraints) {
     const DHrSWInstalled group(nullptr);
     EXPECT_STREQ(group.Name().c_str(), "HOST-RESOURCES-MIB.hrSWInstalled");
     EXPECT_EQ(group.Oid().ToString(), CVT::BString("1.3.6.1.2.1.25.6"));
@@ -148,7 +148,7 @@ TEST(DHrSWInstalledTable, DeclaresItsColumnsWithoutTheIdentifierAndItsConstraint
                                                                  {5, 5, "DateAndTime", 0, 0}});
 }
 
-TEST(DHrSWInstalledTable, ServesARowThatAnExtensionMakes) {
+TEST(DHrSWInstalledTable, ServesARowThatAnExtensionCreates) {
     DHrSWInstalledTable table(nullptr);
     table.Initialize();
     ASSERT_NE(table.CreateNewRow(CVT::BObjectIdentifier(3U)), nullptr);

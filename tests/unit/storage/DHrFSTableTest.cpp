@@ -19,7 +19,7 @@ const CVT::BObjectIdentifier kOne(1);
 TEST(DHrFSTable, IsRegisteredUnderItsNameAndOid) {
     DHrFSTable table(nullptr);
     EXPECT_STREQ(table.Name().c_str(), "HOST-RESOURCES-MIB.hrFSTable");
-    EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.8.1") << "an entry's";
+    EXPECT_STREQ(table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.3.8.1") << "the entry's OID";
     EXPECT_STREQ(DHrFSTable::s_pszNVSection, "hrFSTable");
     EXPECT_EQ(table.HandlerKind(), 4U);
     EXPECT_EQ(table.LoadFromNV(), 0);
@@ -51,7 +51,7 @@ TEST(DHrFSTable, ConstrainsItsColumns) {
                                                         {5, 9, CVT::cszDateAndTime, 0, 0}});
 }
 
-TEST(DHrFSTable, MakesARowWithTheDefaultsThatDiscoveryLaterFills) {
+TEST(DHrFSTable, CreatesARowWithDefaultsForDiscoveryToFill) {
     DHrFSTable table(nullptr);
     const DHrFSTable::Entry* const row = table.CreateNewRow(kOne);
     ASSERT_NE(row, nullptr);
@@ -110,7 +110,7 @@ TEST(DHrFSTable, ServesWhatDiscoveryFillsIn) {
     EXPECT_EQ(number, 12);
 }
 
-TEST(DHrFSTable, MakesNoRowUnderATakenOrInvalidIndex) {
+TEST(DHrFSTable, CreatesNoRowUnderAUsedOrInvalidIndex) {
     DHrFSTable table(nullptr);
     EXPECT_NE(table.CreateNewRow(kOne), nullptr);
     EXPECT_EQ(table.CreateNewRow(kOne), nullptr);
@@ -133,7 +133,7 @@ TEST(DHrFSTable, FindsAMountPointOctetForOctet) {
     EXPECT_TRUE(table.bIsInTable("")) << "a row that is not filled yet";
 }
 
-TEST(DHrFSTable, HasNoValueForARowThatIsNotThere) {
+TEST(DHrFSTable, HasNoValueForAnAbsentRow) {
     DHrFSTable table(nullptr);
     table.CreateNewRow(kOne);
     for (const CVT::BObjectIdentifier& index :
@@ -198,7 +198,7 @@ private:
 constexpr std::string_view kNever = "\0\1\1\0\0\0\0\0"sv;
 constexpr std::string_view kDate = "\x07\xE8\x02\x1D\x0C\x1E\x0F\0+\1\x1E"sv;
 
-TEST_P(DHrFSTableBackupDate, IsStoredAndReadBackAsGiven) {
+TEST_P(DHrFSTableBackupDate, IsReadBackAsWritten) {
     void* undo = nullptr;
     EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, kDate, &undo), 0);
     EXPECT_NE(undo, nullptr);
@@ -211,7 +211,7 @@ TEST_P(DHrFSTableBackupDate, IsStoredAndReadBackAsGiven) {
     EXPECT_EQ(Date(), kDate);
 }
 
-TEST_P(DHrFSTableBackupDate, IsPutBackByAnUndo) {
+TEST_P(DHrFSTableBackupDate, IsRestoredByAnUndo) {
     void* undo = nullptr;
     ASSERT_EQ(Set(ESnmpSetOpCode::CheckAndSave, kDate, &undo), 0);
     ASSERT_EQ(Set(ESnmpSetOpCode::Commit, kDate, &undo), 0);
@@ -220,7 +220,7 @@ TEST_P(DHrFSTableBackupDate, IsPutBackByAnUndo) {
     EXPECT_EQ(Set(ESnmpSetOpCode::Release, kDate, &undo), 0);
 }
 
-TEST_P(DHrFSTableBackupDate, MayHaveEightToElevenOctetsAndNoOtherLength) {
+TEST_P(DHrFSTableBackupDate, MayOnlyHaveEightToElevenOctets) {
     const std::string octets(300, '\1');
     for (std::size_t length = 0; length <= 14; ++length) {
         void* undo = nullptr;
@@ -231,9 +231,9 @@ TEST_P(DHrFSTableBackupDate, MayHaveEightToElevenOctetsAndNoOtherLength) {
     }
 }
 
-TEST_P(DHrFSTableBackupDate, OfARowThatIsNotThereFailsInEachPhaseInItsOwnWay) {
+TEST_P(DHrFSTableBackupDate, HasItsOwnErrorInEachPhaseForAnAbsentRow) {
     void* undo = nullptr;
-    EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, "short", &undo, 2), 10) << "the value is looked at first";
+    EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, "short", &undo, 2), 10) << "the value is checked first";
     EXPECT_EQ(Set(ESnmpSetOpCode::CheckAndSave, kDate, &undo, 2), 18);
     EXPECT_EQ(Set(ESnmpSetOpCode::Commit, kDate, &undo, 2), 14);
     EXPECT_EQ(Set(ESnmpSetOpCode::Undo, kDate, &undo, 2), 15);
@@ -241,7 +241,7 @@ TEST_P(DHrFSTableBackupDate, OfARowThatIsNotThereFailsInEachPhaseInItsOwnWay) {
     EXPECT_EQ(undo, nullptr);
 }
 
-TEST_P(DHrFSTableBackupDate, KnowsNoOtherPhase) {
+TEST_P(DHrFSTableBackupDate, RejectsAnUnknownPhase) {
     void* undo = nullptr;
     EXPECT_EQ(Set(static_cast<ESnmpSetOpCode>(0), kDate, &undo), 5);
     EXPECT_EQ(Set(static_cast<ESnmpSetOpCode>(227), kDate, &undo), 5);

@@ -25,7 +25,7 @@ namespace {
 
 using CVT::ESnmpSetOpCode;
 
-/// A table over a mount table of the test's own, whose mount directories are ordinary ones in a scratch folder.
+/// A table over a mount table of the test, whose mount directories are ordinary ones in a scratch folder.
 class DHrStorageTableTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -37,7 +37,7 @@ protected:
 
     std::string Path(const std::string& name) const { return m_folder / name; }
     std::string Directory(const std::string& name) const { return m_folder.MakeFolder(name); }
-    /// Writes the mount table, each time with times that were not there before.
+    /// Writes the mount table, each time with times that it did not have before.
     void Write(const std::string& lines) {
         std::ofstream(m_mountTable) << lines;
         m_time += 10;
@@ -78,7 +78,7 @@ private:
 
 TEST_F(DHrStorageTableTest, IsRegisteredUnderItsNameAndOid) {
     EXPECT_STREQ(m_table.Name().c_str(), "HOST-RESOURCES-MIB.hrStorageTable");
-    EXPECT_STREQ(m_table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.2.3.1") << "an entry's";
+    EXPECT_STREQ(m_table.Oid().ToString().c_str(), "1.3.6.1.2.1.25.2.3.1") << "the entry's OID";
     EXPECT_STREQ(DHrStorageTable::s_pszNVSection, "hrStorageTable");
     EXPECT_EQ(m_table.HandlerKind(), 4U);
     EXPECT_EQ(m_table.LoadFromNV(), 0);
@@ -126,7 +126,7 @@ TEST_F(DHrStorageTableTest, ListsFileSystemsThenVirtualThenPhysicalMemory) {
     }
 }
 
-TEST_F(DHrStorageTableTest, GivesEachKindOfStorageItsType) {
+TEST_F(DHrStorageTableTest, ReportsTheTypeOfEachKindOfStorage) {
     Write(Line("/dev/hda1", "disk", "ext3") + Line("/dev/fd0", "floppy", "vfat") + Line("/dev/cdrom", "cd", "iso9660") +
           "none " + Directory("super") + " supermount rw,dev=/dev/fd0 0 0\n" + Line("/dev/sr0", "iso", "iso9660"));
     m_table.Initialize();
@@ -151,7 +151,7 @@ TEST_F(DHrStorageTableTest, MeasuresMemoryInTheUnitOfThisKernelsFigures) {
     EXPECT_GT(Number(&DHrStorageTable::OnGet_HrStorageUsed, 2), 0);
 }
 
-TEST_F(DHrStorageTableTest, ListsADirectoryTwiceThatTheMountTableHasTwice) {
+TEST_F(DHrStorageTableTest, ListsADirectoryTwiceIfTheMountTableDoes) {
     Write(Line("/dev/hda1", "a", "ext3") + Line("/dev/hda2", "a", "ext3"));
     m_table.Initialize();
     EXPECT_EQ(Descr(1), Path("a"));
@@ -167,7 +167,7 @@ TEST_F(DHrStorageTableTest, DecodesABlankInAMountDirectory) {
     EXPECT_GT(Number(&DHrStorageTable::OnGet_HrStorageAllocationUnits, 1), 0);
 }
 
-TEST_F(DHrStorageTableTest, KeepsARowWithoutFiguresForADirectoryThatIsNotThere) {
+TEST_F(DHrStorageTableTest, KeepsARowWithoutFiguresForAMissingDirectory) {
     Write("/dev/hda1 " + Path("gone") + " ext3 rw 0 0\n" + Line("/dev/hda2", "there", "ext3"));
     m_table.Initialize();
     EXPECT_EQ(Descr(1), Path("gone"));
@@ -188,7 +188,7 @@ TEST_F(DHrStorageTableTest, HasOnlyMemoryWithoutAMountTable) {
     EXPECT_EQ(Descr(3), Path("late")) << "it is read once there is one";
 }
 
-TEST_F(DHrStorageTableTest, SaysOnceThatTheMountTableIsMissing) {
+TEST_F(DHrStorageTableTest, WarnsOnceThatTheMountTableIsMissing) {
     ReceivedWarnings warnings;
     m_table.Initialize();
     const std::vector<std::string> said = warnings.Take();
@@ -206,7 +206,7 @@ TEST_F(DHrStorageTableTest, SaysOnceThatTheMountTableIsMissing) {
     EXPECT_TRUE(warnings.Take().empty()) << "once is enough";
 }
 
-TEST_F(DHrStorageTableTest, SaysOnceThatTheMountTableHasGone) {
+TEST_F(DHrStorageTableTest, WarnsOnceThatTheMountTableHasDisappeared) {
     ReceivedWarnings warnings;
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
@@ -217,7 +217,7 @@ TEST_F(DHrStorageTableTest, SaysOnceThatTheMountTableHasGone) {
     EXPECT_EQ(warnings.Take().size(), 1U);
 }
 
-TEST_F(DHrStorageTableTest, AnswersFromTheEmptyTableBeforeItComesUpAndBuildsItAllTheSame) {
+TEST_F(DHrStorageTableTest, AnswersFromTheEmptyTableBeforeItComesUpAndStillBuildsIt) {
     Write(Line("/dev/hda1", "a", "ext3"));
     EXPECT_EQ(Descr(1), "status 2");
     EXPECT_EQ(m_table.GetNumRows(), 0U);
@@ -226,7 +226,7 @@ TEST_F(DHrStorageTableTest, AnswersFromTheEmptyTableBeforeItComesUpAndBuildsItAl
     EXPECT_EQ(Descr(3), "Physical Memory");
 }
 
-TEST_F(DHrStorageTableTest, AddsARowForWhatIsMountedLaterAtTheNextRequest) {
+TEST_F(DHrStorageTableTest, AddsARowForALaterMountAtTheNextRequest) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     Write(Line("/dev/hda1", "a", "ext3") + Line("/dev/hda2", "b", "ext3") + Line("/dev/hda2", "b", "ext3") +
@@ -238,7 +238,7 @@ TEST_F(DHrStorageTableTest, AddsARowForWhatIsMountedLaterAtTheNextRequest) {
     EXPECT_EQ(lastTableIndex, 4U);
 }
 
-TEST_F(DHrStorageTableTest, LooksForNewMountsFirstWhicheverColumnIsAskedFor) {
+TEST_F(DHrStorageTableTest, LooksForNewMountsFirstWhicheverColumnIsRead) {
     using Index = CVT::BObjectIdentifier;
     int number = 0;
     unsigned int failures = 0;
@@ -263,7 +263,7 @@ TEST_F(DHrStorageTableTest, LooksForNewMountsFirstWhicheverColumnIsAskedFor) {
     }
 }
 
-TEST_F(DHrStorageTableTest, LooksAtTheMountTableOnlyOnceARequest) {
+TEST_F(DHrStorageTableTest, ChecksTheMountTableOnlyOncePerRequest) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     const unsigned int request = CVT::BRequestId::Next();
@@ -273,7 +273,7 @@ TEST_F(DHrStorageTableTest, LooksAtTheMountTableOnlyOnceARequest) {
     EXPECT_EQ(Descr(4), Path("b"));
 }
 
-TEST_F(DHrStorageTableTest, DoesNotReadAMountTableWhoseTimesHaveNotMoved) {
+TEST_F(DHrStorageTableTest, DoesNotReadAMountTableWhoseTimesHaveNotChanged) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     std::ofstream(ETC_MNTTAB, std::ios::app) << Line("/dev/hda2", "b", "ext3");
@@ -289,7 +289,7 @@ TEST_F(DHrStorageTableTest, DoesNotReadAMountTableWhoseTimesHaveNotMoved) {
     EXPECT_EQ(stLastMntFileStat.st_size, now.st_size) << "the whole record is kept";
 }
 
-TEST_F(DHrStorageTableTest, KeepsTheRowOfAnUnmountedFileSystemAndOneWhoseTableHasVanished) {
+TEST_F(DHrStorageTableTest, KeepsItsRowsAfterAnUnmountAndWhenTheMountTableVanishes) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     Write("");
@@ -301,7 +301,7 @@ TEST_F(DHrStorageTableTest, KeepsTheRowOfAnUnmountedFileSystemAndOneWhoseTableHa
     EXPECT_EQ(Descr(4), Path("b"));
 }
 
-TEST_F(DHrStorageTableTest, WalksWithoutLookingAtTheMountTable) {
+TEST_F(DHrStorageTableTest, WalksWithoutCheckingTheMountTable) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     Write(Line("/dev/hda2", "b", "ext3"));
@@ -310,7 +310,7 @@ TEST_F(DHrStorageTableTest, WalksWithoutLookingAtTheMountTable) {
     EXPECT_EQ(m_table.GetNumRows(), 3U);
 }
 
-TEST_F(DHrStorageTableTest, BuildsNothingASecondTimeAndCatchesUpWithWhatItMissed) {
+TEST_F(DHrStorageTableTest, BuildsNothingTwiceAndAddsTheMountsItMissed) {
     Write(Line("/dev/hda1", "a", "ext3"));
     m_table.Initialize();
     m_table.Cleanup();
@@ -322,7 +322,7 @@ TEST_F(DHrStorageTableTest, BuildsNothingASecondTimeAndCatchesUpWithWhatItMissed
     EXPECT_EQ(Descr(4), Path("b"));
 }
 
-TEST_F(DHrStorageTableTest, GivesAnIndexOutOnceInTheLifeOfTheModule) {
+TEST_F(DHrStorageTableTest, AssignsAnIndexOnlyOnceInTheLifeOfTheModule) {
     m_table.Initialize();
     DHrStorageTable second(nullptr);
     second.Initialize();
@@ -349,7 +349,7 @@ TEST_F(DHrStorageTableTest, FindsRowsByTheirWholeDescription) {
     EXPECT_EQ(m_table.FindRow(nullptr), 9U);
 }
 
-TEST_F(DHrStorageTableTest, MakesNoRowForATakenIndexNorForNoMount) {
+TEST_F(DHrStorageTableTest, CreatesNoRowForAnIndexInUseNorWithoutAMount) {
     std::string device = "/dev/x";
     std::string directory = Directory("x");
     std::string type = "ext3";
@@ -366,13 +366,13 @@ TEST_F(DHrStorageTableTest, ANewRowIsTheCallersUntilItIsInserted) {
     EXPECT_EQ(m_table.CreateNewRow(CVT::BObjectIdentifier(CVT::BString("7.7"))), nullptr);
     m_table.CreateDemoRow(7, nullptr);
     const auto row = m_table.CreateNewRow(CVT::BObjectIdentifier(7));
-    ASSERT_NE(row, nullptr) << "whether the index is taken is not looked at";
+    ASSERT_NE(row, nullptr) << "an index in use is not detected here";
     EXPECT_EQ(row->index, 7U);
     EXPECT_TRUE(row->type.IsEmpty());
     EXPECT_EQ(m_table.GetNumRows(), 1U);
 }
 
-TEST_F(DHrStorageTableTest, HasNoValueForARowThatIsNotThere) {
+TEST_F(DHrStorageTableTest, HasNoValueForAnAbsentRow) {
     m_table.Initialize();
     for (const CVT::BObjectIdentifier& index :
          {CVT::BObjectIdentifier(3), CVT::BObjectIdentifier(), CVT::BObjectIdentifier(CVT::BString("1.1"))}) {
@@ -394,7 +394,7 @@ TEST_F(DHrStorageTableTest, HasNoValueForARowThatIsNotThere) {
     }
 }
 
-TEST_F(DHrStorageTableTest, KeepsASizeThatIsSetWhileUsedIsStillMeasured) {
+TEST_F(DHrStorageTableTest, KeepsAWrittenSizeWhileUsedIsStillMeasured) {
     m_table.Initialize();
     void* undo = nullptr;
     EXPECT_EQ(SetSize(ESnmpSetOpCode::CheckAndSave, vMemIndex, 5, &undo), 0);
@@ -408,7 +408,7 @@ TEST_F(DHrStorageTableTest, KeepsASizeThatIsSetWhileUsedIsStillMeasured) {
     EXPECT_EQ(Number(&DHrStorageTable::OnGet_HrStorageSize, vMemIndex), 5);
 }
 
-TEST_F(DHrStorageTableTest, PutsTheSizeBackWhenASetIsUndone) {
+TEST_F(DHrStorageTableTest, RestoresTheSizeWhenASetIsUndone) {
     m_table.Initialize();
     const int before = Number(&DHrStorageTable::OnGet_HrStorageSize, vMemIndex);
     void* undo = nullptr;
@@ -420,7 +420,7 @@ TEST_F(DHrStorageTableTest, PutsTheSizeBackWhenASetIsUndone) {
     EXPECT_EQ(SetSize(ESnmpSetOpCode::Release, vMemIndex, INT_MAX, &undo), 0);
 }
 
-TEST_F(DHrStorageTableTest, RefusesANegativeSizeInTheCheckBeforeItLooksForTheRow) {
+TEST_F(DHrStorageTableTest, RejectsANegativeSizeInTheCheckBeforeItLooksForTheRow) {
     m_table.Initialize();
     void* undo = nullptr;
     EXPECT_EQ(SetSize(ESnmpSetOpCode::CheckAndSave, vMemIndex, -1, &undo), 10);
@@ -429,7 +429,7 @@ TEST_F(DHrStorageTableTest, RefusesANegativeSizeInTheCheckBeforeItLooksForTheRow
     EXPECT_EQ(undo, nullptr);
 }
 
-TEST_F(DHrStorageTableTest, FailsASetOfAnAbsentRowInEachPhaseInItsOwnWay) {
+TEST_F(DHrStorageTableTest, HasItsOwnErrorInEachPhaseOfASetOfAnAbsentRow) {
     m_table.Initialize();
     void* undo = nullptr;
     EXPECT_EQ(SetSize(ESnmpSetOpCode::CheckAndSave, 99, 5, &undo), 18);
@@ -440,7 +440,7 @@ TEST_F(DHrStorageTableTest, FailsASetOfAnAbsentRowInEachPhaseInItsOwnWay) {
     EXPECT_EQ(SetSize(static_cast<ESnmpSetOpCode>(227), 1, 5, &undo), 5);
 }
 
-/// The module's engine, as an agent has it, over the storage table alone.
+/// The module's engine, as in an agent, over the storage table alone.
 class DHrStorageTableSet : public DHrStorageTableTest {
 protected:
     void SetUp() override {
@@ -470,7 +470,7 @@ protected:
     int m_errorIndex = 0;
 };
 
-TEST_F(DHrStorageTableSet, WritesASizeAndRefusesEverythingElse) {
+TEST_F(DHrStorageTableSet, WritesASizeAndRejectsEverythingElse) {
     EXPECT_EQ(Set({Number("5.2", 5)}), 0);
     EXPECT_EQ(Get("5.2"), 5);
     EXPECT_EQ(Set({Number("5.2", -1)}), 10);
@@ -482,7 +482,7 @@ TEST_F(DHrStorageTableSet, WritesASizeAndRefusesEverythingElse) {
     EXPECT_EQ(Get("5.2"), 5);
 }
 
-TEST_F(DHrStorageTableSet, WritesNothingWhenTheSecondVarbindIsRefused) {
+TEST_F(DHrStorageTableSet, WritesNothingWhenTheSecondVarbindIsRejected) {
     const int before = Get("5.2");
     EXPECT_EQ(Set({Number("5.2", 5), Number("5.1", -1)}), 10);
     EXPECT_EQ(m_errorIndex, 2);
@@ -491,7 +491,7 @@ TEST_F(DHrStorageTableSet, WritesNothingWhenTheSecondVarbindIsRefused) {
     EXPECT_EQ(Get("5.2"), before);
 }
 
-TEST_F(DHrStorageTableSet, ReachesTheTwoTablesThroughTheModule) {
+TEST_F(DHrStorageTableSet, FindsTheTwoTablesThroughTheModule) {
     ASSERT_NE(m_host.StorageTable(), nullptr);
     ASSERT_NE(m_host.FSTable(), nullptr);
     EXPECT_EQ(m_host.StorageTable(), m_host.HandlerAt(2));

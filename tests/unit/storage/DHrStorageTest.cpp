@@ -21,7 +21,7 @@ TEST(DHrStorage, DeclaresItsOneColumn) {
     ExpectConstraints(DHrStorage::s_sonstraintEntries, {{5, 2, DConventions::cszKBytes, 0, 0}});
 }
 
-TEST(DHrStorage, AnswersZeroBeforeItComesUpAndThisHostsMemoryAfterwards) {
+TEST(DHrStorage, ReportsZeroBeforeItComesUpAndThisHostsMemoryAfterwards) {
     DHrStorage group(nullptr);
     int value = -1;
     EXPECT_EQ(group.OnGet_HrMemorySize(1, value), 0);

@@ -12,21 +12,21 @@ unsigned int TypeOf(std::string device, std::string type, std::string options) {
     return ui32GetDiskStorageType(&entry);
 }
 
-TEST(DiskStorageType, OfTheCdromDeviceIsOpticalWhateverItsType) {
+TEST(DiskStorageType, IsOpticalForTheCdromDeviceWhateverItsFileSystem) {
     for (const char* const type : {"iso9660", "ext3", "supermount", ""}) {
         EXPECT_EQ(TypeOf("/dev/cdrom", type, "rw,dev=/dev/fd0"), 5U) << type;
     }
     EXPECT_EQ(TypeOf("/dev/cdrom0", "udf", "ro"), 3U) << "the name is compared whole";
 }
 
-TEST(DiskStorageType, OfAFloppyDeviceIsFloppyWhateverItsType) {
+TEST(DiskStorageType, IsFloppyForAFloppyDeviceWhateverItsFileSystem) {
     for (const char* const type : {"vfat", "iso9660", "supermount"}) {
         EXPECT_EQ(TypeOf("/dev/fd0", type, "rw"), 4U) << type;
     }
     EXPECT_EQ(TypeOf("/chroot/dev/fd1", "vfat", "rw"), 4U) << "anywhere in the name";
 }
 
-TEST(DiskStorageType, IsOpticalForIsoImagesAndHardDiskForAllElse) {
+TEST(DiskStorageType, IsOpticalForIsoImagesAndHardDiskForEverythingElse) {
     EXPECT_EQ(TypeOf("/dev/sr0", "iso9660", "ro"), 5U);
     EXPECT_EQ(TypeOf("/dev/hda1", "ext3", "rw"), 3U);
     EXPECT_EQ(TypeOf("/dev/hda1", "ext3", "rw,dev=/dev/fd0"), 3U) << "options count for supermount alone";
@@ -34,7 +34,7 @@ TEST(DiskStorageType, IsOpticalForIsoImagesAndHardDiskForAllElse) {
     EXPECT_EQ(TypeOf("", "", ""), 3U);
 }
 
-TEST(DiskStorageType, OfASupermountIsToldByItsOptions) {
+TEST(DiskStorageType, DependsOnTheOptionsForASupermount) {
     EXPECT_EQ(TypeOf("none", "supermount", "rw,dev=/dev/fd0,fs=vfat"), 4U);
     EXPECT_EQ(TypeOf("none", "supermount", "ro,dev=/dev/hdc,fs=iso9660"), 5U);
     EXPECT_EQ(TypeOf("none", "supermount", ""), 5U);

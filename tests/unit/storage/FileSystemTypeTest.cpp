@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(FileSystemType, IsToldByTheMagicNumber) {
+TEST(FileSystemType, DependsOnTheMagicNumber) {
     for (const auto& [magic, type] : {
              std::pair(0xADFFU, 16U), {0x00011954U, 3U}, {0x012FF7B4U, 4U}, {0x012FF7B5U, 4U}, {0x012FF7B6U, 4U},
              {0x012FF7B7U, 4U},       {0xEF51U, 23U},    {0xEF53U, 23U},    {0x4D44U, 5U},     {0x6969U, 14U},
@@ -24,7 +24,7 @@ TEST(FileSystemType, StandsBelowTheFileSystemTypes) {
     EXPECT_STREQ(FSTypeOid(fileSystem).ToString().c_str(), "1.3.6.1.2.1.25.3.9.23");
 }
 
-TEST(FileSystemType, ComparesAMagicNumberThatTheKernelGivesNegative) {
+TEST(FileSystemType, RecognisesAMagicNumberThatTheKernelReturnsAsNegative) {
     struct statfs fileSystem {};
     fileSystem.f_type = static_cast<int>(0xF995E849U);
     ASSERT_LT(fileSystem.f_type, 0);

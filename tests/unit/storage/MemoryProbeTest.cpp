@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A stream over a text, as if it were the host's file.
+/// A stream over a text, in place of the host's file.
 class Text {
 public:
     explicit Text(std::string text) : m_text(std::move(text)) {
@@ -29,7 +29,7 @@ protected:
     void SetUp() override { bIsNewMemInfo.store(false); }
 };
 
-/// The figure of a file in the layout with one line for memory and one for swap; 0 when it is not there.
+/// The figure of a file in the layout with one line for memory and one for swap; 0 when it is missing.
 unsigned int PerLine(const std::string& text, unsigned int selector) {
     unsigned int figure = 0;
     return bReadMemoryPerLine(Text(text).File(), selector, figure) ? figure : 0;
@@ -56,12 +56,12 @@ TEST_F(MemoryProbe, ReadsTotalAndUsedFromOneLineEach) {
     EXPECT_FALSE(bIsNewMemInfo.load());
 }
 
-TEST_F(MemoryProbe, TakesAnySelectorAboveOneForMemoryInTheLayoutOfOneLineEach) {
+TEST_F(MemoryProbe, TreatsAnySelectorAboveOneAsMemoryInTheLayoutOfOneLineEach) {
     EXPECT_EQ(PerLine(kPerLine, 4), 263000000U);
     EXPECT_EQ(PerLine(kPerLine, 5), 250000000U);
 }
 
-TEST_F(MemoryProbe, DoesNotTakeALineWithFewerThanTwoNumbers) {
+TEST_F(MemoryProbe, RejectsALineWithFewerThanTwoNumbers) {
     unsigned int figure = 77;
     EXPECT_FALSE(bReadMemoryPerLine(Text("Mem: 1000\nMem: 1 2\n").File(), 2, figure));
     EXPECT_FALSE(bReadMemoryPerLine(Text("Mem: x 5\n").File(), 2, figure));
@@ -75,7 +75,7 @@ TEST_F(MemoryProbe, FindsAKeyAnywhereInALine) {
     EXPECT_EQ(PerKey("OldMemTotal: 3 kB\n", 2), 3U);
 }
 
-TEST_F(MemoryProbe, ReadsOneFigureALineAndCountsAllButFreeMemoryAsUsed) {
+TEST_F(MemoryProbe, ReadsOneFigureFromEachLineAndCountsAllButFreeMemoryAsUsed) {
     const std::string text =
         "MemTotal: 1000 kB\nMemFree: 300 kB\nBuffers: 100 kB\nVmallocTotal: 5000 kB\nVmallocUsed: 70 kB\n";
     EXPECT_EQ(PerKey(text, 2), 1000U);
@@ -92,7 +92,7 @@ TEST_F(MemoryProbe, RemembersThatTheFiguresAreKilobytesOnlyWhenOneWasFound) {
     EXPECT_TRUE(bIsNewMemInfo.load());
 }
 
-TEST_F(MemoryProbe, GivesZeroForAMissingFigureAndForAnyOtherSelector) {
+TEST_F(MemoryProbe, ReturnsZeroForAMissingFigureAndForAnyOtherSelector) {
     EXPECT_EQ(PerKey("MemTotal: 1000 kB\n", 1), 0U);
     EXPECT_EQ(PerKey("MemTotal: 1000 kB\n", 4), 0U);
     EXPECT_EQ(PerKey("MemTotal: 1000 kB\n", 0xFFFFFFFFU), 0U);
@@ -111,12 +111,12 @@ TEST_F(MemoryProbe, WrapsAUsedFigureBelowZero) {
     EXPECT_EQ(PerKey("MemTotal: -2147483648 kB\nMemFree: 1 kB\n", 3), 0x7FFFFFFFU);
 }
 
-TEST_F(MemoryProbe, TakesFreeMemoryForZeroWhenTheNextLineHasNoneOrIsMissing) {
+TEST_F(MemoryProbe, TreatsFreeMemoryAsZeroWhenTheNextLineHasNoNumberOrIsMissing) {
     EXPECT_EQ(PerKey("MemTotal: 1000 kB\nMemFree: kB\n", 3), 1000U);
     EXPECT_EQ(PerKey("MemTotal: 1000 kB", 3), 1000U);
 }
 
-TEST_F(MemoryProbe, TakesTheLastOfSeveralLinesForUsedMemoryAndTheFirstForTheOthers) {
+TEST_F(MemoryProbe, UsesTheLastOfSeveralLinesForUsedMemoryAndTheFirstForTheOthers) {
     const std::string text = "MemTotal: 1000 kB\nMemFree: 300 kB\nMemTotal: 50 kB\nMemFree: 3 kB\n";
     EXPECT_EQ(PerKey(text, 3), 47U);
     EXPECT_EQ(PerKey(text, 2), 1000U);
@@ -128,7 +128,7 @@ TEST_F(MemoryProbe, KeepsTheFigureOfAnEarlierLineWhenALaterOneHasNoNumber) {
 }
 
 TEST_F(MemoryProbe, ReadsTheRestOfAnOverlongLineAsTheNextOne) {
-    // 255 octets fill the buffer: what follows them is a line of its own, whose first word is skipped.
+    // 255 octets fill the buffer. The rest becomes a line of its own, whose first word is skipped.
     EXPECT_EQ(PerKey(std::string(255, 'x') + "MemTotal: 12 kB\n", 2), 12U);
     EXPECT_EQ(PerKey(std::string(250, 'x') + "MemTotal: 12 kB\n", 2), 0U) << "the key is cut in two";
 }

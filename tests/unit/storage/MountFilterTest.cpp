@@ -13,7 +13,7 @@ bool IsIgnored(std::string device, std::string type) {
     return bIgnore(&entry);
 }
 
-TEST(MountFilter, LetsOfDevicelessMountsOnlySupermountThrough) {
+TEST(MountFilter, AcceptsNoMountWithoutADeviceExceptSupermount) {
     EXPECT_TRUE(IsIgnored("none", "proc"));
     EXPECT_TRUE(IsIgnored("none", "ext3"));
     EXPECT_TRUE(IsIgnored("none", ""));
@@ -21,7 +21,7 @@ TEST(MountFilter, LetsOfDevicelessMountsOnlySupermountThrough) {
     EXPECT_FALSE(IsIgnored("none", "supermount"));
 }
 
-TEST(MountFilter, IgnoresTheTypesThatAreNoStorageOfThisHost) {
+TEST(MountFilter, IgnoresTypesThatAreNotStorageOfThisHost) {
     for (const char* const type : {"ignore", "swap", "proc", "tmpfs", "smbfs", "nfs", "autofs"}) {
         EXPECT_TRUE(IsIgnored("/dev/sda1", type)) << type;
     }
@@ -34,7 +34,7 @@ TEST(MountFilter, IgnoresATypeWithDevAnywhereInIt) {
     EXPECT_FALSE(IsIgnored("/dev/sda1", "DEV"));
 }
 
-TEST(MountFilter, LetsEverythingElseThrough) {
+TEST(MountFilter, AcceptsEverythingElse) {
     for (const char* const type : {"ext3", "xfs", "nfs4", "cifs", "fuse.sshfs", "overlay", "sysfs", "ramfs", "tmpfs2",
                                    "supermount", "", "procfs"}) {
         EXPECT_FALSE(IsIgnored("/dev/sda1", type)) << type;

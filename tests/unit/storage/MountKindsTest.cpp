@@ -4,13 +4,13 @@
 
 namespace {
 
-TEST(MountKinds, OfTheKernelAloneCannotHang) {
+TEST(MountKinds, ServedByTheKernelAloneCannotHang) {
     for (const char* const type : {"ext4", "xfs", "btrfs", "vfat", "iso9660", "tmpfs", "adfs", "zonefs"}) {
         EXPECT_FALSE(bKindMayHang(type)) << type;
     }
 }
 
-TEST(MountKinds, OfOtherMachinesAndProgramsAndAnyThatIsNotKnownMayHang) {
+TEST(MountKinds, ServedByOtherMachinesOrProgramsOrUnknownMayHang) {
     for (const char* const type :
          {"nfs", "nfs4", "cifs", "smb3", "9p", "ceph", "fuse", "fuse.sshfs", "fuseblk", "autofs", "somethingnew", ""}) {
         EXPECT_TRUE(bKindMayHang(type)) << type;
@@ -34,14 +34,14 @@ TEST(MountKindsOnTheWay, AreOnTheWayToThemselvesAndToWhatLiesBelow) {
     EXPECT_FALSE(mounts.AreOnTheWayTo("Virtual Memory"));
 }
 
-TEST(MountKindsOnTheWay, DoNotCountAllPathsOfAHostWhoseRootIsOne) {
+TEST(MountKindsOnTheWay, AtTheRootDoNotAffectPathsBelowIt) {
     DMountsThatMayHang mounts;
     mounts.Add("/", "nfs4");
     EXPECT_TRUE(mounts.AreOnTheWayTo("/"));
     EXPECT_FALSE(mounts.AreOnTheWayTo("/home"));
 }
 
-TEST(MountKindsOnTheWay, AreHiddenByWhatIsMountedOverThem) {
+TEST(MountKindsOnTheWay, AreHiddenByMountsOverThem) {
     DMountsThatMayHang mounts;
     mounts.Add("/data", "nfs");
     mounts.Add("/data", "ext4");

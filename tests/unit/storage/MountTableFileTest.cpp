@@ -13,7 +13,7 @@ std::vector<DMountEntry> EntriesOf(std::string text) {
     return ReadMountTable(file.get());
 }
 
-TEST(MountTableFile, HasDeviceDirectoryTypeAndOptionsInALine) {
+TEST(MountTableFile, HasDeviceDirectoryTypeAndOptionsOnEachLine) {
     const auto entries = EntriesOf(
         "/dev/sda1 / ext3 rw,noatime 0 1\n"
         "# a comment\n"
@@ -41,7 +41,7 @@ TEST(MountTableFile, CutsALineThatIsTooLong) {
     ASSERT_EQ(entries.size(), 2U);
     EXPECT_EQ(entries[0].directory, "/a");
     EXPECT_LT(entries[0].options.size(), 4096U);
-    EXPECT_EQ(entries[1].directory, "/b") << "the rest of the long line is no line of its own";
+    EXPECT_EQ(entries[1].directory, "/b") << "the rest of the long line is not a line of its own";
 }
 
 TEST(MountTableFile, SurvivesEveryTruncationOfALine) {
@@ -55,7 +55,7 @@ TEST(MountTableFile, SurvivesEveryTruncationOfALine) {
     }
 }
 
-TEST(MountTableFile, EntriesAreGivenOnAsTheCLibraryHasThem) {
+TEST(MountTableFile, ConvertsEntriesToTheCLibrarysForm) {
     DMountEntry entry{"/dev/a", "/a", "ext4", "rw"};
     const mntent record = entry.Record();
     EXPECT_STREQ(record.mnt_fsname, "/dev/a");
@@ -64,7 +64,7 @@ TEST(MountTableFile, EntriesAreGivenOnAsTheCLibraryHasThem) {
     EXPECT_STREQ(record.mnt_opts, "rw");
 }
 
-TEST(MountTableFileWatch, HasNothingToWatchWhereTheTableIsAFile) {
+TEST(MountTableFileWatch, HasNothingToWatchWhereTheTableIsAnOrdinaryFile) {
     const char* const before = ETC_MNTTAB;
     ETC_MNTTAB = CVHOST_SOURCE_DIR "/CMakeLists.txt";
     DMountTableWatch watch;

@@ -24,19 +24,19 @@ TEST(ClockCommand, WrapsTheHourAndKeepsTheDayWestOfUtc) {
     EXPECT_EQ(ClockCommand(Date({7, 232, 3, 10, 23, 30, 0, 0, '-', 2, 0})), "date -u -s 031001302024 > /dev/nul");
 }
 
-TEST(ClockCommand, PrintsAnHourBelowZeroAsItStands) {
+TEST(ClockCommand, PrintsAnHourBelowZeroUnchanged) {
     EXPECT_EQ(ClockCommand(Date({7, 232, 3, 10, 0, 10, 0, 0, '+', 0, 30})), "date -u -s 0310-1402024 > /dev/nul");
 }
 
-TEST(ClockCommand, DoesNotWrapAnHourThatTheMinutesCarryOver) {
+TEST(ClockCommand, DoesNotWrapTheHourAfterACarryFromTheMinutes) {
     EXPECT_EQ(ClockCommand(Date({7, 232, 3, 10, 23, 50, 0, 0, '-', 0, 30})), "date -u -s 031024202024 > /dev/nul");
 }
 
-TEST(ClockCommand, WrapsTheHourEastOfUtcBeforeTheMinutesBorrow) {
+TEST(ClockCommand, WrapsTheHourEastOfUtcBeforeTheMinutesBorrowOne) {
     EXPECT_EQ(ClockCommand(Date({7, 232, 3, 10, 1, 10, 0, 0, '+', 5, 30})), "date -u -s 031019402024 > /dev/nul");
 }
 
-TEST(ClockCommand, TakesAnyOtherDirectionForEast) {
+TEST(ClockCommand, TreatsAnyOtherDirectionAsEast) {
     EXPECT_EQ(ClockCommand(Date({7, 232, 3, 10, 12, 0, 0, 0, 'x', 2, 0})), "date -u -s 031010002024 > /dev/nul");
 }
 
@@ -49,14 +49,14 @@ TEST(ClockCommand, SetsLocalTimeForAValueOfAnyOtherLength) {
     }
 }
 
-TEST(ClockCommand, TakesAnyOctetsAndTheLargestYear) {
+TEST(ClockCommand, AcceptsAnyOctetsAndTheLargestYear) {
     EXPECT_EQ(ClockCommand(Date({255, 255, 255, 255, 255, 255, 255, 255, '-', 255, 255})),
               "date -u -s 25525548745065535 > /dev/nul");
     EXPECT_EQ(ClockCommand(Date({0, 0, 0, 0, 0, 0, 0, 0})), "date -s 000000000000 > /dev/nul");
     EXPECT_EQ(ClockCommand(CVT::BOctetString()), "date -s 000000000000 > /dev/nul");
 }
 
-/// Two digits at least, as printf's %02d has them, without printf.
+/// At least two digits, like printf's %02d, without printf.
 std::string Two(int number) {
     std::string digits = std::to_string(number < 0 ? -number : number);
     if (number < 0) {
@@ -65,7 +65,7 @@ std::string Two(int number) {
     return digits.size() < 2 ? "0" + digits : digits;
 }
 
-/// The same command, worked out in minutes: they carry or borrow one hour, and the hours alone wrap round midnight.
+/// The same command, computed in minutes: they carry or borrow one hour, and only the hours wrap at midnight.
 std::string Computed(const std::vector<int>& d) {
     const bool west = d[8] == '-';
     const int wholeHours = west ? d[4] + d[9] : d[4] - d[9];
@@ -80,7 +80,7 @@ std::string Computed(const std::vector<int>& d) {
            " > /dev/nul";
 }
 
-TEST(ClockCommand, AgreesWithAnotherComputationOverFiveHundredDates) {
+TEST(ClockCommand, AgreesWithAnotherComputationOnFiveHundredDates) {
     std::mt19937 random(500);
     const auto upTo = [&](unsigned int bound) { return static_cast<int>(random() % (bound + 1)); };
     for (int round = 0; round < 500; ++round) {

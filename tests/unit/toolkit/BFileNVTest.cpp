@@ -73,21 +73,21 @@ TEST_F(BFileNVTest, IsEmptyWithoutAFile) {
     EXPECT_FALSE(fs::exists(File()));
 }
 
-TEST_F(BFileNVTest, MakesAMissingFileWhenAskedTo) {
+TEST_F(BFileNVTest, CreatesAMissingFileWhenAskedTo) {
     const BFileNV store(File().c_str(), true);
     EXPECT_EQ(ContentOf(File()), kFirstLine);
     EXPECT_EQ(ModeOf(File()), 0600U);
     EXPECT_EQ(NumFiles(), 1U);
 }
 
-TEST_F(BFileNVTest, LeavesAFileThatIsThereAlone) {
+TEST_F(BFileNVTest, LeavesAnExistingFileAlone) {
     Lay(File(), "a\tb\tc\n");
     BFileNV store(File().c_str(), true);
     EXPECT_EQ(ContentOf(File()), "a\tb\tc\n");
     EXPECT_EQ(Read(store, "a", "b"), "c");
 }
 
-TEST_F(BFileNVTest, KeepsValuesOnlyWhenSaved) {
+TEST_F(BFileNVTest, KeepsValuesOnlyAfterASave) {
     {
         BFileNV store(File().c_str(), true);
         store.Write("hrSystem", "kept", "1");
@@ -112,7 +112,7 @@ TEST_F(BFileNVTest, OverwritesAndRemoves) {
     EXPECT_EQ(ContentOf(File()), std::string(kFirstLine) + "b\tk\t2\n");
 }
 
-TEST_F(BFileNVTest, BringsHostileTextsBack) {
+TEST_F(BFileNVTest, ReadsBackHostileTexts) {
     const std::string_view texts[] = {""sv,        " "sv,       "\t"sv,      "\n"sv,       "\\"sv,        "\\\\"sv,
                                       "\\t"sv,     "\\n"sv,     "a\tb\nc"sv, "#"sv,        "# comment"sv, "\\#"sv,
                                       "\0"sv,      "a\0b"sv,    "\r\n"sv,    "\xff\xfe"sv, "tail\\"sv,    "\n\n\t\t"sv,
@@ -142,7 +142,7 @@ TEST_F(BFileNVTest, BringsHostileTextsBack) {
     EXPECT_EQ(Read(store, "long", "value"), std::string(100000, '\n'));
 }
 
-TEST_F(BFileNVTest, BringsRandomTextsBack) {
+TEST_F(BFileNVTest, ReadsBackRandomTexts) {
     std::mt19937 random(20240611);
     const auto text = [&random] {
         static constexpr std::string_view kOctets("\t\n\\#tn a\0\xff", 10);
@@ -172,7 +172,7 @@ TEST_F(BFileNVTest, BringsRandomTextsBack) {
     EXPECT_GT(model.size(), 100U);
 }
 
-TEST_F(BFileNVTest, PassesOverLinesThatDoNotRead) {
+TEST_F(BFileNVTest, SkipsMalformedLines) {
     Lay(File(),
         "# a comment\twith\ttabs\n\n\t\nno tabs\none\ttab\nfour\tfields\tin\tit\n#\ta\tb\ngood\tkey\tvalue\r\n\t\tempty names\nlast\tline\tno feed");
     BFileNV store(File().c_str(), false);
@@ -197,7 +197,7 @@ TEST_F(BFileNVTest, ReadsEveryTruncationOfAGoodFile) {
     }
 }
 
-TEST_F(BFileNVTest, ReplacesTheFileAndNeverWritesIntoIt) {
+TEST_F(BFileNVTest, ReplacesTheFileInsteadOfWritingIntoIt) {
     Lay(File(), "a\tb\told\n");
     const std::string witness = m_folder / "witness";
     fs::create_hard_link(File(), witness);
@@ -211,7 +211,7 @@ TEST_F(BFileNVTest, ReplacesTheFileAndNeverWritesIntoIt) {
     EXPECT_EQ(NumFiles(), 2U);
 }
 
-TEST_F(BFileNVTest, TakesThePlaceOfWhatACrashLeftBehind) {
+TEST_F(BFileNVTest, ReplacesTheRemainsOfACrash) {
     Lay(Fresh(), "half a fi");
     BFileNV store(File().c_str(), false);
     store.Write("a", "b", "c");
@@ -220,7 +220,7 @@ TEST_F(BFileNVTest, TakesThePlaceOfWhatACrashLeftBehind) {
     EXPECT_EQ(NumFiles(), 1U);
 }
 
-TEST_F(BFileNVTest, DoesNotFollowALinkPlantedWhereItWritesAnew) {
+TEST_F(BFileNVTest, DoesNotFollowALinkPlantedAtTheNameOfItsNewFile) {
     const std::string victim = m_folder / "victim";
     Lay(victim, "precious");
     fs::create_symlink(victim, Fresh());
@@ -232,7 +232,7 @@ TEST_F(BFileNVTest, DoesNotFollowALinkPlantedWhereItWritesAnew) {
     EXPECT_EQ(ContentOf(File()), std::string(kFirstLine) + "a\tb\tc\n");
 }
 
-TEST_F(BFileNVTest, DoesNotMakeTheTargetOfADanglingLink) {
+TEST_F(BFileNVTest, DoesNotCreateTheTargetOfADanglingLink) {
     const std::string target = m_folder / "target";
     fs::create_symlink(target, File());
     BFileNV store(File().c_str(), true);
@@ -298,7 +298,7 @@ TEST_F(BFileNVTest, KeepsItsModeWhateverTheUmask) {
     ::umask(before);
 }
 
-TEST_F(BFileNVTest, LiesInTheWorkingDirectoryWhenItsNameIsRelative) {
+TEST_F(BFileNVTest, IsInTheWorkingDirectoryWhenItsNameIsRelative) {
     const fs::path before = fs::current_path();
     fs::current_path(m_folder);
     BFileNV store("store.nv", true);

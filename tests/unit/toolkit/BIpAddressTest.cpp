@@ -23,14 +23,14 @@ TEST(BIpAddress, ReadsDottedDecimalText) {
     EXPECT_EQ(address.ToString().View(), "255.255.255.255");
 }
 
-TEST(BIpAddress, TellsTheAddressZeroFromNone) {
+TEST(BIpAddress, DistinguishesTheAddressZeroFromNone) {
     BIpAddress address;
     EXPECT_TRUE(address.AssignFromDottedDecimalStr("0.0.0.0"));
     EXPECT_FALSE(address.IsEmpty());
     EXPECT_EQ(address.ToString().View(), "0.0.0.0");
 }
 
-TEST(BIpAddress, IsLeftEmptyByBadText) {
+TEST(BIpAddress, IsEmptyAfterMalformedText) {
     for (const char* text : {"", "127", "127.0.0", "127.0.0.1.1", "256.0.0.1", "1.2.3.4294967297", "1.2.3.-4",
                              "a.b.c.d", "1.2.3.4 ", " 1.2.3.4", "1..3.4", "1.2.3.4.", "::1"}) {
         BIpAddress address;

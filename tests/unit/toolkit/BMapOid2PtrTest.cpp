@@ -15,7 +15,7 @@ using Model = std::map<BObjectIdentifier, void*>;
 
 BObjectIdentifier Key(const char* dotted) { return BObjectIdentifier(BString(dotted)); }
 
-/// Short keys of few arcs, so that many meet, and now and then a long one.
+/// Mostly short keys of few arcs, so that many coincide, and an occasional long one.
 BObjectIdentifier RandomKey(std::mt19937& random) {
     static constexpr std::array<unsigned int, 6> kArcs = {0, 1, 2, 300, 4294967294U, 4294967295U};
     BObjectIdentifier key;
@@ -90,7 +90,7 @@ TEST(BMapOid2Ptr, IsEmptyAtFirst) {
     EXPECT_EQ(next, BObjectIdentifier(5U));
 }
 
-TEST(BMapOid2Ptr, GivesTheFirstKeyBehindTheEmptyKey) {
+TEST(BMapOid2Ptr, ReturnsTheFirstKeyAfterTheEmptyKey) {
     int row = 0;
     BMapOid2Ptr map;
     EXPECT_TRUE(map.Insert(Key("7"), &row));
@@ -100,7 +100,7 @@ TEST(BMapOid2Ptr, GivesTheFirstKeyBehindTheEmptyKey) {
     EXPECT_EQ(next, Key("0"));
 }
 
-TEST(BMapOid2Ptr, GivesTheNextKeyOfOneThatIsNotThere) {
+TEST(BMapOid2Ptr, ReturnsTheNextKeyAfterAnAbsentOne) {
     int row = 0;
     BMapOid2Ptr map;
     for (const char* key : {"1", "1.5", "3", "4294967295"}) {
@@ -164,7 +164,7 @@ TEST(BMapOid2Ptr, HoldsANullPointerUnderAKey) {
     EXPECT_EQ(map.GetCount(), 0U);
 }
 
-TEST(BMapOid2Ptr, TakesItsOwnKeysAsArguments) {
+TEST(BMapOid2Ptr, AcceptsItsOwnKeysAsArguments) {
     std::vector<int> rows(3);
     BMapOid2Ptr map;
     for (unsigned int i = 0; i < 3; ++i) {
@@ -191,7 +191,7 @@ TEST(BMapOid2Ptr, IsUsableAfterClear) {
 }
 
 }  // namespace
-TEST(BMapOid2Ptr, WhatIsRememberedOfALookUpDoesNotMisleadTheNextOne) {
+TEST(BMapOid2Ptr, ARememberedPlaceDoesNotMisleadTheNextLookUp) {
     CVT::BMapOid2Ptr map;
     int data = 0;
     const auto key = [](unsigned int arc) { return CVT::BObjectIdentifier(arc); };

@@ -17,7 +17,7 @@ using Counts = RecordingTable::Counts;
 using Scalars = SampleScalars;
 using Table = SampleTable;
 
-/// A scalar group with a table nested between its columns 2 and 4, and a group behind it.
+/// A scalar group with a table nested between its columns 2 and 4, and a group after it.
 class BMibEngineTest : public testing::Test {
 protected:
     BMibEngineTest() {
@@ -74,7 +74,7 @@ TEST_F(BMibEngineTest, WalksThroughNestedSubtreesInOrder) {
     EXPECT_EQ(varBind.name, Oid("1.3.9.1.0"));
 }
 
-TEST_F(BMibEngineTest, ServesNoInstanceThatALowerSubtreeHides) {
+TEST_F(BMibEngineTest, ServesNoInstanceHiddenByANestedSubtree) {
     m_outer.Serve({Scalars::ReadOnly(2), Scalars::ReadOnly(3)});
     SampleTable hiding("1.3.2.3", {Table::ReadOnly(1)});
     SampleScalars over("1.3.2.3.0", {Scalars::ReadOnly(8)});
@@ -86,7 +86,7 @@ TEST_F(BMibEngineTest, ServesNoInstanceThatALowerSubtreeHides) {
     EXPECT_EQ(varBind.type, kNoSuchObject);
 }
 
-TEST_F(BMibEngineTest, ReachesANestedTableThoughTheOuterGroupFailsBehindIt) {
+TEST_F(BMibEngineTest, ReachesANestedTableEvenWhenTheOuterGroupFailsAfterIt) {
     m_outer.answers.inGet = [&] {
         if (m_outer.answers.gets > 1) {
             throw std::runtime_error("column 4 cannot be read");
@@ -99,7 +99,7 @@ TEST_F(BMibEngineTest, ReachesANestedTableThoughTheOuterGroupFailsBehindIt) {
     EXPECT_EQ(varBind.name, Oid("1.3.2.3.1.5.2"));
 }
 
-TEST_F(BMibEngineTest, AnswersGenErrWhereAGroupThrows) {
+TEST_F(BMibEngineTest, ReturnsGenErrWhenAGroupThrows) {
     m_inner.answers.inGet = [] { throw 1; };
     BVarBind varBind = Named("1.3.2.3.1.1.1");
     EXPECT_EQ(m_engine.Get(1, varBind), genErr);
@@ -110,7 +110,7 @@ TEST_F(BMibEngineTest, AnswersGenErrWhereAGroupThrows) {
     EXPECT_EQ(varBind.name, Oid("1.3.2.2.0"));
 }
 
-TEST_F(BMibEngineTest, TakesUpASecondModuleAndGivesItBack) {
+TEST_F(BMibEngineTest, AddsAndRemovesASecondModule) {
     SampleScalars second("1.3.3", {Scalars::ReadOnly(1)});
     SampleModule module({&second});
     EXPECT_TRUE(m_engine.Add(module));
@@ -122,7 +122,7 @@ TEST_F(BMibEngineTest, TakesUpASecondModuleAndGivesItBack) {
     EXPECT_TRUE(m_engine.Groups().empty());
 }
 
-TEST_F(BMibEngineTest, RefusesAModuleOfWhichOneSubtreeIsTaken) {
+TEST_F(BMibEngineTest, RejectsAModuleWithASubtreeInUse) {
     SampleScalars free("1.3.3", {Scalars::ReadOnly(1)});
     SampleScalars taken("1.3.9", {Scalars::ReadOnly(1)});
     const BConstraintEntry conventions[] = {{}};
@@ -136,7 +136,7 @@ TEST_F(BMibEngineTest, RefusesAModuleOfWhichOneSubtreeIsTaken) {
     EXPECT_EQ(Next("1.3.2.4.0"), Oid("1.3.9.1.0"));
 }
 
-TEST_F(BMibEngineTest, RefusesAModuleWithAGroupWithoutASubtree) {
+TEST_F(BMibEngineTest, RejectsAModuleWithAGroupWithoutASubtree) {
     SampleScalars bad("not an oid", {Scalars::ReadOnly(1)});
     SampleModule module({&bad});
     EXPECT_FALSE(m_engine.Add(module));
@@ -228,7 +228,7 @@ TEST_F(BMibEngineSetTest, UndoesWhatItCommittedWhenACommitFails) {
     }
 }
 
-TEST_F(BMibEngineSetTest, SaysUndoFailedWhenAnUndoFailsAndUndoesTheRest) {
+TEST_F(BMibEngineSetTest, ReturnsUndoFailedWhenAnUndoFailsAndUndoesTheRest) {
     m_second.Fail(2, Phase::Commit, commitFailed);
     m_second.Fail(1, Phase::Undo, RecordingTable::kThrow);
     EXPECT_EQ(Set(), undoFailed);
@@ -245,7 +245,7 @@ TEST_F(BMibEngineSetTest, KeepsItsResultWhenAReleaseFails) {
     ExpectCounts(done, done, done, done);
 }
 
-TEST_F(BMibEngineSetTest, RefusesANameThatNobodyServesAsNotWritable) {
+TEST_F(BMibEngineSetTest, RejectsAnUnservedNameAsNotWritable) {
     const BVarBindList list = {Integer("1.3.1.1.1.1", 1), Integer("1.4.1.0", 1)};
     EXPECT_EQ(m_engine.Set(1, list, m_errorIndex), notWritable);
     EXPECT_EQ(m_errorIndex, 2);

@@ -38,7 +38,7 @@ private:
     std::vector<void*> m_undo;
 };
 
-TEST(BMibImplSet, TakesAListThroughThePhases) {
+TEST(BMibImplSet, RunsAListThroughThePhases) {
     RecordingTable table;
     ListSet set(table, 3);
     EXPECT_EQ(set.Run(Phase::CheckAndSave), noError);
@@ -90,7 +90,7 @@ TEST(BMibImplSet, UndoesWhatItCommittedWhenACommitFails) {
     }
 }
 
-TEST(BMibImplSet, SaysUndoFailedWhenAFailedCommitCannotBeUndone) {
+TEST(BMibImplSet, ReturnsUndoFailedWhenAFailedCommitCannotBeUndone) {
     RecordingTable table;
     table.Fail(4, Phase::Commit, commitFailed);
     table.Fail(2, Phase::Undo, genErr);
@@ -105,7 +105,7 @@ TEST(BMibImplSet, SaysUndoFailedWhenAFailedCommitCannotBeUndone) {
     EXPECT_EQ(table.openCells, 0);
 }
 
-TEST(BMibImplSet, UndoesAndReleasesToTheEndWhateverFails) {
+TEST(BMibImplSet, UndoesAndReleasesEverythingDespiteFailures) {
     RecordingTable table;
     table.Fail(1, Phase::Undo, undoFailed);
     table.Fail(2, Phase::Undo, RecordingTable::kThrow);
@@ -134,7 +134,7 @@ TEST(BMibImplSet, MayBeAskedToReleaseAgain) {
     EXPECT_EQ(table.openCells, 0);
 }
 
-TEST(BMibImplSet, TakesAnEmptyList) {
+TEST(BMibImplSet, AcceptsAnEmptyList) {
     RecordingTable table;
     ListSet set(table, 0);
     for (const Phase phase : {Phase::CheckAndSave, Phase::Commit, Phase::Undo, Phase::Release}) {
@@ -164,7 +164,7 @@ TEST(BMibImpl, ShowsItsActiveFlagToOtherThreadsWithoutTheLock) {
     EXPECT_TRUE(group.IsActive());
 }
 
-/// Whether another thread could take the lock just now.
+/// Whether another thread could take the lock now.
 bool FreeForOthers(TMutex& lock) {
     bool free = false;
     const auto attempt = [&]() CVT_NO_THREAD_SAFETY_ANALYSIS {
@@ -177,7 +177,7 @@ bool FreeForOthers(TMutex& lock) {
     return free;
 }
 
-TEST(BMibImplLock, IsHeldRoundEveryOperationOfAScalarGroup) {
+TEST(BMibImplLock, IsHeldAroundEveryOperationOfAScalarGroup) {
     SampleScalars group("1.3", {SampleScalars::Int(1)});
     int held = 0;
     group.answers.inGet = [&] { held += FreeForOthers(group.RequestLock()) ? 0 : 1; };
@@ -194,7 +194,7 @@ TEST(BMibImplLock, IsHeldRoundEveryOperationOfAScalarGroup) {
     EXPECT_TRUE(FreeForOthers(group.RequestLock()));
 }
 
-TEST(BMibImplLock, IsHeldRoundEveryOperationOfATable) {
+TEST(BMibImplLock, IsHeldAroundEveryOperationOfATable) {
     SampleTable table("1.3", {SampleTable::Int(1)});
     table.rows = {Oid("1")};
     int held = 0;
@@ -211,7 +211,7 @@ TEST(BMibImplLock, IsHeldRoundEveryOperationOfATable) {
     EXPECT_TRUE(FreeForOthers(table.RequestLock()));
 }
 
-TEST(BMibImplLock, IsGivenBackWhenAnOperationThrows) {
+TEST(BMibImplLock, IsReleasedWhenAnOperationThrows) {
     SampleTable table("1.3", {SampleTable::Int(1)});
     table.rows = {Oid("1")};
     table.answers.inGet = [] { throw 1; };
@@ -227,7 +227,7 @@ TEST(BMibImplLock, IsGivenBackWhenAnOperationThrows) {
     EXPECT_TRUE(FreeForOthers(table.RequestLock()));
 }
 
-TEST(BMibImplLock, OfAChildIsItsParents) {
+TEST(BMibImplLock, IsTheParentsForAChild) {
     SampleTable parent("1.3.1");
     SampleTable child(parent, "1.3.2", {SampleTable::Int(1)});
     SampleTable grandchild(child, "1.3.3");
@@ -257,7 +257,7 @@ TEST(BMibImplLock, MayBeHeldByTheCaller) {
     EXPECT_FALSE(FreeForOthers(table.RequestLock()));
 }
 
-TEST(BMibImplLock, KeepsRequestsOfManyThreadsApart) {
+TEST(BMibImplLock, SerialisesRequestsOfManyThreads) {
     SampleTable table("1.3", {SampleTable::Int(1)});
     table.rows = {Oid("1"), Oid("2")};
     std::vector<std::thread> threads;

@@ -12,7 +12,7 @@ namespace {
 
 using Scalars = SampleScalars;
 
-TEST(BMibInfo, TellsNameSubtreeAndKindOfItsOwner) {
+TEST(BMibInfo, ReturnsNameSubtreeAndKindOfItsOwner) {
     SampleScalars scalars("1.3.6.1.3.1");
     EXPECT_EQ(scalars.GetIMibInfo()->Name(), BString("SAMPLE-MIB.scalars"));
     EXPECT_EQ(scalars.GetIMibInfo()->Oid(), Oid("1.3.6.1.3.1"));

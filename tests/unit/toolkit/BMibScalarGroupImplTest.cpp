@@ -33,7 +33,7 @@ TEST_F(BMibScalarGroupImplTest, RegistersItsOwnOidAndKind) {
     EXPECT_EQ(m_group.ToString(), BString("SAMPLE-MIB.scalars (1.3.9)"));
 }
 
-TEST_F(BMibScalarGroupImplTest, HandlesWhatLiesInItsSubtree) {
+TEST_F(BMibScalarGroupImplTest, HandlesNamesInItsSubtree) {
     EXPECT_TRUE(m_group.HandlesInstance(Oid("1.3.9")));
     EXPECT_TRUE(m_group.HandlesInstance(Oid("1.3.9.77.5")));
     EXPECT_FALSE(m_group.HandlesInstance(Oid("1.3")));
@@ -67,7 +67,7 @@ TEST_F(BMibScalarGroupImplTest, ReadsAValueOfEachKind) {
     EXPECT_EQ(varBind.identifier, Oid("0.0"));
 }
 
-TEST_F(BMibScalarGroupImplTest, TellsAnUnservedColumnFromAnAbsentInstance) {
+TEST_F(BMibScalarGroupImplTest, DistinguishesAnUnservedColumnFromAnAbsentInstance) {
     EXPECT_EQ(TypeAt("1.3.9.3.0"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.0.0"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.4294967295.0"), kNoSuchObject);
@@ -119,7 +119,7 @@ TEST_F(BMibScalarGroupImplTest, PassesAGroupsOwnErrorOn) {
     EXPECT_EQ(next.name, Oid("1.3.9"));
 }
 
-TEST_F(BMibScalarGroupImplTest, AnswersGenErrWhenAGetOperationThrows) {
+TEST_F(BMibScalarGroupImplTest, ReturnsGenErrWhenAGetOperationThrows) {
     m_group.answers.inGet = [] { throw std::runtime_error("no"); };
     BVarBind varBind = Named("1.3.9.1.0");
     EXPECT_EQ(m_group.Get(1, varBind), genErr);
@@ -131,7 +131,7 @@ TEST_F(BMibScalarGroupImplTest, AnswersGenErrWhenAGetOperationThrows) {
     EXPECT_EQ(m_group.Get(1, varBind), noError);
 }
 
-TEST_F(BMibScalarGroupImplTest, AnswersGenErrWhenAnEntryPairsItsKindWithAnotherHandler) {
+TEST_F(BMibScalarGroupImplTest, ReturnsGenErrWhenAnEntryPairsItsKindWithAnotherHandler) {
     BRqHndlrEntry wrong = Scalars::Int(1);
     wrong.valueKind = kOctetStringValue;
     BRqHndlrEntry unknown = Scalars::Int(2);
@@ -152,7 +152,7 @@ TEST_F(BMibScalarGroupImplTest, AnswersGenErrWhenAnEntryPairsItsKindWithAnotherH
     EXPECT_TRUE(m_group.answers.phases.empty());
 }
 
-TEST_F(BMibScalarGroupImplTest, SendsOutWhatAGetGaveWhateverTheConstraintsSay) {
+TEST_F(BMibScalarGroupImplTest, ReturnsTheResultOfAGetRegardlessOfConstraints) {
     m_group.Constrain({{kRange, 1, nullptr, 0, 2147483647},
                        {kEnumeration, 2, nullptr, 0, 0},
                        {kEnumValue, 0, "one", 1, 0},
@@ -168,7 +168,7 @@ TEST_F(BMibScalarGroupImplTest, SendsOutWhatAGetGaveWhateverTheConstraintsSay) {
     EXPECT_EQ(list[2].octets.Length(), 1023U);
 }
 
-TEST_F(BMibScalarGroupImplTest, MovesEveryVarbindOfAListOn) {
+TEST_F(BMibScalarGroupImplTest, AdvancesEveryVarbindOfAList) {
     BVarBindList list = {Named("1"), Named("1.3.9.6.0"), Named("1.3.9.7.0"), Named("1.3.9.1")};
     int errorIndex = 9;
     EXPECT_EQ(m_group.GetNext(1, list, errorIndex, kSnmpV2c), noError);
@@ -190,7 +190,7 @@ TEST_F(BMibScalarGroupImplTest, EndsAWalkInVersionOneWithNoSuchName) {
     EXPECT_EQ(end.type, kNull);
 }
 
-TEST_F(BMibScalarGroupImplTest, PassesOverAScalarThatVanishesBetweenFindingAndReading) {
+TEST_F(BMibScalarGroupImplTest, SkipsAScalarThatVanishesBetweenFindingAndReading) {
     m_group.answers.inGet = [&] { m_group.answers.getResult = m_group.answers.gets == 1 ? noSuchName : noError; };
     BVarBind varBind = Named("1.3.9");
     EXPECT_EQ(m_group.GetNext(1, varBind), noError);

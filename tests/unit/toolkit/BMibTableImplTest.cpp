@@ -39,7 +39,7 @@ TEST_F(BMibTableImplTest, RegistersItsEntryAndKind) {
     EXPECT_TRUE(m_table.HandlesInstance(Oid("1.3.9.1.4.5")));
 }
 
-TEST_F(BMibTableImplTest, ReadsACellAndHandsTheIndexOn) {
+TEST_F(BMibTableImplTest, ReadsACellAndPassesTheIndexOn) {
     BVarBind varBind = Named("1.3.9.1.2.5");
     m_table.answers.number = 4294967295U;
     EXPECT_EQ(m_table.Get(31, varBind), noError);
@@ -49,7 +49,7 @@ TEST_F(BMibTableImplTest, ReadsACellAndHandsTheIndexOn) {
     EXPECT_EQ(m_table.answers.lastRequestId, 31U);
 }
 
-TEST_F(BMibTableImplTest, TellsAnUnservedColumnFromAnAbsentRow) {
+TEST_F(BMibTableImplTest, DistinguishesAnUnservedColumnFromAnAbsentRow) {
     EXPECT_EQ(TypeAt("1.3.9.1.3.1"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.1.5.1"), kNoSuchObject);
     EXPECT_EQ(TypeAt("1.3.9.1"), kNoSuchObject);
@@ -72,7 +72,7 @@ TEST_F(BMibTableImplTest, WalksColumnByColumn) {
     EXPECT_EQ(Next("1.3.9.2"), BObjectIdentifier());
 }
 
-TEST_F(BMibTableImplTest, HasNoNextWithoutRowsOrColumns) {
+TEST_F(BMibTableImplTest, HasNoNextInstanceWithoutRowsOrColumns) {
     m_table.rows.clear();
     EXPECT_EQ(Next("1.3"), BObjectIdentifier());
     EXPECT_EQ(m_table.searches, 3);
@@ -81,9 +81,9 @@ TEST_F(BMibTableImplTest, HasNoNextWithoutRowsOrColumns) {
     EXPECT_EQ(none.GetNext(1, varBind), noSuchName);
 }
 
-TEST_F(BMibTableImplTest, PassesOverARowThatVanishesBetweenFindingAndReading) {
+TEST_F(BMibTableImplTest, SkipsARowThatVanishesBetweenFindingAndReading) {
     m_table.inNext = [&](unsigned int) {
-        // the second row is gone before it is read
+        // The second row disappears before it is read.
         m_table.answers.inGet = [&] {
             const bool vanished = m_table.answers.lastIndex == Oid("2");
             m_table.answers.getResult = vanished ? noSuchName : noError;
@@ -105,7 +105,7 @@ TEST_F(BMibTableImplTest, FindsTheNextInstanceWithoutReadingIt) {
     EXPECT_EQ(varBind.name, Oid("1.3.9.1.4.5"));
 }
 
-TEST_F(BMibTableImplTest, AnswersGenErrWhenASearchOrAGetThrows) {
+TEST_F(BMibTableImplTest, ReturnsGenErrWhenASearchOrAGetThrows) {
     m_table.inNext = [](unsigned int) { throw std::runtime_error("no"); };
     BVarBind varBind = Named("1.3");
     EXPECT_EQ(m_table.GetNext(1, varBind), genErr);
@@ -118,7 +118,7 @@ TEST_F(BMibTableImplTest, AnswersGenErrWhenASearchOrAGetThrows) {
     EXPECT_EQ(m_table.Get(1, varBind), genErr);
 }
 
-/// A table whose search for the next row goes wrong in a way of the test's choice.
+/// A table whose search for the next row fails as the test chooses.
 class StrayTable : public SampleTable {
 public:
     using SampleTable::SampleTable;
@@ -131,7 +131,7 @@ public:
     BObjectIdentifier stray;
 };
 
-TEST(BMibTableImplStray, GoesOnWithTheNextColumnWhenASearchDoesNotMoveForward) {
+TEST(BMibTableImplStray, ContinuesWithTheNextColumnWhenASearchDoesNotAdvance) {
     StrayTable table("1.3.9", {Table::Int(1), Table::Int(2)});
     table.stray = Oid("5");
     table.rows = {Oid("5")};
@@ -144,7 +144,7 @@ TEST(BMibTableImplStray, GoesOnWithTheNextColumnWhenASearchDoesNotMoveForward) {
     EXPECT_LE(table.searches, 6);
 }
 
-TEST_F(BMibTableImplTest, PassesOverARowWhoseNameWouldBeTooLong) {
+TEST_F(BMibTableImplTest, SkipsARowWhoseNameWouldBeTooLong) {
     BObjectIdentifier longest = Oid("2");  // 5 arcs of column, 123 of index
     while (longest.NumArcs() < 123) {
         EXPECT_TRUE(longest.Append(4294967295U));

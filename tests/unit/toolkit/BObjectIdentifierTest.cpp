@@ -14,7 +14,7 @@ namespace {
 
 using Arcs = std::vector<unsigned int>;
 
-/// The lengths at which storage changes, and the ends.
+/// The lengths at which the storage changes, and the extremes.
 constexpr std::size_t kLengths[] = {0, 1, 2, 31, 32, 33, 64, 127, 128};
 
 /// first, first + 1, ...
@@ -45,7 +45,7 @@ TEST(BObjectIdentifier, IsEmptyAtFirst) {
     EXPECT_EQ(TextOf(oid), "");
 }
 
-TEST(BObjectIdentifier, IsMadeFromOneArc) {
+TEST(BObjectIdentifier, CanBeConstructedFromOneArc) {
     EXPECT_EQ(TextOf(BObjectIdentifier(0U)), "0");
     EXPECT_EQ(TextOf(BObjectIdentifier(4294967295U)), "4294967295");
 }
@@ -57,7 +57,7 @@ TEST(BObjectIdentifier, ReadsDottedDecimalText) {
     EXPECT_EQ(TextOf(BObjectIdentifier(BString("0.00.007"))), "0.0.7");
 }
 
-TEST(BObjectIdentifier, IsLeftEmptyByBadText) {
+TEST(BObjectIdentifier, IsEmptyAfterMalformedText) {
     for (const char* text : {"",
                              ".",
                              ".1",
@@ -88,12 +88,12 @@ TEST(BObjectIdentifier, IsLeftEmptyByBadText) {
     EXPECT_TRUE(oid.IsEmpty());
 }
 
-TEST(BObjectIdentifier, IsLeftEmptyByTextBehindANul) {
+TEST(BObjectIdentifier, IsEmptyAfterTextThatContinuesAfterANul) {
     EXPECT_TRUE(BObjectIdentifier(BString("1.3\0.6", 6)).IsEmpty());
     EXPECT_TRUE(BObjectIdentifier(BString("1.3\0", 4)).IsEmpty());
 }
 
-TEST(BObjectIdentifier, Takes128ArcsOfTextAndRefusesOneMore) {
+TEST(BObjectIdentifier, Accepts128ArcsOfTextAndRejectsOneMore) {
     BObjectIdentifier oid;
     EXPECT_TRUE(oid.AssignFromDottedDecimalStr(Repeated(128).c_str()));
     EXPECT_EQ(oid.NumArcs(), 128U);
@@ -102,7 +102,7 @@ TEST(BObjectIdentifier, Takes128ArcsOfTextAndRefusesOneMore) {
     EXPECT_TRUE(oid.IsEmpty());
 }
 
-TEST(BObjectIdentifier, RefusesToGrowBeyond128ArcsAndStaysAsItWas) {
+TEST(BObjectIdentifier, DoesNotGrowBeyond128ArcsAndStaysUnchanged) {
     const Arcs full = Counting(128);
     BObjectIdentifier oid = Made(full);
     EXPECT_FALSE(oid.Append(1U));
@@ -121,7 +121,7 @@ TEST(BObjectIdentifier, RefusesToGrowBeyond128ArcsAndStaysAsItWas) {
     EXPECT_TRUE(Made(Counting(129)).IsEmpty());
 }
 
-TEST(BObjectIdentifier, TakesAnEmptySpan) {
+TEST(BObjectIdentifier, AcceptsAnEmptySpan) {
     BObjectIdentifier oid = Made(Counting(40));
     EXPECT_TRUE(oid.Append(std::span<const unsigned int>()));
     EXPECT_EQ(oid.NumArcs(), 40U);
@@ -148,7 +148,7 @@ TEST(BObjectIdentifier, CopiesAndMovesAtEveryLength) {
             BObjectIdentifier moved = Made(Counting(to));
             moved = std::move(copied);
             EXPECT_EQ(ArcsOf(moved), arcs) << from << " over " << to;
-            EXPECT_TRUE(copied.IsEmpty());  // NOLINT(bugprone-use-after-move): empty is what a moved-from value is
+            EXPECT_TRUE(copied.IsEmpty());  // NOLINT(bugprone-use-after-move): a moved-from value is empty
 
             const BObjectIdentifier built = std::move(moved);
             EXPECT_EQ(ArcsOf(built), arcs);
@@ -217,7 +217,7 @@ TEST(BObjectIdentifier, TruncatesAndClears) {
     EXPECT_EQ(ArcsOf(oid), Arcs{8});
 }
 
-TEST(BObjectIdentifier, OrdersArcByArcAndAPrefixBeforeWhatItBegins) {
+TEST(BObjectIdentifier, ComparesArcByArcAndPutsAPrefixFirst) {
     const char* ordered[] = {"0",
                              "0.0",
                              "0.4294967295",
@@ -246,7 +246,7 @@ TEST(BObjectIdentifier, OrdersArcByArcAndAPrefixBeforeWhatItBegins) {
     }
 }
 
-TEST(BObjectIdentifier, KnowsWhatItStartsWith) {
+TEST(BObjectIdentifier, RecognisesItsPrefixes) {
     const BObjectIdentifier oid = Made(Counting(40));
     EXPECT_TRUE(oid.StartsWith(BObjectIdentifier()));
     EXPECT_TRUE(oid.StartsWith(Made(Counting(39))));

@@ -10,20 +10,20 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(BOctetString, TakesTheTextsOwnLengthWhenTheLengthIsZero) {
+TEST(BOctetString, UsesTheTextsOwnLengthWhenTheLengthIsZero) {
     EXPECT_EQ(BOctetString("0", 0).View(), "0"sv);
     EXPECT_EQ(BOctetString("localhost", 0).View(), "localhost"sv);
     EXPECT_TRUE(BOctetString("", 0).IsEmpty());
 }
 
-TEST(BOctetString, TakesExactlyTheGivenLength) {
+TEST(BOctetString, UsesExactlyTheGivenLength) {
     EXPECT_EQ(BOctetString("a\0b\xff", 4).View(), "a\0b\xff"sv);
     EXPECT_EQ(BOctetString("abc", 2).View(), "ab"sv);
     EXPECT_TRUE(BOctetString(nullptr, 5).IsEmpty());
     EXPECT_TRUE(BOctetString(nullptr, 0).IsEmpty());
 }
 
-TEST(BOctetString, AssignsAPairOfEnds) {
+TEST(BOctetString, AssignsARangeOfPointers) {
     const char text[] = "one two";
     BOctetString octets;
     octets.Assign(text + 4, text + 7);
@@ -32,7 +32,7 @@ TEST(BOctetString, AssignsAPairOfEnds) {
     EXPECT_TRUE(octets.IsEmpty());
 }
 
-TEST(BOctetString, IsEmptiedByANullOrReversedPair) {
+TEST(BOctetString, IsEmptyAfterANullOrReversedRange) {
     const char text[] = "text";
     for (const auto& [begin, end] :
          {std::pair(static_cast<const char*>(nullptr), text + 0),
@@ -43,7 +43,7 @@ TEST(BOctetString, IsEmptiedByANullOrReversedPair) {
     }
 }
 
-TEST(BOctetString, GivesAnOctetAsAnUnsignedNumberAndZeroBeyondTheEnd) {
+TEST(BOctetString, ReturnsAnOctetAsAnUnsignedNumberAndZeroBeyondTheEnd) {
     const BOctetString octets("\x00\x7f\x80\xff"sv);
     EXPECT_EQ(octets.Length(), 4U);
     EXPECT_EQ(octets[0], 0U);
@@ -55,7 +55,7 @@ TEST(BOctetString, GivesAnOctetAsAnUnsignedNumberAndZeroBeyondTheEnd) {
     EXPECT_EQ(octets.Data()[3], 255);
 }
 
-TEST(BOctetString, SurvivesBeingGivenToItself) {
+TEST(BOctetString, SurvivesAssignmentToItself) {
     for (const std::size_t length :
          {std::size_t{0}, std::size_t{3}, std::size_t{15}, std::size_t{16}, std::size_t{5000}}) {
         const std::string text(length, 'x');
@@ -82,7 +82,7 @@ TEST(BOctetString, ReadsHexadecimalText) {
     EXPECT_TRUE(octets.IsEmpty());
 }
 
-TEST(BOctetString, IsLeftEmptyByBadHexadecimalText) {
+TEST(BOctetString, IsEmptyAfterMalformedHexadecimalText) {
     for (const char* text : {"0", "000", "0g", "g0", "0 0", "0:0", "00 1", "-1", "0x00", "00,00", "00\n", "\xc3\xa4"}) {
         BOctetString octets("before"sv);
         EXPECT_FALSE(octets.AssignFromHexString(text)) << '"' << text << '"';

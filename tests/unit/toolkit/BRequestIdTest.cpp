@@ -9,7 +9,7 @@
 namespace CVT {
 namespace {
 
-TEST(BRequestId, GivesEachIdentifierOnceWhoeverAsks) {
+TEST(BRequestId, ReturnsEachIdentifierOnceAcrossThreads) {
     constexpr std::size_t kThreads = 4;
     constexpr std::size_t kEach = 5000;
     std::vector<std::vector<unsigned int>> given(kThreads);

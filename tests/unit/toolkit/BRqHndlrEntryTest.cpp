@@ -10,7 +10,7 @@
 namespace CVT::test {
 namespace {
 
-TEST(BRqHndlrEntry, OfKindOneExchangesAnIntAndATruthValueIsOne) {
+TEST(BRqHndlrEntry, ExchangesAnIntForKindOneWhichTruthValuesUse) {
     EXPECT_TRUE((std::is_same_v<BTruthValue, int>));
     EXPECT_EQ(SampleScalars::Int(1).valueKind, 1U);
     EXPECT_TRUE(std::holds_alternative<BScalarGet<int>>(SampleScalars::Int(1).get));

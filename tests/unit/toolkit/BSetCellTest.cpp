@@ -34,7 +34,7 @@ TEST_F(BSetCellTest, CommitsAndReleases) {
     EXPECT_EQ(m_table.openCells, 0);
 }
 
-TEST_F(BSetCellTest, GivesTheSavedValueBackWhenUndone) {
+TEST_F(BSetCellTest, RestoresTheSavedValueWhenUndone) {
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
     EXPECT_EQ(cell.Commit(), noError);
@@ -78,7 +78,7 @@ TEST_F(BSetCellTest, UndoesNothingThatDidNotCommit) {
     EXPECT_EQ(m_table.counts[1], (Counts{1, 0, 0, 1}));
 }
 
-TEST_F(BSetCellTest, RunsEachPhaseOnceHoweverOftenItIsAsked) {
+TEST_F(BSetCellTest, RunsEachPhaseOnceHoweverOftenItIsCalled) {
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
     EXPECT_EQ(cell.Check(), noError);
@@ -91,7 +91,7 @@ TEST_F(BSetCellTest, RunsEachPhaseOnceHoweverOftenItIsAsked) {
     EXPECT_EQ(m_table.counts[1], (Counts{1, 1, 1, 1}));
 }
 
-TEST_F(BSetCellTest, IsDoneForWhenReleased) {
+TEST_F(BSetCellTest, IsFinishedAfterItsRelease) {
     BSetCell cell(m_table, 1, Offer());
     EXPECT_EQ(cell.Check(), noError);
     cell.Release();
@@ -112,7 +112,7 @@ TEST_F(BSetCellTest, PassesAFailedUndoOnAndStillReleases) {
     EXPECT_EQ(m_table.openCells, 0);
 }
 
-TEST_F(BSetCellTest, AnswersGenErrWhereAPhaseThrows) {
+TEST_F(BSetCellTest, ReturnsGenErrWhenAPhaseThrows) {
     m_table.Fail(1, Phase::CheckAndSave, RecordingTable::kThrow);
     EXPECT_EQ(BSetCell(m_table, 1, Offer()).Check(), genErr);
 

@@ -17,7 +17,7 @@ TEST(BString, CountsEmbeddedNuls) {
     EXPECT_EQ(text.c_str()[3], '\0');
 }
 
-TEST(BString, TakesANullPointerForTheEmptyText) {
+TEST(BString, TreatsANullPointerAsTheEmptyText) {
     BString text(nullptr);
     EXPECT_EQ(text.Strlen(), 0U);
     text.Append(nullptr);
@@ -43,7 +43,7 @@ TEST(BString, AssignsAndAppends) {
     EXPECT_EQ(text.Strlen(), 0U);
 }
 
-TEST(BString, SurvivesBeingGivenToItself) {
+TEST(BString, SurvivesAssignmentToItself) {
     for (const std::size_t length : {std::size_t{3}, std::size_t{15}, std::size_t{16}, std::size_t{5000}}) {
         const std::string letters(length, 'x');
         BString text(letters.c_str());

@@ -7,7 +7,7 @@
 
 namespace CVT::test {
 
-/// A thread of the test's own work. An owned one is waited for when it goes.
+/// A thread that runs a function of the test. The destructor of an owned one waits for it.
 class FunctionThread : public TThread {
 public:
     explicit FunctionThread(std::function<void(FunctionThread&)> work, bool deletesItself = false)
@@ -21,7 +21,7 @@ public:
 
     bool StartNow() { return Start(0, 0); }
 
-    // Set before the start.
+    // Set these before the start.
     std::function<void()> atEnd = [] {};         ///< runs in OnThreadEnd
     std::function<void()> inDestructor = [] {};  ///< runs in the destructor
 

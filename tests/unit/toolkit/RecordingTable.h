@@ -9,9 +9,9 @@
 
 namespace CVT::test {
 
-/// A table with one read-write column and rows 1..9, which counts what it is called for, and fails or throws where the
-/// test says so. A varbind's saved value lies in a block of its own in the undo cell, so that a release that is missing
-/// or comes twice also shows as a leak or a double free.
+/// A table with one read-write column and rows 1..9, which counts its calls, and fails or throws where the test says
+/// so. The undo cell holds a varbind's saved value in a block of its own, so that a missing or repeated release also
+/// shows as a leak or a double free.
 class RecordingTable : public BMibTableImpl {
 public:
     struct Counts {
@@ -33,13 +33,13 @@ public:
         return false;
     }
 
-    /// What the operation gives for a row in a phase; kThrow makes it throw.
+    /// Sets the result of the operation for a row in a phase; kThrow makes it throw.
     void Fail(unsigned int row, ESnmpSetOpCode phase, int status) { m_failures[{row, phase}] = status; }
     static constexpr int kThrow = -1;
 
     std::array<int, 10> values{};
     std::array<Counts, 10> counts{};
-    int openCells = 0;  ///< saved values that wait for their release
+    int openCells = 0;  ///< saved values not yet released
 
 private:
     int OnGet_SampleCell(const BObjectIdentifier& index, unsigned int, int& value) {

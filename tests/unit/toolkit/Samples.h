@@ -11,7 +11,7 @@
 #include "CVT/BMibScalarGroupImpl.h"
 #include "CVT/BMibTableImpl.h"
 
-// Groups whose columns, constraints, rows and answers a test chooses, and short ways to write names and varbinds.
+// Groups whose columns, constraints, rows and answers are chosen by a test, and short ways to write names and varbinds.
 
 namespace CVT::test {
 
@@ -52,7 +52,7 @@ inline BVarBind Identifier(const char* dotted, const char* value) {
     return varBind;
 }
 
-/// What a group answers with, and what it was asked: the part that scalars and tables have in common.
+/// A group's answers, and the calls it has received: the part that scalars and tables share.
 struct SampleAnswers {
     int integer = 7;
     unsigned int number = 7;
@@ -104,7 +104,7 @@ public:
         Serve(entries);
     }
 
-    /// Before the first request: a group's columns are constant from then on.
+    /// Call it before the first request: a group's columns are constant from then on.
     void Serve(std::initializer_list<BRqHndlrEntry> entries) {
         columns = entries;
         columns.emplace_back();
@@ -176,7 +176,7 @@ public:
         Serve(entries);
     }
 
-    /// Before the first request: a group's columns are constant from then on.
+    /// Call it before the first request: a group's columns are constant from then on.
     void Serve(std::initializer_list<BRqHndlrEntry> entries) {
         columns = entries;
         columns.emplace_back();

@@ -1,4 +1,4 @@
-// What the toolkit refuses before a group's own check phase is called.
+// What the toolkit rejects before it calls a group's own check phase.
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ protected:
                            Scalars::ReadOnly(5), Scalars::TextColumn(6)}};
 };
 
-TEST_F(SetChecks, PassWhatNothingConstrains) {
+TEST_F(SetChecks, AcceptUnconstrainedValues) {
     EXPECT_EQ(CheckInt(-2147483647 - 1), noError);
     EXPECT_EQ(m_group.answers.setInteger, -2147483647 - 1);
     EXPECT_EQ(CheckGauge(4294967295U), noError);
@@ -40,7 +40,7 @@ TEST_F(SetChecks, PassWhatNothingConstrains) {
     EXPECT_EQ(m_group.answers.setOctets.View(), "text");
 }
 
-TEST_F(SetChecks, RefuseAReadOnlyOrUnservedColumnAsNotWritable) {
+TEST_F(SetChecks, RejectAReadOnlyOrUnservedColumnAsNotWritable) {
     EXPECT_EQ(Check(Integer("1.3.5.0", 1)), notWritable);
     EXPECT_EQ(Check(Octets("1.3.5.7", "of any type, at any instance")), notWritable);
     EXPECT_EQ(Check(Integer("1.3.9.0", 1)), notWritable);
@@ -49,14 +49,14 @@ TEST_F(SetChecks, RefuseAReadOnlyOrUnservedColumnAsNotWritable) {
     EXPECT_TRUE(m_group.answers.phases.empty());
 }
 
-TEST_F(SetChecks, RefuseAnInstanceOtherThanZeroAsNoCreation) {
+TEST_F(SetChecks, RejectAnInstanceOtherThanZeroAsNoCreation) {
     EXPECT_EQ(Check(Integer("1.3.1.1", 1)), noCreation);
     EXPECT_EQ(Check(Integer("1.3.1", 1)), noCreation);
     EXPECT_EQ(Check(Integer("1.3.1.0.0", 1)), noCreation);
     EXPECT_TRUE(m_group.answers.phases.empty());
 }
 
-TEST_F(SetChecks, RefuseEveryOtherTypeAsWrongType) {
+TEST_F(SetChecks, RejectEveryOtherTypeAsWrongType) {
     const BVarBind offers[] = {Integer("1.3.1.0", 1),
                                Octets("1.3.1.0", "1"),
                                Identifier("1.3.1.0", "1.3"),
@@ -77,7 +77,7 @@ TEST_F(SetChecks, RefuseEveryOtherTypeAsWrongType) {
     EXPECT_EQ(m_group.answers.phases.size(), 4U);
 }
 
-TEST_F(SetChecks, NameTheFirstOfSeveralFaults) {
+TEST_F(SetChecks, ReturnTheFirstOfSeveralErrors) {
     m_group.Constrain({{kRange, 1, nullptr, 0, 9}, {kRange, 3, nullptr, 0, 2}});
     EXPECT_EQ(Check(Octets("1.3.5.1", "too long")), notWritable);
     EXPECT_EQ(Check(Octets("1.3.1.1", "10")), wrongType);
@@ -108,7 +108,7 @@ TEST_F(SetChecks, BoundTheLengthOfAnOctetStringByARange) {
     EXPECT_EQ(Check(Identifier("1.3.4.0", "1.2.3.4.5.6")), noError);
 }
 
-TEST_F(SetChecks, KeepToAnEnumeration) {
+TEST_F(SetChecks, AcceptOnlyTheValuesOfAnEnumeration) {
     m_group.Constrain({{kEnumeration, 1, nullptr, 0, 0},
                        {kEnumValue, 0, "one", 1, 0},
                        {kEnumValue, 0, "three", 3, 0},
@@ -125,7 +125,7 @@ TEST_F(SetChecks, KeepToAnEnumeration) {
     EXPECT_EQ(CheckGauge(4294967295U), wrongValue);  // not -1
 }
 
-TEST_F(SetChecks, KeepToTruthValues) {
+TEST_F(SetChecks, AcceptOnlyTruthValues) {
     m_group.Constrain({{kEnumConvention, 1, cszTruthValue, 0, 0}});
     EXPECT_EQ(CheckInt(0), wrongValue);
     EXPECT_EQ(CheckInt(1), noError);
@@ -134,7 +134,7 @@ TEST_F(SetChecks, KeepToTruthValues) {
     EXPECT_EQ(CheckInt(-1), wrongValue);
 }
 
-TEST_F(SetChecks, RefuseAsWrongValueWhatIsNoDateAndTime) {
+TEST_F(SetChecks, RejectAnInvalidDateAndTimeAsWrongValue) {
     m_group.Constrain({{kConvention, 3, cszDateAndTime, 0, 0}});
     for (const std::size_t bad : {0U, 1U, 7U, 12U, 255U, 70000U}) {
         EXPECT_EQ(CheckLength(bad), wrongValue) << bad;
@@ -163,14 +163,14 @@ TEST_F(SetChecks, NarrowAConventionByTheColumnsOwnMaximum) {
     EXPECT_EQ(CheckLength(5), wrongLength);
 }
 
-TEST_F(SetChecks, CheckAConventionOfNobodyByItsTypeAlone) {
+TEST_F(SetChecks, CheckAnUnknownConventionByItsTypeAlone) {
     m_group.Constrain({{kConvention, 1, "of nobody", 0, 0}, {kConvention, 3, nullptr, 0, 0}});
     EXPECT_EQ(CheckInt(-77), noError);
     EXPECT_EQ(CheckLength(5000), noError);
     EXPECT_EQ(Check(Octets("1.3.1.0", "1")), wrongType);
 }
 
-TEST_F(SetChecks, KnowTheConventionsOfTheModule) {
+TEST_F(SetChecks, UseTheConventionsOfTheModule) {
     const BConstraintEntry conventions[] = {
         {kRange, 0, "Wide", 0, 128}, {kRange, 0, "Count", 0, 2147483647}, {kRange, 0, nullptr, 5, 5}, {}};
     m_group.SetModuleConventions(conventions);
@@ -206,7 +206,7 @@ TEST_F(SetChecks, ApplyEveryConstraintOfAColumn) {
     EXPECT_EQ(CheckInt(30), wrongValue);
 }
 
-TEST_F(SetChecks, OfferAnIntegerToAnUnsignedHandlerAndANumberToASignedOne) {
+TEST_F(SetChecks, AllowAnIntegerForAnUnsignedHandlerAndANumberForASignedOne) {
     m_group.Serve({Scalars::Unsigned(1, kInteger), Scalars::Int(2, kGauge32)});
     EXPECT_EQ(CheckInt(41), noError);
     EXPECT_EQ(m_group.answers.setNumber, 41U);

@@ -14,7 +14,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-TEST(TEvent, StartsUnsignalledWhateverTheSecondFlagSays) {
+TEST(TEvent, StartsUnsignalledRegardlessOfTheSecondFlag) {
     for (const bool manual : {false, true}) {
         for (const bool initially : {false, true}) {
             TEvent event(manual, initially);
@@ -44,7 +44,7 @@ TEST(TEvent, IsUsedUpByOneWaitWhenNotManual) {
     EXPECT_EQ(event.Wait(0), 0x102U);
 }
 
-TEST(TEvent, TimesOutNotBeforeTheTimeIsUp) {
+TEST(TEvent, DoesNotTimeOutEarly) {
     TEvent event(true);
     const auto start = Clock::now();
     EXPECT_EQ(event.Wait(30), 0x102U);
@@ -103,7 +103,7 @@ TEST(TEvent, LetsOneWaiterThroughForEachSignalWhenNotManual) {
     EXPECT_EQ(event.Wait(0), 0x102U);
 }
 
-TEST(TEvent, MayBeDestroyedByTheWaiterThatItLetThrough) {
+TEST(TEvent, MayBeDestroyedByTheWaiterThatItWakes) {
     int destroyed = 0;
     for (int round = 0; round < 300; ++round) {
         auto event = std::make_unique<TEvent>(true);

@@ -12,12 +12,12 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// Locks here are taken and given back in ways that the compiler's analysis cannot follow.
+// Locks here are taken and released in ways that the compiler's analysis cannot follow.
 
 unsigned int Take(TMutex& lock, unsigned int limit) CVT_NO_THREAD_SAFETY_ANALYSIS { return lock.Wait(limit); }
 void GiveBack(TMutex& lock) CVT_NO_THREAD_SAFETY_ANALYSIS { lock.Done(); }
 
-/// What another thread gets that waits for the lock; it gives a lock that it got back.
+/// The result of a wait for the lock on another thread, which releases the lock if it got it.
 unsigned int TakeElsewhere(TMutex& lock, unsigned int limit) {
     unsigned int result = 99;
     std::thread([&] {
@@ -37,7 +37,7 @@ TEST(TMutex, IsTakenByAWaitOfAnyLength) {
     }
 }
 
-TEST(TMutex, IsTriedByAWaitOfZero) {
+TEST(TMutex, IsOnlyTriedByAWaitOfZero) {
     TMutex lock(true);
     EXPECT_EQ(Take(lock, 0), 0U);
     EXPECT_EQ(TakeElsewhere(lock, 0), 0x102U);
@@ -66,7 +66,7 @@ TEST(TMutex, IsRefusedToItsHolderWhenNotRecursive) {
     EXPECT_EQ(TakeElsewhere(lock, 0), 0U);
 }
 
-TEST(TMutex, TimesOutNotBeforeTheTimeIsUp) {
+TEST(TMutex, DoesNotTimeOutEarly) {
     TMutex lock(true);
     const TMutex::Guard guard(lock);
     const auto start = Clock::now();
@@ -74,7 +74,7 @@ TEST(TMutex, TimesOutNotBeforeTheTimeIsUp) {
     EXPECT_GE(Clock::now() - start, milliseconds(30));
 }
 
-TEST(TMutex, IsGotByAWaiterOnceItIsGivenBack) {
+TEST(TMutex, IsTakenByAWaiterOnceItIsReleased) {
     for (const unsigned int limit : {60000U, kWaitForever}) {
         TMutex lock(true);
         EXPECT_EQ(Take(lock, 0), 0U);
@@ -87,7 +87,7 @@ TEST(TMutex, IsGotByAWaiterOnceItIsGivenBack) {
     }
 }
 
-TEST(TMutex, KeepsThreadsApart) {
+TEST(TMutex, ExcludesOtherThreads) {
     TMutex lock(false);
     int count = 0;
     std::vector<std::thread> threads;

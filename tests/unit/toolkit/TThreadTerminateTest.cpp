@@ -1,4 +1,4 @@
-// Terminate ends a thread where it waits, and leaves behind nothing that others share in disorder.
+// Terminate ends a thread where it waits, and leaves everything that it shares in order.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 namespace CVT::test {
 namespace {
 
-/// Whether another thread could take the lock just now.
+/// Whether another thread could take the lock now.
 bool IsFree(TMutex& lock) {
     bool free = false;
     std::thread([&]() CVT_NO_THREAD_SAFETY_ANALYSIS {
@@ -28,7 +28,7 @@ bool IsFree(TMutex& lock) {
     return free;
 }
 
-/// Starts a thread that waits in `wait`, terminates it, and looks that it ended there, once, with its stack unwound.
+/// Starts a thread that waits in `wait`, terminates it, and checks that it ended there, once, with its stack unwound.
 void ExpectEndsIn(const std::function<void()>& wait) {
     TEvent waiting(true);
     int unwound = 0;
@@ -54,7 +54,7 @@ TEST(TThreadTerminate, EndsAThreadThatWaitsForAnEvent) {
     for (const unsigned int limit : {600000U, kWaitForever}) {
         TEvent never(true);
         ExpectEndsIn([&] { never.Wait(limit); });
-        never.Set();  // the event is as good as before
+        never.Set();  // the event still works
         EXPECT_EQ(never.Wait(0), 0U);
     }
 }
@@ -75,11 +75,11 @@ TEST(TThreadTerminate, EndsAThreadThatReads) {
     EXPECT_EQ(::close(pipe[1]), 0);
 }
 
-TEST(TThreadTerminate, GivesGuardedLocksBack) {
+TEST(TThreadTerminate, ReleasesGuardedLocks) {
     TMutex outer(true);
     TMutex inner(false);
     TEvent never(true);
-    ExpectEndsIn([&]() CVT_NO_THREAD_SAFETY_ANALYSIS {  // which knows no recursive locks
+    ExpectEndsIn([&]() CVT_NO_THREAD_SAFETY_ANALYSIS {  // it does not support recursive locks
         const TMutex::Guard first(outer);
         const TMutex::Guard again(outer);
         const TMutex::Guard second(inner);
@@ -115,7 +115,7 @@ TEST(TThreadTerminate, NeverStopsAThreadThatWaitsForALock) {
     EXPECT_TRUE(IsFree(lock));
 }
 
-TEST(TThreadTerminate, LetsAnotherThreadsGuardAlone) {
+TEST(TThreadTerminate, LeavesAnotherThreadsGuardAlone) {
     TMutex lock(true);
     TEvent never(true);
     const TMutex::Guard guard(lock);
@@ -176,7 +176,7 @@ TEST(TThreadTerminate, LeavesTheThreadReadyForAnotherStart) {
     EXPECT_EQ(runs, 3);
 }
 
-TEST(TThreadTerminate, EndsAThreadAtAnyMomentOfItsBeginningAndItsEnd) {
+TEST(TThreadTerminate, EndsAThreadAtAnyMomentOfItsStartAndItsEnd) {
     int ends = 0;
     for (int round = 0; round < 200; ++round) {
         TEvent event(false);
@@ -197,7 +197,7 @@ TEST(TThreadTerminate, EndsAThreadAtAnyMomentOfItsBeginningAndItsEnd) {
     EXPECT_EQ(ends, 200);
 }
 
-TEST(TThreadTerminate, LetsOnThreadEndFinishThoughItWaits) {
+TEST(TThreadTerminate, LetsOnThreadEndFinishEvenWhenItWaits) {
     TEvent ending(true);
     TEvent finish(true);
     bool finished = false;

@@ -14,7 +14,7 @@
 namespace CVT::test {
 namespace {
 
-TEST(TThread, DoesItsWorkOnAThreadOfItsOwn) {
+TEST(TThread, RunsOnAThreadOfItsOwn) {
     std::thread::id worker;
     FunctionThread thread([&](FunctionThread&) { worker = std::this_thread::get_id(); });
     EXPECT_TRUE(thread.StartNow());
@@ -60,7 +60,7 @@ TEST(TThread, EndsWhenAskedToStop) {
     EXPECT_TRUE(thread.StopRequested());
 }
 
-TEST(TThread, SaysThatItDidNotStopInTime) {
+TEST(TThread, ReportsThatItDidNotStopInTime) {
     TEvent go(true);
     FunctionThread thread([&](FunctionThread&) { go.Wait(kWaitForever); });
     EXPECT_TRUE(thread.StartNow());
@@ -84,7 +84,7 @@ TEST(TThread, StartsAgainOnlyAfterResetMembers) {
     EXPECT_EQ(runs, 2);
 }
 
-TEST(TThread, IsNotResetWhileItMayStillRun) {
+TEST(TThread, CannotBeResetWhileItMayStillRun) {
     TEvent go(true);
     FunctionThread thread([&](FunctionThread&) { go.Wait(kWaitForever); });
     EXPECT_TRUE(thread.StartNow());
@@ -96,7 +96,7 @@ TEST(TThread, IsNotResetWhileItMayStillRun) {
     EXPECT_TRUE(thread.Join(60000));
 }
 
-TEST(TThread, IsJoinedByTwoWaitersAtOnce) {
+TEST(TThread, CanBeJoinedByTwoWaitersAtOnce) {
     int joined = 0;
     for (int round = 0; round < 50; ++round) {
         FunctionThread thread([](FunctionThread&) {});
@@ -125,7 +125,7 @@ TEST(TThread, CallsOnThreadEndOnTheThreadBeforeItIsJoined) {
     EXPECT_EQ(ends, 1);
 }
 
-TEST(TThread, EndsByAnExceptionAsByAReturn) {
+TEST(TThread, EndsByAnExceptionAsIfByAReturn) {
     int ends = 0;
     int unwound = 0;
     for (const bool standard : {true, false}) {
@@ -183,7 +183,7 @@ TEST(TThreadSelfDeleting, DeletesItselfAfterAnException) {
     EXPECT_EQ(deleted, 1);
 }
 
-TEST(TThreadSelfDeleting, CountsUntilItsDestructorHasReturned) {
+TEST(TThreadSelfDeleting, IsCountedUntilItsDestructorHasReturned) {
     TEvent inDestructor(true);
     TEvent leave(true);
     auto* const thread = new FunctionThread([](FunctionThread&) {}, true);
@@ -232,7 +232,7 @@ TEST(TThreadSelfDeleting, CannotBeJoinedOrTerminated) {
     EXPECT_TRUE(done);
 }
 
-TEST(TThreadSelfDeleting, LeavesAnOwnedThreadUncounted) {
+TEST(TThreadSelfDeleting, DoesNotCountAnOwnedThread) {
     TEvent go(true);
     FunctionThread thread([&](FunctionThread&) { go.Wait(kWaitForever); });
     EXPECT_TRUE(thread.StartNow());
@@ -242,7 +242,7 @@ TEST(TThreadSelfDeleting, LeavesAnOwnedThreadUncounted) {
     EXPECT_TRUE(thread.Join(60000));
 }
 
-/// Runs both kinds of threads where the system has no memory for their stacks. 0 when they behave.
+/// Starts both kinds of threads where the system has no memory for their stacks. 0 when they behave correctly.
 int StartWithoutMemory() {
     const rlimit limit{1UL << 30U, 1UL << 30U};
     if (setrlimit(RLIMIT_AS, &limit) != 0) {
@@ -263,7 +263,7 @@ int StartWithoutMemory() {
 
 TEST(TThreadDeathTest, DeletesASelfDeletingThreadThatCannotBeStarted) {
     if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer needs the memory that this test takes away";
+        GTEST_SKIP() << "a sanitizer needs the memory that this test removes";
     }
     EXPECT_EXIT(std::_Exit(StartWithoutMemory()), testing::ExitedWithCode(0), "");
 }

@@ -7,7 +7,7 @@
 namespace CVT {
 namespace {
 
-TEST(TTimer, SleepsAtLeastItsTime) {
+TEST(TTimer, SleepsAtLeastTheGivenTime) {
     TTimer timer;
     const auto start = std::chrono::steady_clock::now();
     timer.Sleep(30);

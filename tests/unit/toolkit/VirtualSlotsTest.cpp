@@ -1,4 +1,4 @@
-// Modules and hosts are built apart, so the place of every virtual operation is part of the toolkit's interface.
+// Modules and hosts are built separately, so the slot of every virtual operation is part of the toolkit's interface.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 namespace CVT {
 namespace {
 
-/// The slot of a virtual member function, as the Itanium C++ ABI writes it into a pointer to member; -1 for a function
+/// The slot of a virtual member function, as the Itanium C++ ABI encodes it in a pointer to member; -1 for a function
 /// that is not virtual.
 template <class Member>
 std::ptrdiff_t SlotOf(Member member) {
@@ -37,7 +37,7 @@ using GetOne = int (BMibImpl::*)(unsigned int, BVarBind&);
 using SetList = int (BMibImpl::*)(unsigned int, const BVarBindList&, ESnmpSetOpCode, void**, int&, int);
 using SetOne = int (BMibImpl::*)(unsigned int, ESnmpSetOpCode, void**, const BVarBind&);
 
-TEST(VirtualSlots, OfASubtreeHandlerStandBehindItsTwoDestructors) {
+TEST(VirtualSlots, OfASubtreeHandlerFollowItsTwoDestructors) {
     EXPECT_EQ(SlotOf(&BMibSubtreeHandler::OnTimeout), 2);
     EXPECT_EQ(SlotOf(static_cast<int (BMibSubtreeHandler::*)(unsigned int, BVarBindList&, int&, int)>(
                   &BMibSubtreeHandler::Get)),
@@ -66,7 +66,7 @@ TEST(VirtualSlots, OfAGroupFollowThoseOfASubtreeHandler) {
     EXPECT_EQ(SlotOf(&BMibImpl::GetConstraintMap), 16);
 }
 
-TEST(VirtualSlots, OfScalarsAndTablesFillThoseOfAGroup) {
+TEST(VirtualSlots, OfScalarsAndTablesAreThoseOfAGroup) {
     using ScalarGet = int (BMibScalarGroupImpl::*)(unsigned int, BVarBind&);
     using ScalarSet = int (BMibScalarGroupImpl::*)(unsigned int, ESnmpSetOpCode, void**, const BVarBind&);
     EXPECT_EQ(SlotOf(static_cast<ScalarGet>(&BMibScalarGroupImpl::Get)), 10);
@@ -81,7 +81,7 @@ TEST(VirtualSlots, OfScalarsAndTablesFillThoseOfAGroup) {
     EXPECT_EQ(SlotOf(&BMibTableImpl::NextInstanceInColumn), 17);
 }
 
-TEST(VirtualSlots, OfAModuleStandBehindItsTwoDestructors) {
+TEST(VirtualSlots, OfAModuleFollowItsTwoDestructors) {
     EXPECT_EQ(SlotOf(&BMibImplGroup::Init), 2);
     EXPECT_EQ(SlotOf(&BMibImplGroup::Cleanup), 3);
     EXPECT_EQ(SlotOf(&BMibImplGroup::NumHandlers), 4);
@@ -90,14 +90,14 @@ TEST(VirtualSlots, OfAModuleStandBehindItsTwoDestructors) {
     EXPECT_EQ(SlotOf(&BMibImplGroup::InitDefVals), 7);
 }
 
-/// Opens the protected operations of a thread to the test.
+/// Makes the protected operations of a thread accessible to the test.
 class OpenThread : public TThread {
 public:
     static std::ptrdiff_t SlotOfRun() { return SlotOf(&OpenThread::Run); }
     static std::ptrdiff_t SlotOfOnThreadEnd() { return SlotOf(&OpenThread::OnThreadEnd); }
 };
 
-TEST(VirtualSlots, OfAThreadStandBehindItsTwoDestructors) {
+TEST(VirtualSlots, OfAThreadFollowItsTwoDestructors) {
     EXPECT_EQ(SlotOf(&TThread::Start), 2);
     EXPECT_EQ(SlotOf(&TThread::Terminate), 3);
     EXPECT_EQ(SlotOf(&TThread::Stop), 4);

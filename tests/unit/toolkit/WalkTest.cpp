@@ -1,4 +1,4 @@
-// GETNEXT against a sorted list of all instances, from anywhere.
+// GETNEXT compared with a sorted list of all instances, from any starting point.
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ BObjectIdentifier RandomName(std::mt19937& random, std::size_t mostArcs) {
     return name;
 }
 
-/// A name near one of `names`: cut, lengthened (now and then to all 128 arcs), or with an arc changed.
+/// A name near one of `names`: truncated, lengthened (occasionally to all 128 arcs), or with one arc changed.
 BObjectIdentifier NameNear(const std::vector<BObjectIdentifier>& names, std::mt19937& random) {
     if (names.empty() || random() % 20 == 0) {
         return RandomName(random, 128);
@@ -61,8 +61,8 @@ BObjectIdentifier NameNear(const std::vector<BObjectIdentifier>& names, std::mt1
     return name;
 }
 
-/// `next` gives the name behind the one it is given, or false. From many names it must agree with the list; from the
-/// empty name on it must visit the whole list.
+/// `next` advances a name to the one after it, or returns false. From many names it must agree with the list; from the
+/// empty name it must visit the whole list.
 template <class NextName>
 void ExpectWalks(const Names& instances, unsigned int seed, int probes, NextName next) {
     std::vector<BObjectIdentifier> visited;
@@ -78,9 +78,9 @@ void ExpectWalks(const Names& instances, unsigned int seed, int probes, NextName
         BObjectIdentifier name = from;
         const bool found = next(name);
         const auto expected = instances.upper_bound(from);
-        ASSERT_EQ(found, expected != instances.end()) << "behind " << from.ToString().c_str();
+        ASSERT_EQ(found, expected != instances.end()) << "after " << from.ToString().c_str();
         ASSERT_EQ(name, found ? *expected : from)
-            << "behind " << from.ToString().c_str() << " came " << name.ToString().c_str();
+            << "after " << from.ToString().c_str() << " came " << name.ToString().c_str();
     }
 }
 
@@ -104,7 +104,7 @@ auto NextIn(BMibEngine& engine) {
     };
 }
 
-/// All instances that a group serves, as its columns and rows say.
+/// All instances that a group serves, according to its columns and rows.
 Names InstancesOf(const BMibImpl& group, const std::vector<BRqHndlrEntry>& columns, const Names& rows) {
     Names names;
     for (const BRqHndlrEntry& column : columns) {
@@ -172,7 +172,7 @@ TEST(Walk, OfATableNestedInAScalarGroup) {
     ExpectWalks(instances, 4, 20000, NextIn(engine));
 }
 
-/// Scalar groups and tables at random places of a small tree, nested as it comes.
+/// Scalar groups and tables at random places of a small tree, nested at random.
 class RandomTree {
 public:
     explicit RandomTree(unsigned int seed) : m_random(seed) {
@@ -195,7 +195,7 @@ public:
         return groups;
     }
 
-    /// What a walk must visit: each instance that lies in no subtree further in than its own group's.
+    /// The instances that a walk must visit: those that lie in no subtree nested in their own group's.
     Names Instances() const {
         Names all;
         for (const auto& [group, instances] : m_groups) {
@@ -231,7 +231,7 @@ private:
     void Add(std::unique_ptr<BMibImpl> group, const Names& instances) {
         for (const auto& [other, unused] : m_groups) {
             if (other->Oid() == group->Oid()) {
-                return;  // one subtree, one group
+                return;  // only one group for each subtree
             }
         }
         m_groups.emplace_back(std::move(group), instances);

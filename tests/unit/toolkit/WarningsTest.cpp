@@ -21,24 +21,24 @@ TEST(Warnings, ReachTheReceiverFromAnyThread) {
     EXPECT_EQ(received.Take(), (Texts{"the first", "the second"}));
 }
 
-TEST(Warnings, AreLostAsLongAsNobodyReceivesThem) {
+TEST(Warnings, AreLostWithoutAReceiver) {
     testing::internal::CaptureStderr();
-    CVT::Warn("nobody is told");
+    CVT::Warn("no receiver yet");
     ReceivedWarnings received;
     EXPECT_EQ(received.Take(), Texts{});
     CVT::SetWarningReceiver(nullptr);
-    CVT::Warn("nobody is told any more");
+    CVT::Warn("no receiver any more");
     EXPECT_EQ(received.Take(), Texts{});
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "a module has no stream of its own";
 }
 
-TEST(Warnings, BringNoControlCharactersToATerminal) {
+TEST(Warnings, ContainNoControlCharacters) {
     ReceivedWarnings received;
     CVT::Warn("/mnt/a\nb\x1b[2J\x7f may not be looked at\n");
     EXPECT_EQ(received.Take(), Texts{"/mnt/a b [2J  may not be looked at "});
 }
 
-TEST(Warnings, DoNotDisturbWhoWarnsWhenTheyCannotBeTaken) {
+TEST(Warnings, DoNotDisturbTheCallerWhenTheReceiverThrows) {
     CVT::SetWarningReceiver([](std::string_view) { throw std::runtime_error("no room for a line"); });
     EXPECT_NO_THROW(CVT::Warn("lost"));
     CVT::SetWarningReceiver(nullptr);

@@ -1,4 +1,4 @@
-// What a configuration may hold in which every directive is spelled right.
+// What a configuration may contain when every directive is spelled correctly.
 
 #include "agent/cvtagentd/access/ConfigReview.h"
 
@@ -35,7 +35,7 @@ protected:
     const ScratchFolder m_scratch;
 };
 
-TEST_F(ConfigReviewTest, AViewThatIsDefinedNowhereIsAFault) {
+TEST_F(ConfigReviewTest, AnUndefinedViewIsAFault) {
     EXPECT_THAT(Review("createUser me SHA \"long enough\"\n"
                        "rouser me auth -V some\n"
                        "rocommunity public 127.0.0.1 -V \"others\"\n"
@@ -45,13 +45,13 @@ TEST_F(ConfigReviewTest, AViewThatIsDefinedNowhereIsAFault) {
                 ElementsAre(UndefinedView(2, "some"), UndefinedView(3, "others"), UndefinedView(5, "write")));
 }
 
-TEST_F(ConfigReviewTest, AViewMayBeDefinedBehindItsUse) {
+TEST_F(ConfigReviewTest, AViewMayBeDefinedAfterItsUse) {
     const ConfigReview review = Review("rocommunity public 127.0.0.1 -V some\nVIEW some included .1\n");
     EXPECT_THAT(review.faults, IsEmpty());
     EXPECT_THAT(review.remarks, IsEmpty());
 }
 
-TEST_F(ConfigReviewTest, AUserWhoIsNotMadeInTheFileIsARemarkSinceHisKeysMayBeKept) {
+TEST_F(ConfigReviewTest, AUserThatTheFileDoesNotCreateIsARemarkBecauseItsKeysMayBeStored) {
     const ConfigReview review = Review(
         "rouser stranger priv\nrwuser -s usm other auth\ngroup us usm third\n"
         "createUser -e 0x8000000001020304 known SHA \"long enough\"\nrouser known\n");
@@ -66,7 +66,7 @@ TEST_F(ConfigReviewTest, DirectivesWithoutEffectAreRemarks) {
                             File() + ": line 3: Note: agentxsocket has an effect with --agentx only"));
 }
 
-TEST_F(ConfigReviewTest, SecretsThatEverybodyCanReadAreARemark) {
+TEST_F(ConfigReviewTest, SecretsReadableByEverybodyAreARemark) {
     const std::string warning = File() + ": Warning: everybody on this host can read its secrets; chmod o= " + File();
     const Perms open = Perms::owner_read | Perms::owner_write | Perms::others_read;
     EXPECT_THAT(Review("rocommunity public 127.0.0.1\n", open).remarks, ElementsAre(warning));
@@ -74,7 +74,7 @@ TEST_F(ConfigReviewTest, SecretsThatEverybodyCanReadAreARemark) {
     EXPECT_THAT(Review("createUser me\nrouser me noauth\n", open).remarks, IsEmpty());
 }
 
-TEST_F(ConfigReviewTest, CommentsAndSectionsOfOtherProgramsMeanNothing) {
+TEST_F(ConfigReviewTest, CommentsAndSectionsOfOtherProgramsAreIgnored) {
     const ConfigReview review = Review(
         "# rouser stranger -V some\n  # view\n[snmp] disableSNMPv1 yes\n"
         "[other]\nrouser stranger auth -V some\n[cvtagentd]\nmaster agentx # -V some\n");
@@ -82,13 +82,13 @@ TEST_F(ConfigReviewTest, CommentsAndSectionsOfOtherProgramsMeanNothing) {
     EXPECT_THAT(review.remarks, ElementsAre(File() + ": line 7: Note: master has no effect on this agent"));
 }
 
-TEST_F(ConfigReviewTest, WhereOtherFilesAreIncludedNamesMayBeDefinedThere) {
+TEST_F(ConfigReviewTest, NamesMayBeDefinedInIncludedFiles) {
     const ConfigReview review = Review("includeFile other.conf\nrouser stranger auth -V some\n");
     EXPECT_THAT(review.faults, IsEmpty());
     EXPECT_THAT(review.remarks, IsEmpty());
 }
 
-TEST_F(ConfigReviewTest, AFileThatIsMissingGivesNothing) {
+TEST_F(ConfigReviewTest, AMissingFileHasNoFaultsAndNoRemarks) {
     EXPECT_THAT(ConfigReview::Of(m_scratch / "none").faults, IsEmpty());
 }
 

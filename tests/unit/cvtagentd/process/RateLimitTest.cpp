@@ -18,19 +18,19 @@ unsigned int Admitted(RateLimit& guard, const std::string& kind, unsigned int me
     return admitted;
 }
 
-TEST(RateLimit, LetsAFewMessagesOfAKindPassInAMinute) {
+TEST(RateLimit, AllowsAFewMessagesOfEachKindPerMinute) {
     RateLimit guard;
     EXPECT_EQ(Admitted(guard, "kind", 1000, seconds(0)), RateLimit::kLinesInAWindow);
     EXPECT_EQ(Admitted(guard, "kind", 1000, seconds(59)), 0U);
 }
 
-TEST(RateLimit, AFloodOfOneKindHoldsNothingElseBack) {
+TEST(RateLimit, AFloodOfOneKindSuppressesNothingElse) {
     RateLimit guard;
     Admitted(guard, "kind", 1000, seconds(0));
     EXPECT_EQ(Admitted(guard, "other", 1, seconds(0)), 1U);
 }
 
-TEST(RateLimit, TellsWhatItHeldBackOnceTheMinuteIsOverAndBeginsAnew) {
+TEST(RateLimit, ReportsWhatItSuppressedAfterTheMinuteAndStartsAgain) {
     RateLimit guard;
     Admitted(guard, "kind", 1000, seconds(0));
     Admitted(guard, "other", 2, seconds(0));
@@ -44,7 +44,7 @@ TEST(RateLimit, TellsWhatItHeldBackOnceTheMinuteIsOverAndBeginsAnew) {
     EXPECT_EQ(Admitted(guard, "kind", 1000, seconds(60)), RateLimit::kLinesInAWindow);
 }
 
-TEST(RateLimit, HoldsNothingBackBelowTheLimit) {
+TEST(RateLimit, SuppressesNothingBelowTheLimit) {
     RateLimit guard;
     Admitted(guard, "kind", RateLimit::kLinesInAWindow, seconds(0));
     EXPECT_FALSE(guard.IsHolding());

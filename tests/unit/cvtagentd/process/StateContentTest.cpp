@@ -1,4 +1,4 @@
-// The agent's look at a state file of the SNMP library's: what is complete, and that nothing cut off is.
+// The agent's check of a state file of the SNMP library: which files are complete, and that no truncated file is.
 
 #include "agent/cvtagentd/process/StateContent.h"
 
@@ -56,7 +56,7 @@ TEST(StateContent, ACompleteFileHasItsUsersItsEngineAndItsBoots) {
     EXPECT_EQ(content.NonVolatileUsers(), (StateContent::Users{{engine, "nobody"}, {engine, "reader"}}));
 }
 
-TEST(StateContent, WhereverAFileIsCutOffItHasAFault) {
+TEST(StateContent, ATruncatedFileHasAFaultWhereverItIsCut) {
     const std::string good = Good();
     for (std::size_t length = 0; length < good.size(); ++length) {
         EXPECT_NE(FaultOf(good.substr(0, length)), "") << good.substr(0, length);
@@ -73,12 +73,12 @@ TEST(StateContent, AFaultNamesItsLine) {
     EXPECT_EQ(FaultOf(std::string(100, '\0') + "\n" + kTail), "line 1: it holds octets of 0");
 }
 
-TEST(StateContent, WithoutTheLinesOfUsersThatWereTakenOutAFileIsComplete) {
+TEST(StateContent, AFileIsCompleteWithoutTheLinesOfRemovedUsers) {
     EXPECT_EQ(FaultOf(kHead + kTail), "");
     EXPECT_EQ(FaultOf(kTail + Reader()), "") << "nor does the order matter";
 }
 
-TEST(StateContent, KeysAreAsLongAsTheirProtocolsAsk) {
+TEST(StateContent, KeysHaveTheLengthOfTheirProtocol) {
     const std::string noPriv = ".1.3.6.1.6.3.10.1.2.1";
     const std::size_t authOctets[] = {0, 16, 20, 28, 32, 48, 64};
     for (std::size_t number = 1; number <= std::size(authOctets); ++number) {
@@ -109,7 +109,7 @@ TEST(StateContent, KeysAreAsLongAsTheirProtocolsAsk) {
               "line 1: the key for authentication has 12 octets, not 32");
 }
 
-TEST(StateContent, NamesMayHoldQuotesAndBlanksAndOctetsOfAnyKind) {
+TEST(StateContent, NamesMayContainQuotesBlanksAndArbitraryOctets) {
     const std::string auth = ".1.3.6.1.6.3.10.1.1.1";
     const std::string priv = ".1.3.6.1.6.3.10.1.2.1";
     const auto nameOf = [&](const std::string& written) {
@@ -123,7 +123,7 @@ TEST(StateContent, NamesMayHoldQuotesAndBlanksAndOctetsOfAnyKind) {
     EXPECT_EQ(nameOf("0x6d6500"), "me") << "as older versions of the library write it";
 }
 
-TEST(StateContent, LinesOfTheLibraryThatAreNotWholeAreFaults) {
+TEST(StateContent, IncompleteLinesOfTheLibraryAreFaults) {
     const std::string user = "usmUser 1 3 " + kEngine + " \"me\" \"me\" NULL ";
     const std::string none = ".1.3.6.1.6.3.10.1.1.1 \"\" .1.3.6.1.6.3.10.1.2.1 \"\"";
     ASSERT_EQ(FaultOf(user + none + " \"\"\n" + kTail), "");
@@ -153,7 +153,7 @@ TEST(StateContent, LinesOfTheLibraryThatAreNotWholeAreFaults) {
     }
 }
 
-TEST(StateContent, DirectivesThatSomebodyHasWrittenAreLeftToTheLibrary) {
+TEST(StateContent, HandWrittenDirectivesAreLeftToTheLibrary) {
     EXPECT_EQ(FaultOf("createUser me SHA-256 \"long enough\"\n"), "");
     EXPECT_EQ(FaultOf(kHead + "createUser me SHA-256 \"long enough\"\n" + Reader() + kTail), "");
     EXPECT_EQ(FaultOf("createUser me SHA-256 \"long en"), "line 1: it is cut off");

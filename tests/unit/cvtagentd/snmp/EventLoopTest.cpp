@@ -1,4 +1,4 @@
-// What runs each turn of the loop, and how long it sleeps.
+// The work of each turn of the loop, and how long the loop sleeps.
 
 #include "agent/cvtagentd/snmp/EventLoop.h"
 
@@ -14,7 +14,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-TEST(EventLoop, RunsItsTasksInTheOrderInWhichTheyWereMade) {
+TEST(EventLoop, RunsItsTasksInTheOrderOfTheirCreation) {
     EventLoop loop;
     std::string order;
     const auto task = [&](char name) {
@@ -30,7 +30,7 @@ TEST(EventLoop, RunsItsTasksInTheOrderInWhichTheyWereMade) {
     EXPECT_EQ(order, "abab");
 }
 
-TEST(EventLoop, RunsATaskNoMoreOnceItIsGone) {
+TEST(EventLoop, NoLongerRunsADestroyedTask) {
     EventLoop loop;
     int runs = 0;
     const EventLoop::Task other(loop, [] { return std::optional(milliseconds::zero()); });
@@ -45,7 +45,7 @@ TEST(EventLoop, RunsATaskNoMoreOnceItIsGone) {
     EXPECT_EQ(runs, 1);
 }
 
-TEST(EventLoop, SleepsAsLongAsTheMostImpatientTaskAllows) {
+TEST(EventLoop, SleepsUntilTheEarliestTaskIsDue) {
     EventLoop loop;
     const EventLoop::Task patient(loop, [] { return std::optional(milliseconds(3'600'000)); });
     const EventLoop::Task impatient(loop, [] { return std::optional(milliseconds(30)); });
@@ -55,7 +55,7 @@ TEST(EventLoop, SleepsAsLongAsTheMostImpatientTaskAllows) {
     EXPECT_GE(steady_clock::now() - begin, milliseconds(29));
 }
 
-TEST(EventLoop, ReturnsASignalOnceThoughNoTaskWantsToWakeUp) {
+TEST(EventLoop, ReturnsASignalOnceEvenWhenNoTaskIsDue) {
     EventLoop loop;
     ::kill(::getpid(), SIGHUP);
     EXPECT_EQ(loop.Turn(), EventLoop::Event::kReload);

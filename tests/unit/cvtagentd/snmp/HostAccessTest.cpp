@@ -36,7 +36,7 @@ class HostAccessTest : public ::testing::Test {
 protected:
     void ExpectForgottenAfter(const char* what, const std::function<void()>& change) {
         m_now += seconds(10);
-        m_access.Verdict(V4("192.0.2.9"), m_now);  // looks at the files
+        m_access.Verdict(V4("192.0.2.9"), m_now);  // reads the files
         m_access.Remember(V4("192.0.2.1"), true, m_now);
         change();
         EXPECT_EQ(m_access.Verdict(V4("192.0.2.1"), m_now + seconds(1)), std::nullopt) << what;
@@ -48,7 +48,7 @@ protected:
     HostAccess m_access{{m_folder / "hosts.allow", m_folder / "hosts.deny"}};
 };
 
-TEST_F(HostAccessTest, RemembersEachAddressByItself) {
+TEST_F(HostAccessTest, RemembersEachAddressSeparately) {
     EXPECT_EQ(m_access.Verdict(V4("192.0.2.1"), m_begin), std::nullopt);
     m_access.Remember(V4("192.0.2.1"), true, m_begin);
     m_access.Remember(V4("192.0.2.2"), false, m_begin);
@@ -71,7 +71,7 @@ TEST_F(HostAccessTest, ForgetsEverythingWithinASecondOfAChange) {
     ExpectForgottenAfter("making the other file", [this] { m_folder.Write("hosts.allow", ""); });
 }
 
-TEST_F(HostAccessTest, LooksAtTheFilesOnceASecondAndNoMore) {
+TEST_F(HostAccessTest, ChecksTheFilesAtMostOnceASecond) {
     m_access.Verdict(V4("192.0.2.1"), m_begin);
     m_access.Remember(V4("192.0.2.1"), true, m_begin);
     m_folder.Write("hosts.deny", "ALL: ALL\n");
@@ -79,7 +79,7 @@ TEST_F(HostAccessTest, LooksAtTheFilesOnceASecondAndNoMore) {
     EXPECT_EQ(m_access.Verdict(V4("192.0.2.1"), m_begin + seconds(1)), std::nullopt);
 }
 
-TEST_F(HostAccessTest, AsksAgainAfterAMinuteSinceTheFilesMayNameHostsAndFiles) {
+TEST_F(HostAccessTest, AsksAgainAfterAMinuteBecauseTheFilesMayNameHostsAndFiles) {
     m_access.Remember(V4("192.0.2.1"), true, m_begin);
     EXPECT_EQ(m_access.Verdict(V4("192.0.2.1"), m_begin + seconds(59)), true);
     EXPECT_EQ(m_access.Verdict(V4("192.0.2.1"), m_begin + seconds(60)), std::nullopt);
@@ -94,7 +94,7 @@ TEST_F(HostAccessTest, KeepsABoundedNumberOfAddresses) {
     EXPECT_EQ(m_access.Verdict(V4("10.0.0.0"), m_begin), std::nullopt);
 }
 
-TEST_F(HostAccessTest, HasNothingToSayOfASocketOfThisHost) {
+TEST_F(HostAccessTest, HasNoVerdictOnASocketOfThisHost) {
     sockaddr local{};
     local.sa_family = AF_UNIX;
     EXPECT_EQ(HostAccess::Address::Of(local), std::nullopt);
