@@ -1,5 +1,5 @@
-// The backup dates of a file system that is really mounted, from a partition by the name that makes it one: an ext4 image on
-// a loop device whose node stands under /dev/ide.
+// The backup dates of a file system that is really mounted from a node with a partition's name: an ext4 image on a loop
+// device whose node stands under /dev/ide.
 
 #include <gtest/gtest.h>
 #include <sys/statfs.h>
@@ -54,7 +54,7 @@ protected:
         date.octets.Assign(octets);
         return date;
     }
-    /// The error-status of a whole SET; m_errorIndex is where it failed.
+    /// Returns the error-status of a whole SET; m_errorIndex is where it failed.
     int Set(const CVT::BVarBindList& dates) {
         m_errorIndex = 0;
         return m_engine.Set(CVT::BRequest().Id(), dates, m_errorIndex);
@@ -65,7 +65,7 @@ protected:
     int m_errorIndex = 0;
 };
 
-TEST_F(BackupDates, StandInTheRowOfAMountedPartition) {
+TEST_F(BackupDates, AreServedInTheRowOfAMountedPartition) {
     EXPECT_EQ(FileSystem(4).identifier.ToString(), CVT::BString("1.3.6.1.2.1.25.3.9.23"));
     EXPECT_EQ(FileSystem(5).integer, 1);
     EXPECT_EQ(FileSystem(6).integer, 2);
@@ -108,7 +108,7 @@ TEST_F(BackupDates, AreStoredWithEightToElevenOctets) {
     }
 }
 
-TEST_F(BackupDates, OfOtherLengthsAreRefused) {
+TEST_F(BackupDates, OfOtherLengthsAreRejected) {
     for (const int column : {8, 9}) {
         for (const std::size_t length : {0U, 7U, 12U, 200U}) {
             EXPECT_NE(Set({DateToSet(column, std::string(length, '\1'), m_row)}), 0) << length;
@@ -120,7 +120,7 @@ TEST_F(BackupDates, OfOtherLengthsAreRefused) {
     }
 }
 
-TEST_F(BackupDates, StayAsTheyAreWhenTheSecondOfTwoIsRefused) {
+TEST_F(BackupDates, StayUnchangedWhenTheSecondOfTwoIsRejected) {
     const std::string date(8, '\2');
     EXPECT_EQ(Set({DateToSet(8, date, m_row), DateToSet(9, std::string(7, '\2'), m_row)}), 10);
     EXPECT_EQ(m_errorIndex, 2);
@@ -133,7 +133,7 @@ TEST_F(BackupDates, StayAsTheyAreWhenTheSecondOfTwoIsRefused) {
     EXPECT_EQ(Date(9), date);
 }
 
-TEST_F(BackupDates, AreBroughtBackByAnUndo) {
+TEST_F(BackupDates, AreRestoredByAnUndo) {
     CVT::BMibImpl& table = *m_module->Group().HandlerAt(9);
     const CVT::BVarBind date = DateToSet(8, std::string(11, '\3'), m_row);
     void* undo = nullptr;

@@ -41,8 +41,8 @@ inline std::set<std::string> DevicesOfType(CVT::BMibEngine& engine, unsigned int
     return devices;
 }
 
-/// Each processor, network interface, printer and disk has one row in the table of its kind, and the reverse; each
-/// partition belongs to a disk.
+/// Expects that each processor, network interface, printer and disk has one row in the table for its kind, and vice
+/// versa, and that each partition belongs to a disk.
 inline void ExpectOneRowForEachDevice(CVT::BMibEngine& engine) {
     EXPECT_EQ(DevicesOfType(engine, 3), IndexesOf(engine, "1.3.6.1.2.1.25.3.3.1.2"));
     EXPECT_EQ(DevicesOfType(engine, 4), IndexesOf(engine, "1.3.6.1.2.1.25.3.4.1.1"));
@@ -54,7 +54,7 @@ inline void ExpectOneRowForEachDevice(CVT::BMibEngine& engine) {
     }
 }
 
-/// Each value of the column is the index of a row of the other table, or 0.
+/// Expects each value of the column to be the index of a row of the other table, or 0.
 inline void ExpectIndexesOfRows(CVT::BMibEngine& engine, const std::string& column, const std::string& rows) {
     const std::set<std::string> indexes = IndexesOf(engine, rows);
     for (const auto& [index, varBind] : ColumnOf(engine, column)) {

@@ -1,4 +1,5 @@
-// Discovery by the library that ships: what it makes of single files, of a second start-up, and of requests meanwhile.
+// Discovery by the shipped library: its results for single files, for a second start-up, and for requests while it
+// runs.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -36,7 +37,7 @@ protected:
         m_tree = std::make_unique<HostTree>(*m_host, HostFolder(name));
         MadeUpCalls::Instance().Read(HostFolder(name) + "/figures");
     }
-    /// A host that has nothing, but commands that say nothing.
+    /// A host that has no devices, and commands that print nothing.
     void LayBlankHost() {
         const std::string folder = m_host->Directory() + "/blank";
         std::filesystem::create_directories(folder + "/commands");
@@ -48,7 +49,7 @@ protected:
         std::filesystem::create_directories(std::filesystem::path(path).parent_path());
         std::ofstream(path, std::ios::binary) << content;
     }
-    /// The descriptions of the devices, in order of their indexes.
+    /// The descriptions of the devices, in index order.
     std::vector<std::string> Devices() {
         std::vector<std::string> devices;
         for (const CVT::BVarBind& varBind : Walk(m_engine, "1.3.6.1.2.1.25.3.2.1.3")) {
@@ -61,14 +62,14 @@ protected:
     std::unique_ptr<HostTree> m_tree;
 };
 
-TEST_F(DeviceDiscovery, UsesTheTextItHasForAProcessorWhoseBlockTheFileCutsShort) {
+TEST_F(DeviceDiscovery, UsesTheTextItHasForAProcessorWhoseBlockIsTruncated) {
     LayBlankHost();
     WriteFile("/proc/cpuinfo", "processor\t: 0\nvendor_id\t: a\ncpu family\t: 6\n");
     StartUp();
-    EXPECT_EQ(Devices(), Descriptions{" #1"}) << "none at first";
+    EXPECT_EQ(Devices(), Descriptions{" #1"}) << "no text at first";
 }
 
-TEST_F(DeviceDiscovery, UsesTheTextOfTheProcessorBeforeWhenABlockIsCutShort) {
+TEST_F(DeviceDiscovery, UsesTheTextOfThePreviousProcessorWhenABlockIsTruncated) {
     LayBlankHost();
     const std::string block = "processor\t: 0\nvendor_id\t: a\ncpu family\t: 6\nmodel\t\t: 1\nmodel name\t: Fast\n";
     WriteFile("/proc/cpuinfo", block + block.substr(0, block.size() - 1));
@@ -76,7 +77,7 @@ TEST_F(DeviceDiscovery, UsesTheTextOfTheProcessorBeforeWhenABlockIsCutShort) {
     EXPECT_EQ(Devices(), (Descriptions{" Fast #1", " Fast #2"}));
 }
 
-TEST_F(DeviceDiscovery, TakesTheFifthLineOfABlockForTheModelWhateverItSays) {
+TEST_F(DeviceDiscovery, TakesTheFifthLineOfABlockAsTheModelWhateverItSays) {
     LayBlankHost();
     WriteFile("/proc/cpuinfo",
               "Processor\t: ARMv7 Processor rev 2 (v7l)\n"
@@ -85,10 +86,10 @@ TEST_F(DeviceDiscovery, TakesTheFifthLineOfABlockForTheModelWhateverItSays) {
     StartUp();
     EXPECT_EQ(Devices()[0], "ARMv7 Processor rev 2 (v7l) #1");
     EXPECT_EQ(Devices()[1], "95.44 #2");
-    EXPECT_EQ(Devices().size(), 3U) << "the second processor stood inside the block of the first";
+    EXPECT_EQ(Devices().size(), 3U) << "the second processor was inside the block of the first";
 }
 
-TEST_F(DeviceDiscovery, TakesNothingOfAnEarlierLineForAProcessorWhoseModelLineIsShort) {
+TEST_F(DeviceDiscovery, UsesNoEarlierLineForAProcessorWhoseModelLineIsShort) {
     LayBlankHost();
     const std::string head = "vendor_id\t: GenuineVendorOfOld\ncpu family\t: 6\nmodel\t\t: 158 and a long tail\n";
     WriteFile("/proc/cpuinfo", "processor\t: 0\n" + head + "x\n" +  //
@@ -99,14 +100,14 @@ TEST_F(DeviceDiscovery, TakesNothingOfAnEarlierLineForAProcessorWhoseModelLineIs
     EXPECT_EQ(Devices(), (Descriptions{" #1", " Fast #2", " Fast #3", " #4", " #5"}));
 }
 
-TEST_F(DeviceDiscovery, CountsProcessorsThatHaveARowAlready) {
+TEST_F(DeviceDiscovery, CountsProcessorsThatAlreadyHaveARow) {
     LayBlankHost();
     WriteFile("/proc/cpuinfo", "Processor\t: A\nProcessor\t: A\nprocess : B\n Processor: C\n");
     StartUp();
     EXPECT_EQ(Devices(), (Descriptions{"A #1", "A #2"}));
 }
 
-TEST_F(DeviceDiscovery, KeepsAPrinterOutThatIsCalledLikeAnInterface) {
+TEST_F(DeviceDiscovery, SkipsAPrinterNamedLikeAnInterface) {
     LayBlankHost();
     WriteFile("/proc/net/dev", "lo: 1\n");
     WriteFile("/etc/printcap", "lo:rm=server:\n\t:continued:\nlp:\n");
@@ -116,14 +117,14 @@ TEST_F(DeviceDiscovery, KeepsAPrinterOutThatIsCalledLikeAnInterface) {
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.5.1.1.1").type, CVT::kNoSuchInstance);
 }
 
-TEST_F(DeviceDiscovery, EndsTheParallelPortsAtTheFirstGap) {
+TEST_F(DeviceDiscovery, StopsLookingForParallelPortsAtTheFirstGap) {
     LayBlankHost();
     WriteFile("/proc/ioports", "0378-037a : parport0\n0278-027a : parport2\n");
     StartUp();
     EXPECT_EQ(Devices(), Descriptions{"parport0"});
 }
 
-TEST_F(DeviceDiscovery, KnowsEightParallelPorts) {
+TEST_F(DeviceDiscovery, FindsEightParallelPorts) {
     LayBlankHost();
     WriteFile("/proc/ioports", "parport7 parport6 parport5 parport4 parport3 parport2 parport1 parport0 parport8\n");
     StartUp();
@@ -131,7 +132,7 @@ TEST_F(DeviceDiscovery, KnowsEightParallelPorts) {
     EXPECT_EQ(Devices().back(), "parport7");
 }
 
-TEST_F(DeviceDiscovery, AsksTheKernelLogForSerialPortsOnlyWhenTheDirectoryHasNone) {
+TEST_F(DeviceDiscovery, SearchesTheKernelLogForSerialPortsOnlyWhenTheDirectoryHasNone) {
     LayBlankHost();
     std::filesystem::create_directory("/dev/cua");
     m_tree->Command("dmesg", "ttyS0 at 0x03f8 (irq = 4) is a 16550A\n");
@@ -139,7 +140,7 @@ TEST_F(DeviceDiscovery, AsksTheKernelLogForSerialPortsOnlyWhenTheDirectoryHasNon
     EXPECT_EQ(Devices(), Descriptions{"ttyS0 at 0x03f8 (irq = 4) is a 16550A"}) << "an empty directory";
 }
 
-TEST_F(DeviceDiscovery, CountsASerialPortWithoutNumberThoughItMakesNoRow) {
+TEST_F(DeviceDiscovery, CountsASerialPortWithoutANumberAlthoughItHasNoRow) {
     LayBlankHost();
     WriteFile("/dev/cua/modem", "");
     m_tree->Command("dmesg", "ttyS0 at 0x03f8 (irq = 4) is a 16550A\n");
@@ -147,7 +148,7 @@ TEST_F(DeviceDiscovery, CountsASerialPortWithoutNumberThoughItMakesNoRow) {
     EXPECT_EQ(Devices(), Descriptions{});
 }
 
-TEST_F(DeviceDiscovery, ReadsOnWhenTheCommandsFail) {
+TEST_F(DeviceDiscovery, ContinuesWhenTheCommandsFail) {
     LayBlankHost();
     WriteFile("/proc/cpuinfo", "Processor\t: A\n");
     WriteFile("/proc/ioports", "parport0\n");
@@ -157,7 +158,7 @@ TEST_F(DeviceDiscovery, ReadsOnWhenTheCommandsFail) {
     EXPECT_EQ(Devices(), (Descriptions{"A #1", "parport0"}));
 }
 
-TEST_F(DeviceDiscovery, ReadsOnWhenItsTemporaryFileIsTaken) {
+TEST_F(DeviceDiscovery, ContinuesWhenItsTemporaryFileNameIsInUse) {
     LayBlankHost();
     WriteFile("/proc/cpuinfo", "Processor\t: A\n");
     m_tree->Command("mount", "/dev/sda1 on / type ext4 (rw)\n");
@@ -166,7 +167,7 @@ TEST_F(DeviceDiscovery, ReadsOnWhenItsTemporaryFileIsTaken) {
     ASSERT_TRUE(std::filesystem::create_directory(name));
     StartUp();
     EXPECT_EQ(Devices(), Descriptions{"A #1"});
-    EXPECT_TRUE(std::filesystem::remove(name)) << "what others put there stays";
+    EXPECT_TRUE(std::filesystem::remove(name)) << "a file of another user stays";
 }
 
 TEST_F(DeviceDiscovery, RemovesTheTemporaryFileOfAnAgentThatWasKilled) {
@@ -177,7 +178,7 @@ TEST_F(DeviceDiscovery, RemovesTheTemporaryFileOfAnAgentThatWasKilled) {
     EXPECT_FALSE(std::filesystem::exists(stale));
 }
 
-TEST_F(DeviceDiscovery, AddsAtASecondStartUpOnlyWhatIsNewUnderTheNextIndexes) {
+TEST_F(DeviceDiscovery, AddsOnlyNewDevicesAtASecondStartUpUnderTheNextIndexes) {
     LayHost("board");
     StartUp();
     const Descriptions before = Devices();
@@ -198,7 +199,7 @@ TEST_F(DeviceDiscovery, AddsAtASecondStartUpOnlyWhatIsNewUnderTheNextIndexes) {
     EXPECT_EQ(Walk(m_engine, "1.3.6.1.2.1.25.3.3.1.2").size(), 2U);
 }
 
-TEST_F(DeviceDiscovery, CountsOnInANewModuleOfTheSameProcess) {
+TEST_F(DeviceDiscovery, ContinuesItsIndexesInANewModuleOfTheSameProcess) {
     LayHost("board");
     StartUp();
     m_engine.Remove(m_module->Group());
@@ -210,7 +211,7 @@ TEST_F(DeviceDiscovery, CountsOnInANewModuleOfTheSameProcess) {
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.4.1.1.11").integer, 4);
 }
 
-TEST_F(DeviceDiscovery, WaitsForADiskThatHasToStartUpFirstButNotForAServer) {
+TEST_F(DeviceDiscovery, WaitsForADiskThatMustSpinUpButNotForAServer) {
     LayHost("board");
     m_tree->Command("mount", "/dev/sda1 on / type ext4 (rw)\n/dev/fuse on /boot type fuse.test (rw)\n");
     for (auto& [directory, space] : MadeUpCalls::Instance().spaces) {
@@ -221,7 +222,7 @@ TEST_F(DeviceDiscovery, WaitsForADiskThatHasToStartUpFirstButNotForAServer) {
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.3.6.1.4.7").integer, 0);
 }
 
-TEST_F(DeviceDiscovery, GivesTheSystemItsInitialLoadDeviceByThePlaceOfTheFirstDiskNotByItsIndex) {
+TEST_F(DeviceDiscovery, ReportsTheInitialLoadDeviceAsThePositionOfTheFirstDiskNotItsIndex) {
     LayHost("board");
     StartUp();
     const char* const initialLoadDevice = "1.3.6.1.2.1.25.1.3.0";
@@ -233,7 +234,7 @@ TEST_F(DeviceDiscovery, GivesTheSystemItsInitialLoadDeviceByThePlaceOfTheFirstDi
     EXPECT_EQ(Get(m_engine, initialLoadDevice).integer, 6);
 }
 
-TEST_F(DeviceDiscovery, KnowsTheInitialLoadDeviceThoughSomebodyUsesTheDeviceTable) {
+TEST_F(DeviceDiscovery, KnowsTheInitialLoadDeviceEvenWhileTheDeviceTableIsInUse) {
     LayHost("board");
     StartUp();
     CVT::TEvent held(true);
@@ -249,7 +250,7 @@ TEST_F(DeviceDiscovery, KnowsTheInitialLoadDeviceThoughSomebodyUsesTheDeviceTabl
     holder.join();
 }
 
-TEST_F(DeviceDiscovery, TakesTheLastDigitOfADeviceNameForThePartition) {
+TEST_F(DeviceDiscovery, TakesTheLastDigitOfADeviceNameAsThePartition) {
     LayBlankHost();
     const std::string stem = "/dev/ide/host0/part";
     m_tree->Command("mount", stem + "10 on /mnt type ext3 (rw)\n");
@@ -267,7 +268,7 @@ TEST_F(DeviceDiscovery, TakesTheLastDigitOfADeviceNameForThePartition) {
     EXPECT_EQ(labels[1].octets.View(), stem + "12");
 }
 
-TEST_F(DeviceDiscovery, TellsTheFileSystemTypeByTheLowThirtyTwoBitsOfWhatTheKernelSays) {
+TEST_F(DeviceDiscovery, DeterminesTheFileSystemTypeFromTheLowThirtyTwoBitsOfTheMagicNumber) {
     LayBlankHost();
     const std::vector<std::pair<unsigned long, int>> types = {{0xADFF, 16},
                                                               {0x00011954, 3},
@@ -307,7 +308,7 @@ TEST_F(DeviceDiscovery, TellsTheFileSystemTypeByTheLowThirtyTwoBitsOfWhatTheKern
     }
 }
 
-TEST_F(DeviceDiscovery, FindsNoStorageForAMountDirectoryWithABlankWhichTheListingCuts) {
+TEST_F(DeviceDiscovery, FindsNoStorageForAMountDirectoryThatTheListingCutsAtABlank) {
     LayBlankHost();
     m_tree->Command("mount", "/dev/fd0 on /mnt/my disk type vfat (rw)\n/dev/fd1 on /mnt/other type vfat (rw)\n");
     WriteFile("/etc/mtab", "/dev/fd0 /mnt/my\\040disk vfat rw 0 0\n/dev/fd1 /mnt/other vfat rw 0 0\n");
@@ -330,7 +331,7 @@ TEST_F(DeviceDiscovery, HasNoInstanceUnderTheIndexOfAnotherKindOfDevice) {
     }
 }
 
-/// Asks one group again and again, on a thread of its own.
+/// Reads one group again and again, on a thread of its own.
 class Asker {
 public:
     explicit Asker(CVT::BMibImpl& group)
@@ -357,7 +358,7 @@ private:
     std::thread m_thread;
 };
 
-TEST_F(DeviceDiscovery, TellsTheInitialLoadDeviceAtLastToOneWhoAsksAllTheTimeBesideOthers) {
+TEST_F(DeviceDiscovery, ReportsTheInitialLoadDeviceEventuallyUnderConstantRequests) {
     LayHost("board");
     Start();
     const Asker other(*m_module->Group().HandlerAt(kDeviceTable));
@@ -368,10 +369,10 @@ TEST_F(DeviceDiscovery, TellsTheInitialLoadDeviceAtLastToOneWhoAsksAllTheTimeBes
         device.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.1.3.0");
         EXPECT_EQ(m_module->Group().HandlerAt(0)->Get(CVT::BRequest().Id(), device), CVT::noError);
     } while (device.integer == -1);
-    EXPECT_EQ(device.integer, 6) << "never a place in a table that is not complete";
+    EXPECT_EQ(device.integer, 6) << "never a position in an incomplete table";
 }
 
-TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
+TEST_F(DeviceDiscovery, DoesNotBlockRequestsToTheOtherTablesWhileItRuns) {
     LayHost("disks");
     const std::string mounts = HostFolder("disks") + "/commands/mount";
     std::string lines((std::istreambuf_iterator<char>(std::ifstream(mounts).rdbuf())), {});
@@ -380,14 +381,14 @@ TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
     CVT::BMibImpl& devices = *m_module->Group().HandlerAt(kDeviceTable);
     while (devices.RequestLock().Try()) {
         devices.RequestLock().Done();
-        ASSERT_FALSE(devices.IsActive()) << "discovery was over before it was seen";
+        ASSERT_FALSE(devices.IsActive()) << "discovery was over before the test could see it";
         CVT::TTimer().Sleep(1);
     }
     CVT::BVarBind initialLoad;
     initialLoad.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.1.3.0");
     EXPECT_EQ(m_module->Group().HandlerAt(0)->Get(CVT::BRequest().Id(), initialLoad), CVT::noError);
-    EXPECT_EQ(initialLoad.integer, -1) << "not known as long as it runs";
-    EXPECT_FALSE(devices.IsActive()) << "and not waited for";
+    EXPECT_EQ(initialLoad.integer, -1) << "unknown while discovery runs";
+    EXPECT_FALSE(devices.IsActive()) << "and the request does not wait";
     {
         std::vector<std::unique_ptr<Asker>> askers;
         for (const int place : {0, 1, 2, 4, 5, 6, 7, 8, 9, 10}) {
@@ -401,11 +402,11 @@ TEST_F(DeviceDiscovery, LetsRequestsToTheOtherTablesThroughWhileItRuns) {
         CVT::BVarBind first;
         first.name = devices.Oid();
         EXPECT_EQ(devices.GetNext(CVT::BRequest().Id(), first), CVT::noError);
-        EXPECT_TRUE(devices.IsActive()) << "its own table waits for it";
+        EXPECT_TRUE(devices.IsActive()) << "a request to its own table waits for it";
     }
     ASSERT_TRUE(m_module->WaitUntilActive());
     ASSERT_TRUE(m_engine.Add(m_module->Group()));
-    EXPECT_GT(Get(m_engine, "1.3.6.1.2.1.25.1.3.0").integer, 0) << "what was not known is not kept";
+    EXPECT_GT(Get(m_engine, "1.3.6.1.2.1.25.1.3.0").integer, 0) << "the unknown value is not kept";
     EXPECT_EQ(Devices().size(), 9U);
     EXPECT_EQ(Walk(m_engine, "1.3.6.1.2.1.25.3.8.1.1").size(), 3U);
 }

@@ -1,5 +1,5 @@
-// A whole life of the library that ships on made-up hosts, again and again, with calls to the system made to fail: one after
-// the other alone, and all from that one on.
+// A whole life of the shipped library on made-up hosts, repeated with failing system calls: first each call fails
+// alone, then every call from that one on.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -29,11 +29,11 @@ namespace {
 /// The scalars, and the rows of memory.
 constexpr int kAlwaysThere = 11 + 2 * 7;
 
-/// Which calls fail. Set while no thread of the module's runs.
+/// Which calls fail. Set while no thread of the module runs.
 struct Plan {
     std::string_view function;
     int first = 0;      ///< from 1; none fails with 0
-    bool rest = false;  ///< as those behind it do
+    bool rest = false;  ///< whether all later ones fail too
 };
 Plan s_plan;
 std::atomic<int> s_calls = 0;
@@ -82,7 +82,7 @@ extern "C" ssize_t readlinkat(int directory, const char* path, char* buffer, std
     return MadeUpCalls::Fails("readlinkat", EACCES) ? -1 : real(directory, path, buffer, size);
 }
 
-/// As it is when there can be no more processes.
+/// Behaves as if no more processes could be created.
 extern "C" int system(const char* command) {
     static auto* const real = RealFunction<int(const char*)>("system");
     return MadeUpCalls::Fails("system", EAGAIN) ? -1 : real(command);
@@ -119,7 +119,8 @@ protected:
         MadeUpCalls::Instance().active = false;
     }
 
-    /// From Init to Close, with two walks over everything: how many instances the second had. Counts the calls.
+    /// Runs the module from Init to Close, with two walks over everything. Returns the number of instances of the
+    /// second walk, and counts the calls.
     int Live(const Plan& plan) {
         s_plan = plan;
         s_calls = 0;
@@ -157,12 +158,12 @@ private:
     std::unique_ptr<HostTree> m_tree;
 };
 
-TEST_P(FailingCalls, CostRowsButNeitherACrashNorALaterStartUp) {
+TEST_P(FailingCalls, CostRowsButCauseNoCrashAndSpoilNoLaterStartUp) {
     const char* const function = std::get<1>(GetParam());
     const int instances = Live({});
     Live({function, 0, false});
     const int calls = s_calls;
-    ASSERT_GT(calls, 0) << "nobody calls it";
+    ASSERT_GT(calls, 0) << "it is never called";
     const int step = 1 + calls / (kIsSanitized ? 15 : 40);
     for (const bool rest : {false, true}) {
         for (int first = 1; first <= calls && !HasFailure(); first += step) {

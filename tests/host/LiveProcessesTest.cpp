@@ -1,5 +1,5 @@
-// The process tables over this machine's real /proc: processes are really forked and really killed. Only the clock is this
-// program's own, so that a scan need not be waited for.
+// The process tables over this machine's real /proc: processes are really forked and really killed. Only the clock is
+// this program's own, so that no test has to wait for a scan.
 
 #include <dirent.h>
 #include <gtest/gtest.h>
@@ -43,7 +43,8 @@ extern "C" std::time_t time(std::time_t* out) noexcept {
 
 namespace {
 
-/// As fork(2); the child gets the number `pid` unless that is 0. Less than 0 where the system does not let us choose.
+/// Like fork(2); the child gets the number `pid` unless that is 0. Returns less than 0 where the system does not let us
+/// choose.
 pid_t ForkAs(pid_t pid) {
     if (pid == 0) {
         return ::fork();
@@ -55,7 +56,7 @@ pid_t ForkAs(pid_t pid) {
     return static_cast<pid_t>(::syscall(SYS_clone3, &arguments, sizeof arguments));
 }
 
-/// A process that does nothing, under a name of the test's.
+/// A process that does nothing, under a name chosen by the test.
 class Child {
 public:
     explicit Child(const char* name, pid_t pid = 0) {
@@ -88,7 +89,7 @@ public:
         }
     }
     pid_t Pid() const { return m_pid; }
-    /// The signal that ended it; 0 while it lives.
+    /// The signal that ended the process; 0 while it lives.
     int EndedBy() {
         int status = 0;
         if (m_pid > 0 && ::waitpid(m_pid, &status, WNOHANG) == m_pid) {
@@ -185,7 +186,7 @@ TEST_F(LiveProcesses, ASetOfInvalidReallyKillsTheProcessAndNoOther) {
     EXPECT_EQ(neighbour.EndedBy(), 0);
 }
 
-TEST_F(LiveProcesses, ASetDoesNotKillAProcessThatHasGotTheNumberSince) {
+TEST_F(LiveProcesses, ASetDoesNotKillAProcessThatReusesTheNumber) {
     pid_t pid = 0;
     {
         const Child victim("victim");
@@ -214,7 +215,7 @@ TEST_F(LiveProcesses, ASetDoesNotKillAProcessThatHasGotTheNumberSince) {
     EXPECT_EQ(signal, SIGKILL);
 }
 
-TEST_F(LiveProcesses, WithoutAFreeDescriptorTheOldRowsStay) {
+TEST_F(LiveProcesses, TheOldRowsStayWhenNoDescriptorIsFree) {
     const std::set<unsigned int> walked = Pids("1.3.6.1.2.1.25.4.2.1.1");
     ASSERT_FALSE(walked.empty());
     testing::internal::CaptureStdout();
@@ -229,7 +230,7 @@ TEST_F(LiveProcesses, WithoutAFreeDescriptorTheOldRowsStay) {
     EXPECT_EQ(again, walked);
 }
 
-TEST_F(LiveProcesses, TheTablesAgreeWhileProcessesStartAndEndAllTheTime) {
+TEST_F(LiveProcesses, TheTablesAgreeWhileProcessesStartAndEndConstantly) {
     std::atomic<bool> stop = false;
     std::thread storm([&] {
         std::vector<pid_t> children;

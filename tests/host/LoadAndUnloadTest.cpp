@@ -1,4 +1,4 @@
-// The library that ships, from load to unload, on this machine.
+// The shipped library, from load to unload, on this machine.
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -25,7 +25,7 @@
 
 namespace {
 
-/// What this process holds of the kernel. To be made before the test lays a host of its own over /proc.
+/// The kernel resources of this process. Create it before the test covers /proc with a host of its own.
 class Holdings {
 public:
     Holdings() : m_process(::open("/proc/self", O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
@@ -35,7 +35,7 @@ public:
 
     int Threads() const { return EntriesOf("task"); }
     int Descriptors() const { return EntriesOf("fd"); }
-    /// The files that are mapped, each as often as it is.
+    /// The mapped files, each as often as it is mapped.
     std::multiset<std::string> MappedFiles() const {
         std::multiset<std::string> files;
         std::FILE* const maps = ::fdopen(::openat(m_process, "maps", O_RDONLY | O_CLOEXEC), "r");
@@ -63,7 +63,7 @@ private:
     const int m_process;
 };
 
-/// Walks the module on a thread of its own, again and again, from its making to its end.
+/// Walks the module on a thread of its own, again and again, from its construction to its destruction.
 class Asker {
 public:
     explicit Asker(CVT::BMibImplGroup& module) {
@@ -107,7 +107,7 @@ class LoadAndUnload : public testing::Test {
     const WorkingFolder m_workingFolder;
 };
 
-TEST_F(LoadAndUnload, FindsItsSixNamesAndStartsWithNothing) {
+TEST_F(LoadAndUnload, ExportsItsSixNamesAndStartsWithoutAModule) {
     LoadedModule module;
     ASSERT_TRUE(module.IsLoaded()) << ::dlerror();
     for (const char* const name :
@@ -120,7 +120,7 @@ TEST_F(LoadAndUnload, FindsItsSixNamesAndStartsWithNothing) {
     EXPECT_EQ(module.Object(), nullptr);
 }
 
-TEST_F(LoadAndUnload, HandsOutTheModuleAndKeepsTheTrapSender) {
+TEST_F(LoadAndUnload, ReturnsTheModuleAndKeepsTheTrapSender) {
     LoadedModule module;
     int sender = 0;
     EXPECT_EQ(module.Init(&sender), 1);
@@ -129,7 +129,7 @@ TEST_F(LoadAndUnload, HandsOutTheModuleAndKeepsTheTrapSender) {
     EXPECT_STREQ(module.Group().Name().c_str(), "CVHost");
     EXPECT_EQ(module.Close(), 1);
     EXPECT_EQ(module.Object(), nullptr);
-    EXPECT_TRUE(module.IsReady()) << "gbReady is never set back";
+    EXPECT_TRUE(module.IsReady()) << "gbReady is never reset";
 }
 
 TEST_F(LoadAndUnload, ASecondCloseDoesNothing) {
@@ -153,9 +153,9 @@ TEST_F(LoadAndUnload, MayBeInitialisedAgainAfterAClose) {
     }
 }
 
-TEST_F(LoadAndUnload, AThousandTimesUnderRequestsLeavesNoThreadNoDescriptorAndNoMapping) {
+TEST_F(LoadAndUnload, LeavesNoThreadNoDescriptorAndNoMappingAfterAThousandRoundsUnderRequests) {
     if (!MadeUpHost::IsPossible()) {
-        GTEST_SKIP() << "this machine gives no mount namespace";
+        GTEST_SKIP() << "this machine does not allow a mount namespace";
     }
     const Holdings holdings;
     MadeUpHost host;
@@ -171,13 +171,13 @@ TEST_F(LoadAndUnload, AThousandTimesUnderRequestsLeavesNoThreadNoDescriptorAndNo
         {
             const Asker asker(module.Group());
             while (!module.IsReady()) {
-                CVT::TTimer().Sleep(1);  // a Close that comes first would wait a whole second
+                CVT::TTimer().Sleep(1);  // an earlier Close would wait a whole second
             }
         }
         ASSERT_EQ(module.Close(), 1);
     };
     const HostTree tree(host, folder);
-    live();  // what the first thread of a process brings with it is not the module's
+    live();  // what the first thread of a process allocates is not the module's
     const int threads = holdings.Threads();
     const int descriptors = holdings.Descriptors();
     const std::multiset<std::string> files = holdings.MappedFiles();
@@ -192,7 +192,7 @@ TEST_F(LoadAndUnload, AThousandTimesUnderRequestsLeavesNoThreadNoDescriptorAndNo
     EXPECT_EQ(holdings.Threads(), threads);
 }
 
-TEST_F(LoadAndUnload, AnswersRequestsFromTheFirstMomentUntilItsClose) {
+TEST_F(LoadAndUnload, AnswersRequestsFromInitUntilClose) {
     LoadedModule module;
     module.Init();
     {
@@ -206,7 +206,7 @@ TEST_F(LoadAndUnload, AnswersRequestsFromTheFirstMomentUntilItsClose) {
     EXPECT_EQ(module.Close(), 1);
 }
 
-TEST_F(LoadAndUnload, IsReallyGoneAfterTheUnload) {
+TEST_F(LoadAndUnload, IsUnmappedAfterTheUnload) {
     const auto isMapped = [] {
         const std::multiset<std::string> files = Holdings().MappedFiles();
         return std::any_of(files.begin(), files.end(),

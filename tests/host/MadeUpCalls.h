@@ -1,7 +1,8 @@
 #pragma once
 
-// The system calls whose answers no file can make up: the figures of a mounted file system, and what a device node is. A
-// directory is listed in order of names. Defines functions of the C library, so one file of a test program includes this.
+// The system calls whose answers no file can fake: the figures of a mounted file system, and the type of a device node.
+// Directories are listed in order of names. Defines functions of the C library, so only one file of a test program
+// includes this.
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -23,7 +24,7 @@
 #include <thread>
 #include <vector>
 
-/// The folder of a made-up host in the tree of sources.
+/// The folder of a made-up host in the source tree.
 inline std::string HostFolder(const std::string& name) { return CVHOST_SOURCE_DIR "/tests/host/made-up/" + name; }
 
 /// The answers of a made-up host. Set before the module comes up, and then only read.
@@ -35,9 +36,9 @@ struct MadeUpCalls {
         std::chrono::milliseconds delay{0};  ///< before it answers
     };
 
-    /// Whether the call of a function that begins is to fail; null when none is. Asked on any thread.
+    /// Whether the current call of a function should fail; null when none should. Called on any thread.
     static inline bool (*fails)(std::string_view function) = nullptr;
-    /// Gives the error of a call that fails.
+    /// Sets the error of a call that fails.
     static bool Fails(std::string_view function, int error) {
         if (fails == nullptr || !fails(function)) {
             return false;
@@ -50,8 +51,8 @@ struct MadeUpCalls {
     std::map<std::string, Space> spaces;  ///< by mount directory; statfs of any other fails
     std::map<std::string, dev_t> nodes;   ///< device numbers, by path
 
-    /// Reads lines "space DIRECTORY MAGIC BLOCKSIZE BLOCKS" and "node PATH MAJOR MINOR"; '#' begins a comment. Without such
-    /// a file no file system gives figures.
+    /// Reads lines "space DIRECTORY MAGIC BLOCKSIZE BLOCKS" and "node PATH MAJOR MINOR"; '#' begins a comment. Without
+    /// such a file no file system has figures.
     void Read(const std::string& file) {
         *this = MadeUpCalls();
         active = true;
@@ -79,7 +80,7 @@ struct MadeUpCalls {
         return calls;
     }
 
-    /// The directories that were asked for their space since the last call.
+    /// The directories whose space was queried since the last call.
     static std::set<std::string> TakeAsked() {
         const std::lock_guard guard(Lock());
         return std::exchange(Asked(), {});
@@ -100,7 +101,7 @@ private:
     }
 };
 
-/// The entries of /dev/cua that readdir is still to give, last name first.
+/// The entries of /dev/cua that readdir has yet to return, last name first.
 inline std::vector<dirent>& EntriesToCome() {
     static std::vector<dirent> entries;
     return entries;

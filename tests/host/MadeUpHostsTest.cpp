@@ -1,5 +1,5 @@
-// The library that ships on hosts of our making, each a folder of tests/host/made-up: what a walk of the devices finds there,
-// against the folder's file `walk`.
+// The shipped library on made-up hosts, each a folder of tests/host/made-up: a walk of the devices compared with the
+// folder's file `walk`.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -44,15 +44,15 @@ private:
     std::unique_ptr<HostTree> m_tree;
 };
 
-TEST_P(MadeUpHosts, HaveTheDevicesThatTheirFilesTellOf) {
+TEST_P(MadeUpHosts, HaveTheDevicesInTheirFiles) {
     EXPECT_EQ(WalkText(m_engine), ContentOf(HostFolder(GetParam()) + "/walk"));
 }
 
-TEST_P(MadeUpHosts, HaveOneRowForEachDeviceInTheTableOfItsKindAndNoOther) { ExpectOneRowForEachDevice(m_engine); }
+TEST_P(MadeUpHosts, HaveExactlyOneRowForEachDeviceInTheTableForItsKind) { ExpectOneRowForEachDevice(m_engine); }
 
-TEST_P(MadeUpHosts, HaveIndexesThatLeadToRowsOrAreZero) { ExpectIndexesThatLeadToRows(m_engine); }
+TEST_P(MadeUpHosts, HaveIndexesThatReferToRowsOrAreZero) { ExpectIndexesThatLeadToRows(m_engine); }
 
-TEST_P(MadeUpHosts, AreLeftWithoutATemporaryFileAndWithoutAQuestionToARemoteFileSystem) {
+TEST_P(MadeUpHosts, KeepNoTemporaryFileAndSeeNoQueryOfARemoteFileSystem) {
     EXPECT_NE(::access(("/tmp/CVHost." + std::to_string(::getpid())).c_str(), F_OK), 0);
     const std::set<std::string> asked = MadeUpCalls::TakeAsked();
     for (const char* const remote : {"/home", "/mnt/share", "/mnt/again", "/mnt/old", "/mnt/nameless"}) {

@@ -11,13 +11,13 @@ class MemoryOfAHost : public testing::Test {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "this machine does not allow a mount namespace";
         }
         bIsNewMemInfo.store(false);
     }
 };
 
-TEST_F(MemoryOfAHost, IsInBytesOnAKernelThatHasOneLineForAllOfIt) {
+TEST_F(MemoryOfAHost, IsInBytesOnAKernelWithOneLineForAllMemory) {
     MadeUpHost host;
     host.Cover("/proc/meminfo",
                "        total:    used:    free:  shared: buffers:  cached:\n"
@@ -32,7 +32,7 @@ TEST_F(MemoryOfAHost, IsInBytesOnAKernelThatHasOneLineForAllOfIt) {
     EXPECT_FALSE(bIsNewMemInfo.load());
 }
 
-TEST_F(MemoryOfAHost, IsInKilobytesOnAKernelThatHasALineAFigure) {
+TEST_F(MemoryOfAHost, IsInKilobytesOnAKernelWithOneLineForEachFigure) {
     MadeUpHost host;
     host.Cover("/proc/meminfo",
                "MemTotal:           1000 kB\n"
@@ -45,7 +45,7 @@ TEST_F(MemoryOfAHost, IsInKilobytesOnAKernelThatHasALineAFigure) {
     EXPECT_TRUE(bIsNewMemInfo.load());
 }
 
-TEST_F(MemoryOfAHost, FallsBackToTheFigureALineWhenTheLineForAllGivesTooFewNumbers) {
+TEST_F(MemoryOfAHost, FallsBackToOneLineForEachFigureWhenTheLineForAllMemoryHasTooFewNumbers) {
     MadeUpHost host;
     host.Cover("/proc/meminfo",
                "Mem: 5\n"
@@ -55,7 +55,7 @@ TEST_F(MemoryOfAHost, FallsBackToTheFigureALineWhenTheLineForAllGivesTooFewNumbe
     EXPECT_EQ(ui32GetMemory(3), 700U);
 }
 
-TEST_F(MemoryOfAHost, IsZeroForAnyOtherSelectorAndWhenTheFileSaysNothing) {
+TEST_F(MemoryOfAHost, IsZeroForAnyOtherSelectorAndForAnEmptyFile) {
     MadeUpHost host;
     host.Cover("/proc/meminfo", "");
     for (unsigned int selector = 0; selector <= 5; ++selector) {

@@ -1,4 +1,4 @@
-// The rows of memory in hrStorageTable, of the library that ships, on hosts with memory figures of the test's making.
+// The memory rows in hrStorageTable of the shipped library, on hosts with made-up memory figures.
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ protected:
     using Numbers = std::vector<int>;
 };
 
-TEST_F(MemoryRows, AreInKilobytesOnAKernelThatHasALineAFigure) {
+TEST_F(MemoryRows, AreInKilobytesOnAKernelWithOneLineForEachFigure) {
     m_host->Cover("/proc/meminfo", "MemTotal: 1000 kB\nMemFree: 300 kB\nVmallocTotal: 5000 kB\nVmallocUsed: 400 kB\n");
     StartUp();
     EXPECT_EQ(Column("1"), (Numbers{1, 2}));
@@ -39,7 +39,7 @@ TEST_F(MemoryRows, AreInKilobytesOnAKernelThatHasALineAFigure) {
     EXPECT_EQ(Column("6"), (Numbers{400, 700}));
 }
 
-TEST_F(MemoryRows, AreInOctetsOnAKernelThatHasALineForEachKindOfMemory) {
+TEST_F(MemoryRows, AreInOctetsOnAKernelWithOneLineForEachKindOfMemory) {
     m_host->Cover("/proc/meminfo", "Mem: 263000000 250000000 13000000\nSwap: 64000000 2000000 62000000\n");
     StartUp();
     EXPECT_EQ(Column("4"), (Numbers{1, 1}));
@@ -47,7 +47,7 @@ TEST_F(MemoryRows, AreInOctetsOnAKernelThatHasALineForEachKindOfMemory) {
     EXPECT_EQ(Column("6"), (Numbers{2000000, 250000000}));
 }
 
-TEST_F(MemoryRows, MeasureTheirUseEachTimeAndNothingElse) {
+TEST_F(MemoryRows, MeasureOnlyTheirUseEachTime) {
     m_host->Cover("/proc/meminfo", "MemTotal: 1000 kB\nMemFree: 300 kB\nVmallocTotal: 5000 kB\nVmallocUsed: 400 kB\n");
     StartUp();
     EXPECT_EQ(Column("6"), (Numbers{400, 700}));

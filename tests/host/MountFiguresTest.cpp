@@ -1,4 +1,4 @@
-// What file systems say of themselves, and how long they take to say it: this program's own stat and statfs answer for the
+// The figures of file systems, and how long they take to answer: this program's own stat and statfs answer for the
 // directories below /fake.
 
 #include <dlfcn.h>
@@ -47,9 +47,9 @@ struct Fake {
     long unit = 4096;
     struct statfs space {};
     int asked = 0;             ///< how often statfs was called
-    std::thread::id askedBy;   ///< who called last
-    std::thread::id freed;     ///< does not hang, though the others do
-    bool takesSignals = true;  ///< whether that thread did
+    std::thread::id askedBy;   ///< the last caller
+    std::thread::id freed;     ///< does not hang, although the others do
+    bool takesSignals = true;  ///< whether that thread accepted signals
 };
 
 std::mutex s_lock;
@@ -59,7 +59,7 @@ std::atomic<bool> s_noThreads = false;
 
 bool IsFake(const char* path) { return std::strncmp(path, "/fake/", 6) == 0; }
 
-/// -1 with ENOENT for one that nobody has made.
+/// Returns -1 with ENOENT for a file system that no test created.
 template <class Answer>
 int Ask(const char* path, bool Fake::*hangs, bool Fake::*has, Answer answer) {
     std::unique_lock lock(s_lock);
@@ -153,7 +153,7 @@ protected:
         ETC_MNTTAB = "/etc/mtab";
     }
 
-    /// Makes a file system on /fake/NAME and adds it to the mount table.
+    /// Creates a file system on /fake/NAME and adds it to the mount table.
     Fake& Mount(const std::string& name, const std::string& type, const struct statfs& space = Space(1000, 400)) {
         std::ofstream(m_mountTable, std::ios::app) << "server /fake/" << name << " " << type << " rw 0 0\n";
         const std::lock_guard guard(s_lock);
@@ -186,7 +186,7 @@ protected:
     }
     int Units(unsigned int row) { return Number(&DHrStorageTable::OnGet_HrStorageAllocationUnits, row); }
     int Size(unsigned int row) { return Number(&DHrStorageTable::OnGet_HrStorageSize, row); }
-    /// A phase of a SET of the size; `undo` goes from phase to phase.
+    /// Runs a phase of a SET of the size; `undo` is passed from phase to phase.
     int SetSize(CVT::ESnmpSetOpCode phase, unsigned int row, int value, void*& undo) {
         return m_table->OnSet_HrStorageSize(CVT::BObjectIdentifier(row), phase, 1, value, &undo);
     }
@@ -199,7 +199,7 @@ private:
     const std::string m_mountTable = m_folder / "mtab";
 };
 
-TEST_F(MountFigures, GiveEveryMagicNumberItsFileSystemType) {
+TEST_F(MountFigures, MapEveryMagicNumberToItsFileSystemType) {
     for (const auto& [magic, type] : {
              std::pair(0xADFFL, 16),
              {0x00011954L, 3},
@@ -230,7 +230,7 @@ TEST_F(MountFigures, GiveEveryMagicNumberItsFileSystemType) {
     }
 }
 
-TEST_F(MountFigures, AreCountsOfBlocksAgainstTheUnitThatStatGives) {
+TEST_F(MountFigures, CountBlocksButReportTheUnitFromStat) {
     Mount("a", "ext4", Space(1000, 400)).unit = 512;
     m_table->Initialize();
     EXPECT_EQ(Units(1), 512) << "not f_bsize";
@@ -264,7 +264,7 @@ TEST_F(MountFigures, AreCutToThirtyTwoBits) {
     EXPECT_EQ(Units(7), 8192);
 }
 
-TEST_F(MountFigures, OfUsedSpaceAloneAreMeasuredAgain) {
+TEST_F(MountFigures, AreMeasuredAgainForUsedSpaceOnly) {
     Fake& fake = Mount("a", "ext4", Space(1000, 400));
     m_table->Initialize();
     fake.space = Space(2000, 300);
@@ -274,7 +274,7 @@ TEST_F(MountFigures, OfUsedSpaceAloneAreMeasuredAgain) {
     EXPECT_EQ(Units(1), 4096);
 }
 
-TEST_F(MountFigures, StayAsTheyWereWhenTheyCannotBeMeasured) {
+TEST_F(MountFigures, StayUnchangedWhenTheyCannotBeMeasured) {
     Fake& fake = Mount("a", "ext4", Space(1000, 400));
     m_table->Initialize();
     fake.hasSpace = false;
@@ -292,7 +292,7 @@ TEST_F(MountFigures, AreZeroInARowWhoseStatfsFailsWhenItIsMade) {
     EXPECT_EQ(Used(1), 0);
 }
 
-TEST_F(MountFigures, AreNotAskedForWhenStatFails) {
+TEST_F(MountFigures, AreNotQueriedWhenStatFails) {
     Fake& fake = Mount("a", "ext4");
     fake.hasStat = false;
     Fake& remote = Mount("b", "nfs4");
@@ -304,7 +304,7 @@ TEST_F(MountFigures, AreNotAskedForWhenStatFails) {
     EXPECT_EQ(Size(1), 0);
 }
 
-TEST_F(MountFigures, OfAKindThatCannotHangCostNoThread) {
+TEST_F(MountFigures, CostNoThreadForATypeThatCannotHang) {
     const Fake& disk = Mount("disk", "ext4");
     const Fake& remote = Mount("remote", "nfs4");
     const Fake& below = Mount("remote/below", "ext4");
@@ -321,7 +321,7 @@ TEST_F(MountFigures, OfAKindThatCannotHangCostNoThread) {
     EXPECT_EQ(disk.askedBy, std::this_thread::get_id());
 }
 
-TEST_F(MountFigures, AreAskedForWithCareOnceSomethingThatMayHangIsMountedOverThem) {
+TEST_F(MountFigures, AreQueriedOnAThreadOnceSomethingThatMayHangIsMountedAbove) {
     const Fake& fake = Mount("a", "ext4");
     m_table->Initialize();
     Used(1);
@@ -334,7 +334,7 @@ TEST_F(MountFigures, AreAskedForWithCareOnceSomethingThatMayHangIsMountedOverThe
     EXPECT_NE(fake.askedBy, std::this_thread::get_id());
 }
 
-TEST_F(MountFigures, OfAFileSystemThatStopsAnsweringStayAndCostOneSecondOnce) {
+TEST_F(MountFigures, OfAFileSystemThatStopsAnsweringStayAndCostOneSecondOnlyOnce) {
     Fake& dead = Mount("dead", "fuse.test", Space(1000, 400));
     Mount("alive", "fuse.test", Space(50, 20));
     m_table->Initialize();
@@ -351,7 +351,7 @@ TEST_F(MountFigures, OfAFileSystemThatStopsAnsweringStayAndCostOneSecondOnce) {
         EXPECT_EQ(Used(2), 30) << "the others are measured meanwhile";
     }
     EXPECT_LT(Clock::now() - begin, seconds(60)) << "each of the hundred would cost a second";
-    EXPECT_EQ(Asked(dead), asked + 1) << "not asked again until the call has returned";
+    EXPECT_EQ(Asked(dead), asked + 1) << "not queried again until the call has returned";
     EXPECT_GE(CVT::TThread::NumSelfDeleting(), 1U);
 
     Release();
@@ -371,7 +371,7 @@ void WaitUntil(Condition condition) {
     }
 }
 
-TEST_F(MountFigures, AreNotAskedForAsLongAsOneOfSeveralWhoAskedAtOnceIsStuck) {
+TEST_F(MountFigures, AreNotQueriedWhileOneOfSeveralSimultaneousCallersIsStuck) {
     Fake& dead = Mount("dead", "nfs4");
     dead.spaceHangs = true;
     DMountProbe first = Question();
@@ -393,7 +393,7 @@ TEST_F(MountFigures, AreNotAskedForAsLongAsOneOfSeveralWhoAskedAtOnceIsStuck) {
     EXPECT_TRUE(Question().Answer().space);
 }
 
-TEST_F(MountFigures, OfASlowFileSystemAreWaitedFor) {
+TEST_F(MountFigures, OfASlowFileSystemAreAwaited) {
     Fake& slow = Mount("slow", "cifs");
     slow.delay = milliseconds(700);
     m_table->Initialize();
@@ -401,7 +401,7 @@ TEST_F(MountFigures, OfASlowFileSystemAreWaitedFor) {
     EXPECT_EQ(Used(1), 600);
 }
 
-TEST_F(MountFigures, ThatComeLateAreTakenUpByTheNextRequest) {
+TEST_F(MountFigures, ThatArriveLateAreUsedByTheNextRequest) {
     Fake& noStat = Mount("a", "cifs");
     Fake& noSpace = Mount("b", "cifs");
     noStat.statHangs = true;
@@ -421,13 +421,13 @@ TEST_F(MountFigures, ThatComeLateAreTakenUpByTheNextRequest) {
         EXPECT_EQ(m_table->OnGet_HrStorageType(CVT::BObjectIdentifier(row), CVT::BRequestId::Next(), type), 0);
         EXPECT_EQ(type.ToString().View(), "1.3.6.1.2.1.25.2.1.4");
     }
-    EXPECT_EQ(Asked(noStat), 1) << "what came late is the answer: nothing is asked anew";
+    EXPECT_EQ(Asked(noStat), 1) << "the late answer is used: nothing is queried again";
     EXPECT_EQ(Asked(noSpace), 1);
     noStat.space.f_blocks = 2000;
-    EXPECT_EQ(Size(1), 1000) << "taken up once";
+    EXPECT_EQ(Size(1), 1000) << "used once";
 }
 
-TEST_F(MountFigures, ThatComeLateLeaveASizeAloneThatAManagerHasWritten) {
+TEST_F(MountFigures, ThatArriveLateDoNotReplaceASizeThatAManagerHasWritten) {
     Mount("late", "cifs").spaceHangs = true;
     Mount("undone", "cifs").spaceHangs = true;
     m_table->Initialize();
@@ -444,11 +444,11 @@ TEST_F(MountFigures, ThatComeLateLeaveASizeAloneThatAManagerHasWritten) {
     Release();
     ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
     EXPECT_EQ(Size(1), 77);
-    EXPECT_EQ(Used(1), 600) << "all else is taken up";
-    EXPECT_EQ(Size(2), 1000) << "what was undone was not written";
+    EXPECT_EQ(Used(1), 600) << "everything else is updated";
+    EXPECT_EQ(Size(2), 1000) << "an undone size does not count as written";
 }
 
-TEST_F(MountFigures, ThatComeInTheMidstOfASetAreThereAfterItsUndo) {
+TEST_F(MountFigures, ThatArriveDuringASetRemainAfterItsUndo) {
     Fake& first = Mount("first", "cifs");
     Mount("second", "cifs").spaceHangs = true;
     first.spaceHangs = true;
@@ -472,7 +472,7 @@ TEST_F(MountFigures, ThatComeInTheMidstOfASetAreThereAfterItsUndo) {
     EXPECT_EQ(Size(2), 1000);
 }
 
-TEST_F(MountFigures, OfADirectoryThatMayNotBeLookedAtAreMissedAloudOnce) {
+TEST_F(MountFigures, OfAForbiddenDirectoryCauseOneWarning) {
     ReceivedWarnings warnings;
     const auto forbid = [this](const char* name, const char* type) {
         Fake& fake = Mount(name, type);
@@ -500,7 +500,7 @@ TEST_F(MountFigures, OfADirectoryThatMayNotBeLookedAtAreMissedAloudOnce) {
     EXPECT_EQ(warnings.Take().size(), 1U) << "the new one, and not again at each look";
 }
 
-TEST_F(MountFigures, OfADirectoryThatTurnsOutLateToBeForbiddenAreMissedAloudAsWell) {
+TEST_F(MountFigures, OfADirectoryThatTurnsOutLateToBeForbiddenCauseAWarningToo) {
     ReceivedWarnings warnings;
     Fake& fake = Mount("late", "nfs4");
     fake.statHangs = true;
@@ -516,7 +516,7 @@ TEST_F(MountFigures, OfADirectoryThatTurnsOutLateToBeForbiddenAreMissedAloudAsWe
     EXPECT_EQ(warnings.Take().size(), 0U);
 }
 
-TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostInAHurry) {
+TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostWithLittlePatience) {
     m_table->Initialize();
     Fake& slow = Mount("slow", "cifs");
     Fake& dead = Mount("dead", "cifs");
@@ -541,9 +541,9 @@ TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostInAHurry) {
     EXPECT_EQ(size, 0) << "the second that the dead one is given has passed";
     EXPECT_TRUE(ask(5, size));
     EXPECT_EQ(size, 1000);
-    EXPECT_EQ(m_table->GetNumRows(), 5U) << "in the order of the mount table, behind the two of memory";
+    EXPECT_EQ(m_table->GetNumRows(), 5U) << "in the order of the mount table, after the two of memory";
     EXPECT_EQ(Asked(slow), 1);
-    EXPECT_EQ(Asked(quick), 1) << "who has answered is not asked again";
+    EXPECT_EQ(Asked(quick), 1) << "a file system that has answered is not queried again";
 
     Release();
     ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
@@ -551,7 +551,7 @@ TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostInAHurry) {
     EXPECT_EQ(Asked(dead), 1);
 }
 
-TEST_F(MountFigures, OfManyDeadFileSystemsCostTheStartUpLittleMoreThanOfOne) {
+TEST_F(MountFigures, OfManyDeadFileSystemsDelayTheStartUpLittleMoreThanOne) {
     for (int i = 0; i < 30; ++i) {
         Fake& dead = Mount("dead" + std::to_string(i), "nfs4");
         (i % 2 == 0 ? dead.statHangs : dead.spaceHangs) = true;
@@ -561,7 +561,7 @@ TEST_F(MountFigures, OfManyDeadFileSystemsCostTheStartUpLittleMoreThanOfOne) {
     m_table->Initialize();
     const auto duration = Clock::now() - begin;
     EXPECT_GE(duration, milliseconds(950));
-    EXPECT_LT(duration, seconds(15)) << "thirty seconds, if one waited for the other";
+    EXPECT_LT(duration, seconds(15)) << "thirty seconds if the waits added up";
     EXPECT_EQ(Units(1), 0) << "its stat hangs";
     EXPECT_EQ(Units(2), 4096) << "only its statfs hangs";
     EXPECT_EQ(Size(2), 0);
@@ -569,7 +569,7 @@ TEST_F(MountFigures, OfManyDeadFileSystemsCostTheStartUpLittleMoreThanOfOne) {
     EXPECT_EQ(m_table->GetNumRows(), 33U);
 }
 
-TEST_F(MountFigures, CountAsFailedWhenThereIsNoThreadToAsk) {
+TEST_F(MountFigures, CountAsFailedWhenNoThreadCanBeCreated) {
     Mount("a", "nfs4");
     m_table->Initialize();
     EXPECT_EQ(Used(1), 600);
@@ -580,7 +580,7 @@ TEST_F(MountFigures, CountAsFailedWhenThereIsNoThreadToAsk) {
     EXPECT_EQ(Used(1), 1000);
 }
 
-TEST_F(MountFigures, ThatNeverComeHoldNeitherCleanupNorTheEndOfTheTable) {
+TEST_F(MountFigures, ThatNeverArriveDelayNeitherCleanupNorTheTablesDestruction) {
     Mount("dead", "fuse").spaceHangs = true;
     m_table->Initialize();
     const auto begin = Clock::now();
@@ -593,7 +593,7 @@ TEST_F(MountFigures, ThatNeverComeHoldNeitherCleanupNorTheEndOfTheTable) {
     EXPECT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000)) << "and that it has gone";
 }
 
-TEST_F(MountFigures, OfARowThatIsMadeByHandAreAskedForWithTheSameCareAsOfAnyOther) {
+TEST_F(MountFigures, OfARowCreatedByACallerAreQueriedLikeAnyOther) {
     Mount("remote", "nfs4");
     m_table->Initialize();
     const Fake& disk = s_fakes["/fake/remote/disk"];
@@ -608,7 +608,7 @@ TEST_F(MountFigures, OfARowThatIsMadeByHandAreAskedForWithTheSameCareAsOfAnyOthe
     EXPECT_TRUE(m_table->GetRow(CVT::BObjectIdentifier(9))->mayHang);
 }
 
-TEST_F(MountFigures, MakeARowByItselfAsWell) {
+TEST_F(MountFigures, FillARowWhenItIsConstructed) {
     Mount("a", "nfs4");
     std::string device = "server:/a";
     std::string directory = "/fake/a";

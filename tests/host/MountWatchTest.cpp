@@ -1,4 +1,4 @@
-// When the library that ships holds the kernel's mount table open. This program's own fopen sees it being read.
+// When the shipped library holds the kernel's mount table open. This program's own fopen sees the table being read.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -14,12 +14,12 @@
 
 namespace {
 
-/// How many descriptors this process has on the table.
+/// The number of descriptors that this process has for the table.
 int Watches() {
     int count = 0;
     const std::filesystem::path table = std::filesystem::canonical("/etc/mtab");
     for (const std::filesystem::directory_entry& descriptor : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code hasGone;  // as the one has that lists them
+        std::error_code hasGone;  // such as the one that lists them
         count += std::filesystem::read_symlink(descriptor.path(), hasGone) == table ? 1 : 0;
     }
     return count;
@@ -52,7 +52,7 @@ TEST(MountWatch, IsOpenedBeforeTheTableIsReadAndClosedByCleanup) {
     module.Init();
     ASSERT_TRUE(module.WaitUntilActive());
     EXPECT_GE(s_reads, 1);
-    EXPECT_EQ(s_watchesAtFirstRead, 1) << "what is mounted between the two would never be noticed";
+    EXPECT_EQ(s_watchesAtFirstRead, 1) << "a mount between the two would never be noticed";
     EXPECT_EQ(Watches(), 1);
 
     CVT::BMibImpl& table = *module.Group().HandlerAt(2);

@@ -1,4 +1,4 @@
-// docs/objects.md beside what the library that ships declares: every object of one is in the other, and says the same.
+// docs/objects.md compared with the declarations of the shipped library: both list the same objects and agree on each.
 
 #include <gtest/gtest.h>
 
@@ -18,10 +18,10 @@ namespace {
 constexpr char kDocument[] = CVHOST_SOURCE_DIR "/docs/objects.md";
 constexpr std::string_view kRoot = "1.3.6.1.2.1.25.";
 
-/// What can be held against the library, and must agree; by the object's name.
+/// The properties of an object that both must agree on, by the object's name.
 struct Object {
-    std::string group;  ///< the heading that it stands under: "hrStorageTable: 2.3"
-    std::string oid;    ///< below the root; of a scalar with its .0
+    std::string group;  ///< the heading above it: "hrStorageTable: 2.3"
+    std::string oid;    ///< below the root; for a scalar with its .0
     std::string type;
     std::string access;
     std::string range;  ///< empty when none is declared
@@ -65,7 +65,7 @@ std::string Enumeration(const CVT::BConstraintEntry* value) {
     return list;
 }
 
-/// Adds to `object` what a constraint entry says of its column.
+/// Adds to `object` what a constraint entry says about its column.
 void Constrain(Object& object, const CVT::BConstraintEntry* entry, unsigned int type,
                const CVT::BConstraintEntry* conventions) {
     switch (entry->kind) {
@@ -140,7 +140,8 @@ std::vector<std::string> Cells(const std::string& row) {
     return cells;
 }
 
-/// The declared part of a cell such as "0..100; percent" or "true(1), false(2)"; empty where it begins with anything else.
+/// The declared part of a cell such as "0..100; percent" or "true(1), false(2)"; empty when the cell begins with
+/// anything else.
 std::string DeclaredPart(const std::string& cell) {
     static const std::regex kRange(R"(^-?\d+\.\.-?\d+( octets)?(?=;|$))");
     static const std::regex kList(R"(^\w+\(\d+\)(, \w+\(\d+\))*(?=;|$))");
@@ -171,7 +172,7 @@ Document Read() {
         if (!cells.empty() && cells[0] == "object") {
             inObjects = true;
             if (cells != kHeader) {
-                document.faults.push_back("another form of table under " + heading);
+                document.faults.push_back("an unexpected form of table under " + heading);
             }
         } else if (inObjects && !line.starts_with("|--")) {
             if (cells.size() != kHeader.size() || std::find(cells.begin(), cells.end(), "") != cells.end()) {
@@ -196,18 +197,18 @@ protected:
     }
     void TearDown() override { EXPECT_EQ(m_module.Close(), 1); }
 
-    WorkingFolder m_folder;  // the module keeps a file where it runs
+    WorkingFolder m_folder;  // the module keeps a file in its working directory
     LoadedModule m_module;
     std::map<std::string, Object> m_served;
     Document m_document = Read();
 };
 
-TEST_F(ObjectsDocument, HasOneFormOfTableWithEveryCellFilled) {
+TEST_F(ObjectsDocument, HasTablesOfOneFormWithEveryCellFilled) {
     EXPECT_EQ(m_document.faults, std::vector<std::string>());
     EXPECT_FALSE(m_document.objects.empty()) << kDocument;
 }
 
-TEST_F(ObjectsDocument, ListsEveryServedObjectAndNoOther) {
+TEST_F(ObjectsDocument, ListsExactlyTheServedObjects) {
     for (const auto& [name, object] : m_served) {
         EXPECT_EQ(m_document.objects.count(name), 1U) << name << " is served, and not in the document";
     }
@@ -216,7 +217,7 @@ TEST_F(ObjectsDocument, ListsEveryServedObjectAndNoOther) {
     }
 }
 
-TEST_F(ObjectsDocument, SaysOfEachObjectWhatTheLibraryDeclares) {
+TEST_F(ObjectsDocument, DescribesEachObjectAsTheLibraryDeclaresIt) {
     for (const auto& [name, object] : m_served) {
         const auto written = m_document.objects.find(name);
         if (written != m_document.objects.end()) {

@@ -1,5 +1,5 @@
-// The sampler of the processors' load, in real time, by the library that ships. This program sees every opening of a file:
-// its fopen stands before the C library's.
+// The load sampler of the shipped library, in real time. This program's own fopen stands before the C library's and
+// sees every opening of a file.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -60,7 +60,7 @@ protected:
         std::filesystem::rename("/proc/stat.new", "/proc/stat");
     }
     int Load(int processor) { return Get(m_engine, "1.3.6.1.2.1.25.3.3.1.2." + std::to_string(processor)).integer; }
-    /// Waits until the sample that has begun is taken.
+    /// Waits until the current sample is complete.
     bool WaitForLoads(int first, int second) {
         for (int patience = 0; patience < 5000; ++patience) {
             if (Load(1) == first && Load(2) == second) {
@@ -76,7 +76,7 @@ protected:
             CVT::TTimer().Sleep(static_cast<unsigned int>(left.count()));
         }
     }
-    /// Waits for a sample; how long after the start it came.
+    /// Waits for a sample. Returns the time since the start.
     milliseconds WaitForSample(int count) const {
         while (s_samples < count && Clock::now() - m_begin < std::chrono::seconds(60)) {
             CVT::TTimer().Sleep(1);
@@ -112,7 +112,7 @@ TEST_F(ProcessorLoad, IsNotMeasuredWithoutAProcessor) {
     EXPECT_TRUE(Walk(m_engine, "1.3.6.1.2.1.25.3.3").empty());
 }
 
-TEST_F(ProcessorLoad, StaysAsItWasWhenItCannotBeMeasured) {
+TEST_F(ProcessorLoad, StaysUnchangedWhenItCannotBeMeasured) {
     std::ofstream("/proc/cpuinfo") << "Processor\t: A\n";
     StartUp();
     EXPECT_GE(WaitForSample(1), milliseconds(15'000));
@@ -120,12 +120,12 @@ TEST_F(ProcessorLoad, StaysAsItWasWhenItCannotBeMeasured) {
     EXPECT_EQ(Load(1), 0);
 }
 
-TEST_F(ProcessorLoad, StopsBeingMeasuredAtOnceWhenTheTableIsCleanedUp) {
+TEST_F(ProcessorLoad, IsNoLongerMeasuredOnceTheTableIsCleanedUp) {
     std::ofstream("/proc/cpuinfo") << "Processor\t: A\n";
     StartUp();
     CVT::BMibImpl& table = *m_module->Group().HandlerAt(4);
     milliseconds shortest(1000);
-    // The best of several: this machine may have other things to do.
+    // The best of several attempts: this machine may be busy.
     for (int i = 0; i < 5; ++i) {
         CVT::TTimer().Sleep(30);
         const CVT::TMutex::Guard guard(table.RequestLock());

@@ -1,5 +1,5 @@
-// What the date command of this distribution makes of the digits that a SET of hrSystemDate hands to it. The command runs
-// without the right to set the clock: as another user, without capabilities, and without a way to get any back.
+// How the date command of this distribution treats the digits of a SET of hrSystemDate. The command runs without the
+// right to set the clock: as another user, without capabilities, and without a way to regain any.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ struct Said {
     std::string text;
 };
 
-/// Whether nothing that this process does, or starts, can set the clock any more.
+/// Whether this process, and anything that it starts, has lost the right to set the clock.
 bool GiveUpAllRights() {
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
         return false;
@@ -81,7 +81,7 @@ protected:
     void SetUp() override {
         const Said version = RunDate({"--version"});
         if (version.status == kNotWithoutRights) {
-            GTEST_SKIP() << "this machine does not let us give up our rights";
+            GTEST_SKIP() << "this machine does not let us drop our privileges";
         }
         if (version.text.find("GNU coreutils") == std::string::npos) {
             GTEST_SKIP() << "the date command of this distribution is not GNU's: " << version.text;
@@ -89,7 +89,7 @@ protected:
     }
 };
 
-TEST_F(RealDate, TakesTheDigitsOfASetForNoDate) {
+TEST_F(RealDate, RejectsTheDigitsOfASetAsADate) {
     // Month, day, hour, minute and year, in local time and in UTC.
     for (const char* const digits :
          {"010100001970", "031023302024", "031001302024", "063012302024", "123123591999", "020300002099"}) {
@@ -101,7 +101,7 @@ TEST_F(RealDate, TakesTheDigitsOfASetForNoDate) {
     }
 }
 
-TEST_F(RealDate, LacksNothingButTheRightForADateThatItUnderstands) {
+TEST_F(RealDate, LacksOnlyThePrivilegeForADateThatItUnderstands) {
     const Said said = RunDate({"-u", "-s", "2024-03-10 23:30"});
     EXPECT_EQ(said.status, 1);
     EXPECT_NE(said.text.find("date: cannot set date: Operation not permitted"), std::string::npos) << said.text;

@@ -1,4 +1,4 @@
-// File systems that are really mounted, as the library that ships sees them.
+// File systems that are really mounted, as the shipped library sees them.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -52,7 +52,7 @@ protected:
     }
     static bool Runs(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
 
-    /// Mounts without a device. False, with errno, when the machine does not let us.
+    /// Mounts without a device. Returns false, with errno, when the machine does not let us.
     bool Mount(const std::string& type, const std::string& directory, const std::string& options = "") {
         if (::mount(type.c_str(), directory.c_str(), type.c_str(), 0, options.c_str()) != 0) {
             return false;
@@ -60,7 +60,7 @@ protected:
         m_mounts.push_back(directory);
         return true;
     }
-    /// Mounts a fresh image of that type. Gives why it cannot be done; nothing when it is done.
+    /// Mounts a new image of that type. Returns the reason when that is impossible; empty on success.
     std::string MountImage(const std::string& type, const std::string& directory) {
         if (!IsInKernel(type)) {
             return "this kernel has no " + type;
@@ -70,18 +70,18 @@ protected:
         }
         const std::string image = directory + ".image";
         std::ofstream(image).close();
-        std::filesystem::resize_file(image, 320UL << 20U);  // sparse; xfs wants as much
+        std::filesystem::resize_file(image, 320UL << 20U);  // sparse; xfs needs that much
         if (!Runs("mkfs." + type + " -q " + image)) {
             return "mkfs." + type + " fails";
         }
         if (!Runs("mount -o loop " + image + " " + directory)) {
-            return "this machine mounts no image of " + type;
+            return "this machine cannot mount an image of " + type;
         }
         m_mounts.push_back(directory);
         return "";
     }
 
-    /// Ends the module's work, but keeps the library.
+    /// Ends the module's work, but keeps the library loaded.
     void EndModule() {
         m_engine.Remove(m_module->Group());
         EXPECT_EQ(m_module->Close(), 1);
@@ -93,7 +93,7 @@ protected:
         CVT::BVarBind at;
         at.name.AssignFromDottedDecimalStr((kEntry + "3").c_str());
         const CVT::BObjectIdentifier column = at.name;
-        // The first read is what makes the table look for new mounts.
+        // The first read makes the table look for new mounts.
         while (m_engine.GetNext(request, at) == 0 && at.name.StartsWith(column)) {
             if (at.octets.View() == descr) {
                 return static_cast<int>(at.name[at.name.NumArcs() - 1]);
@@ -112,7 +112,7 @@ protected:
     int Size(int row) { return Number(5, row); }
     int Used(int row) { return Number(6, row); }
 
-    /// The row's figures are those of the file system that is mounted there.
+    /// Expects the row's figures to be those of the file system mounted there.
     void ExpectFigures(const std::string& directory) {
         const int row = RowOf(directory);
         ASSERT_NE(row, 0);
@@ -157,12 +157,12 @@ TEST_P(ImageOf, IsMeasuredWhileItIsMountedAndKeepsItsRowAfterwards) {
     struct statfs below {};
     ASSERT_EQ(::statfs(directory.c_str(), &below), 0);
     EXPECT_NEAR(Used(row), static_cast<double>(below.f_blocks - below.f_bfree), 100'000.0)
-        << "what lies there now is measured";
+        << "the file system there now is measured";
 }
 
 INSTANTIATE_TEST_SUITE_P(EachType, ImageOf, testing::Values("ext4", "xfs", "btrfs"));
 
-TEST_F(RealMounts, KeepTheirRowsWhenUnmountedWhichThenShowTheUseOfTheBareDirectory) {
+TEST_F(RealMounts, KeepTheirRowsWhenUnmountedAndThenShowTheUseOfTheBareDirectory) {
     const std::string directory = Directory("ramfs");
     ASSERT_TRUE(Mount("ramfs", directory));
     StartUp();
@@ -178,10 +178,10 @@ TEST_F(RealMounts, KeepTheirRowsWhenUnmountedWhichThenShowTheUseOfTheBareDirecto
     EXPECT_EQ(Units(row), units);
 }
 
-TEST_F(RealMounts, OfAnOverlayAreMeasured) {
+TEST_F(RealMounts, IncludeAMeasuredOverlay) {
     const std::string base = Directory("base");
     if (!Mount("tmpfs", base)) {
-        GTEST_SKIP() << "this machine mounts no tmpfs";
+        GTEST_SKIP() << "this machine cannot mount a tmpfs";
     }
     for (const char* const layer : {"lower", "upper", "work"}) {
         std::filesystem::create_directory(base + "/" + layer);
@@ -190,7 +190,7 @@ TEST_F(RealMounts, OfAnOverlayAreMeasured) {
     if (!IsInKernel("overlay") ||
         !Mount("overlay", merged,
                "lowerdir=" + base + "/lower,upperdir=" + base + "/upper,workdir=" + base + "/work")) {
-        GTEST_SKIP() << "this machine mounts no overlay";
+        GTEST_SKIP() << "this machine cannot mount an overlay";
     }
     StartUp();
     ExpectFigures(merged);
@@ -201,14 +201,14 @@ TEST_F(RealMounts, OfAnOverlayAreMeasured) {
     EXPECT_EQ(RowOf(base), 0) << "a tmpfs has no row";
 }
 
-TEST_F(RealMounts, WithABlankInTheirDirectoryAreMeasured) {
+TEST_F(RealMounts, AreMeasuredDespiteABlankInTheirDirectory) {
     const std::string directory = Directory("my disk");
     ASSERT_TRUE(Mount("ramfs", directory));
     StartUp();
     ExpectFigures(directory);
 }
 
-TEST_F(RealMounts, MadeLaterAppearAtTheNextRequestThoughTheTablesTimesDoNotMove) {
+TEST_F(RealMounts, AppearAtTheNextRequestAlthoughTheTablesTimesDoNotChange) {
     StartUp();
     for (const char* const name : {"one", "two", "three"}) {
         const std::string directory = Directory(name);
@@ -269,7 +269,7 @@ TEST_F(FuseMount, IsMeasuredWhileItAnswers) {
     EXPECT_EQ(Used(row), 900);
 }
 
-TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndHoldsNobodyUp) {
+TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndDelaysNoRequest) {
     StartUp();
     const int row = RowOf(m_directory);
     ASSERT_EQ(Used(row), 600);
@@ -285,7 +285,7 @@ TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndHoldsNobodyUp) {
         EXPECT_EQ(Used(row), 600);
         EXPECT_GT(Used(memory), 0);
     }
-    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30)) << "sixty, if each cost a second";
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30)) << "sixty if each cost a second";
     EXPECT_EQ(m_server->SpaceRequests(), requests + 1);
 
     m_server->Resume();
@@ -293,7 +293,7 @@ TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndHoldsNobodyUp) {
     EXPECT_EQ(Used(row), 900);
 }
 
-TEST_F(FuseMount, ThatStopsAnsweringIsAskedOnceByCallersWithLittlePatienceAndKeepsItsFiguresAfterASecond) {
+TEST_F(FuseMount, ThatStopsAnsweringIsQueriedOnceByImpatientCallersAndKeepsItsFiguresAfterASecond) {
     StartUp();
     const int row = RowOf(m_directory);
     ASSERT_EQ(Used(row), 600);
@@ -313,7 +313,7 @@ TEST_F(FuseMount, ThatStopsAnsweringIsAskedOnceByCallersWithLittlePatienceAndKee
     EXPECT_EQ(m_server->SpaceRequests(), requests + 1);
 }
 
-TEST_F(FuseMount, ThatAnswersLateAnswersACallerWithLittlePatienceToo) {
+TEST_F(FuseMount, ThatAnswersLateAlsoAnswersAnImpatientCaller) {
     StartUp();
     const int row = RowOf(m_directory);
     m_server->FallSilent();
@@ -332,7 +332,7 @@ TEST_F(FuseMount, ThatAnswersLateAnswersACallerWithLittlePatienceToo) {
     EXPECT_EQ(m_server->SpaceRequests(), requests) << "it is the answer to the first question";
 }
 
-TEST_F(FuseMount, ThatIsNewAndSilentGetsItsRowWhenPatienceForItIsOver) {
+TEST_F(FuseMount, ThatIsNewAndSilentGetsItsRowAfterItsTimeLimit) {
     m_server.reset();
     StartUp();
     const int memory = RowOf("Physical Memory");
@@ -362,7 +362,7 @@ TEST_F(FuseMount, ThatIsDeadFromTheStartGetsARowWithoutFigures) {
     ExpectFigures(Directory("disk"));
 }
 
-TEST_F(FuseMount, ThatIsDeadDoesNotHoldTheModulesEndButTheLibraryStaysUntilItHasGone) {
+TEST_F(FuseMount, ThatIsDeadDoesNotDelayCloseButTheLibraryStaysLoadedUntilItsThreadEnds) {
     StartUp();
     const int row = RowOf(m_directory);
     m_server->FallSilent();

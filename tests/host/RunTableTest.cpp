@@ -1,5 +1,5 @@
-// The process tables of the library that ships, over a /proc of the test's making. The clock, the opening of directories
-// and the shell are this program's own: they stand before the C library's.
+// The process tables of the shipped library, over a made-up /proc. The clock, the opening of directories and the shell
+// are this program's own: they stand before the C library's.
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -77,7 +77,7 @@ protected:
         s_commands.clear();  // those of the start-up
     }
 
-    /// A process with the files that are given; "-" means that there is none.
+    /// Creates a process with the given files; "-" means no such file.
     static void Process(const std::string& name, const std::string& stat, const std::string& cmdline = "-",
                         const std::string& statm = "-", const std::string& cwd = "-") {
         const std::string directory = "/proc/" + name;
@@ -99,7 +99,7 @@ protected:
         return pid + " (" + name + ") " + state + kStat + ticks + " 20 0 1 0 5 6 7\n";
     }
 
-    /// A process that was started `ticks` after the host, as the one of Stat was 5 after it.
+    /// A stat line of a process that was started `ticks` after the host; the process of Stat started 5 ticks after it.
     static std::string StatSince(const std::string& pid, int ticks, const std::string& name = "victim") {
         return pid + " (" + name + ") S" + kStat + "7 8 20 0 1 0 " + std::to_string(ticks) + " 6 7\n";
     }
@@ -138,7 +138,7 @@ protected:
     }
 };
 
-TEST_F(RunTable, HasARowForEachProcessWithWhatItsFilesSay) {
+TEST_F(RunTable, HasARowForEachProcessWithTheContentsOfItsFiles) {
     Process("1", Stat("1", "init", 'S'), "/sbin/init\0splash\0"s, "2000 300 40 5 0 6 0\n", "/");
     Process("42", Stat("42", "prog", 'R', "100 23"), "/usr/bin/prog\0-a\0-b\0"s, "77 1 1\n", "/home/user");
     WriteFile("/proc/uptime", "5.00 5.00\n");
@@ -156,7 +156,7 @@ TEST_F(RunTable, HasARowForEachProcessWithWhatItsFilesSay) {
     EXPECT_EQ(Number(6, "42"), 4) << "any other is an application";
 }
 
-TEST_F(RunTable, TellsTheStatusFromTheStateLetter) {
+TEST_F(RunTable, DerivesTheStatusFromTheStateLetter) {
     const struct {
         char state;
         int status;
@@ -170,7 +170,7 @@ TEST_F(RunTable, TellsTheStatusFromTheStateLetter) {
     }
 }
 
-TEST_F(RunTable, PassesOverWhatIsNoProcess) {
+TEST_F(RunTable, SkipsEntriesThatAreNotProcesses) {
     Process("self", Stat("9", "self", 'S'));
     Process(".5", Stat("5", "dot", 'S'));
     ::mkdir("/proc/77", 0755);
@@ -178,14 +178,14 @@ TEST_F(RunTable, PassesOverWhatIsNoProcess) {
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{8}));
 }
 
-TEST_F(RunTable, TakesADirectoryForTheNumberThatItsNameBeginsWithAndKeepsTheFirstRow) {
+TEST_F(RunTable, UsesTheNumberAtTheStartOfADirectoryNameAndKeepsTheFirstRow) {
     Process("12", Stat("12", "twelve", 'S'));
     ::mkdir("/proc/12abc", 0755);
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{12}));
     EXPECT_EQ(Text(2, "12"), "twelve");
 }
 
-TEST_F(RunTable, LeavesTheDefaultsOfWhatAProcessDoesNotTell) {
+TEST_F(RunTable, KeepsTheDefaultsWhereAProcessHasNoData) {
     Process("5", Stat("5", "kthread", 'S', "0 0"), "", "-", "-");
     EXPECT_EQ(Text(4, "5"), "");
     EXPECT_EQ(Text(5, "5"), "");
@@ -194,7 +194,7 @@ TEST_F(RunTable, LeavesTheDefaultsOfWhatAProcessDoesNotTell) {
     EXPECT_EQ(Number(7, "5"), 2);
 }
 
-TEST_F(RunTable, MakesAnEmptyRowOfAStatFileThatOpensButCannotBeRead) {
+TEST_F(RunTable, CreatesAnEmptyRowForAStatFileThatOpensButCannotBeRead) {
     Process("4", Stat("4", "before", 'R', "500 5"), "before\0x\0"s, "99\n", "/before");
     ::mkdir("/proc/5", 0755);
     ::mkdir("/proc/5/stat", 0755);  // a directory opens, and cannot be read
@@ -216,7 +216,7 @@ TEST_F(RunTable, KeepsNothingOfALongerLineInAShorterOne) {
     EXPECT_EQ(PerfNumber(2, "8"), 1);
 }
 
-TEST_F(RunTable, TakesAHostileNameAsFarAsItsLineGoes) {
+TEST_F(RunTable, ReadsAHostileNameUpToTheEndOfItsLine) {
     Process("2", Stat("2", "Web Content", 'S'));
     Process("3", Stat("3", "a)b(c", 'S'));
     Process("4", "4 (new\nline) R" + std::string(kStat) + "1 2\n");
@@ -265,7 +265,7 @@ TEST_F(RunTable, WrapsFiguresThatDoNotFit) {
     EXPECT_EQ(PerfNumber(2, "3"), -1);
 }
 
-TEST_F(RunTable, ScansOnceARequestAndAtMostEveryFifteenSeconds) {
+TEST_F(RunTable, ScansOncePerRequestAndAtMostEveryFifteenSeconds) {
     Process("2", Stat("2", "p", 'S'));
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{2}));
     EXPECT_EQ(s_scans, 1) << "a whole walk is one request";
@@ -278,7 +278,7 @@ TEST_F(RunTable, ScansOnceARequestAndAtMostEveryFifteenSeconds) {
     EXPECT_EQ(s_scans, 2);
 }
 
-TEST_F(RunTable, RemembersAThrottledRequestSoThatItNeverScansLater) {
+TEST_F(RunTable, RemembersAThrottledRequestAndNeverScansForItLater) {
     Process("2", Stat("2", "p", 'S'));
     Pids();
     Process("3", Stat("3", "p", 'S'));
@@ -296,7 +296,7 @@ TEST_F(RunTable, RemembersAThrottledRequestSoThatItNeverScansLater) {
     EXPECT_EQ(s_scans, 2);
 }
 
-TEST_F(RunTable, ScansForTheFirstRequestWhateverTheClockSays) {
+TEST_F(RunTable, ScansForTheFirstRequestWhateverTheTime) {
     for (const std::time_t now :
          {std::time_t{0}, std::time_t{5}, std::time_t{2'147'483'640}, std::time_t{5'000'000'000}}) {
         s_now = now;
@@ -326,7 +326,7 @@ TEST_F(RunTable, ScansAtOnceWhenTheClockWasSetBackAndThenEveryFifteenSecondsAgai
     EXPECT_EQ(s_scans, 3);
 }
 
-TEST_F(RunTable, ARequestKeepsTheSnapshotThatItHasSeenFirstAndOthersGetNewOnes) {
+TEST_F(RunTable, ARequestKeepsTheFirstSnapshotItSawAndOthersGetNewOnes) {
     Process("2", Stat("2", "p", 'S'));
     const CVT::BRequest first;
     EXPECT_EQ(PidsSeenBy(first), (std::vector<unsigned int>{2}));
@@ -347,7 +347,7 @@ TEST_F(RunTable, ARequestKeepsTheSnapshotThatItHasSeenFirstAndOthersGetNewOnes) 
     EXPECT_EQ(s_scans, 3);
 }
 
-TEST_F(RunTable, ARequestThatIsHeldForMinutesKeepsNobodyFromNewProcessesAndMemoryFlat) {
+TEST_F(RunTable, ARequestHeldForMinutesHidesNoNewProcessesFromOthersAndCostsNoMoreMemory) {
     for (int pid = 1000; pid < 1200; ++pid) {
         Process(std::to_string(pid), Stat(std::to_string(pid), "p", 'S'), "p\0"s + std::string(100, 'a'));
     }
@@ -371,7 +371,7 @@ TEST_F(RunTable, ARequestThatIsHeldForMinutesKeepsNobodyFromNewProcessesAndMemor
     EXPECT_EQ(PidsSeenBy(held, kPerfEntry), before);
 }
 
-TEST_F(RunTable, AnOldSnapshotEndsWithItsLastReader) {
+TEST_F(RunTable, AnOldSnapshotIsDeletedAfterItsLastReader) {
     for (int pid = 1000; pid < 1200; ++pid) {
         Process(std::to_string(pid), Stat(std::to_string(pid), "p", 'S'), "p\0"s + std::string(100, 'a'));
     }
@@ -386,7 +386,7 @@ TEST_F(RunTable, AnOldSnapshotEndsWithItsLastReader) {
     const std::size_t two = ::mallinfo2().uordblks;
     first.reset();
     Pids();
-    EXPECT_EQ(PidsSeenBy(*second).size(), 200U) << "somebody still sees it";
+    EXPECT_EQ(PidsSeenBy(*second).size(), 200U) << "a request still sees it";
     second.reset();
     Pids();
     if (one != 0) {  // a sanitizer's allocator does not count
@@ -395,7 +395,7 @@ TEST_F(RunTable, AnOldSnapshotEndsWithItsLastReader) {
     }
 }
 
-TEST_F(RunTable, OfMoreSnapshotsThanAHandfulTheOldestGoesAndWhoHasSeenItGetsAnError) {
+TEST_F(RunTable, TheOldestOfTooManySnapshotsIsDroppedAndItsReadersGetAnError) {
     Process("2", Stat("2", "p", 'S'));
     std::vector<std::unique_ptr<CVT::BRequest>> held;
     const auto hold = [&] {
@@ -413,7 +413,7 @@ TEST_F(RunTable, OfMoreSnapshotsThanAHandfulTheOldestGoesAndWhoHasSeenItGetsAnEr
     ::rename("/proc/2", "/proc/3");
     hold();
     const std::vector<std::string> said = warnings.Take();
-    ASSERT_EQ(said.size(), 1U) << "once, of two";
+    ASSERT_EQ(said.size(), 1U) << "one warning for two dropped snapshots";
     EXPECT_NE(said[0].find("genErr"), std::string::npos) << said[0];
     for (const int lost : {0, 1}) {
         for (const char* const instance : {"1.3.6.1.2.1.25.4.2.1.2.2", "1.3.6.1.2.1.25.5.1.1.2.2"}) {
@@ -433,7 +433,7 @@ TEST_F(RunTable, OfMoreSnapshotsThanAHandfulTheOldestGoesAndWhoHasSeenItGetsAnEr
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{3})) << "and a new request is served";
 }
 
-TEST_F(RunTable, ASetSeesTheSnapshotOfItsCheckUntilItIsReleasedAndOthersSeeWhatItWrote) {
+TEST_F(RunTable, ASetKeepsTheSnapshotOfItsCheckUntilItsReleaseAndOthersSeeWhatItWrote) {
     Process("42", Stat("42", "victim", 'S'));
     Pids();
     const CVT::BRequest request;
@@ -452,7 +452,7 @@ TEST_F(RunTable, ASetSeesTheSnapshotOfItsCheckUntilItIsReleasedAndOthersSeeWhatI
     EXPECT_EQ(Number(7, "42"), 2);
     WriteFile("/proc/42/stat", StatSince("42", 6));
     s_now += 15;
-    EXPECT_EQ(Number(7, "42"), 2) << "the number has another process, which the table knows";
+    EXPECT_EQ(Number(7, "42"), 2) << "another process has the number now, and the table knows it";
     s_commands.clear();
     EXPECT_EQ(table.Set(request.Id(), CVT::ESnmpSetOpCode::Commit, &undo, status), 14) << "it was not checked";
     EXPECT_TRUE(s_commands.empty());
@@ -460,7 +460,7 @@ TEST_F(RunTable, ASetSeesTheSnapshotOfItsCheckUntilItIsReleasedAndOthersSeeWhatI
     EXPECT_EQ(undo, nullptr);
 }
 
-TEST_F(RunTable, DoesNotKillAProcessThatHasGotTheNumberSince) {
+TEST_F(RunTable, DoesNotKillAProcessThatReusesTheNumber) {
     Process("42", Stat("42", "victim", 'S'));
     Pids();
     const std::string status = std::string(kEntry) + "7.42";
@@ -475,7 +475,7 @@ TEST_F(RunTable, DoesNotKillAProcessThatHasGotTheNumberSince) {
     EXPECT_EQ(s_commands, (std::vector<std::string>{"kill -9 42"}));
 }
 
-TEST_F(RunTable, TellsProcessesApartWhateverTheirNameHolds) {
+TEST_F(RunTable, DistinguishesProcessesWhateverTheirNames) {
     Process("42", StatSince("42", 5, "two\nlines) R"));
     Pids();
     const std::string status = std::string(kEntry) + "7.42";
@@ -498,7 +498,7 @@ TEST_F(RunTable, KillsWhereAStartTimeCannotBeRead) {
     EXPECT_EQ(s_commands, (std::vector<std::string>{"kill -9 43", "kill -9 42", "kill -9 42"}));
 }
 
-TEST_F(RunTable, SaysThatProcCannotBeOpenedAndKeepsTheOldRows) {
+TEST_F(RunTable, ReportsThatProcCannotBeOpenedAndKeepsTheOldRows) {
     Process("2", Stat("2", "p", 'S'));
     Pids();
     s_opendirError = EMFILE;
@@ -509,12 +509,12 @@ TEST_F(RunTable, SaysThatProcCannotBeOpenedAndKeepsTheOldRows) {
     s_opendirError = 0;
     Process("3", Stat("3", "p", 'S'));
     s_now += 14;
-    EXPECT_EQ(Pids(), (std::vector<unsigned int>{2})) << "the next attempt waits its time";
+    EXPECT_EQ(Pids(), (std::vector<unsigned int>{2})) << "the next attempt comes after fifteen seconds";
     s_now += 1;
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{2, 3}));
 }
 
-TEST_F(RunTable, ThePerformanceTableHasTheSameRowsInTheSameOrderAndDrivesTheScan) {
+TEST_F(RunTable, ThePerformanceTableHasTheSameRowsInTheSameOrderAndCausesTheScan) {
     for (const char* const pid : {"30", "4", "200"}) {
         Process(pid, Stat(pid, "p", 'S'));
     }
@@ -525,7 +525,7 @@ TEST_F(RunTable, ThePerformanceTableHasTheSameRowsInTheSameOrderAndDrivesTheScan
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.5.1.1.1.5").type, CVT::kNoSuchInstance);
 }
 
-TEST_F(RunTable, KillsAProcessByASetOfInvalidAndByNothingElse) {
+TEST_F(RunTable, KillsAProcessOnlyByASetOfInvalid) {
     Process("1", Stat("1", "init", 'S'));
     Process("42", Stat("42", "victim", 'S'));
     Pids();
@@ -551,7 +551,7 @@ TEST_F(RunTable, ASetNeverScans) {
     EXPECT_TRUE(s_commands.empty());
 }
 
-TEST_F(RunTable, NoPhaseOfASetScansThoughItIsTimeTo) {
+TEST_F(RunTable, NoPhaseOfASetScansEvenWhenAScanIsDue) {
     Process("42", Stat("42", "victim", 'S'));
     Pids();
     s_now += 100;
@@ -561,7 +561,7 @@ TEST_F(RunTable, NoPhaseOfASetScansThoughItIsTimeTo) {
     EXPECT_EQ(s_scans, 0);
 }
 
-TEST_F(RunTable, AnUndoBringsTheStatusBackAndAPhaseThatIsNoneIsAnError) {
+TEST_F(RunTable, AnUndoRestoresTheStatusAndAnUnknownPhaseIsAnError) {
     Process("42", Stat("42", "victim", 'S'));
     Pids();
     CVT::BVarBind status;
@@ -585,7 +585,7 @@ TEST_F(RunTable, AnUndoBringsTheStatusBackAndAPhaseThatIsNoneIsAnError) {
     EXPECT_EQ(table.Set(1, CVT::ESnmpSetOpCode::Undo, &undo, status), 15);
 }
 
-TEST_F(RunTable, TheScalarsOfTheSoftwareGroupsAreWhatTheyAlwaysAre) {
+TEST_F(RunTable, TheScalarsOfTheSoftwareGroupsAreConstant) {
     EXPECT_EQ(Get(m_engine, "1.3.6.1.2.1.25.4.1.0").integer, 1);
     EXPECT_EQ(s_scans, 0) << "the index of the operating system needs no scan";
     const auto installed = Walk(m_engine, "1.3.6.1.2.1.25.6");

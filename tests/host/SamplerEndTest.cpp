@@ -1,4 +1,4 @@
-// The end of the sampler while it waits for a file that never gives anything.
+// The end of the sampler while it waits for a file that never returns any data.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -20,9 +20,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-TEST(Sampler, IsTerminatedAfterASecondWhenItDoesNotEndByItself) {
+TEST(Sampler, IsTerminatedAfterASecondUnlessItEndsByItself) {
     if (!MadeUpHost::IsPossible()) {
-        GTEST_SKIP() << "this machine gives no mount namespace";
+        GTEST_SKIP() << "this machine does not allow a mount namespace";
     }
     MadeUpHost host;
     ASSERT_EQ(::chdir(host.Directory().c_str()), 0);

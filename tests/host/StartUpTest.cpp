@@ -29,7 +29,7 @@ std::atomic<bool> s_holdUp = false;
 std::atomic<bool> s_noThreads = false;
 std::atomic<int> s_sysinfoResult = 0;
 unsigned long s_totalRam = 123456;
-/// The file whose opening throws, as running out of memory does; null when none does.
+/// The file whose opening throws, as if out of memory; null when none does.
 std::atomic<const char*> s_throwAt = nullptr;
 
 CVT::TEvent& Entered() {
@@ -90,7 +90,7 @@ private:
     const WorkingFolder m_workingFolder;
 };
 
-TEST_F(StartUp, InitReturnsAtOnceThoughAGroupIsSlowToComeUp) {
+TEST_F(StartUp, InitReturnsAtOnceEvenWhenAGroupIsSlowToComeUp) {
     s_holdUp = true;
     LoadedModule module;
     const auto begin = Clock::now();
@@ -105,7 +105,7 @@ TEST_F(StartUp, InitReturnsAtOnceThoughAGroupIsSlowToComeUp) {
     EXPECT_EQ(module.Close(), 1);
 }
 
-TEST_F(StartUp, RequestsMeanwhileAreAnsweredAsTheGroupsWereMadeAndTheSlowOneIsWaitedFor) {
+TEST_F(StartUp, RequestsDuringStartUpSeeTheConstructedFieldsAndWaitOnlyForTheSlowGroup) {
     s_holdUp = true;
     LoadedModule module;
     module.Init();
@@ -134,7 +134,7 @@ TEST_F(StartUp, RequestsMeanwhileAreAnsweredAsTheGroupsWereMadeAndTheSlowOneIsWa
     EXPECT_EQ(module.Close(), 1);
 }
 
-TEST_F(StartUp, AGroupThatThrowsStaysDownAndLeavesTheOthersUp) {
+TEST_F(StartUp, AGroupThatThrowsStaysInactiveAndTheOthersComeUp) {
     for (const auto& [file, throwing] : {std::pair("/etc/mtab", 2), {"/proc/cpuinfo", 3}}) {
         s_throwAt = file;
         LoadedModule module;
@@ -155,7 +155,7 @@ TEST_F(StartUp, AGroupThatThrowsStaysDownAndLeavesTheOthersUp) {
     }
 }
 
-TEST_F(StartUp, CloseBeforeReadyWaitsForTheStartUpLookingOnceASecond) {
+TEST_F(StartUp, CloseBeforeReadyWaitsForTheStartUpAndLooksOnceASecond) {
     s_holdUp = true;
     LoadedModule module;
     module.Init();
@@ -173,11 +173,12 @@ TEST_F(StartUp, CloseBeforeReadyWaitsForTheStartUpLookingOnceASecond) {
     EXPECT_TRUE(closed);
     EXPECT_TRUE(module.IsReady());
     EXPECT_EQ(module.Object(), nullptr);
-    EXPECT_GT(Clock::now() - released, milliseconds(300)) << "it looks once a second, and 300 ms of it are over";
+    EXPECT_GT(Clock::now() - released, milliseconds(300))
+        << "it looks once a second, and 300 ms of that second are over";
     EXPECT_LT(Clock::now() - released, milliseconds(5000));
 }
 
-TEST_F(StartUp, CloseOfASecondStartUpWaitsForThatOneThoughTheFirstMadeTheModuleReady) {
+TEST_F(StartUp, CloseWaitsForASecondStartUpEvenThoughTheFirstSetReady) {
     LoadedModule module;
     module.Init();
     ASSERT_EQ(module.Close(), 1);
@@ -198,7 +199,7 @@ TEST_F(StartUp, CloseOfASecondStartUpWaitsForThatOneThoughTheFirstMadeTheModuleR
     EXPECT_TRUE(closed);
 }
 
-TEST_F(StartUp, ComesUpOnTheCallersThreadWhenTheSystemHasNoThreadToGive) {
+TEST_F(StartUp, ComesUpOnTheCallersThreadWhenNoThreadCanBeCreated) {
     s_noThreads = true;
     LoadedModule module;
     EXPECT_EQ(module.Init(), 1);
@@ -207,7 +208,7 @@ TEST_F(StartUp, ComesUpOnTheCallersThreadWhenTheSystemHasNoThreadToGive) {
     EXPECT_EQ(module.Close(), 1);
 }
 
-TEST_F(StartUp, TakesTheMemorySizeAsItStandsAndOnce) {
+TEST_F(StartUp, TakesTheMemorySizeUnscaledAndOnlyOnce) {
     s_totalRam = 123456;
     LoadedModule module;
     module.Init();
@@ -231,7 +232,7 @@ TEST_F(StartUp, CutsTheMemorySizeToThirtyTwoBits) {
     }
 }
 
-TEST_F(StartUp, ComesUpWithAMemorySizeOfZeroWhenTheSystemDoesNotTellIt) {
+TEST_F(StartUp, ComesUpWithAMemorySizeOfZeroWhenSysinfoFails) {
     s_sysinfoResult = -1;
     LoadedModule module;
     module.Init();

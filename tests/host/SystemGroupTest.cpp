@@ -1,5 +1,5 @@
-// hrSystem of the library that ships, on a host of the test's making. The clock, the shell, the users' database and sysinfo
-// are this program's own: no test ever sets this machine's clock.
+// hrSystem of the shipped library, on a made-up host. The clock, the shell, the users' database and sysinfo are this
+// program's own: no test ever sets this machine's clock.
 
 #include <gtest/gtest.h>
 #include <sys/sysinfo.h>
@@ -38,7 +38,7 @@ extern "C" int system(const char* command) {
     if (std::strncmp(command, "date", 4) == 0) {
         s_clockCommands.emplace_back(command);
     }
-    return 0;  // nothing else that the library has to run is wanted here either
+    return 0;  // no other command of the library is needed here either
 }
 
 extern "C" int sysinfo(struct sysinfo* info) noexcept {
@@ -76,7 +76,7 @@ protected:
 
     CVT::BVarBind Column(int column) { return Get(m_engine, "1.3.6.1.2.1.25.1." + std::to_string(column) + ".0"); }
 
-    /// A SET of the date; the error-status.
+    /// A SET of the date; returns the error-status.
     int SetDate(const std::string& octets) {
         const CVT::BRequest request;
         CVT::BVarBind date;
@@ -88,14 +88,14 @@ protected:
     }
 };
 
-TEST_F(SystemGroup, GivesTheUptimeInHundredths) {
+TEST_F(SystemGroup, ReportsTheUptimeInHundredths) {
     m_host->Cover("/proc/uptime", "12345.67 54321.00\n");
     const CVT::BVarBind uptime = Column(1);
     EXPECT_EQ(uptime.type, CVT::kTimeTicks);
     EXPECT_EQ(uptime.number, 1234567U);
 }
 
-TEST_F(SystemGroup, TakesTheDigitsBehindThePointAsHundredths) {
+TEST_F(SystemGroup, TakesTheDigitsAfterThePointAsHundredths) {
     m_host->Cover("/proc/uptime", "5.05 1.00\n");
     EXPECT_EQ(Column(1).number, 505U);
     m_host->Cover("/proc/uptime", "5.5 1.00\n");
@@ -116,7 +116,7 @@ TEST_F(SystemGroup, RepeatsTheLastUptimeWhenItCannotBeRead) {
     EXPECT_EQ(Column(1).number, 1234U);
 }
 
-TEST_F(SystemGroup, GivesTheDateInElevenOctets) {
+TEST_F(SystemGroup, ReportsTheDateInElevenOctets) {
     const CVT::BVarBind date = Column(2);
     EXPECT_EQ(date.type, CVT::kOctetString);
     EXPECT_EQ(date.octets.View(), std::string_view("\x07\xE8\x03\x0A\x17\x1E\x2D\x00+\x00\x00", 11));
@@ -129,7 +129,7 @@ TEST_F(SystemGroup, SetsTheClockInUtcByAValueWithAZoneAndInLocalTimeByAShortOne)
               (std::vector<std::string>{"date -u -s 031001302024 > /dev/nul", "date -s 031023302024 > /dev/nul"}));
 }
 
-TEST_F(SystemGroup, RefusesADateOfTheWrongLengthWithWrongValue) {
+TEST_F(SystemGroup, RejectsADateOfTheWrongLengthWithWrongValue) {
     for (const std::size_t length : {0U, 1U, 7U, 12U, 100U}) {
         EXPECT_EQ(SetDate(std::string(length, '\1')), 10) << length;
     }
@@ -152,7 +152,7 @@ TEST_F(SystemGroup, AnUndoRestoresTheValueButNotTheClock) {
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode::Commit, &undo, date), 0);
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode::Undo, &undo, date), 0);
     EXPECT_EQ(group.Set(1, CVT::ESnmpSetOpCode::Release, &undo, date), 0);
-    void* served = nullptr;  // what a check saves is the value that was served last
+    void* served = nullptr;  // a check saves the value that was last served
     EXPECT_EQ(group.Set(2, CVT::ESnmpSetOpCode::CheckAndSave, &served, date), 0);
     EXPECT_EQ(static_cast<const CVT::BOctetString*>(served)->View(),
               std::string_view("\x07\xE8\x03\x0A\x17\x1E\x2D\x00+\x00\x00", 11));
@@ -165,10 +165,10 @@ TEST_F(SystemGroup, HasNoInitialLoadDeviceWithoutADisk) {
     ASSERT_TRUE(m_module->WaitUntilActive());
     const CVT::BVarBind device = Column(3);
     EXPECT_EQ(device.type, CVT::kInteger);
-    EXPECT_EQ(device.integer, -1) << "the mount command is answered with nothing here";
+    EXPECT_EQ(device.integer, -1) << "the mount command prints nothing here";
 }
 
-TEST_F(SystemGroup, DoesNotWaitForTheDeviceTableWhileThatIsInUse) {
+TEST_F(SystemGroup, DoesNotWaitForTheDeviceTableWhileItIsInUse) {
     ASSERT_TRUE(m_module->WaitUntilActive());
     std::thread holder;
     CVT::TEvent held(true);
@@ -193,9 +193,9 @@ TEST_F(SystemGroup, KeepsTheLineFeedOfTheLoadParametersAndCutsThemAt1023Octets) 
     m_host->Cover("/proc/cmdline", std::string(2000, 'y') + "\n");
     EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y'));
     m_host->Cover("/proc/cmdline", "");
-    EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y')) << "nor does a file without a line change it";
+    EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y')) << "an empty file does not change it either";
     m_host->Empty("/proc");
-    EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y')) << "what cannot be read keeps its value";
+    EXPECT_EQ(Column(4).octets.View(), std::string(1023, 'y')) << "a value that cannot be read is kept";
 }
 
 TEST_F(SystemGroup, CountsTheUserProcessesInTheUsersDatabase) {
@@ -204,10 +204,10 @@ TEST_F(SystemGroup, CountsTheUserProcessesInTheUsersDatabase) {
     const CVT::BVarBind users = Column(5);
     EXPECT_EQ(users.type, CVT::kGauge32);
     EXPECT_EQ(users.number, 3U);
-    EXPECT_EQ(Column(5).number, 3U) << "counted anew each time";
+    EXPECT_EQ(Column(5).number, 3U) << "counted again each time";
 }
 
-TEST_F(SystemGroup, GivesTheProcessesThatTheKernelCountsAndNoLimit) {
+TEST_F(SystemGroup, ReportsTheKernelsCountOfProcessesAndNoLimit) {
     EXPECT_EQ(Column(6).number, 321U);
     s_procs = 65535;
     EXPECT_EQ(Column(6).number, 65535U);
@@ -216,7 +216,7 @@ TEST_F(SystemGroup, GivesTheProcessesThatTheKernelCountsAndNoLimit) {
     EXPECT_EQ(Column(7).type, CVT::kInteger);
 }
 
-TEST_F(SystemGroup, LetsNothingBeWrittenButTheDate) {
+TEST_F(SystemGroup, AllowsOnlyTheDateToBeWritten) {
     for (const int column : {1, 3, 4, 5, 6, 7}) {
         EXPECT_EQ(SetInteger(m_engine, "1.3.6.1.2.1.25.1." + std::to_string(column) + ".0", 1), 17) << column;
     }

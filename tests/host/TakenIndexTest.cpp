@@ -1,4 +1,5 @@
-// Discovery where its next indexes are taken: with the classes of the module themselves, since no host can bring that about.
+// Discovery when its next indexes are already in use. It uses the classes of the module directly, since no host can
+// bring that about.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -26,7 +27,7 @@ class TakenIndex : public testing::Test {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "this machine does not allow a mount namespace";
         }
         m_host = std::make_unique<MadeUpHost>();
         ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
@@ -58,7 +59,7 @@ protected:
     std::unique_ptr<HostTree> m_tree;
 };
 
-TEST_F(TakenIndex, CostsTheOneDeviceThatWouldHaveHadIt) {
+TEST_F(TakenIndex, CostsOnlyTheDeviceThatNeededIt) {
     ASSERT_NE(gpCVHost->DeviceTable()->CreateNewRow(CVT::BObjectIdentifier(2)), nullptr);
     ASSERT_NE(gpCVHost->DeviceTable()->CreateNewRow(CVT::BObjectIdentifier(4)), nullptr);
     ASSERT_NE(gpCVHost->DeviceTable()->CreateNewRow(CVT::BObjectIdentifier(6)), nullptr);
@@ -72,13 +73,13 @@ TEST_F(TakenIndex, CostsTheOneDeviceThatWouldHaveHadIt) {
     EXPECT_EQ(Description(7), "sysfs");
     EXPECT_EQ(Description(8), "/dev/mmcblk0p1");
     EXPECT_EQ(nextDeviceIndex, 9U);
-    EXPECT_EQ(gpCVHost->ProcessorTable()->GetNumRows(), 1U) << "what has no device has no row elsewhere";
+    EXPECT_EQ(gpCVHost->ProcessorTable()->GetNumRows(), 1U) << "without a device there is no row elsewhere";
     EXPECT_EQ(gpCVHost->NetworkTable()->GetNumRows(), 2U);
     EXPECT_EQ(gpCVHost->DiskStorageTable()->GetNumRows(), 2U);
     EXPECT_EQ(ifIndex, 3U);
 }
 
-TEST_F(TakenIndex, OfAnotherTableLeavesTheRowThereAsItIs) {
+TEST_F(TakenIndex, OfAnotherTableLeavesThatTablesRowUnchanged) {
     ASSERT_NE(gpCVHost->NetworkTable()->CreateNewRow(CVT::BObjectIdentifier(3)), nullptr);
     ASSERT_NE(gpCVHost->DiskStorageTable()->CreateNewRow(CVT::BObjectIdentifier(8)), nullptr);
     Discover("board");
@@ -88,30 +89,30 @@ TEST_F(TakenIndex, OfAnotherTableLeavesTheRowThereAsItIs) {
     EXPECT_EQ(gpCVHost->DiskStorageTable()->GetRow(CVT::BObjectIdentifier(8))->access, 1) << "mounted read-only";
 }
 
-TEST_F(TakenIndex, OfAFileSystemLeavesItsPartitionWithout) {
+TEST_F(TakenIndex, OfAFileSystemLeavesItsPartitionWithoutAFileSystem) {
     ASSERT_NE(gpCVHost->FSTable()->CreateNewRow(CVT::BObjectIdentifier(1)), nullptr);
     Discover("disks");
     EXPECT_EQ(gpCVHost->PartitionTable()->GetRow(Oid("1.1"))->fsIndex, 0);
     EXPECT_EQ(gpCVHost->FSTable()->GetRow(CVT::BObjectIdentifier(1))->mountPoint.View(), "");
     EXPECT_EQ(gpCVHost->FSTable()->GetRow(CVT::BObjectIdentifier(2))->mountPoint.View(), "/");
-    EXPECT_EQ(gpCVHost->PartitionTable()->GetRow(Oid("1.5"))->fsIndex, 2) << "the next that is mounted has it";
+    EXPECT_EQ(gpCVHost->PartitionTable()->GetRow(Oid("1.5"))->fsIndex, 2) << "the next mounted file system has it";
 }
 
-TEST_F(TakenIndex, OfAPartitionPassesThatPartitionOver) {
+TEST_F(TakenIndex, OfAPartitionSkipsThatPartition) {
     ASSERT_NE(gpCVHost->PartitionTable()->CreateNewRow(Oid("1.2")), nullptr);
     Discover("disks");
     EXPECT_EQ(gpCVHost->PartitionTable()->GetRow(Oid("1.2"))->label.View(), "");
     EXPECT_EQ(gpCVHost->PartitionTable()->GetRow(Oid("1.5"))->id.View(), "0x305");
 }
 
-TEST_F(TakenIndex, IsNeverLookedForWithoutAModule) {
+TEST_F(TakenIndex, DoesNotAriseWithoutAModule) {
     const std::unique_ptr<DCVHost> host(std::exchange(gpCVHost, nullptr));
     host->DeviceTable()->Initialize();
     EXPECT_TRUE(host->DeviceTable()->IsActive());
     EXPECT_EQ(host->DeviceTable()->GetNumRows(), 0U);
 }
 
-TEST_F(TakenIndex, ThatIsNoneLetsADiskHaveItsMountDirectory) {
+TEST_F(TakenIndex, DoesNotOccurAndADiskRecordsItsMountDirectory) {
     Discover("removable");
     EXPECT_STREQ(gpCVHost->DiskStorageTable()->GetRow(CVT::BObjectIdentifier(2))->mountDirectory.c_str(), "/mnt/cdrom");
     EXPECT_STREQ(gpCVHost->DiskStorageTable()->GetRow(CVT::BObjectIdentifier(7))->mountDirectory.c_str(), "/dvd")

@@ -1,4 +1,4 @@
-// The library that ships on the very machine that the test runs on.
+// The shipped library on the very machine that runs the test.
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -35,13 +35,13 @@ private:
     LoadedModule m_module;
 };
 
-TEST_F(ThisMachine, HasOneRowForEachDeviceInTheTableOfItsKindAndIndexesThatLeadToRows) {
+TEST_F(ThisMachine, HasOneRowForEachDeviceInTheTableForItsKindAndIndexesThatReferToRows) {
     EXPECT_FALSE(DevicesOfType(m_engine, 4).empty()) << "not even the loopback interface";
     ExpectOneRowForEachDevice(m_engine);
     ExpectIndexesThatLeadToRows(m_engine);
 }
 
-/// Keeps one processor busy; the thread that makes it takes no other.
+/// Keeps one processor busy; the thread that creates it uses no other.
 class BusyLoop {
 public:
     explicit BusyLoop(std::size_t processor)
@@ -70,16 +70,16 @@ private:
 TEST_F(ThisMachine, ShowsABusyLoopInTheLoadOfItsProcessorWithinTwoSamples) {
     cpu_set_t allowed;
     ASSERT_EQ(::sched_getaffinity(0, sizeof allowed, &allowed), 0);
-    // With processors taken away, the lines of the kernel's figures are not those of the rows.
+    // With some processors unavailable, the lines of the kernel's figures do not match the rows.
     const std::size_t processors = std::thread::hardware_concurrency();
     const std::size_t last = processors - 1;
     if (Walk(m_engine, kLoads).size() != processors || processors == 0 || !CPU_ISSET(last, &allowed)) {
-        GTEST_SKIP() << "this machine does not give us all its processors";
+        GTEST_SKIP() << "this machine does not let us use all its processors";
     }
     const BusyLoop loop(last);
     int load = 0;
-    // The first sample tells of the time since the machine was started; the second, of the loop, comes before the third
-    // could.
+    // The first sample covers the time since the machine was started. The second covers the loop and comes before a
+    // third could.
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(40);
     while (load < 90 && std::chrono::steady_clock::now() < end) {
         CVT::TTimer().Sleep(100);

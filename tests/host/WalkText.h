@@ -1,6 +1,6 @@
 #pragma once
 
-// A walk as text that people read: a heading for each table, a line for each row.
+// A walk as readable text: a heading for each table, a line for each row.
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ inline std::string NameOf(const CVT::BObjectIdentifier& identifier) {
     return std::string(name == names.end() ? dotted.View() : name->second);
 }
 
-/// Quoted, unless it is a date; what is no printable character in hexadecimal.
+/// Quoted, unless it is a date; characters that are not printable in hexadecimal.
 inline std::string TextOf(const CVT::BOctetString& octets) {
     static constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string text = "\"";
@@ -49,7 +49,7 @@ inline std::string TextOf(const CVT::BOctetString& octets) {
     return text == R"("\x00\x01\x01\x00\x00\x00\x00\x00")" ? "never" : text;
 }
 
-/// The value, with its name where the column is an enumeration.
+/// The value, with its name when the column is an enumeration.
 inline std::string TextOf(const CVT::BVarBind& varBind, const CVT::BConstraintEntry* constraints) {
     switch (varBind.type) {
         case CVT::kObjectIdentifier: return NameOf(varBind.identifier);
@@ -69,8 +69,8 @@ inline std::string TextOf(const CVT::BVarBind& varBind, const CVT::BConstraintEn
     return std::to_string(varBind.integer);
 }
 
-/// All tables of 1.3.6.1.2.1.25.3 that have rows, as one walk finds them. Each row has all columns, and each name is greater
-/// than the one before.
+/// All tables of 1.3.6.1.2.1.25.3 that have rows, as one walk finds them. Each row has all columns, and each name is
+/// greater than the previous one.
 inline std::string WalkText(CVT::BMibEngine& engine) {
     constexpr unsigned int kIndexAt = 11;
     std::string text;

@@ -7,7 +7,7 @@
 
 #include "CVT/BMibImpl.h"
 
-/// What a group declares of a column.
+/// The declaration of a column by its group.
 struct DeclaredColumn {
     unsigned int subId;
     const char* name;
@@ -16,7 +16,7 @@ struct DeclaredColumn {
     unsigned int valueKind;
 };
 
-/// Expects these columns and no more, with the handlers that their access asks for.
+/// Expects these columns and no others, with the handlers that their access requires.
 inline void ExpectColumns(const CVT::BRqHndlrEntry* columns, const std::vector<DeclaredColumn>& declared) {
     for (const DeclaredColumn& wanted : declared) {
         EXPECT_EQ(columns->subId, wanted.subId);
@@ -32,7 +32,7 @@ inline void ExpectColumns(const CVT::BRqHndlrEntry* columns, const std::vector<D
     EXPECT_TRUE(columns->IsEnd());
 }
 
-/// Expects these constraints and no more.
+/// Expects these constraints and no others.
 inline void ExpectConstraints(const CVT::BConstraintEntry* entries, const std::vector<CVT::BConstraintEntry>& wanted) {
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         EXPECT_EQ(entries[i].kind, wanted[i].kind) << i;

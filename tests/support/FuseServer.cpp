@@ -49,7 +49,7 @@ FuseServer::FuseServer(std::string directory) : m_directory(std::move(directory)
         const std::string why = std::strerror(errno);
         ::close(m_stop);
         ::close(m_device);
-        throw std::runtime_error("mounting with FUSE: " + why);
+        throw std::runtime_error("cannot mount with FUSE: " + why);
     }
     m_thread = std::thread([this] { Serve(); });
 }
@@ -58,7 +58,7 @@ FuseServer::~FuseServer() {
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(m_stop, &one, sizeof one);
     m_thread.join();
-    ::close(m_device);  // nobody will answer any more: what waits fails
+    ::close(m_device);  // nothing answers any more: pending requests fail
     ::umount2(m_directory.c_str(), MNT_DETACH);
     ::close(m_stop);
 }

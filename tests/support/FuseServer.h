@@ -6,13 +6,13 @@
 #include <thread>
 #include <vector>
 
-/// A file system of our own on a directory, served by a thread of this process over /dev/fuse: an empty directory of 1,000
-/// blocks, which can stop answering, as the server of a network mount does that has died.
+/// A file system of our own on a directory, served by a thread of this process over /dev/fuse: an empty directory of
+/// 1,000 blocks. It can stop answering, like the dead server of a network mount.
 ///
-/// To be made in a mount namespace of the test's own. Its end makes the kernel fail whatever still waits for an answer.
+/// Create it in a mount namespace of the test's own. Its destruction makes the kernel fail all pending requests.
 class FuseServer {
 public:
-    /// Why this machine offers none; empty when it does.
+    /// Returns why this machine offers none; empty when it does.
     static std::string Missing();
 
     /// Throws std::runtime_error when it cannot be mounted.
@@ -23,11 +23,11 @@ public:
 
     /// Requests are read from now on, but not answered.
     void FallSilent();
-    /// Answers those that were held back, and all that follow.
+    /// Answers the requests that were held back, and all that follow.
     void Resume();
-    /// How many blocks are free from now on.
+    /// Sets the number of free blocks from now on.
     void SetFree(unsigned long blocks);
-    /// How many requests for the space were made since it was mounted.
+    /// The number of requests for the space since it was mounted.
     int SpaceRequests() const;
 
 private:

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// A recursive-descent reader. Each operation gives false at the first octet that the grammar does not allow.
+/// A recursive-descent reader. Each operation returns false at the first octet that the grammar does not allow.
 class Reader {
 public:
     explicit Reader(std::string_view text) : m_rest(text) {}
@@ -83,7 +83,7 @@ private:
         const std::string digits(m_rest.substr(0, m_rest.find_first_not_of("-0123456789")));
         const std::string bare = digits.starts_with('-') ? digits.substr(1) : digits;
         if (bare.empty() || bare.find('-') != std::string::npos || (bare.size() > 1 && bare[0] == '0')) {
-            return false;  // and fractions, which nobody here writes
+            return false;  // and fractions, which no program here writes
         }
         number = std::strtod(digits.c_str(), nullptr);
         return Take(digits);
@@ -128,7 +128,7 @@ private:
                 return false;
             }
             const auto unit = std::strtoul(std::string(m_rest.substr(0, 4)).c_str(), nullptr, 16);
-            // A test wants to know that it was escaped, more than what it stands for: only ASCII is decoded.
+            // Only ASCII is decoded: a test checks that a character was escaped, rather than what it stands for.
             text += unit < 0x80 ? std::string(1, static_cast<char>(unit)) : "\\u" + std::string(m_rest.substr(0, 4));
             m_rest.remove_prefix(4);
             return true;

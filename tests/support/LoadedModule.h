@@ -10,13 +10,13 @@
 #include "CVT/TThread.h"
 #include "CVT/TTimer.h"
 
-/// The library that ships, loaded by its file as a host loads it, with nothing but its exported names.
+/// The shipped library, loaded by file name as a host loads it, with nothing but its exported names.
 class LoadedModule {
 public:
     LoadedModule() : m_library(::dlopen(File().c_str(), RTLD_NOW | RTLD_LOCAL)) {}
     LoadedModule(const LoadedModule&) = delete;
     LoadedModule& operator=(const LoadedModule&) = delete;
-    /// Unmaps it once no thread runs its code any more.
+    /// Unmaps the library once no thread runs its code any more.
     ~LoadedModule() {
         if (m_library != nullptr) {
             CVT::TThread::WaitForSelfDeleting(CVT::kWaitForever);

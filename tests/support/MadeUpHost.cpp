@@ -20,7 +20,7 @@ void Require(bool worked, const std::string& what) {
     }
 }
 
-/// As an ordinary user, a user namespace comes first, in which we are root.
+/// An ordinary user first enters a user namespace, in which the process is root.
 bool EnterNamespaces() {
     const uid_t user = ::geteuid();
     const gid_t group = ::getegid();
@@ -52,7 +52,7 @@ MadeUpHost::MadeUpHost() {
     Require(::mkdtemp(directory) != nullptr, "mkdtemp");
     m_directory = directory;
     Require(EnterNamespaces(), "unshare");
-    Require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "making all mounts private");
+    Require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "cannot make all mounts private");
 }
 
 MadeUpHost::~MadeUpHost() {

@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-/// A host for one test: a mount namespace of this process's own, in which files of the test's making lie over those of the
-/// machine. Nothing of it is seen outside; what was covered shows again when the host goes. To be made before the test
+/// A host for one test: a mount namespace of this process, in which files of the test cover those of the machine.
+/// Nothing of it is visible outside, and covered files reappear when the host is destroyed. Create it before the test
 /// starts a thread.
 class MadeUpHost {
 public:
-    /// Whether this machine lets us make one; the test is to be skipped when not.
+    /// Whether this machine lets us create one; otherwise the test should be skipped.
     static bool IsPossible();
 
     MadeUpHost();
@@ -16,11 +16,11 @@ public:
     MadeUpHost& operator=(const MadeUpHost&) = delete;
     ~MadeUpHost();
 
-    /// Lays a file with this content over `path`, which must exist.
+    /// Covers `path`, which must exist, with a file of this content.
     void Cover(const std::string& path, const std::string& content);
-    /// Lays an empty directory over `path`, which must be one.
+    /// Covers `path`, which must be a directory, with an empty directory.
     void Empty(const std::string& path);
-    /// A directory of this test's own, for its files and as its working directory; removed in the end.
+    /// A directory for this test's files, also its working directory; removed at the end.
     const std::string& Directory() const { return m_directory; }
 
 private:

@@ -9,15 +9,15 @@
 #include "tests/support/LoadedModule.h"
 #include "tests/support/MadeUpHost.h"
 
-/// A test of the library that ships on a made-up host, whose directory is the working directory. Skipped where this
-/// machine lets us make none.
+/// A test of the shipped library on a made-up host, whose directory is the working directory. Skipped where this
+/// machine does not let us create one.
 class MadeUpHostTest : public testing::Test {
 protected:
-    /// Makes the host and loads the library, but does not start it. What a test lays over the host in a SetUp of its own
-    /// comes after this, unless it was skipped or failed.
+    /// Creates the host and loads the library, but does not start it. A derived SetUp calls this first and then changes
+    /// the host, unless this skipped or failed.
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "this machine does not allow a mount namespace";
         }
         m_host = std::make_unique<MadeUpHost>();
         ASSERT_EQ(::chdir(m_host->Directory().c_str()), 0);
@@ -37,7 +37,7 @@ protected:
         m_started = true;
         ASSERT_EQ(m_module->Init(), 1);
     }
-    /// Starts the module, waits until it is up, and puts it into the engine.
+    /// Starts the module, waits until it is up, and adds it to the engine.
     void StartUp() {
         Start();
         ASSERT_TRUE(m_module->WaitUntilActive());

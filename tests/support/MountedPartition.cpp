@@ -23,7 +23,7 @@ bool MakeNode(const char* path, mode_t kind, dev_t device) {
     return ::mknod(path, kind | 0600, device) == 0 && ::chmod(path, 0666) == 0;
 }
 
-/// An open file, or what is none.
+/// An open file, or none.
 class Descriptor {
 public:
     explicit Descriptor(const char* path) : m_file(::open(path, O_RDWR | O_CLOEXEC)) {}
@@ -57,17 +57,17 @@ std::string MountedPartition::Mount(MadeUpHost& host) {
         return "there is no mkfs.ext4";
     }
     const Descriptor control("/dev/loop-control");
-    host.Empty("/dev");  // the node is not to be seen outside
+    host.Empty("/dev");  // the node must not be visible outside
     std::filesystem::create_directories(kDisk);
     if (!MakeNode("/dev/null", S_IFCHR, makedev(kMemoryMajor, 3)) ||
         !MakeNode("/dev/urandom", S_IFCHR, makedev(kMemoryMajor, 9))) {
-        return "this machine lets us make no device node";
+        return "this machine does not let us create a device node";
     }
     const Descriptor file(image.c_str());
     for (int tries = 0; tries < 50; ++tries) {
         const int loop = ::ioctl(control.Get(), LOOP_CTL_GET_FREE);
         if (loop < 0) {
-            return "this machine gives no loop device";
+            return "this machine has no free loop device";
         }
         m_device = makedev(kLoopMajor, static_cast<unsigned int>(loop));
         ::unlink(kNode);
@@ -76,7 +76,7 @@ std::string MountedPartition::Mount(MadeUpHost& host) {
         }
         const Descriptor device(kNode);
         loop_info64 info{};
-        info.lo_flags = LO_FLAGS_AUTOCLEAR;  // with the last that uses it: this process, and then the mount
+        info.lo_flags = LO_FLAGS_AUTOCLEAR;  // with its last user: this process, and then the mount
         if (::ioctl(device.Get(), LOOP_SET_FD, file.Get()) == 0) {
             if (::ioctl(device.Get(), LOOP_SET_STATUS64, &info) == 0 &&
                 ::mount(kNode, m_directory.c_str(), "ext4", 0, nullptr) == 0) {
@@ -88,5 +88,5 @@ std::string MountedPartition::Mount(MadeUpHost& host) {
             break;
         }
     }
-    return std::string("this machine mounts no image: ") + std::strerror(errno);
+    return std::string("this machine cannot mount an image: ") + std::strerror(errno);
 }

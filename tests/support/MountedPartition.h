@@ -7,21 +7,21 @@
 
 #include "tests/support/MadeUpHost.h"
 
-/// A file system that is really mounted from a partition by the name that makes it one: an ext4 image on a loop device
-/// whose node stands under /dev/ide, which nothing but the node, null and urandom shares. Seen on that host only, and gone
-/// with this object.
+/// A file system that is really mounted from a node with a partition's name: an ext4 image on a loop device whose node
+/// stands under /dev/ide. /dev has no other nodes but null and urandom. It exists only on the made-up host and only as
+/// long as this object.
 class MountedPartition {
 public:
     static constexpr const char* kDisk = "/dev/ide/host0/bus0/target0/lun0";
     static constexpr const char* kNode = "/dev/ide/host0/bus0/target0/lun0/part1";
-    static constexpr std::uintmax_t kSize = 16U << 20U;  ///< of the partition, in octets
+    static constexpr std::uintmax_t kSize = 16U << 20U;  ///< size of the partition, in octets
 
     explicit MountedPartition(MadeUpHost& host);
     MountedPartition(const MountedPartition&) = delete;
     MountedPartition& operator=(const MountedPartition&) = delete;
     ~MountedPartition();
 
-    /// Why this machine gives none; empty when it is mounted.
+    /// Why this machine offers none; empty when it is mounted.
     const std::string& Missing() const { return m_missing; }
     /// Where it is mounted.
     const std::string& Directory() const { return m_directory; }

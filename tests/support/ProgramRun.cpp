@@ -15,7 +15,7 @@ namespace {
 struct Pipe {
     Pipe() {
         if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe");
+            throw std::runtime_error("cannot create a pipe");
         }
     }
     Pipe(const Pipe&) = delete;
@@ -46,7 +46,7 @@ struct Pipe {
     ::_exit(127);
 }
 
-/// Reads both until both have ended.
+/// Reads both pipes until both have ended.
 void ReadBoth(int out, std::string& outText, int err, std::string& errText) {
     std::array<pollfd, 2> files{{{out, POLLIN, 0}, {err, POLLIN, 0}}};
     const std::array<std::string*, 2> texts{&outText, &errText};
@@ -79,7 +79,7 @@ ProgramRun ProgramRun::Of(const std::vector<std::string>& arguments,
     Pipe err;
     const pid_t child = ::fork();
     if (child < 0) {
-        throw std::runtime_error("no process");
+        throw std::runtime_error("cannot create a process");
     }
     if (child == 0) {
         Become(arguments, environment, directory, out.ends[1], err.ends[1]);

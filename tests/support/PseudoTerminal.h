@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string>
 
-/// A terminal that nobody looks at, with lines of some width.
+/// A pseudo terminal that nobody watches, with lines of a given width.
 class PseudoTerminal {
 public:
     explicit PseudoTerminal(unsigned short columns) : m_master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
@@ -34,11 +34,11 @@ public:
 
     /// False where the host has no pseudo terminals.
     bool IsOpen() const { return m_slave >= 0; }
-    /// The side that programs write to, for as long as this lives.
+    /// The side that programs write to; valid as long as this object.
     int Descriptor() const { return m_slave; }
     const std::string& File() const { return m_file; }
 
-    /// What was written, as soon as it has so many lines; what there is after ten seconds without any more.
+    /// Returns what was written, as soon as it has that many lines, or after ten seconds without more.
     std::string Lines(std::ptrdiff_t count) const {
         std::string text;
         struct pollfd readable = {m_master, POLLIN, 0};
@@ -50,7 +50,7 @@ public:
             }
             text.append(some.data(), static_cast<std::size_t>(length));
         }
-        std::erase(text, '\r');  // the terminal puts one before each end of line
+        std::erase(text, '\r');  // the terminal adds one before each end of line
         return text;
     }
 

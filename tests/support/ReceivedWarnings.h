@@ -8,7 +8,7 @@
 
 #include "CVT/Warnings.h"
 
-/// Takes the warnings of all modules of this process as long as it lives. One at a time.
+/// Receives the warnings of all modules of this process as long as it lives. Only one at a time.
 class ReceivedWarnings {
 public:
     ReceivedWarnings() {
@@ -19,7 +19,7 @@ public:
     ReceivedWarnings& operator=(const ReceivedWarnings&) = delete;
     ~ReceivedWarnings() { CVT::SetWarningReceiver(nullptr); }
 
-    /// Those that came since the last call.
+    /// Returns the warnings since the last call.
     std::vector<std::string> Take() {
         const std::lock_guard guard(Lock());
         return std::exchange(Texts(), {});

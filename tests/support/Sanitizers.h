@@ -1,6 +1,6 @@
 #pragma once
 
-/// Whether this program is built with a sanitizer that makes it slow: what is done a thousand times is then done less often.
+/// Whether this program is built with a slow sanitizer: tests with a thousand repetitions then do fewer.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kIsSanitized = true;
 #elif defined(__has_feature)

@@ -9,14 +9,14 @@
 #include <stdexcept>
 #include <string>
 
-/// A folder of its own for a test, removed with all that is in it.
+/// A folder for one test, removed with everything in it.
 class ScratchFolder {
 public:
-    /// Throws std::runtime_error when it cannot be made.
+    /// Throws std::runtime_error when it cannot be created.
     ScratchFolder() {
         std::string pattern = std::filesystem::temp_directory_path() / "cvhost-test-XXXXXX";
         if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a folder for the test");
+            throw std::runtime_error("cannot create a folder for the test");
         }
         m_path = pattern;
     }
@@ -30,12 +30,12 @@ public:
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
     const std::string& Path() const { return m_path; }
 
-    /// Gives the new file's name.
+    /// Returns the name of the new file.
     std::string Write(const std::string& name, const std::string& content) const {
         std::ofstream(*this / name, std::ios::binary) << content;
         return *this / name;
     }
-    /// Gives the new folder's name; one that is there already is as good.
+    /// Returns the name of the new folder; an existing one is fine.
     std::string MakeFolder(const std::string& name) const {
         std::filesystem::create_directory(*this / name);
         return *this / name;
@@ -45,8 +45,8 @@ private:
     std::string m_path;
 };
 
-/// A scratch folder that is the working directory of the process for as long. In the end nothing may lie in it but the
-/// store of the module.
+/// A scratch folder that is the working directory of the process while it exists. At its end it may contain nothing but
+/// the module's store.
 class WorkingFolder {
 public:
     static constexpr const char* kStoreFile = "CVHostPersist.txt";

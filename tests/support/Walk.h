@@ -20,7 +20,7 @@ inline std::vector<CVT::BVarBind> Walk(CVT::BMibEngine& engine, const char* root
     return found;
 }
 
-/// One instance, asked for in a request of its own.
+/// One instance, read in a request of its own.
 inline CVT::BVarBind Get(CVT::BMibEngine& engine, const std::string& name) {
     const CVT::BRequest request;
     CVT::BVarBind varBind;
@@ -31,7 +31,7 @@ inline CVT::BVarBind Get(CVT::BMibEngine& engine, const std::string& name) {
     return varBind;
 }
 
-/// A whole SET of one INTEGER; the error-status.
+/// A whole SET of one INTEGER; returns the error-status.
 inline int SetInteger(CVT::BMibEngine& engine, const std::string& name, int value) {
     const CVT::BRequest request;
     CVT::BVarBind varBind;

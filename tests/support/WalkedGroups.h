@@ -6,8 +6,8 @@
 #include "CVT/BMibTableImpl.h"
 #include "CVT/TextualConventions.h"
 
-/// The smallest module with a scalar group and a table, for tests of what shows a module's groups. Serves no values of
-/// interest: tests make varbinds of their own.
+/// The smallest module with a scalar group and a table, for tests of code that displays a module's groups. Its values
+/// do not matter: tests make varbinds of their own.
 class WalkedGroups final : public CVT::BMibImplGroup {
 public:
     class Scalars final : public CVT::BMibScalarGroupImpl {

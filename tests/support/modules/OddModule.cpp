@@ -1,6 +1,6 @@
-// An extension module of unpleasant habits, for tests of the programs that load modules. The environment variable
-// ODD_MODULE says which one it shows: noisy, never-ready, slow, refuses, hangs, breaks, empty. Without one it comes up at
-// once and serves hostile values under 1.3.6.1.4.1.32473.2.
+// A badly behaved extension module, for tests of the programs that load modules. The environment variable ODD_MODULE
+// selects a behaviour: noisy, never-ready, slow, refuses, hangs, breaks, empty. Without it the module comes up at once
+// and serves hostile values under 1.3.6.1.4.1.32473.2.
 
 #include <unistd.h>
 
@@ -29,7 +29,7 @@ bool Habit(std::string_view habit) {
     return wanted != nullptr && habit == wanted;
 }
 
-/// Values that a careless program shows in a way that nobody wants.
+/// Values that a careless program would display badly.
 class OddValues final : public CVT::BMibScalarGroupImpl {
 public:
     OddValues() : CVT::BMibScalarGroupImpl("ODD-MIB.oddValues", "1.3.6.1.4.1.32473.2") {}
@@ -82,7 +82,7 @@ const CVT::BConstraintEntry OddValues::s_constraints[] = {
     {},
 };
 
-/// A table in the middle of the scalars' subtree, with one row of two arcs, and one cell missing.
+/// A table in the middle of the scalars' subtree, with one row of two arcs, and one missing cell.
 class OddTable final : public CVT::BMibTableImpl {
 public:
     OddTable() : CVT::BMibTableImpl("ODD-MIB.oddTable", "1.3.6.1.4.1.32473.2.8") {}
@@ -142,7 +142,7 @@ public:
         if (place == 0) {
             return &m_values;
         }
-        return place == 2 ? &m_table : nullptr;  // the place between is empty
+        return place == 2 ? &m_table : nullptr;  // the place in between is empty
     }
     const CVT::BConstraintEntry* GetTCConstraintMap() const override { return nullptr; }
     void InitDefVals() override {}
