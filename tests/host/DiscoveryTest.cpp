@@ -167,7 +167,7 @@ TEST_F(DeviceDiscovery, ContinuesWhenItsTemporaryFileNameIsInUse) {
     ASSERT_TRUE(std::filesystem::create_directory(name));
     StartUp();
     EXPECT_EQ(Devices(), Descriptions{"A #1"});
-    EXPECT_TRUE(std::filesystem::remove(name)) << "a file of another user stays";
+    EXPECT_TRUE(std::filesystem::remove(name)) << "what was there before stays";
 }
 
 TEST_F(DeviceDiscovery, RemovesTheTemporaryFileOfAnAgentThatWasKilled) {
