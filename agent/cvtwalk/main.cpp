@@ -6,9 +6,9 @@
 #include <exception>
 
 #include "CVT/Warnings.h"
-#include "agent/cvtwalk/ModuleSet.h"
-#include "agent/cvtwalk/Options.h"
-#include "agent/cvtwalk/Walk.h"
+#include "agent/cvtwalk/data/Walk.h"
+#include "agent/cvtwalk/program/ModuleSet.h"
+#include "agent/cvtwalk/program/Options.h"
 
 namespace cvtwalk {
 namespace {

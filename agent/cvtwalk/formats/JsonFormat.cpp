@@ -1,0 +1,22 @@
+#include "agent/cvtwalk/formats/JsonFormat.h"
+
+#include "agent/cvtwalk/text/JsonText.h"
+#include "agent/cvtwalk/data/ValueText.h"
+
+namespace cvtwalk {
+
+void JsonFormat::Begin(std::string& out) { out += '['; }
+
+void JsonFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, std::string& out) {
+    out += m_first ? "\n" : ",\n";
+    m_first = false;
+    out += R"({"oid":")";
+    out += instance.name.ToString().View();
+    out += R"(","name":)" + JsonText::Quoted(object.Name()) + R"(,"instance":")";
+    out += object.Index().ToString().View();
+    out += "\"," + ValueText(instance, object).JsonMembers() + "}";
+}
+
+void JsonFormat::End(std::string& out) { out += m_first ? "]\n" : "\n]\n"; }
+
+}  // namespace cvtwalk

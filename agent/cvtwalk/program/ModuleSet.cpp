@@ -1,0 +1,85 @@
+#include "agent/cvtwalk/program/ModuleSet.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+
+namespace cvtwalk {
+namespace {
+
+/// Whether both are one file, under whatever names.
+bool AreSame(const std::string& a, const std::string& b) {
+    std::error_code ignored;
+    return a == b || std::filesystem::equivalent(a, b, ignored);
+}
+
+unsigned int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    return left.count() > 0 ? static_cast<unsigned int>(left.count()) : 0;
+}
+
+}  // namespace
+
+bool ModuleSet::Load(const std::vector<std::string>& files, std::string& error) {
+    return std::all_of(files.begin(), files.end(), [&](const std::string& file) { return LoadOne(file, error); });
+}
+
+bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
+    for (const auto& loaded : m_modules) {
+        if (AreSame(loaded->File(), file)) {
+            error = "the module " + file + " is given twice";
+            return false;
+        }
+    }
+    auto module = agent::ExtensionModule::Load(file, error);
+    if (module == nullptr) {
+        return false;
+    }
+    m_modules.push_back(std::move(module));
+    return true;
+}
+
+bool ModuleSet::Start(std::string& error) {
+    return std::all_of(m_modules.begin(), m_modules.end(),
+                       [&](const auto& module) { return StartOne(*module, error); });
+}
+
+bool ModuleSet::StartOne(agent::ExtensionModule& module, std::string& error) {
+    if (!module.Start(nullptr, error)) {
+        return false;
+    }
+    if (!m_engine.Add(module.Group())) {
+        error = "the module " + module.File() + " serves a subtree that another module serves already";
+        return false;
+    }
+    return true;
+}
+
+bool ModuleSet::WaitUntilReady(unsigned int milliseconds, std::string& error) const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    for (const auto& module : m_modules) {
+        if (!module->WaitUntilReady(MillisecondsUntil(deadline))) {
+            error = "the module " + module->File() + " is not ready after " + std::to_string(milliseconds / 1000) +
+                    " s; --timeout SECONDS waits longer";
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
+    for (const auto& module : m_modules) {
+        if (module->IsStarted()) {
+            m_engine.Remove(module->Group());
+        }
+    }
+    if (!agent::ExtensionModule::CloseAll(m_modules, milliseconds)) {
+        error = "the modules did not close within " + std::to_string(milliseconds / 1000) + " s";
+        return false;
+    }
+    m_modules.clear();
+    return true;
+}
+
+}  // namespace cvtwalk

@@ -1,0 +1,129 @@
+#include "agent/cvtwalk/text/TextTable.h"
+
+#include <algorithm>
+
+#include "agent/cvtwalk/text/Utf8.h"
+
+namespace cvtwalk {
+namespace {
+
+constexpr std::string_view kGap = "  ";
+// Places that a column keeps: texts are cut to what still tells most of them apart, then names of numbers, then texts again.
+constexpr std::size_t kReadable = 16;
+constexpr std::size_t kLeastName = 5;
+constexpr std::size_t kLeastText = 8;
+constexpr std::size_t kLeastWord = 8;
+
+std::size_t CellWidth(const TextTable::Column& column) {
+    std::size_t width = 0;
+    for (const std::string& cell : column.cells) {
+        width = std::max(width, Utf8::Width(cell));
+    }
+    return width;
+}
+
+std::size_t FullWidth(const TextTable::Column& column) { return std::max(CellWidth(column), Utf8::Width(column.name)); }
+
+/// Takes places from the widest columns that are wider than their floor, one at a time.
+void Shrink(std::vector<std::size_t>& widths, const std::vector<std::size_t>& floors, std::size_t& excess) {
+    while (excess > 0) {
+        std::size_t* widest = nullptr;
+        for (std::size_t place = 0; place < widths.size(); ++place) {
+            if (widths[place] > floors[place] && (widest == nullptr || widths[place] > *widest)) {
+                widest = &widths[place];
+            }
+        }
+        if (widest == nullptr) {
+            return;
+        }
+        --*widest;
+        --excess;
+    }
+}
+
+void AppendPadded(std::string& out, std::string_view text, std::size_t width, bool toTheRight) {
+    const std::size_t used = Utf8::Width(text);
+    const std::size_t blanks = width > used ? width - used : 0;
+    out.append(toTheRight ? blanks : 0, ' ');
+    out += text;
+    out.append(toTheRight ? 0 : blanks, ' ');
+}
+
+}  // namespace
+
+std::string TextTable::Fitted(std::string_view text, std::size_t width, bool utf8) {
+    if (Utf8::Width(text) <= width) {
+        return std::string(text);
+    }
+    const std::string_view ellipsis = utf8 ? "\u2026" : "...";
+    const std::size_t room = width - std::min(width, Utf8::Width(ellipsis));
+    std::string fitted;
+    for (Utf8 characters(text); !characters.AtEnd();) {
+        characters.Next();
+        if (Utf8::Width(fitted) + Utf8::Width(characters.Last()) > room) {
+            break;
+        }
+        fitted += characters.Last();
+    }
+    return fitted.append(ellipsis);
+}
+
+std::size_t TextTable::NaturalWidth() const {
+    std::size_t width = 0;
+    for (const Column& column : m_columns) {
+        width += (width == 0 ? 0 : kGap.size()) + FullWidth(column);
+    }
+    return width;
+}
+
+std::vector<std::size_t> TextTable::Widths(std::size_t limit) const {
+    std::vector<std::size_t> widths;
+    std::vector<std::size_t> cellWidths;
+    for (const Column& column : m_columns) {
+        cellWidths.push_back(CellWidth(column));
+        widths.push_back(FullWidth(column));
+    }
+    const std::size_t natural = NaturalWidth();
+    std::size_t excess = limit == 0 || natural <= limit ? 0 : natural - limit;
+    const auto shrink = [&](Kind kind, std::size_t least) {
+        std::vector<std::size_t> floors;
+        for (std::size_t place = 0; place < m_columns.size(); ++place) {
+            const bool may = m_columns[place].kind == kind;
+            floors.push_back(!may ? widths[place] : std::max(least, kind == Kind::kNumber ? cellWidths[place] : 0));
+        }
+        Shrink(widths, floors, excess);
+    };
+    shrink(Kind::kText, kReadable);
+    shrink(Kind::kNumber, kLeastName);
+    shrink(Kind::kText, kLeastText);
+    shrink(Kind::kWord, kLeastWord);
+    return widths;
+}
+
+void TextTable::Write(const Display& display, std::string& out) {
+    if (display.width > 0 && NaturalWidth() > display.width) {
+        for (Column& column : m_columns) {
+            if (!column.shortCells.empty()) {
+                column.cells = std::move(column.shortCells);
+                column.shortCells.clear();
+            }
+        }
+    }
+    const std::vector<std::size_t> widths = Widths(display.width);
+    const auto writeLine = [&](const auto& textOf) {
+        for (std::size_t place = 0; place < m_columns.size(); ++place) {
+            out += place == 0 ? std::string_view() : kGap;
+            AppendPadded(out, Fitted(textOf(m_columns[place]), widths[place], display.utf8), widths[place],
+                         m_columns[place].kind == Kind::kNumber);
+        }
+        out.erase(out.find_last_not_of(' ') + 1);
+        out += '\n';
+    };
+    writeLine([](const Column& column) { return std::string_view(column.name); });
+    const std::size_t rows = m_columns.empty() ? 0 : m_columns.front().cells.size();
+    for (std::size_t row = 0; row < rows; ++row) {
+        writeLine([row](const Column& column) { return std::string_view(column.cells[row]); });
+    }
+}
+
+}  // namespace cvtwalk
