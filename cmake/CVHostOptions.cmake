@@ -1,6 +1,7 @@
 # Every option of the build. CONTRIBUTING.md describes them.
 
 option(CVHOST_WITH_SNMP "Build what needs the SNMP library: cvtagentd and its tests" ON)
+option(CVHOST_WITH_NCURSES "Build the live screen of cvtwalk (--top), where there is ncurses" ON)
 option(CVHOST_WERROR "Treat compiler warnings as errors (the presets do)" OFF)
 option(CVHOST_COVERAGE "Instrument for gcov" OFF)
 option(CVHOST_BUILD_BENCH "Build the benchmarks" ${BUILD_TESTING})

@@ -4,11 +4,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 
 #include "CVT/Warnings.h"
-#include "agent/cvtwalk/data/Walk.h"
+#include "agent/cvtwalk/program/HeldMessages.h"
+#include "agent/cvtwalk/program/Interrupts.h"
 #include "agent/cvtwalk/program/ModuleSet.h"
 #include "agent/cvtwalk/program/Options.h"
+#include "agent/cvtwalk/program/Printer.h"
+#include "agent/cvtwalk/program/PrivateOutput.h"
+#include "agent/cvtwalk/program/TopProgram.h"
+#include "agent/cvtwalk/program/Watch.h"
 
 namespace cvtwalk {
 namespace {
@@ -16,6 +22,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
 constexpr unsigned int kLeastCloseMs = 5000;
+constexpr int kLoadPollMs = 250;
 
 void Say(const std::string& line) { std::fprintf(stderr, "cvtwalk: %s\n", line.c_str()); }
 
@@ -32,9 +39,15 @@ void GoWhereNoFileCanBeMade() {
     }
 }
 
-/// Loads, walks and writes. The modules are left to be closed.
-bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
-    const Display display = Display::Of(output.Descriptor());  // before modules start threads
+/// What the command line leaves open, by what the output is.
+Options Completed(Options options, const PrivateOutput& output) {
+    if (options.anyFormat && output.IsTerminal()) {
+        options.format = Options::Format::kTable;
+    }
+    return options;
+}
+
+bool LoadAndStart(const Options& options, ModuleSet& modules, std::string& error) {
     const bool byDefault = options.modules.empty();
     if (!modules.Load(byDefault ? std::vector{agent::ExtensionModule::DefaultFile()} : options.modules, error)) {
         return false;
@@ -47,34 +60,76 @@ bool LoadAndWalk(const Options& options, ModuleSet& modules, PrivateOutput& outp
         Say(error);
         std::_Exit(kFailed);  // a module that is still coming up cannot be closed
     }
-    const ObjectNames names(modules.Engine());
-    CVT::BObjectIdentifier root;
-    if (!options.object.empty()) {
-        const auto resolved = names.Resolve(options.object, error);
-        if (!resolved) {
-            return false;
+    return true;
+}
+
+void SayAll(const std::vector<std::string>& remarks, Options::Format format) {
+    for (const std::string& remark : remarks) {
+        if (format != Options::Format::kJson) {
+            Say(remark);
         }
-        root = *resolved;
     }
-    const auto format = OutputFormat::Make(options.format, display);
-    Walk walk(modules.Engine(), names, *format, output);
-    const bool good = walk.Run(root, error);
-    if (good && walk.Instances() == 0 && options.format != Options::Format::kJson) {
-        Say((options.object.empty() ? "what the modules serve" : options.object) +
-            " is empty: no instance at the moment");
+}
+
+/// Loads, walks and writes. The modules are left to be closed.
+bool LoadAndPrint(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
+    const Display display = Display::Of(output.Descriptor());  // before modules start threads
+    const auto interrupts = options.watchSeconds > 0 ? std::make_unique<Interrupts>() : nullptr;
+    if (!LoadAndStart(options, modules, error)) {
+        return false;
+    }
+    Printer printer(options, modules.Engine(), display, Printer::Clock::now());
+    if (!printer.Resolve(error)) {
+        return false;
+    }
+    while (options.waitForLoad && printer.WantsTheLoad() && !printer.IsMeasured()) {
+        if (interrupts != nullptr ? interrupts->Wait(kLoadPollMs) : (::usleep(kLoadPollMs * 1000), false)) {
+            return true;
+        }
+    }
+    if (interrupts != nullptr) {
+        return Watch(printer, options, output).Run(*interrupts, error);
+    }
+    std::string text;
+    const bool good = printer.Print(text, error);
+    output.Write(text);
+    if (!output.Flush()) {
+        error = output.WriteError();
+        return false;
+    }
+    if (good) {
+        SayAll(printer.Remarks(), options.format);
     }
     return good;
 }
 
-int Run(const Options& options) {
+/// Loads, and shows the live screen. The modules are left to be closed.
+bool LoadAndShow(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
+    const Display display = Display::Of(output.Descriptor());  // before modules start threads
+    const Interrupts interrupts;
+    if (!LoadAndStart(options, modules, error)) {
+        return false;
+    }
+    const auto ready = TopProgram::Clock::now();
+    const HeldMessages held;
+    const auto terminal = Terminal::Open(output.Descriptor(), error);
+    if (terminal == nullptr) {
+        return false;
+    }
+    TopProgram(modules.Engine(), *terminal, options.intervalSeconds, display.utf8, ready).Run(interrupts);
+    return true;
+}
+
+int Run(const Options& wanted) {
     PrivateOutput output;
     if (output.Error() != 0) {
         Say("no standard output: " + output.ErrorText());
         return kFailed;
     }
+    const Options options = Completed(wanted, output);
     ModuleSet modules;
     std::string error;
-    const bool good = LoadAndWalk(options, modules, output, error);
+    const bool good = (options.top ? &LoadAndShow : &LoadAndPrint)(options, modules, output, error);
     if (!error.empty()) {
         Say(error);
     }

@@ -1,5 +1,7 @@
 #include "agent/cvtwalk/data/KnownObjects.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -66,6 +68,31 @@ constexpr KnownObjects::Amounts kAmounts[] = {
     {"HOST-RESOURCES-MIB.hrStorageTable", "hrStorageAllocationUnits", "hrStorageSize", "hrStorageUsed"},
 };
 
+constexpr KnownObjects::JoinedTables kJoins[] = {
+    {"HOST-RESOURCES-MIB.hrSWRunTable", "HOST-RESOURCES-MIB.hrSWRunPerfTable"},
+};
+
+/// An object that is measured at intervals. The module takes its first sample one interval after its start; a busy
+/// machine is given a second more.
+struct Sampled {
+    const char* object;
+    double seconds;
+};
+constexpr Sampled kSampled[] = {{"hrProcessorLoad", 16}};
+
+struct Measure {
+    const char* object;
+    KnownObjects::Unit unit;
+};
+constexpr Measure kMeasures[] = {
+    {"hrProcessorLoad", KnownObjects::Unit::kPercent},
+    {"hrSWRunPerfCPU", KnownObjects::Unit::kClockTicks},
+    {"hrSWRunPerfMem", KnownObjects::Unit::kPages},
+};
+
+constexpr std::string_view kGrowing[] = {"hrSWRunPerfCPU"};
+constexpr std::string_view kCut[] = {"hrMemorySize", "hrDiskStorageCapacity"};
+
 }  // namespace
 
 std::span<const KnownObjects::Node> KnownObjects::Branches() { return kBranches; }
@@ -91,6 +118,38 @@ const KnownObjects::Amounts* KnownObjects::AmountsOf(std::string_view group) {
     const auto* const found = std::find_if(std::begin(kAmounts), std::end(kAmounts),
                                            [&](const Amounts& amounts) { return group == amounts.group; });
     return found == std::end(kAmounts) ? nullptr : found;
+}
+
+std::span<const KnownObjects::JoinedTables> KnownObjects::Joins() { return kJoins; }
+
+std::optional<double> KnownObjects::SecondsToFirstSample(std::string_view object) {
+    const auto* const found = std::find_if(std::begin(kSampled), std::end(kSampled),
+                                           [&](const Sampled& sampled) { return object == sampled.object; });
+    return found == std::end(kSampled) ? std::nullopt : std::optional(found->seconds);
+}
+
+bool KnownObjects::OnlyGrows(std::string_view object) {
+    return std::find(std::begin(kGrowing), std::end(kGrowing), object) != std::end(kGrowing);
+}
+
+bool KnownObjects::IsCut(std::string_view object) {
+    return std::find(std::begin(kCut), std::end(kCut), object) != std::end(kCut);
+}
+
+KnownObjects::Unit KnownObjects::UnitOf(std::string_view object) {
+    const auto* const found = std::find_if(std::begin(kMeasures), std::end(kMeasures),
+                                           [&](const Measure& measure) { return object == measure.object; });
+    return found == std::end(kMeasures) ? Unit::kNone : found->unit;
+}
+
+long long KnownObjects::ScaleOf(Unit unit) {
+    switch (unit) {
+        case Unit::kKibioctets: return 1024;
+        case Unit::kPages: return ::sysconf(_SC_PAGESIZE);
+        case Unit::kClockTicks: return ::sysconf(_SC_CLK_TCK);
+        case Unit::kTicks: return 100;
+        default: return 1;
+    }
 }
 
 }  // namespace cvtwalk

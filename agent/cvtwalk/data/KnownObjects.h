@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -28,12 +29,40 @@ public:
         const char* used;
     };
 
+    /// Two tables whose rows describe the same things by the same index, by their registered names.
+    struct JoinedTables {
+        const char* first;
+        const char* second;
+    };
+    /// What a number counts, where the declaration does not say so.
+    enum class Unit {
+        kNone,
+        kOctets,
+        kKibioctets,
+        kPages,       ///< of this host's memory
+        kClockTicks,  ///< of this host's kernel
+        kPercent,
+        kTicks,  ///< hundredths of a second
+    };
+
     /// Nodes above groups, which no group has for its own name.
     static std::span<const Node> Branches();
     /// The name of an object identifier that MIBs define as a value, such as "hrStorageFixedDisk"; empty for others.
     static std::string_view ValueName(const CVT::BObjectIdentifier& value);
     /// Null for a group that is no table of amounts.
     static const Amounts* AmountsOf(std::string_view group);
+    static std::span<const JoinedTables> Joins();
+    /// How long after the start of its module an object that is measured at intervals may still be 0 for want of a
+    /// measurement; nothing for other objects.
+    static std::optional<double> SecondsToFirstSample(std::string_view object);
+    /// Whether an INTEGER or a gauge is known to count up for ever, as a Counter32 does.
+    static bool OnlyGrows(std::string_view object);
+    /// Whether the number is known to be cut to 32 bits on hosts of today, so that any value may be wrong.
+    static bool IsCut(std::string_view object);
+    static Unit UnitOf(std::string_view object);
+    /// Of kOctets, kKibioctets and kPages, in octets; of kClockTicks and kTicks, how many make a second; 1 for others. Asks the
+    /// system.
+    static long long ScaleOf(Unit unit);
 };
 
 }  // namespace cvtwalk

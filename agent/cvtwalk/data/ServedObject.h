@@ -18,6 +18,7 @@ public:
 
     /// Null when there is none.
     CVT::BMibImpl* Group() const { return m_group; }
+    const CVT::BRqHndlrEntry* Declared() const { return m_column; }
     bool IsInTable() const { return m_group != nullptr && m_group->GetIMibInfo()->IsTable(); }
     /// The column's sub-identifier; 0 when there is none.
     unsigned int SubId() const { return m_column == nullptr ? 0 : m_column->subId; }

@@ -1,7 +1,5 @@
 #include "agent/cvtwalk/data/Walk.h"
 
-#include "CVT/BRequest.h"
-
 namespace cvtwalk {
 namespace {
 
@@ -12,40 +10,31 @@ std::string Failure(const CVT::BObjectIdentifier& name, const char* relation, in
 
 }  // namespace
 
-bool Walk::Run(const CVT::BObjectIdentifier& root, std::string& error) {
-    m_text.clear();
-    m_format.Begin(m_text);
-    bool good = Visit(root, error);
-    m_format.End(m_text);
-    m_output.Write(m_text);
-    if (!m_output.Flush()) {
-        error = m_output.ErrorText();
-        if (!error.empty()) {
-            error = "cannot write: " + error;
-        }
+bool Walk::Run(const CVT::BObjectIdentifier& root, const Visitor& visitor, std::string& error) {
+    const unsigned long long before = m_instances;
+    if (!VisitAll(root, visitor, error)) {
         return false;
     }
-    if (good && m_instances == 0 && !m_names.IsServedUnder(root)) {
+    if (m_instances == before && !m_names.IsServedUnder(root)) {
         error = root.IsEmpty() ? "the modules serve no instance"
                                : std::string("no instance is served under ") + root.ToString().c_str();
-        good = false;
+        return false;
     }
-    return good;
+    return true;
 }
 
-bool Walk::Visit(const CVT::BObjectIdentifier& root, std::string& error) {
-    const CVT::BRequest whole;  // one request, so that it sees one snapshot of whatever moves
-    const unsigned int request = whole.Id();
+bool Walk::VisitAll(const CVT::BObjectIdentifier& root, const Visitor& visitor, std::string& error) {
+    const unsigned long long before = m_instances;
     CVT::BVarBind instance;
     instance.name.Set(root);
-    const int exact = m_engine.Get(request, instance);
+    const int exact = m_engine.Get(m_request, instance);
     if (exact == CVT::noError && !instance.IsException()) {
-        Write(instance);
+        Visit(instance, visitor);
         return true;
     }
     instance.name.Set(root);
-    for (CVT::BObjectIdentifier last = root; m_output.Error() == 0; last.Set(instance.name)) {
-        if (const int status = m_engine.GetNext(request, instance); status != CVT::noError) {
+    for (CVT::BObjectIdentifier last = root;; last.Set(instance.name)) {
+        if (const int status = m_engine.GetNext(m_request, instance); status != CVT::noError) {
             error = Failure(last, "behind", status);
             return false;
         }
@@ -56,20 +45,20 @@ bool Walk::Visit(const CVT::BObjectIdentifier& root, std::string& error) {
             error = std::string("the walk goes backwards behind ") + last.ToString().c_str();
             return false;
         }
-        Write(instance);
+        if (!Visit(instance, visitor)) {
+            return true;
+        }
     }
-    if (m_instances == 0 && exact != CVT::noError) {
+    if (m_instances == before && exact != CVT::noError) {
         error = Failure(root, "at", exact);
         return false;
     }
     return true;
 }
 
-void Walk::Write(const CVT::BVarBind& instance) {
+bool Walk::Visit(const CVT::BVarBind& instance, const Visitor& visitor) {
     ++m_instances;
-    m_format.Add(instance, m_names.ObjectOf(instance.name), m_text);
-    m_output.Write(m_text);
-    m_text.clear();
+    return visitor(instance, m_names.ObjectOf(instance.name));
 }
 
 }  // namespace cvtwalk

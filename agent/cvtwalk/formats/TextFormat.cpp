@@ -4,7 +4,7 @@
 
 namespace cvtwalk {
 
-void TextFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, std::string& out) {
+void TextFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, bool measured, std::string& out) {
     if (object.Name().empty()) {
         out += instance.name.ToString().View();
     } else {
@@ -15,7 +15,7 @@ void TextFormat::Add(const CVT::BVarBind& instance, const ServedObject& object, 
         }
     }
     out += " = ";
-    out += ValueText(instance, object).Typed();
+    out += measured ? ValueText(instance, object).Typed() : Section::kNotMeasured;
     out += '\n';
 }
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "agent/cvtwalk/formats/OutputFormat.h"
+#include "agent/cvtwalk/formats/InstanceFormat.h"
 
 namespace cvtwalk {
 
 /// A line for each instance, as SNMP clients print it: "hrMemorySize.0 = INTEGER: 1234".
-class TextFormat final : public OutputFormat {
-public:
-    void Add(const CVT::BVarBind& instance, const ServedObject& object, std::string& out) override;
+class TextFormat final : public InstanceFormat {
+protected:
+    void Add(const CVT::BVarBind& instance, const ServedObject& object, bool measured, std::string& out) override;
 };
 
 }  // namespace cvtwalk

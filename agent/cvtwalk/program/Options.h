@@ -4,16 +4,27 @@
 #include <string>
 #include <vector>
 
+#include "agent/cvtwalk/data/Selection.h"
+#include "agent/cvtwalk/formats/OutputFormat.h"
+
 namespace cvtwalk {
 
 /// What the command line of cvtwalk says. A plain value.
 struct Options {
-    enum class Format { kText, kJson, kTable };
+    using Format = OutputFormat::Kind;
 
     std::vector<std::string> modules;  ///< as given; empty means the default module
     Format format = Format::kText;
+    bool anyFormat = true;  ///< nobody said which format: a terminal gets tables, all else gets text
     unsigned int timeoutSeconds = 30;
-    std::string object;  ///< an OID or an object name; empty means everything
+    std::vector<std::string> objects;  ///< OIDs or object names; none means everything
+    Selection selection;
+    bool join = false;         ///< tables that are one for people are one in every format
+    bool all = false;          ///< nothing is folded
+    bool waitForLoad = false;  ///< until what is measured at intervals is measured
+    unsigned int watchSeconds = 0;  ///< 0: once
+    bool top = false;
+    unsigned int intervalSeconds = 5;  ///< of --top
     bool help = false;
     bool version = false;
 

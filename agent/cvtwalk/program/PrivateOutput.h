@@ -23,10 +23,13 @@ public:
 
     /// The descriptor that is written to, owned by the output; negative when there is none.
     int Descriptor() const { return m_fd; }
+    bool IsTerminal() const { return m_terminal; }
     /// 0 while all is well.
     int Error() const { return m_error; }
     /// What Error means to people; empty when the reader has just gone away.
     std::string ErrorText() const;
+    /// The same as a line that says what failed.
+    std::string WriteError() const { return ErrorText().empty() ? std::string() : "cannot write: " + ErrorText(); }
 
 private:
     int m_fd;

@@ -32,6 +32,11 @@ std::size_t WidthOf(int descriptor) {
     return ::ioctl(descriptor, TIOCGWINSZ, &window) == 0 ? window.ws_col : 0;
 }
 
+std::size_t HeightOf(int descriptor) {
+    struct winsize window {};
+    return ::isatty(descriptor) != 0 && ::ioctl(descriptor, TIOCGWINSZ, &window) == 0 ? window.ws_row : 0;
+}
+
 /// Asks a locale of its own: modules keep the one that they would have in an agent.
 bool LocaleIsUtf8() {
     const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
@@ -45,6 +50,6 @@ bool LocaleIsUtf8() {
 
 }  // namespace
 
-Display Display::Of(int descriptor) { return {WidthOf(descriptor), LocaleIsUtf8()}; }
+Display Display::Of(int descriptor) { return {WidthOf(descriptor), LocaleIsUtf8(), HeightOf(descriptor)}; }
 
 }  // namespace cvtwalk

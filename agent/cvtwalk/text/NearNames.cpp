@@ -4,6 +4,8 @@
 #include <numeric>
 #include <utility>
 
+#include "agent/cvtwalk/text/AsciiCase.h"
+
 namespace cvtwalk {
 namespace {
 
@@ -11,13 +13,6 @@ constexpr std::size_t kMostNames = 5;
 constexpr std::size_t kLeastPart = 3;  // letters; less is contained in too many names
 constexpr std::size_t kMostEdits = 3;
 constexpr std::size_t kFar = 1'000'000;  // not near at all
-
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return lower;
-}
 
 /// How many letters have to be put in, left out or replaced to make `b` of `a`.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
@@ -56,10 +51,10 @@ std::size_t Distance(const std::string& name, const std::string& wanted) {
 }  // namespace
 
 std::vector<std::string> NearNames(const std::vector<std::string>& known, std::string_view wanted) {
-    const std::string lower = Lower(wanted);
+    const std::string lower = AsciiCase::Lower(wanted);
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const std::string& name : known) {
-        if (const std::size_t distance = Distance(Lower(name), lower); distance != kFar) {
+        if (const std::size_t distance = Distance(AsciiCase::Lower(name), lower); distance != kFar) {
             near.emplace_back(distance, name);
         }
     }

@@ -22,8 +22,6 @@ std::size_t CellWidth(const TextTable::Column& column) {
     return width;
 }
 
-std::size_t FullWidth(const TextTable::Column& column) { return std::max(CellWidth(column), Utf8::Width(column.name)); }
-
 /// Takes places from the widest columns that are wider than their floor, one at a time.
 void Shrink(std::vector<std::size_t>& widths, const std::vector<std::size_t>& floors, std::size_t& excess) {
     while (excess > 0) {
@@ -49,6 +47,17 @@ void AppendPadded(std::string& out, std::string_view text, std::size_t width, bo
     out.append(toTheRight ? 0 : blanks, ' ');
 }
 
+/// Keeps the beginning and the last places of a name of single-place characters.
+std::string CutInTheMidst(std::string_view name, std::size_t width, bool utf8) {
+    const std::string_view ellipsis = utf8 ? "\u2026" : "..";
+    const std::size_t taken = Utf8::Width(ellipsis);
+    if (name.size() <= width || width <= taken + 1) {
+        return std::string(name.substr(0, width));
+    }
+    const std::size_t end = (width - taken) / 2;
+    return std::string(name.substr(0, width - taken - end)).append(ellipsis).append(name.substr(name.size() - end));
+}
+
 }  // namespace
 
 std::string TextTable::Fitted(std::string_view text, std::size_t width, bool utf8) {
@@ -68,10 +77,12 @@ std::string TextTable::Fitted(std::string_view text, std::size_t width, bool utf
     return fitted.append(ellipsis);
 }
 
+std::size_t TextTable::WidthOf(const Column& column) { return std::max(CellWidth(column), Utf8::Width(column.name)); }
+
 std::size_t TextTable::NaturalWidth() const {
     std::size_t width = 0;
     for (const Column& column : m_columns) {
-        width += (width == 0 ? 0 : kGap.size()) + FullWidth(column);
+        width += (width == 0 ? 0 : kGap.size()) + WidthOf(column);
     }
     return width;
 }
@@ -81,14 +92,14 @@ std::vector<std::size_t> TextTable::Widths(std::size_t limit) const {
     std::vector<std::size_t> cellWidths;
     for (const Column& column : m_columns) {
         cellWidths.push_back(CellWidth(column));
-        widths.push_back(FullWidth(column));
+        widths.push_back(WidthOf(column));
     }
     const std::size_t natural = NaturalWidth();
     std::size_t excess = limit == 0 || natural <= limit ? 0 : natural - limit;
-    const auto shrink = [&](Kind kind, std::size_t least) {
+    const auto shrink = [&](Kind kind, std::size_t least, bool key = false) {
         std::vector<std::size_t> floors;
         for (std::size_t place = 0; place < m_columns.size(); ++place) {
-            const bool may = m_columns[place].kind == kind;
+            const bool may = m_columns[place].kind == kind && m_columns[place].isKey == key;
             floors.push_back(!may ? widths[place] : std::max(least, kind == Kind::kNumber ? cellWidths[place] : 0));
         }
         Shrink(widths, floors, excess);
@@ -97,7 +108,40 @@ std::vector<std::size_t> TextTable::Widths(std::size_t limit) const {
     shrink(Kind::kNumber, kLeastName);
     shrink(Kind::kText, kLeastText);
     shrink(Kind::kWord, kLeastWord);
+    shrink(Kind::kText, kLeastText, true);
     return widths;
+}
+
+/// The names as they fit. Where two would be cut to the same, they are cut in their midst, and become wider until they
+/// differ.
+std::vector<std::string> TextTable::Headings(std::vector<std::size_t>& widths, bool utf8) const {
+    std::vector<std::string> headings;
+    for (std::size_t place = 0; place < m_columns.size(); ++place) {
+        headings.push_back(Fitted(m_columns[place].name, widths[place], utf8));
+    }
+    const auto clashes = [&](std::size_t place) {
+        for (std::size_t other = 0; other < m_columns.size(); ++other) {
+            if (other != place && headings[other] == headings[place] && m_columns[other].name != m_columns[place].name) {
+                return true;
+            }
+        }
+        return false;
+    };
+    std::vector<std::size_t> clashing;
+    for (std::size_t place = 0; place < m_columns.size(); ++place) {
+        if (clashes(place)) {
+            clashing.push_back(place);
+        }
+    }
+    for (const std::size_t place : clashing) {
+        headings[place] = CutInTheMidst(m_columns[place].name, widths[place], utf8);
+    }
+    for (const std::size_t place : clashing) {
+        while (clashes(place)) {
+            headings[place] = CutInTheMidst(m_columns[place].name, ++widths[place], utf8);
+        }
+    }
+    return headings;
 }
 
 void TextTable::Write(const Display& display, std::string& out) {
@@ -109,20 +153,21 @@ void TextTable::Write(const Display& display, std::string& out) {
             }
         }
     }
-    const std::vector<std::size_t> widths = Widths(display.width);
+    std::vector<std::size_t> widths = Widths(display.width);
+    const std::vector<std::string> headings = Headings(widths, display.utf8);
     const auto writeLine = [&](const auto& textOf) {
         for (std::size_t place = 0; place < m_columns.size(); ++place) {
             out += place == 0 ? std::string_view() : kGap;
-            AppendPadded(out, Fitted(textOf(m_columns[place]), widths[place], display.utf8), widths[place],
+            AppendPadded(out, Fitted(textOf(place), widths[place], display.utf8), widths[place],
                          m_columns[place].kind == Kind::kNumber);
         }
         out.erase(out.find_last_not_of(' ') + 1);
         out += '\n';
     };
-    writeLine([](const Column& column) { return std::string_view(column.name); });
+    writeLine([&](std::size_t place) { return std::string_view(headings[place]); });
     const std::size_t rows = m_columns.empty() ? 0 : m_columns.front().cells.size();
     for (std::size_t row = 0; row < rows; ++row) {
-        writeLine([row](const Column& column) { return std::string_view(column.cells[row]); });
+        writeLine([&](std::size_t place) { return std::string_view(m_columns[place].cells[row]); });
     }
 }
 

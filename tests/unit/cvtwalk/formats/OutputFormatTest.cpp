@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "agent/cvtwalk/data/ObjectNames.h"
+#include "agent/cvtwalk/data/Sections.h"
+#include "agent/cvtwalk/program/Options.h"
 #include "tests/support/JsonValue.h"
 #include "tests/support/WalkedGroups.h"
 
@@ -16,7 +18,6 @@ class CvtwalkOutputFormat : public testing::Test {
 protected:
     void Begin(Options::Format format, const cvtwalk::Display& display = {}) {
         m_format = OutputFormat::Make(format, display);
-        m_format->Begin(m_out);
     }
     void Integer(const char* name, int value) {
         CVT::BVarBind instance;
@@ -37,20 +38,25 @@ protected:
         Add(name, instance);
     }
     std::string End() {
-        m_format->End(m_out);
-        return m_out;
+        std::string out;
+        m_format->Begin(out);
+        for (const cvtwalk::Section& section : m_sections.All()) {
+            m_format->Write(section, out);
+        }
+        m_format->End(out);
+        return out;
     }
 
 private:
     void Add(const char* name, CVT::BVarBind& instance) {
         instance.name.AssignFromDottedDecimalStr(name);
-        m_format->Add(instance, m_names.ObjectOf(instance.name), m_out);
+        m_sections.Add(instance, m_names.ObjectOf(instance.name));
     }
 
     WalkedGroups m_groups;
     cvtwalk::ObjectNames m_names{m_groups.engine};
     std::unique_ptr<OutputFormat> m_format;
-    std::string m_out;
+    cvtwalk::Sections m_sections;
 };
 
 TEST_F(CvtwalkOutputFormat, TextHasALineForEachInstance) {

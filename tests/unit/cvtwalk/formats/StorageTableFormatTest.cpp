@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/cvtwalk/data/Sections.h"
 #include "agent/cvtwalk/formats/TableFormat.h"
 #include "groups/storage/DHrStorageTable.h"
 
@@ -17,10 +18,8 @@ protected:
         CVT::BVarBind instance;
         instance.type = CVT::kInteger;
         instance.integer = value;
-        m_format.Add(
-            instance,
-            cvtwalk::ServedObject(m_table, *m_table.GetIMibInfo()->FindColumn(column), CVT::BObjectIdentifier(row)),
-            m_out);
+        m_sections.Add(instance, cvtwalk::ServedObject(m_table, *m_table.GetIMibInfo()->FindColumn(column),
+                                                       CVT::BObjectIdentifier(row)));
     }
     /// The rows' units, sizes and used units, and how they are shown.
     std::string Shown(const std::vector<std::array<int, 3>>& rows) {
@@ -29,13 +28,20 @@ protected:
                 Number(4 + column, row + 1, rows[row][column]);
             }
         }
-        m_format.End(m_out);
-        return m_out;
+        return End();
+    }
+    std::string End() {
+        m_sections.DeriveUse();
+        std::string out;
+        for (const cvtwalk::Section& section : m_sections.All()) {
+            m_format.Write(section, out);
+        }
+        return out;
     }
 
     DHrStorageTable m_table{nullptr};
     cvtwalk::TableFormat m_format{cvtwalk::Display{}};
-    std::string m_out;
+    cvtwalk::Sections m_sections;
 };
 
 TEST_F(CvtwalkStorageTable, ShowsSizesAndBars) {
@@ -60,8 +66,7 @@ TEST_F(CvtwalkStorageTable, ShowsNoBarAndNoNonsenseForWrappedAndEmptyOnes) {
 TEST_F(CvtwalkStorageTable, ShowsNumbersWhereColumnsAreMissing) {
     Number(5, 1, 1000);
     Number(6, 1, 500);
-    m_format.End(m_out);
-    EXPECT_EQ(m_out, "HOST-RESOURCES-MIB.hrStorageTable\nindex  Size  Used\n    1  1000   500\n");
+    EXPECT_EQ(End(), "HOST-RESOURCES-MIB.hrStorageTable\nindex  Size  Used\n    1  1000   500\n");
 }
 
 TEST_F(CvtwalkStorageTable, ShowsWhatItHasOfARowThatCameInBetween) {
@@ -70,8 +75,7 @@ TEST_F(CvtwalkStorageTable, ShowsWhatItHasOfARowThatCameInBetween) {
     Number(5, 2, 1024);
     Number(6, 1, 256);
     Number(6, 2, 512);
-    m_format.End(m_out);
-    EXPECT_EQ(m_out,
+    EXPECT_EQ(End(),
               "HOST-RESOURCES-MIB.hrStorageTable\n"
               "index  AllocationUnits     Size     Used  Use\n"
               "    1             4096  4.0 MiB  1.0 MiB  [###-------]  25%\n"

@@ -30,7 +30,10 @@ TEST(CvtwalkOptions, AreTheDefaultsWithoutArguments) {
     EXPECT_TRUE(options->modules.empty());
     EXPECT_EQ(options->format, Options::Format::kText);
     EXPECT_EQ(options->timeoutSeconds, 30U);
-    EXPECT_EQ(options->object, "");
+    EXPECT_TRUE(options->objects.empty());
+    EXPECT_TRUE(options->anyFormat);
+    EXPECT_TRUE(options->selection.IsEmpty());
+    EXPECT_FALSE(options->top);
     EXPECT_FALSE(options->help);
     EXPECT_FALSE(options->version);
 }
@@ -40,7 +43,7 @@ TEST(CvtwalkOptions, TakeAnyNumberOfModulesAndOneObjectInAnyPlace) {
         Parse({"--module", "a.so", "hrStorage", "--module=b.so", "--format", "json", "--timeout", "5"});
     ASSERT_TRUE(options);
     EXPECT_EQ(options->modules, (std::vector<std::string>{"a.so", "b.so"}));
-    EXPECT_EQ(options->object, "hrStorage");
+    EXPECT_EQ(options->objects, std::vector<std::string>{"hrStorage"});
     EXPECT_EQ(options->format, Options::Format::kJson);
     EXPECT_EQ(options->timeoutSeconds, 5U);
 }
@@ -51,7 +54,7 @@ TEST(CvtwalkOptions, KnowTheThreeFormatsAndNoOther) {
     EXPECT_EQ(Parse({"--format=table"})->format, Options::Format::kTable);
     std::string error;
     EXPECT_FALSE(Parse({"--format=xml"}, &error));
-    EXPECT_EQ(error, "--format wants text, json or table, not 'xml'");
+    EXPECT_EQ(error, "--format wants text, json, table, csv, prometheus or html, not 'xml'");
 }
 
 TEST(CvtwalkOptions, RefuseATimeoutThatIsNoNumberOfSeconds) {
@@ -86,15 +89,72 @@ TEST(CvtwalkOptions, NameTheWordThatIsWrong) {
     EXPECT_EQ(error, "the option --module wants an argument");
     EXPECT_FALSE(Parse({"hrStorage", "--bogus"}, &error));
     EXPECT_EQ(error, "wrong option --bogus");
-    EXPECT_FALSE(Parse({"hrStorage", "hrDevice"}, &error));
-    EXPECT_EQ(error, "one OID or object name at most, and there is 'hrDevice' too");
+}
+
+TEST(CvtwalkOptions, TakeSeveralObjects) {
+    EXPECT_EQ(Parse({"hrStorage", "hrDevice"})->objects, (std::vector<std::string>{"hrStorage", "hrDevice"}));
+    EXPECT_FALSE(Parse({"hrStorage", ""}));
+}
+
+TEST(CvtwalkOptions, KnowTheFormatsForOtherPrograms) {
+    EXPECT_EQ(Parse({"--format=csv"})->format, Options::Format::kCsv);
+    EXPECT_EQ(Parse({"--format=prometheus"})->format, Options::Format::kPrometheus);
+    EXPECT_EQ(Parse({"--format=html"})->format, Options::Format::kHtml);
+    EXPECT_FALSE(Parse({"--format=html"})->anyFormat);
+}
+
+TEST(CvtwalkOptions, TakeWhatSelectsRowsAndColumns) {
+    const auto options = Parse({"--sort", "mem", "--reverse", "--filter", "name=a=b", "--filter", "index=7", "--columns",
+                                "name,mem", "--limit", "3", "--join", "--all", "--wait-for-load", "--watch", "2"});
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->selection.sort, "mem");
+    EXPECT_TRUE(options->selection.reverse);
+    using Filter = std::pair<std::string, std::string>;
+    EXPECT_EQ(options->selection.filters, (std::vector<Filter>{{"name", "a=b"}, {"index", "7"}}));
+    EXPECT_EQ(options->selection.columns, (std::vector<std::string>{"name", "mem"}));
+    EXPECT_EQ(options->selection.limit, 3U);
+    EXPECT_TRUE(options->join);
+    EXPECT_TRUE(options->all);
+    EXPECT_TRUE(options->waitForLoad);
+    EXPECT_EQ(options->watchSeconds, 2U);
+}
+
+TEST(CvtwalkOptions, SayWhatASelectionWants) {
+    std::string error;
+    EXPECT_FALSE(Parse({"--filter", "name"}, &error));
+    EXPECT_EQ(error, "--filter wants COLUMN=TEXT, not 'name'");
+    EXPECT_FALSE(Parse({"--filter", "=x"}, &error));
+    EXPECT_FALSE(Parse({"--columns", "a,,b"}, &error));
+    EXPECT_EQ(error, "--columns wants names with commas between, not 'a,,b'");
+    EXPECT_FALSE(Parse({"--sort", ""}, &error));
+    EXPECT_EQ(error, "--sort wants a column, not an empty word");
+    EXPECT_FALSE(Parse({"--limit", "0"}, &error));
+    EXPECT_EQ(error, "--limit wants a number of rows from 1 to 1000000000, not '0'");
+    EXPECT_FALSE(Parse({"--watch", "x"}, &error));
+    EXPECT_EQ(error, "--watch wants a number of seconds from 1 to 86400, not 'x'");
+}
+
+TEST(CvtwalkOptions, RefuseWhatWouldBeIgnored) {
+    std::string error;
+    EXPECT_EQ(Parse({"--top", "--interval", "2"})->intervalSeconds, 2U);
+    for (const char* const word : {"hrStorage", "--join", "--all", "--format=text", "--watch=1", "--limit=1"}) {
+        EXPECT_FALSE(Parse({"--top", word}, &error)) << word;
+        EXPECT_EQ(error, "--top is a screen of its own: it goes with --module, --interval and --timeout only");
+    }
+    EXPECT_FALSE(Parse({"--interval", "2"}, &error));
+    EXPECT_EQ(error, "--interval belongs to --top; to repeat a table, use --watch SECONDS");
+    for (const char* const word : {"hrStorage", "--sort=x", "--watch=1"}) {
+        EXPECT_FALSE(Parse({"--format=html", word}, &error)) << word;
+    }
 }
 
 TEST(CvtwalkOptions, TellHelpAndVersion) {
     EXPECT_TRUE(Parse({"--help"})->help);
     EXPECT_TRUE(Parse({"--version"})->version);
     const std::string help = Options::Help();
-    for (const char* const word : {"--module", "--format", "--timeout", "--version", "--help"}) {
+    for (const char* const word : {"--module", "--format", "--timeout", "--version", "--help", "--top", "--interval", "--sort",
+                                   "--reverse", "--filter", "--columns", "--limit", "--join", "--all", "--wait-for-load",
+                                   "--watch"}) {
         EXPECT_NE(help.find(word), std::string::npos) << word;
     }
 }

@@ -73,4 +73,30 @@ TEST(CvtwalkTextTable, CutsAtWholeCharactersByTheirPlaces) {
     EXPECT_EQ(TextTable::Fitted("", 0, true), "");
 }
 
+TEST(CvtwalkTextTable, LetsTheColumnThatTellsRowsApartKeepItsWidth) {
+    TextTable::Column key = kLong;
+    key.isKey = true;
+    const TextTable::Column other{"other", Kind::kText, {"abcdefghijklmnopqrstuvwxyz", "x"}};
+    EXPECT_EQ(Written({key, other}, {36, true}),
+              "text                        other\n"
+              "abcdefghijklmnopqrstuvwxyz  abcdefg\u2026\n"
+              "short                       x\n");
+    EXPECT_EQ(Written({key, other}, {28, true}),
+              "text                other\n"
+              "abcdefghijklmnopq\u2026  abcdefg\u2026\n"
+              "short               x\n")
+        << "until nothing else can give way";
+}
+
+TEST(CvtwalkTextTable, NeverCutsTwoHeadingsToTheSame) {
+    const TextTable::Column units{"AllocationUnits", Kind::kNumber, {"4096"}};
+    const TextTable::Column failures{"AllocationFailures", Kind::kNumber, {"0"}};
+    EXPECT_EQ(Written({units, failures}, {12, true}), "Al\u2026ts  Al\u2026es\n 4096      0\n");
+    const TextTable::Column first{"AlphaBetaEnd", Kind::kNumber, {"1"}};
+    const TextTable::Column second{"AlphaGamaEnd", Kind::kNumber, {"2"}};
+    const std::string twins = Written({first, second}, {12, false});
+    const std::string heading = twins.substr(0, twins.find('\n'));
+    EXPECT_NE(heading.substr(0, heading.find(' ')), heading.substr(heading.rfind(' ') + 1)) << heading;
+}
+
 }  // namespace
