@@ -107,7 +107,8 @@ bool Printer::Print(std::string& text, std::string& error) {
     const bool good = Collect(sections, error);
     sections.MarkUnmeasured(SecondsReady());
     const Options::Format format = m_options.format;
-    if (m_options.join || format == Options::Format::kTable || format == Options::Format::kPrometheus) {
+    if (m_options.join || format == Options::Format::kTable || format == Options::Format::kPrometheus ||
+        format == Options::Format::kHtml) {
         sections.Join();
     }
     sections.DeriveUse();

@@ -16,10 +16,11 @@ double TopProgram::Now() const { return std::chrono::duration<double>(Clock::now
 void TopProgram::Run(const Interrupts& interrupts) {
     for (double next = 0;;) {
         const double now = Now();
-        if (now >= next) {
-            if (!m_model.IsPaused()) {
-                Read();
-            }
+        const bool due = now >= next;
+        if (!m_model.IsPaused() && (due || m_model.WantsProcesses(now))) {
+            Read();
+        }
+        if (due) {
             next = std::max(next + m_interval, now);  // none is made up for when one took long
         }
         Draw();

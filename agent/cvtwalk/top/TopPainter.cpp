@@ -187,14 +187,20 @@ void TopPainter::PaintFileSystems(CellGrid& grid, const Layout& layout, std::siz
     for (std::size_t place = 0; place < layout.fileSystemRows; ++place) {
         PaintAmount(grid, all[place], row + place);
     }
-    std::string rest;
-    if (all.size() > layout.fileSystemRows) {
-        rest = "+" + Count(all.size() - layout.fileSystemRows, "file systems below these");
+}
+
+/// Which file systems are not shown, in words if there is room.
+std::string TopPainter::HiddenFileSystems(const Layout& layout, std::size_t room) const {
+    const std::size_t more = m_model.State().fileSystems.size() - layout.fileSystemRows;
+    const std::size_t without = m_model.State().withoutSize;
+    std::string numbers = more > 0 ? "+" + std::to_string(more) : "";
+    std::string words = more > 0 ? "+" + Count(more, more == 1 ? "file system" : "file systems") : "";
+    if (without > 0) {
+        const std::string rest = Count(without, "without size");
+        numbers += (numbers.empty() ? "" : ", ") + rest;
+        words += (words.empty() ? "" : ", ") + rest;
     }
-    if (m_model.State().withoutSize > 0) {
-        rest += (rest.empty() ? "" : ", ") + Count(m_model.State().withoutSize, "without size");
-    }
-    grid.PutRight(row + layout.fileSystemRows, grid.Width(), rest, Style::kDim);
+    return words.size() <= room ? words : numbers;
 }
 
 void TopPainter::PaintAmount(CellGrid& grid, const HostState::Amount& amount, std::size_t row) const {
@@ -227,7 +233,10 @@ void TopPainter::PaintProcesses(CellGrid& grid, const Layout& layout) const {
     if (m_model.Shown().size() != m_model.Total()) {
         about = std::to_string(m_model.Shown().size()) + " of " + Count(m_model.Total(), "processes");
     }
-    grid.Put(top - 1, 0, about + ", " + AgeOfProcesses(), Style::kDim);
+    const std::size_t taken = grid.Put(top - 1, 0, about + ", " + AgeOfProcesses(), Style::kDim) + 2;
+    const std::size_t room = grid.Width() - std::min(grid.Width(), taken);
+    const std::string hidden = HiddenFileSystems(layout, room);
+    grid.PutRight(top - 1, grid.Width(), hidden.substr(0, room), Style::kDim);
     const auto heading = [&](const char* name, Key key) {
         const bool sorted = m_model.Sort() == key;
         const char* const sign = grid.IsUtf8() ? (m_model.IsReversed() ? "\u25B2" : "\u25BC")

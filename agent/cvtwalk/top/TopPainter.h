@@ -43,6 +43,7 @@ private:
     void PaintProcess(CellGrid& grid, const TopModel::Process& process, std::size_t row) const;
     void PaintFoot(CellGrid& grid) const;
     void PaintHelp(CellGrid& grid) const;
+    std::string HiddenFileSystems(const Layout& layout, std::size_t room) const;
     std::string AgeOfProcesses() const;
 
     const TopModel& m_model;

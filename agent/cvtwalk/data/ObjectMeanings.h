@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cvtwalk {
+
+/// What docs/objects.md says of each object, which is part of this program as it was when it was built.
+class ObjectMeanings {
+public:
+    struct Meaning {
+        std::string object;
+        std::string unit;       ///< range, unit, and what is really served
+        std::string source;     ///< where the value comes from
+        std::string refreshed;  ///< when it is read anew
+    };
+
+    /// The rows of the tables whose first column is "object", as plain text.
+    static std::vector<Meaning> Parse(std::string_view document);
+    /// Those of docs/objects.md.
+    static std::vector<Meaning> All() { return Parse(Document()); }
+
+private:
+    static std::string_view Document();
+};
+
+}  // namespace cvtwalk
