@@ -368,4 +368,98 @@ TEST(Cvtwalk, SaysThatItsOutputCouldNotBeWritten) {
     EXPECT_EQ(closed.err, "cvtwalk: no standard output: Bad file descriptor\n");
 }
 
+TEST(Cvtwalk, PrintsSeveralObjectsInTheOrderAskedFor) {
+    EXPECT_EQ(WalkSample({"sampleNotePriority.2", "sampleLevel"}).out,
+              "sampleNotePriority.2 = INTEGER: normal(2)\nsampleLevel.0 = INTEGER: 50\n");
+    ExpectOneLine(WalkSample({"sampleLevel", "sampleLevle"}), 1, "no object is called 'sampleLevle'");
+}
+
+TEST(Cvtwalk, SortsFiltersAndCutsTables) {
+    const std::vector<std::string> table{"--format", "table", "sampleNoteTable"};
+    const auto walk = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), table.begin(), table.end());
+        return WalkSample(arguments);
+    };
+    EXPECT_EQ(walk({"--sort", "priority", "--reverse", "--columns", "priority", "--limit", "2"}).out,
+              "SAMPLE-MIB.sampleNoteTable\nindex  Priority\n    1  high\n    2  normal\n2 of 3 rows\n");
+    EXPECT_EQ(walk({"--filter", "text=COPY"}).out,
+              "SAMPLE-MIB.sampleNoteTable\nindex  Text              Priority\n    1  Copy this folder  high\n");
+    const ProgramRun none = walk({"--filter", "text=nothing"});
+    EXPECT_EQ(none.status, 0);
+    EXPECT_EQ(none.out, "");
+    EXPECT_EQ(none.err, "cvtwalk: no row has what --filter asks for\n");
+    ExpectOneLine(walk({"--sort", "txt"}), 1, "no column is called 'txt'; near it: Text");
+}
+
+TEST(Cvtwalk, SortsInEveryFormat) {
+    EXPECT_EQ(WalkSample({"--sort", "priority", "sampleNotePriority"}).out,
+              "sampleNotePriority.10 = INTEGER: low(1)\n"
+              "sampleNotePriority.2 = INTEGER: normal(2)\n"
+              "sampleNotePriority.1 = INTEGER: high(3)\n");
+    EXPECT_EQ(WalkSample({"--format", "csv", "--reverse", "--columns", "priority", "sampleNoteTable"}).out,
+              "index,sampleNotePriority\n10,low\n2,normal\n1,high\n");
+}
+
+TEST(Cvtwalk, ShowsProcessesWithWhatTheyUseAsOneTable) {
+    const std::vector<std::string> module{"--module", kFirst};
+    for (const char* const object : {"hrSWRunTable", "hrSWRunPerfTable"}) {
+        const ProgramRun run = Walk({"--module", kFirst, "--format", "table", "--columns", "name,mem", "--limit", "1", object});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_THAT(run.out, testing::MatchesRegex("HOST-RESOURCES-MIB.hrSWRunTable \\+ hrSWRunPerfTable\n"
+                                                   "index +Name +Mem\n +[0-9]+ +[^ ]+ +[0-9.]+ [KMG]?i?B\n.* rows\n"));
+    }
+    EXPECT_THAT(Walk({"--module", kFirst, "hrSWRunPerfTable"}).out, Not(HasSubstr("hrSWRunName")));
+    EXPECT_THAT(Walk({"--module", kFirst, "--join", "--format", "csv", "hrSWRunPerfTable"}).out,
+                AllOf(StartsWith("index,hrSWRunIndex,hrSWRunName,"), HasSubstr(",hrSWRunPerfCPU,hrSWRunPerfMem\n")));
+}
+
+TEST(Cvtwalk, FoldsFileSystemsWithoutASizeIntoOneLine) {
+    const ProgramRun all = Walk({"--module", kFirst, "--format", "table", "--all", "hrStorageTable"});
+    const ProgramRun folded = Walk({"--module", kFirst, "--format", "table", "hrStorageTable"});
+    if (all.out.find("     0 B  ") == std::string::npos) {
+        GTEST_SKIP() << "this host has no file system of 0 octets";
+    }
+    EXPECT_THAT(folded.out, testing::ContainsRegex("\n[0-9]+ without size: --all\n$"));
+    EXPECT_LT(std::count(folded.out.begin(), folded.out.end(), '\n'), std::count(all.out.begin(), all.out.end(), '\n'));
+    EXPECT_THAT(all.out, Not(HasSubstr("without size")));
+}
+
+TEST(Cvtwalk, PrintsNoLoadThatIsNotMeasuredAndWaitsForOneWhenAsked) {
+    const std::vector<std::string> load{"--module", kFirst, "hrProcessorLoad"};
+    EXPECT_THAT(Walk(load).out, testing::MatchesRegex("(hrProcessorLoad.[0-9]+ = not measured yet\n)+"));
+    const ProgramRun json = Walk({"--module", kFirst, "--format", "json", "hrProcessorLoad"});
+    ASSERT_TRUE(JsonValue::Read(json.out)) << json.out;
+    EXPECT_THAT(json.out, HasSubstr(R"("value":null,"note":"not measured yet"})"));
+    const ProgramRun waited = Walk({"--module", kFirst, "--wait-for-load", "hrProcessorLoad"});
+    EXPECT_THAT(waited.out, testing::MatchesRegex("(hrProcessorLoad.[0-9]+ = INTEGER: [0-9]+\n)+"));
+}
+
+TEST(Cvtwalk, WatchesUntilItIsInterrupted) {
+    const std::string command = "\"$0\" --module \"$1\" --watch 1 sampleLevel & sleep 5; kill -INT $!; wait $!; echo status $?";
+    const ProgramRun run = ProgramRun::Of({"/bin/bash", "-c", "set -m; " + command, kProgram, kSample});
+    EXPECT_THAT(run.out, StartsWith("sampleLevel.0 = INTEGER: 50\n\nsampleLevel.0 = INTEGER: 50\n"));
+    EXPECT_THAT(run.out, EndsWith("status 0\n")) << "the modules are closed";
+}
+
+TEST(Cvtwalk, EndsAWatchWhenItsReaderGoesAway) {
+    const ProgramRun run = ProgramRun::Of(
+        {"/bin/sh", "-c", "{ \"$0\" --module \"$1\" --watch 1; echo status $? >&2; } | head -n 1", kProgram, kOdd},
+        {{"ODD_MODULE_FAREWELL", "1"}});
+    EXPECT_EQ(run.err, "the odd module is closed\nstatus 1\n");
+}
+
+TEST(Cvtwalk, WritesMetricsThatPrometheusAccepts) {
+    const char* const promtool = "/usr/bin/promtool";
+    if (::access(promtool, X_OK) != 0) {
+        GTEST_SKIP() << "there is no promtool here (Debian: prometheus)";
+    }
+    for (const std::string& module : {kFirst, kSample, kOdd}) {
+        const ProgramRun run = ProgramRun::Of(
+            {"/bin/sh", "-c", "\"$0\" --module \"$1\" --format prometheus | " + std::string(promtool) + " check metrics",
+             kProgram, module});
+        EXPECT_EQ(run.status, 0) << run.out << run.err;
+        EXPECT_EQ(run.out + run.err, "");
+    }
+}
+
 }  // namespace
