@@ -121,7 +121,7 @@ void HtmlPage::WriteTable(std::string& out, std::string_view id, std::string_vie
                "-search\">Search</label><input id=\"" + name +
                "-search\" type=\"search\" autocomplete=\"off\"></div><div role=\"status\" class=\"soft\"></div></div>\n";
     }
-    out += "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + Escaped(caption) + "\"><table id=\"" +
+    out += "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + Escaped(caption) + ", table\"><table id=\"" +
            name + "\"><caption>" + Escaped(caption) + "</caption>\n<thead><tr>";
     for (const Head& head : heads) {
         out += std::string("<th scope=\"col\"") + (head.numeric ? " class=\"n\">" : ">") + Escaped(head.name) + "</th>";
