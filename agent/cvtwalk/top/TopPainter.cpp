@@ -170,7 +170,7 @@ void TopPainter::PaintProcessor(CellGrid& grid, std::size_t place, std::size_t r
     if (m_model.LoadIsSinceStart(m_now)) {
         grid.Put(row, at, "since boot", Style::kDim, room);
     } else {
-        grid.Put(row, at, Sparkline(m_model.History(place), room, grid.IsUtf8()), Style::kBar, room);
+        grid.Put(row, at, Sparkline(m_model.History(place), room, grid.IsUtf8()), Style::kPlain, room);
     }
 }
 
