@@ -84,9 +84,10 @@ protected:
     }
     /// The document as it is when the page's scripts have run.
     std::string InBrowser(const std::string& page) const {
-        return ProgramRun::Of({kBrowser, "--headless=new", "--no-sandbox", "--disable-gpu", "--user-data-dir=" + m_folder / "user",
-                               "--virtual-time-budget=20000", "--dump-dom", "file://" + m_folder.Write("page.html", page)},
-                              {{"HOME", m_folder.Path()}})
+        return ProgramRun::Of(
+                   {kBrowser, "--headless=new", "--no-sandbox", "--disable-gpu", "--user-data-dir=" + m_folder / "user",
+                    "--virtual-time-budget=20000", "--dump-dom", "file://" + m_folder.Write("page.html", page)},
+                   {{"HOME", m_folder.Path()}})
             .out;
     }
     static std::string BrowserReason() {

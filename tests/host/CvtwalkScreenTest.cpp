@@ -108,8 +108,8 @@ private:
 TEST_F(CvtwalkScreen, ShowsTheHostTakesKeysAndLeavesTheTerminalAsItWas) {
     Open("echo before; " + Top());
     const std::string screen = AwaitText("VIRT MiB");
-    EXPECT_THAT(screen, AllOf(HasSubstr("cvtwalk  up "), HasSubstr("memory with cache  "), HasSubstr(" processes, read "),
-                              HasSubstr("? help   q quit"), Not(HasSubstr("before"))));
+    EXPECT_THAT(screen, AllOf(HasSubstr("cvtwalk  up "), HasSubstr("memory with cache  "),
+                              HasSubstr(" processes, read "), HasSubstr("? help   q quit"), Not(HasSubstr("before"))));
     Keys({"?"});
     EXPECT_THAT(AwaitText("Any key goes back"), HasSubstr("address space"));
     Keys({"x"});
@@ -143,7 +143,8 @@ TEST_F(CvtwalkScreen, FollowsTheSizeOfTheTerminal) {
     Resize(300, 100);
     const std::string large = Await([](const std::string& screen) {
         return std::count(screen.begin(), screen.end(), '\n') >= 99 && screen.rfind("q quit") != std::string::npos &&
-               std::count(screen.begin() + static_cast<std::ptrdiff_t>(screen.rfind("q quit")), screen.end(), '\n') <= 1;
+               std::count(screen.begin() + static_cast<std::ptrdiff_t>(screen.rfind("q quit")), screen.end(), '\n') <=
+                   1;
     });
     EXPECT_THAT(large, HasSubstr("ARGUMENTS"));
     Resize(80, 24);
@@ -224,7 +225,8 @@ TEST_F(CvtwalkScreen, PrintsTablesThatFitEightyColumnsWithoutBeingAsked) {
         const auto heading = screen.find("\nindex");
         ASSERT_NE(heading, std::string::npos) << screen;
         const std::string row = screen.substr(screen.find('\n', heading + 1) + 1);
-        EXPECT_TRUE(row.starts_with(" ") || (row[0] >= '0' && row[0] <= '9')) << "the heading took two lines:\n" << screen;
+        EXPECT_TRUE(row.starts_with(" ") || (row[0] >= '0' && row[0] <= '9')) << "the heading took two lines:\n"
+                                                                              << screen;
         TearDown();
     }
 }

@@ -403,7 +403,8 @@ TEST(Cvtwalk, SortsInEveryFormat) {
 TEST(Cvtwalk, ShowsProcessesWithWhatTheyUseAsOneTable) {
     const std::vector<std::string> module{"--module", kFirst};
     for (const char* const object : {"hrSWRunTable", "hrSWRunPerfTable"}) {
-        const ProgramRun run = Walk({"--module", kFirst, "--format", "table", "--columns", "name,mem", "--limit", "1", object});
+        const ProgramRun run =
+            Walk({"--module", kFirst, "--format", "table", "--columns", "name,mem", "--limit", "1", object});
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_THAT(run.out, testing::MatchesRegex("HOST-RESOURCES-MIB.hrSWRunTable \\+ hrSWRunPerfTable\n"
                                                    "index +Name +Mem\n +[0-9]+ +[^ ]+ +[0-9.]+ [KMG]?i?B\n.* rows\n"));
@@ -435,7 +436,8 @@ TEST(Cvtwalk, PrintsNoLoadThatIsNotMeasuredAndWaitsForOneWhenAsked) {
 }
 
 TEST(Cvtwalk, WatchesUntilItIsInterrupted) {
-    const std::string command = "\"$0\" --module \"$1\" --watch 1 sampleLevel & sleep 5; kill -INT $!; wait $!; echo status $?";
+    const std::string command =
+        "\"$0\" --module \"$1\" --watch 1 sampleLevel & sleep 5; kill -INT $!; wait $!; echo status $?";
     const ProgramRun run = ProgramRun::Of({"/bin/bash", "-c", "set -m; " + command, kProgram, kSample});
     EXPECT_THAT(run.out, StartsWith("sampleLevel.0 = INTEGER: 50\n\nsampleLevel.0 = INTEGER: 50\n"));
     EXPECT_THAT(run.out, EndsWith("status 0\n")) << "the modules are closed";
@@ -454,9 +456,10 @@ TEST(Cvtwalk, WritesMetricsThatPrometheusAccepts) {
         GTEST_SKIP() << "there is no promtool here (Debian: prometheus)";
     }
     for (const std::string& module : {kFirst, kSample, kOdd}) {
-        const ProgramRun run = ProgramRun::Of(
-            {"/bin/sh", "-c", "\"$0\" --module \"$1\" --format prometheus | " + std::string(promtool) + " check metrics",
-             kProgram, module});
+        const ProgramRun run =
+            ProgramRun::Of({"/bin/sh", "-c",
+                            "\"$0\" --module \"$1\" --format prometheus | " + std::string(promtool) + " check metrics",
+                            kProgram, module});
         EXPECT_EQ(run.status, 0) << run.out << run.err;
         EXPECT_EQ(run.out + run.err, "");
     }

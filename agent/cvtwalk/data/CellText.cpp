@@ -27,8 +27,7 @@ std::optional<long long> UnitsOf(const Section& section, const Section::Row& row
 
 std::string Seconds(long long ticks, long long ticksPerSecond) {
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.2f s",
-                  static_cast<double>(ticks) / static_cast<double>(ticksPerSecond));
+    std::snprintf(text.data(), text.size(), "%.2f s", static_cast<double>(ticks) / static_cast<double>(ticksPerSecond));
     return text.data();
 }
 

@@ -110,7 +110,8 @@ std::optional<std::size_t> Section::Find(std::string_view name) const {
 
 std::optional<std::size_t> Section::FindAnyCase(std::string_view name) const {
     for (std::size_t place = 0; place < m_columns.size(); ++place) {
-        if (AsciiCase::AreEqual(m_columns[place].name, name) || AsciiCase::AreEqual(ShortName(m_columns[place]), name)) {
+        if (AsciiCase::AreEqual(m_columns[place].name, name) ||
+            AsciiCase::AreEqual(ShortName(m_columns[place]), name)) {
             return place;
         }
     }

@@ -27,7 +27,7 @@ public:
         std::optional<long long> Number() const;
     };
     struct Column {
-        CVT::BMibImpl* group = nullptr;               ///< null: instances that no group's column holds
+        CVT::BMibImpl* group = nullptr;                ///< null: instances that no group's column holds
         const CVT::BRqHndlrEntry* declared = nullptr;  ///< null: as above, or derived
         std::string name;
         bool derived = false;  ///< computed here for people, and served by nobody

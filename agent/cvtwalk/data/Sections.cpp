@@ -18,8 +18,7 @@ void Append(Section& first, Section& second) {
             ++from;
         }
         if (from != second.Rows().end() && from->index == row.index) {
-            std::move(from->cells.begin(), from->cells.end(),
-                      row.cells.begin() + static_cast<std::ptrdiff_t>(before));
+            std::move(from->cells.begin(), from->cells.end(), row.cells.begin() + static_cast<std::ptrdiff_t>(before));
         }
     }
     first.joined.push_back(second.Group());
@@ -53,7 +52,9 @@ void Sections::MarkUnmeasured(double secondsReady) {
             if (!needed || secondsReady >= *needed) {
                 continue;
             }
-            const auto zero = [&](const Section::Row& row) { return !row.cells[place] || row.cells[place]->number == 0; };
+            const auto zero = [&](const Section::Row& row) {
+                return !row.cells[place] || row.cells[place]->number == 0;
+            };
             if (!std::all_of(section.Rows().begin(), section.Rows().end(), zero)) {
                 continue;  // one is measured, so all are
             }

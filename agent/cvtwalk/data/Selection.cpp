@@ -145,9 +145,8 @@ void Selection::Fold(Section& section) const {
     if (!place || section.Columns().size() == 1) {
         return;
     }
-    const auto folded = std::erase_if(section.Rows(), [&](const Section::Row& row) {
-        return row.cells[*place] && row.cells[*place]->Number() == 0;
-    });
+    const auto folded = std::erase_if(
+        section.Rows(), [&](const Section::Row& row) { return row.cells[*place] && row.cells[*place]->Number() == 0; });
     if (folded > 0) {
         section.notes.push_back(Count(folded, "without size: --all"));
     }

@@ -19,8 +19,8 @@ struct Selection {
     /// A column, and a text that its cells contain, in any case. Rows satisfy all of them.
     std::vector<std::pair<std::string, std::string>> filters = {};
     std::vector<std::string> columns = {};  ///< empty: all
-    std::size_t limit = 0;             ///< rows of each table; 0: all
-    bool fold = false;                 ///< rows of tables of amounts that have a size of 0 become one note
+    std::size_t limit = 0;                  ///< rows of each table; 0: all
+    bool fold = false;                      ///< rows of tables of amounts that have a size of 0 become one note
 
     bool IsEmpty() const;
 

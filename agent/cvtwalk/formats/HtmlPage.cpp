@@ -108,21 +108,22 @@ HtmlPage::Cell HtmlPage::Bar(double share) {
     const char* const kind = share >= 0.9 ? " class=\"bad\"" : share >= 0.75 ? " class=\"warning\"" : "";
     std::array<char, 16> percent{};
     std::snprintf(percent.data(), percent.size(), "%.0f%%", share * 100);
-    return {"<span class=\"bar\" aria-hidden=\"true\"><span" + std::string(kind) + " style=\"width:" +
-                Number(share * 100, "%") + "\"></span></span>" + percent.data(),
+    return {"<span class=\"bar\" aria-hidden=\"true\"><span" + std::string(kind) +
+                " style=\"width:" + Number(share * 100, "%") + "\"></span></span>" + percent.data(),
             share, true};
 }
 
-void HtmlPage::WriteTable(std::string& out, std::string_view id, std::string_view caption, const std::vector<Head>& heads,
-                          const std::vector<std::vector<Cell>>& rows, bool tools) {
+void HtmlPage::WriteTable(std::string& out, std::string_view id, std::string_view caption,
+                          const std::vector<Head>& heads, const std::vector<std::vector<Cell>>& rows, bool tools) {
     const std::string name(id);
     if (tools) {
-        out += "<div class=\"tools\" data-table=\"" + name + "\" hidden><div><label for=\"" + name +
-               "-search\">Search</label><input id=\"" + name +
-               "-search\" type=\"search\" autocomplete=\"off\"></div><div role=\"status\" class=\"soft\"></div></div>\n";
+        out +=
+            "<div class=\"tools\" data-table=\"" + name + "\" hidden><div><label for=\"" + name +
+            "-search\">Search</label><input id=\"" + name +
+            "-search\" type=\"search\" autocomplete=\"off\"></div><div role=\"status\" class=\"soft\"></div></div>\n";
     }
-    out += "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + Escaped(caption) + ", table\"><table id=\"" +
-           name + "\"><caption>" + Escaped(caption) + "</caption>\n<thead><tr>";
+    out += "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + Escaped(caption) +
+           ", table\"><table id=\"" + name + "\"><caption>" + Escaped(caption) + "</caption>\n<thead><tr>";
     for (const Head& head : heads) {
         out += std::string("<th scope=\"col\"") + (head.numeric ? " class=\"n\">" : ">") + Escaped(head.name) + "</th>";
     }
@@ -169,9 +170,9 @@ void HtmlPage::WriteGlance(std::string& out) const {
         for (const Section::Row& row : storage->Rows()) {
             const bool memory = CellAt(*storage, row, "hrStorageType").html == "hrStorageRam";
             if (memory && share && row.cells[*share]) {
-                WriteFact(out, "Memory in use, cache included",
-                          CellAt(*storage, row, "hrStorageUsed").html + " of " +
-                              CellAt(*storage, row, "hrStorageSize").html);
+                WriteFact(
+                    out, "Memory in use, cache included",
+                    CellAt(*storage, row, "hrStorageUsed").html + " of " + CellAt(*storage, row, "hrStorageSize").html);
             }
         }
     }
@@ -200,13 +201,14 @@ void HtmlPage::WriteStorage(std::string& out) const {
     }
     std::stable_sort(rows.begin(), rows.end(),
                      [](const auto& a, const auto& b) { return a[2].number.value_or(-1) > b[2].number.value_or(-1); });
-    OpenSection(out, "storage", "Storage",
-                "The fullest first. A question mark is a number that did not fit into 32 bits. Used memory counts buffers and "
-                "cache; virtual memory is the kernel's address space, not swap.");
+    OpenSection(
+        out, "storage", "Storage",
+        "The fullest first. A question mark is a number that did not fit into 32 bits. Used memory counts buffers and "
+        "cache; virtual memory is the kernel's address space, not swap.");
     std::string caption = std::to_string(rows.size()) + " with a size";
     caption += without == 0 ? "" : "; " + std::to_string(without) + " pseudo file systems without one are left out";
-    WriteTable(out, "storage", "Storage: " + caption, {{"What"}, {"Type"}, {"Use"}, {"Used", true}, {"Size", true}}, rows,
-               false);
+    WriteTable(out, "storage", "Storage: " + caption, {{"What"}, {"Type"}, {"Use"}, {"Used", true}, {"Size", true}},
+               rows, false);
     out += kCloseSection;
 }
 
@@ -220,7 +222,8 @@ void HtmlPage::WriteProcessors(std::string& out) const {
     for (const Section::Row& row : processors->Rows()) {
         const auto load = row.cells[place] ? row.cells[place]->Number() : std::nullopt;
         Cell name{Escaped(DeviceName(row.index))};
-        rows.push_back({std::move(name), load ? Bar(static_cast<double>(*load) / 100) : Cell{Section::kNotMeasured, -1, true}});
+        rows.push_back(
+            {std::move(name), load ? Bar(static_cast<double>(*load) / 100) : Cell{Section::kNotMeasured, -1, true}});
     }
     OpenSection(out, "processors", "Processors",
                 "The load is measured every 15 seconds. The first figure comes 15 seconds after the start, which "
@@ -243,12 +246,14 @@ void HtmlPage::WriteProcesses(std::string& out) const {
     }
     std::stable_sort(rows.begin(), rows.end(),
                      [](const auto& a, const auto& b) { return a[3].number.value_or(-1) > b[3].number.value_or(-1); });
-    OpenSection(out, "processes", "Processes",
-                "Virtual memory is the size of the address space. Processor time is that of children that ended, not the process's "
-                "own. Sleeping processes are runnable; invalid is a zombie.");
-    WriteTable(out, "processes", "Processes, the largest first",
-               {{"PID", true}, {"Name"}, {"Status"}, {"Virtual memory", true}, {"Children's time", true}, {"Arguments"}},
-               rows, true);
+    OpenSection(
+        out, "processes", "Processes",
+        "Virtual memory is the size of the address space. Processor time is that of children that ended, not the process's "
+        "own. Sleeping processes are runnable; invalid is a zombie.");
+    WriteTable(
+        out, "processes", "Processes, the largest first",
+        {{"PID", true}, {"Name"}, {"Status"}, {"Virtual memory", true}, {"Children's time", true}, {"Arguments"}}, rows,
+        true);
     out += kCloseSection;
 }
 
@@ -260,7 +265,8 @@ void HtmlPage::WriteDevices(std::string& out) const {
     std::vector<std::vector<Cell>> rows;
     for (const Section::Row& row : devices->Rows()) {
         Cell type{Escaped(WithoutPrefix(CellAt(*devices, row, "hrDeviceType").html, "hrDevice"))};
-        rows.push_back({CellAt(*devices, row, "hrDeviceDescr"), std::move(type), CellAt(*devices, row, "hrDeviceStatus")});
+        rows.push_back(
+            {CellAt(*devices, row, "hrDeviceDescr"), std::move(type), CellAt(*devices, row, "hrDeviceStatus")});
     }
     OpenSection(out, "devices", "Devices",
                 "As they were found at the start: a device that came or went since is not noticed. Each mounted file "
@@ -288,7 +294,8 @@ void HtmlPage::WriteOthers(std::string& out) const {
     std::size_t count = 0;
     for (const Section& section : m_sections.All()) {
         const bool shown = section.Find("hrStorageSize") || section.Find("hrProcessorLoad") ||
-                           section.Find("hrSWRunName") || section.Find("hrDeviceDescr") || section.Find("hrNetworkIfIndex");
+                           section.Find("hrSWRunName") || section.Find("hrDeviceDescr") ||
+                           section.Find("hrNetworkIfIndex");
         if (section.Group() == nullptr || (section.Name().starts_with(kHost) && (shown || !section.IsTable()))) {
             continue;
         }
@@ -314,12 +321,15 @@ void HtmlPage::WriteOthers(std::string& out) const {
 void HtmlPage::WriteMeanings(std::string& out) const {
     std::vector<std::vector<Cell>> rows;
     for (const ObjectMeanings::Meaning& meaning : ObjectMeanings::All()) {
-        rows.push_back(
-            {{Escaped(meaning.object)}, {Escaped(meaning.unit)}, {Escaped(meaning.source)}, {Escaped(meaning.refreshed)}});
+        rows.push_back({{Escaped(meaning.object)},
+                        {Escaped(meaning.unit)},
+                        {Escaped(meaning.source)},
+                        {Escaped(meaning.refreshed)}});
     }
-    OpenSection(out, "meaning", "What each value means",
-                "Objects of HOST-RESOURCES-MIB: range and unit as declared and as served, where the value comes from, and when it "
-                "is read anew.");
+    OpenSection(
+        out, "meaning", "What each value means",
+        "Objects of HOST-RESOURCES-MIB: range and unit as declared and as served, where the value comes from, and when it "
+        "is read anew.");
     WriteTable(out, "meaning", "Objects", {{"Object"}, {"Range, unit"}, {"Source"}, {"Read anew"}}, rows, true);
     out += kCloseSection;
 }
@@ -337,15 +347,17 @@ std::string HtmlPage::Text() const {
     std::string out = HtmlAssets::kHead;
     out += "<title>Host resources</title>\n";
     out += HtmlAssets::kStyle;
-    out += "</head>\n<body>\n<a class=\"skip\" href=\"#main\">Skip to the figures</a>\n<header>\n<h1>Host resources</h1>\n"
-           "<p class=\"soft\">One look by cvtwalk " CVHOST_VERSION ", in one file that needs nothing else.</p>\n"
-           "<nav aria-label=\"Sections\"><ul>";
+    out +=
+        "</head>\n<body>\n<a class=\"skip\" href=\"#main\">Skip to the figures</a>\n<header>\n<h1>Host resources</h1>\n"
+        "<p class=\"soft\">One look by cvtwalk " CVHOST_VERSION
+        ", in one file that needs nothing else.</p>\n"
+        "<nav aria-label=\"Sections\"><ul>";
     constexpr std::array<std::array<const char*, 2>, 6> kLinks{{{"storage", "Storage"},
-                                                               {"processors", "Processors"},
-                                                               {"processes", "Processes"},
-                                                               {"devices", "Devices"},
-                                                               {"network", "Network"},
-                                                               {"meaning", "What it means"}}};
+                                                                {"processors", "Processors"},
+                                                                {"processes", "Processes"},
+                                                                {"devices", "Devices"},
+                                                                {"network", "Network"},
+                                                                {"meaning", "What it means"}}};
     for (const auto& [id, name] : kLinks) {
         if (body.find("id=\"h-" + std::string(id) + "\"") != std::string::npos) {
             out += "<li><a href=\"#h-" + std::string(id) + "\">" + name + "</a></li>";

@@ -47,8 +47,8 @@ private:
 
     static Cell CellAt(const Section& section, const Section::Row& row, std::string_view object);
     static Cell Bar(double share);
-    static void WriteTable(std::string& out, std::string_view id, std::string_view caption, const std::vector<Head>& heads,
-                           const std::vector<std::vector<Cell>>& rows, bool tools);
+    static void WriteTable(std::string& out, std::string_view id, std::string_view caption,
+                           const std::vector<Head>& heads, const std::vector<std::vector<Cell>>& rows, bool tools);
 
     const Sections& m_sections;
 };

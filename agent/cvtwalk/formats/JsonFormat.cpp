@@ -1,7 +1,7 @@
 #include "agent/cvtwalk/formats/JsonFormat.h"
 
-#include "agent/cvtwalk/text/JsonText.h"
 #include "agent/cvtwalk/data/ValueText.h"
+#include "agent/cvtwalk/text/JsonText.h"
 
 namespace cvtwalk {
 namespace {

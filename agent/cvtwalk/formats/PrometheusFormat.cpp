@@ -118,12 +118,11 @@ std::vector<std::size_t> LabelColumns(const Section& section) {
             named = true;
             labels.push_back(column);
         }
-        const bool known =
-            type == CVT::kObjectIdentifier &&
-            std::any_of(section.Rows().begin(), section.Rows().end(), [&](const Section::Row& row) {
-                return row.cells[column] &&
-                       !KnownObjects::ValueName(section.InstanceAt(row, column).identifier).empty();
-            });
+        const bool known = type == CVT::kObjectIdentifier &&
+                           std::any_of(section.Rows().begin(), section.Rows().end(), [&](const Section::Row& row) {
+                               return row.cells[column] &&
+                                      !KnownObjects::ValueName(section.InstanceAt(row, column).identifier).empty();
+                           });
         if (known) {
             labels.push_back(column);
         }
@@ -163,8 +162,7 @@ std::optional<double> ValueOf(const Section& section, const Section::Row& row, s
 }
 
 bool RepeatsTheIndex(const Section& section, std::size_t column) {
-    return section.IsTable() &&
-           std::all_of(section.Rows().begin(), section.Rows().end(), [&](const Section::Row& row) {
+    return section.IsTable() && std::all_of(section.Rows().begin(), section.Rows().end(), [&](const Section::Row& row) {
                const auto number = row.cells[column] ? row.cells[column]->Number() : std::nullopt;
                return number && row.index.NumArcs() == 1 && *number == row.index[0];
            });

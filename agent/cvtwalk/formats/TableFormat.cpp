@@ -151,7 +151,8 @@ TextTable::Column TableFormat::Bars(const Section& section, std::size_t place) c
     TextTable::Column bars{section.ShortName(section.Columns()[place]), TextTable::Kind::kWhole, {}};
     const auto add = [&](const Section::Row& row, int places, std::vector<std::string>& cells) {
         const auto& share = row.cells[place];
-        cells.push_back(share ? AmountText::UseBar(share->number, Sections::kWholeUse, places, m_display.utf8) : std::string());
+        cells.push_back(share ? AmountText::UseBar(share->number, Sections::kWholeUse, places, m_display.utf8)
+                              : std::string());
     };
     for (const Section::Row& row : section.Rows()) {
         add(row, AmountText::kBarPlaces, bars.cells);

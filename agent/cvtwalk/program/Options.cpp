@@ -58,9 +58,12 @@ struct NamedFormat {
 };
 
 constexpr NamedFormat kFormats[] = {
-    {"text", Options::Format::kText}, {"json", Options::Format::kJson},
-    {"table", Options::Format::kTable}, {"csv", Options::Format::kCsv},
-    {"prometheus", Options::Format::kPrometheus}, {"html", Options::Format::kHtml},
+    {"text", Options::Format::kText},
+    {"json", Options::Format::kJson},
+    {"table", Options::Format::kTable},
+    {"csv", Options::Format::kCsv},
+    {"prometheus", Options::Format::kPrometheus},
+    {"html", Options::Format::kHtml},
 };
 
 std::optional<unsigned int> ParseNumber(std::string_view text, unsigned int most) {

@@ -19,9 +19,9 @@ struct Options {
     unsigned int timeoutSeconds = 30;
     std::vector<std::string> objects;  ///< OIDs or object names; none means everything
     Selection selection;
-    bool join = false;         ///< tables that are one for people are one in every format
-    bool all = false;          ///< nothing is folded
-    bool waitForLoad = false;  ///< until what is measured at intervals is measured
+    bool join = false;              ///< tables that are one for people are one in every format
+    bool all = false;               ///< nothing is folded
+    bool waitForLoad = false;       ///< until what is measured at intervals is measured
     unsigned int watchSeconds = 0;  ///< 0: once
     bool top = false;
     unsigned int intervalSeconds = 5;  ///< of --top

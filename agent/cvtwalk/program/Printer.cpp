@@ -91,7 +91,8 @@ bool Printer::IsMeasured() {
     sections.MarkUnmeasured(SecondsReady());
     for (const Section& section : sections.All()) {
         for (const Section::Row& row : section.Rows()) {
-            if (std::any_of(row.cells.begin(), row.cells.end(), [](const auto& cell) { return cell && !cell->measured; })) {
+            if (std::any_of(row.cells.begin(), row.cells.end(),
+                            [](const auto& cell) { return cell && !cell->measured; })) {
                 return false;
             }
         }

@@ -121,7 +121,8 @@ std::vector<std::string> TextTable::Headings(std::vector<std::size_t>& widths, b
     }
     const auto clashes = [&](std::size_t place) {
         for (std::size_t other = 0; other < m_columns.size(); ++other) {
-            if (other != place && headings[other] == headings[place] && m_columns[other].name != m_columns[place].name) {
+            if (other != place && headings[other] == headings[place] &&
+                m_columns[other].name != m_columns[place].name) {
                 return true;
             }
         }

@@ -97,7 +97,8 @@ void HostProbe::ReadProcessors(const Sections& sections, HostState& state) const
         for (const Section::Row& row : section.Rows()) {
             if (place && row.cells[*place]) {
                 const auto load = row.cells[*place]->Number();
-                state.processors.push_back({names[row.index], load ? std::optional(static_cast<int>(*load)) : std::nullopt});
+                state.processors.push_back(
+                    {names[row.index], load ? std::optional(static_cast<int>(*load)) : std::nullopt});
             }
         }
     }

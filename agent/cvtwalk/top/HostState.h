@@ -24,7 +24,7 @@ struct HostState {
         std::string name;
         std::string arguments;
         std::string status;
-        std::optional<long long> memory;    ///< octets of address space
+        std::optional<long long> memory;     ///< octets of address space
         std::optional<double> childSeconds;  ///< processor time of children that it has waited for
     };
 

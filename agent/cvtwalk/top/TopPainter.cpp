@@ -239,8 +239,8 @@ void TopPainter::PaintProcesses(CellGrid& grid, const Layout& layout) const {
     grid.PutRight(top - 1, grid.Width(), hidden.substr(0, room), Style::kDim);
     const auto heading = [&](const char* name, Key key) {
         const bool sorted = m_model.Sort() == key;
-        const char* const sign = grid.IsUtf8() ? (m_model.IsReversed() ? "\u25B2" : "\u25BC")
-                                               : (m_model.IsReversed() ? "^" : "v");
+        const char* const sign =
+            grid.IsUtf8() ? (m_model.IsReversed() ? "\u25B2" : "\u25BC") : (m_model.IsReversed() ? "^" : "v");
         return std::string(name) + (sorted ? sign : "");
     };
     grid.PutRight(top, kIdEnd, heading("PID", Key::kId));

@@ -35,7 +35,8 @@ private:
     Layout LayoutFor(std::size_t width, std::size_t height) const;
     void PaintTitle(CellGrid& grid) const;
     void PaintProcessors(CellGrid& grid, const Layout& layout) const;
-    void PaintProcessor(CellGrid& grid, std::size_t place, std::size_t row, std::size_t column, std::size_t width) const;
+    void PaintProcessor(CellGrid& grid, std::size_t place, std::size_t row, std::size_t column,
+                        std::size_t width) const;
     void PaintMemory(CellGrid& grid, std::size_t row) const;
     void PaintFileSystems(CellGrid& grid, const Layout& layout, std::size_t row) const;
     void PaintAmount(CellGrid& grid, const HostState::Amount& amount, std::size_t row) const;

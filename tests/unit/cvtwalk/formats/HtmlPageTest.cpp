@@ -93,7 +93,8 @@ TEST_F(CvtwalkHtml, LetsNoNameOfTheHostBecomePartOfThePage) {
     EXPECT_EQ(Count(page, "<script"), 1U) << "the page's own";
     EXPECT_EQ(Count(page, "</script"), 1U);
     EXPECT_EQ(Count(page, "<img"), 0U);
-    EXPECT_EQ(Count(page, "&lt;script&gt;alert(&#39;x&#39;)"), 4U) << "a mount point, a process, its arguments, another table";
+    EXPECT_EQ(Count(page, "&lt;script&gt;alert(&#39;x&#39;)"), 4U)
+        << "a mount point, a process, its arguments, another table";
 }
 
 TEST_F(CvtwalkHtml, NeedsNothingButItself) {

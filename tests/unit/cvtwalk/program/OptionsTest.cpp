@@ -104,8 +104,9 @@ TEST(CvtwalkOptions, KnowTheFormatsForOtherPrograms) {
 }
 
 TEST(CvtwalkOptions, TakeWhatSelectsRowsAndColumns) {
-    const auto options = Parse({"--sort", "mem", "--reverse", "--filter", "name=a=b", "--filter", "index=7", "--columns",
-                                "name,mem", "--limit", "3", "--join", "--all", "--wait-for-load", "--watch", "2"});
+    const auto options =
+        Parse({"--sort", "mem", "--reverse", "--filter", "name=a=b", "--filter", "index=7", "--columns", "name,mem",
+               "--limit", "3", "--join", "--all", "--wait-for-load", "--watch", "2"});
     ASSERT_TRUE(options);
     EXPECT_EQ(options->selection.sort, "mem");
     EXPECT_TRUE(options->selection.reverse);
@@ -152,9 +153,9 @@ TEST(CvtwalkOptions, TellHelpAndVersion) {
     EXPECT_TRUE(Parse({"--help"})->help);
     EXPECT_TRUE(Parse({"--version"})->version);
     const std::string help = Options::Help();
-    for (const char* const word : {"--module", "--format", "--timeout", "--version", "--help", "--top", "--interval", "--sort",
-                                   "--reverse", "--filter", "--columns", "--limit", "--join", "--all", "--wait-for-load",
-                                   "--watch"}) {
+    for (const char* const word :
+         {"--module", "--format", "--timeout", "--version", "--help", "--top", "--interval", "--sort", "--reverse",
+          "--filter", "--columns", "--limit", "--join", "--all", "--wait-for-load", "--watch"}) {
         EXPECT_NE(help.find(word), std::string::npos) << word;
     }
 }

@@ -10,7 +10,8 @@ using cvtwalk::TopModel;
 using testing::ElementsAre;
 using Kind = TopKey::Kind;
 
-HostState::Process Process(unsigned int id, const char* name, std::optional<long long> memory, double childSeconds = 0) {
+HostState::Process Process(unsigned int id, const char* name, std::optional<long long> memory,
+                           double childSeconds = 0) {
     return {id, name, std::string("--of ") + name, "runnable", memory, childSeconds};
 }
 

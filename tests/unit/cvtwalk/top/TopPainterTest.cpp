@@ -76,23 +76,24 @@ TEST_F(CvtwalkTopPainter, ShowsTheHostOnEightyColumns) {
     later.processes[1].childSeconds = 25;
     Take(std::move(later), 20);
     m_now = 27;
-    EXPECT_EQ(Screen(80, 16).Text(),
-              "cvtwalk  up 1 day 2:03  1 user  312 processes and threads\n"
-              "CPU  1 \u2588\u2588\u2588\u2588\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591  37% \u2584\n"
-              "CPU  2 \u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591   0% \u2581\n"
-              "memory with cache  \u2588\u2588\u2588\u2588\u2588\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591"
-              "\u2591\u2591\u2591\u2591  25%    6.0 GiB of 24.0 GiB\n"
-              "/srv/data          \u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588"
-              "\u2588\u2588\u2588\u2591  95%    1.7 TiB of 1.8 TiB\n"
-              "/                  \u2588\u2588\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591"
-              "\u2591\u2591\u2591\u2591   8%   21.0 GiB of 252.0 GiB\n"
-              "3 processes, read 7 s ago, CHILD% over 20 s      +1 file system, 11 without size\n"
-              "     PID  CHILD%  VIRT MiB\u25BC  STATUS       NAME             ARGUMENTS\n"
-              "       1     0.0      168.0  runnable     init             --switched-root\n"
-              "     812    75.0        9.0  running      make             -j8 all\n"
-              "     813       -          -  invalid      worker\n"
-              "\n\n\n\n"
-              "c m p n s r sort   / filter   space pause   arrows scroll   ? help   q quit\n");
+    EXPECT_EQ(
+        Screen(80, 16).Text(),
+        "cvtwalk  up 1 day 2:03  1 user  312 processes and threads\n"
+        "CPU  1 \u2588\u2588\u2588\u2588\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591  37% \u2584\n"
+        "CPU  2 \u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591   0% \u2581\n"
+        "memory with cache  \u2588\u2588\u2588\u2588\u2588\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591"
+        "\u2591\u2591\u2591\u2591  25%    6.0 GiB of 24.0 GiB\n"
+        "/srv/data          \u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588"
+        "\u2588\u2588\u2588\u2591  95%    1.7 TiB of 1.8 TiB\n"
+        "/                  \u2588\u2588\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591\u2591"
+        "\u2591\u2591\u2591\u2591   8%   21.0 GiB of 252.0 GiB\n"
+        "3 processes, read 7 s ago, CHILD% over 20 s      +1 file system, 11 without size\n"
+        "     PID  CHILD%  VIRT MiB\u25BC  STATUS       NAME             ARGUMENTS\n"
+        "       1     0.0      168.0  runnable     init             --switched-root\n"
+        "     812    75.0        9.0  running      make             -j8 all\n"
+        "     813       -          -  invalid      worker\n"
+        "\n\n\n\n"
+        "c m p n s r sort   / filter   space pause   arrows scroll   ? help   q quit\n");
 }
 
 TEST_F(CvtwalkTopPainter, FitsEverySizeFromEightyByTwentyFourUp) {
@@ -100,8 +101,8 @@ TEST_F(CvtwalkTopPainter, FitsEverySizeFromEightyByTwentyFourUp) {
     for (int place = 0; place < 60; ++place) {
         state.processors.push_back({"more", place});
         state.fileSystems.push_back({"/mnt/" + std::string(60, 'x'), kGiB, kGiB / 2, 0.5});
-        state.processes.push_back({1000U + static_cast<unsigned int>(place), std::string(70, 'n'), std::string(400, 'a'),
-                                   "runnable", 1, 1.0});
+        state.processes.push_back({1000U + static_cast<unsigned int>(place), std::string(70, 'n'),
+                                   std::string(400, 'a'), "runnable", 1, 1.0});
     }
     Take(std::move(state), 0);
     for (const auto& [width, height] : {std::pair{80, 24}, {100, 30}, {81, 50}, {200, 24}, {300, 100}}) {
@@ -145,7 +146,9 @@ TEST_F(CvtwalkTopPainter, WritesNothingButAsciiWithoutUtf8) {
 TEST_F(CvtwalkTopPainter, WritesNoControlCharacterWhateverAProcessIsCalled) {
     HostState state = SmallHost();
     state.processes[0].name = "\x1B[2J\x07";
-    state.processes[0].arguments = "\xC2\x9B" "31m\r\n\t\x7F \xFF\xFE";
+    state.processes[0].arguments =
+        "\xC2\x9B"
+        "31m\r\n\t\x7F \xFF\xFE";
     state.processes[1].name = "\u202Eevil\u2069";
     state.fileSystems[0].name = "/mnt/\x1B]0;title\x07";
     Take(std::move(state), 0);
