@@ -1,6 +1,7 @@
 #include "agent/cvtwalk/text/TextTable.h"
 
 #include <algorithm>
+#include <set>
 
 #include "agent/cvtwalk/text/Utf8.h"
 
@@ -75,6 +76,41 @@ std::string TextTable::Fitted(std::string_view text, std::size_t width, bool utf
         fitted += characters.Last();
     }
     return fitted.append(ellipsis);
+}
+
+std::string TextTable::FittedAtBothEnds(std::string_view text, std::size_t width, bool utf8) {
+    if (Utf8::Width(text) <= width) {
+        return std::string(text);
+    }
+    const std::string_view ellipsis = utf8 ? "\u2026" : "...";
+    const std::size_t room = width - std::min(width, Utf8::Width(ellipsis));
+    const std::size_t head = room / 3;
+    std::string fitted;
+    std::string_view rest = text;
+    for (Utf8 characters(text); !characters.AtEnd();) {
+        characters.Next();
+        if (Utf8::Width(fitted) + Utf8::Width(characters.Last()) <= head && rest.data() == characters.Last().data()) {
+            fitted += characters.Last();
+            rest.remove_prefix(characters.Last().size());
+        }
+    }
+    const std::size_t tail = room - Utf8::Width(fitted);
+    fitted += ellipsis;
+    for (Utf8 characters(rest); Utf8::Width(rest) > tail;) {
+        characters.Next();
+        rest.remove_prefix(characters.Last().size());
+    }
+    return fitted.append(rest);
+}
+
+/// Whether two cells that differ would not after they were cut at their ends.
+bool TextTable::LooksTheSameCut(const Column& column, std::size_t width, bool utf8) {
+    const std::set<std::string_view> cells(column.cells.begin(), column.cells.end());
+    std::set<std::string> cut;
+    for (const std::string_view cell : cells) {
+        cut.insert(Fitted(cell, width, utf8));
+    }
+    return cut.size() < cells.size();
 }
 
 std::size_t TextTable::WidthOf(const Column& column) { return std::max(CellWidth(column), Utf8::Width(column.name)); }
@@ -156,6 +192,14 @@ void TextTable::Write(const Display& display, std::string& out) {
     }
     std::vector<std::size_t> widths = Widths(display.width);
     const std::vector<std::string> headings = Headings(widths, display.utf8);
+    for (std::size_t place = 0; place < m_columns.size(); ++place) {
+        Column& column = m_columns[place];
+        if (column.isKey && LooksTheSameCut(column, widths[place], display.utf8)) {
+            for (std::string& cell : column.cells) {
+                cell = FittedAtBothEnds(cell, widths[place], display.utf8);
+            }
+        }
+    }
     const auto writeLine = [&](const auto& textOf) {
         for (std::size_t place = 0; place < m_columns.size(); ++place) {
             out += place == 0 ? std::string_view() : kGap;

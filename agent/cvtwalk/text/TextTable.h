@@ -22,7 +22,8 @@ public:
         std::vector<std::string> cells;  ///< as many in each column
         /// What to show in place of `cells` where lines would be too long; as many, or none when they have no short form.
         std::vector<std::string> shortCells = {};
-        bool isKey = false;  ///< tells the rows apart: keeps its width as long as another column can give way
+        bool isKey = false;  ///< tells the rows apart: keeps its width as long as another column can give way, and is
+                             ///< cut where rows stay different
     };
 
     void Add(Column column) { m_columns.push_back(std::move(column)); }
@@ -36,11 +37,14 @@ public:
     static std::size_t WidthOf(const Column& column);
     /// The text, or what goes before an ellipsis in so many places.
     static std::string Fitted(std::string_view text, std::size_t width, bool utf8);
+    /// The text, or its beginning and more of its end round an ellipsis: paths differ at their ends.
+    static std::string FittedAtBothEnds(std::string_view text, std::size_t width, bool utf8);
 
 private:
     std::size_t NaturalWidth() const;
     std::vector<std::string> Headings(std::vector<std::size_t>& widths, bool utf8) const;
     std::vector<std::size_t> Widths(std::size_t limit) const;
+    static bool LooksTheSameCut(const Column& column, std::size_t width, bool utf8);
 
     std::vector<Column> m_columns;
 };

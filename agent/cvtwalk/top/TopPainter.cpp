@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "agent/cvtwalk/text/AmountText.h"
+#include "agent/cvtwalk/text/TextTable.h"
 #include "agent/cvtwalk/text/Utf8.h"
 
 namespace cvtwalk {
@@ -205,7 +206,8 @@ std::string TopPainter::HiddenFileSystems(const Layout& layout, std::size_t room
 
 void TopPainter::PaintAmount(CellGrid& grid, const HostState::Amount& amount, std::size_t row) const {
     const std::size_t extra = grid.Width() > 80 ? std::min<std::size_t>(30, (grid.Width() - 80) / 2) : 0;
-    grid.Put(row, 0, amount.name, Style::kPlain, kNameWidth + extra);
+    const std::size_t room = kNameWidth + extra;
+    grid.Put(row, 0, TextTable::FittedAtBothEnds(amount.name, room, grid.IsUtf8()), Style::kPlain, room);
     const std::size_t at = kNameWidth + extra + 1;
     if (amount.share) {
         PaintBar(grid, row, at, kBarWidth, *amount.share);

@@ -99,4 +99,15 @@ TEST(CvtwalkTextTable, NeverCutsTwoHeadingsToTheSame) {
     EXPECT_NE(heading.substr(0, heading.find(' ')), heading.substr(heading.rfind(' ') + 1)) << heading;
 }
 
+TEST(CvtwalkTextTable, CutsPathsWhereTheyStayDifferent) {
+    EXPECT_EQ(TextTable::FittedAtBothEnds("/var/lib/containers/overlay/42", 12, true), "/va\u2026erlay/42");
+    EXPECT_EQ(TextTable::FittedAtBothEnds("/var/lib/containers/overlay/42", 12, false), "/va...lay/42");
+    EXPECT_EQ(TextTable::FittedAtBothEnds("/var", 4, true), "/var");
+    EXPECT_EQ(TextTable::FittedAtBothEnds("\u65E5\u672C\u8A9E\u65E5\u672C\u8A9E", 8, true), "\u65E5\u2026\u672C\u8A9E");
+    EXPECT_EQ(TextTable::FittedAtBothEnds("abc", 0, true), "\u2026");
+    TextTable::Column paths{"path", Kind::kText, {"/var/lib/containers/1", "/var/lib/containers/2"}};
+    paths.isKey = true;
+    EXPECT_EQ(Written({paths}, {12, true}), "path\n/va\u2026ainers/1\n/va\u2026ainers/2\n");
+}
+
 }  // namespace
