@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/snmp/MessageSize.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
@@ -34,7 +35,7 @@ std::size_t ContentOf(const oid* arcs, std::size_t count) {
             ++octets;
         }
     }
-    return std::max<std::size_t>(octets, 1);
+    return count == 0 ? 2 : octets;  // none are sent as 0.0
 }
 
 std::size_t ContentOf(long number) {
@@ -47,10 +48,11 @@ std::size_t ContentOf(long number) {
 
 std::size_t ContentOf(const variable_list& value) {
     switch (value.type) {
-        case ASN_INTEGER:
+        case ASN_INTEGER: return value.val.integer == nullptr ? 1 : ContentOf(*value.val.integer);
         case ASN_COUNTER:
         case ASN_GAUGE:
-        case ASN_TIMETICKS: return value.val.integer == nullptr ? 1 : ContentOf(*value.val.integer);
+        case ASN_TIMETICKS:  // of a request, a word with a sign may hold more than the 32 bits that are sent
+            return value.val.integer == nullptr ? 1 : ContentOf(static_cast<std::uint32_t>(*value.val.integer));
         case ASN_OBJECT_ID: return ContentOf(value.val.objid, value.val_len / sizeof(oid));
         default: break;
     }
