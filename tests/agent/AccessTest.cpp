@@ -190,6 +190,47 @@ TEST_F(AccessTest, AFileThatIsIncludedAndThatOthersCanWriteIsRefused) {
     ExpectDistrust(config, OthersCanWrite(first));
 }
 
+TEST_F(AccessTest, HoweverAFileIsIncludedItIsRefusedWhenOthersCanWriteIt) {
+    std::string folder = m_scratch.Path();
+    while (folder.size() < 1200) {  // more than a word of the library's usually has
+        folder += "/" + std::string(200, 'x');
+    }
+    std::filesystem::create_directories(folder);
+    for (const std::string& file :
+         {m_scratch / "plain.conf", m_scratch / "two words.conf", m_scratch / "blank.conf ", folder + "/long.conf"}) {
+        std::ofstream(file) << "[cvtagentd]\nrocommunity private 127.0.0.1\n";
+        for (const std::string section : {"", "[snmp]\n", "[agentx]\n"}) {
+            const std::string config = m_scratch.Write("including.conf", section + "includeFile " + file + "\n");
+            Allow(file, 0600);
+            EXPECT_EQ(RunAgent({"--check-config", config}).status, 0) << section << file;
+            Allow(file, 0666);
+            ExpectDistrust(config, OthersCanWrite(file));
+        }
+    }
+}
+
+TEST_F(AccessTest, AFileInTheStateDirectoryThatIsSearchedForIsRefusedWhenOthersCanWriteIt) {
+    const std::string file = m_scratch.Write("state/more.conf", "rocommunity private 127.0.0.1\n");
+    const std::string config = m_scratch.Write("searching.conf", "includeSearch more\n");
+    Allow(file, 0646);
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), 1, OthersCanWrite(file));
+    Allow(file, 0644);
+    Start({"--module", kTestModule, "--config", config});
+    ExpectReader("private");
+}
+
+TEST_F(AccessTest, AFolderThatIsIncludedIsRefusedWhenOthersCanAddAFile) {
+    const std::string folder = m_scratch.MakeFolder("drop");
+    const std::string config =
+        m_scratch.Write("dir.conf", "rocommunity private 127.0.0.1\nincludeDir " + folder + "\n");
+    for (const int mode : {0777, 01777, 0775}) {
+        Allow(folder, mode);
+        ExpectDistrust(config, OthersCanWrite(folder));
+    }
+    Allow(folder, 0755);
+    EXPECT_EQ(RunAgent({"--check-config", config}).status, 0);
+}
+
 TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLeadThere) {
     const std::string folder = m_scratch.MakeFolder("open");
     const std::string config = m_scratch.Write("open/agent.conf", "rocommunity private 127.0.0.1\n");

@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
 #include <system_error>
 
-#include "agent/cvtagentd/access/ConfigLine.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/TrustedFile.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
 namespace {
@@ -33,22 +35,64 @@ std::vector<std::string> ConfigurationsIn(const std::string& folder) {
     return files;
 }
 
+/// A line that may make the library read more files.
+struct Include {
+    std::string directive;               ///< in small letters
+    std::vector<std::string> arguments;  ///< what the library may take for the name
+};
+
+/// The library takes the rest of the line for the name, blanks included; what a reader may take for it is looked at too.
+/// Sections make no difference: in its own ones the library includes files as well, and in these another may begin.
+Include IncludeOn(const std::string& line) {
+    constexpr const char* kBlanks = " \t\r\v\f";
+    std::vector<char> word(line.size() + 1);
+    const auto next = [&](const char* rest) {
+        return ::copy_nword_const(rest, word.data(), static_cast<int>(word.size()));
+    };
+    std::size_t begin = line.find_first_not_of(kBlanks);
+    if (begin != std::string::npos && line[begin] == '[') {
+        const std::size_t end = line.find(']', begin);
+        begin = end == std::string::npos ? end : line.find_first_not_of(kBlanks, end + 1);
+    }
+    const char* const rest = begin == std::string::npos ? nullptr : next(line.c_str() + begin);
+    Include include{begin == std::string::npos ? "" : word.data(), {}};
+    std::transform(include.directive.begin(), include.directive.end(), include.directive.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (rest != nullptr && *rest != '\0') {
+        next(rest);
+        const std::string whole = rest;
+        include.arguments = {whole, whole.substr(0, whole.find_last_not_of(kBlanks) + 1), word.data()};
+    }
+    return include;
+}
+
+void AddIncluded(const Include& include, const Path& folder, std::vector<std::string>& files) {
+    std::error_code error;
+    for (const std::string& argument : include.arguments) {
+        if (include.directive == "includefile") {
+            files.push_back((folder / argument).string());
+        } else if (include.directive == "includesearch") {
+            const Path state = std::filesystem::current_path(error);
+            for (const char* const ending : {".conf", ".local.conf"}) {
+                files.push_back((state / (argument + ending)).string());
+            }
+        } else if (include.directive == "includedir" && std::filesystem::is_directory(argument, error)) {
+            files.push_back(argument);
+            const std::vector<std::string> more = ConfigurationsIn(argument);
+            files.insert(files.end(), more.begin(), more.end());
+        }
+    }
+}
+
 std::vector<std::string> IncludedBy(const std::string& file) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(file, error)) {
         return {};
     }
     std::vector<std::string> files;
-    for (const ConfigLine& line : ConfigLine::AllOf(file)) {
-        if (line.words.empty()) {
-            continue;
-        }
-        if (line.directive == "includefile") {
-            files.push_back((Path(file).parent_path() / line.words.front()).string());
-        } else if (line.directive == "includedir") {
-            const std::vector<std::string> more = ConfigurationsIn(line.words.front());
-            files.insert(files.end(), more.begin(), more.end());
-        }
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);) {
+        AddIncluded(IncludeOn(line), Path(file).parent_path(), files);
     }
     return files;
 }

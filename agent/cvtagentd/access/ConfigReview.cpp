@@ -32,7 +32,7 @@ constexpr std::array<std::string_view, 8> kViewUsers = {"rouser",       "rwuser"
                                                         "rocommunity6", "rwcommunity6", "authuser",    "authcommunity"};
 constexpr std::array<std::string_view, 6> kSecrets = {"rocommunity",  "rwcommunity", "rocommunity6",
                                                       "rwcommunity6", "com2sec",     "com2sec6"};
-constexpr std::array<std::string_view, 3> kIncludes = {"includefile", "includedir", "includeallconfigs"};
+constexpr std::array<std::string_view, 3> kIncludes = {"includefile", "includedir", "includesearch"};
 constexpr std::array<std::string_view, 9> kWithoutEffect = {
     "master", "agentxperms", "smuxpeer", "smuxsocket", "perl", "perlinitfile", "disableperl", "quit", "leave_pidfile"};
 constexpr std::array<std::string_view, 3> kForSubagents = {"agentxsocket", "agentxtimeout", "agentxretries"};
