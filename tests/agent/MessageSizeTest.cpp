@@ -233,6 +233,22 @@ TEST_F(MessageSizeTest, TheConfiguredLimitHoldsForAllVersions) {
     ExpectTooBig(message, m_users[4]);
 }
 
+TEST_F(MessageSizeTest, WhereTheConfigurationAsksForTheOtherWayOfEncodingTheAnswersAreTheSame) {
+    StartOnAllWays("[snmp] reverseEncodeBER no\n");
+    for (const Way& way : kWays) {
+        const auto socket = Open(way.kind);
+        EXPECT_EQ(Answer(*socket, way.version, "public", V3Message::kGetNext, Times(3, kHost)).varBinds, 3U)
+            << way.name;
+    }
+    for (const V3User& user : m_users) {
+        V3Message message = From(user);
+        message.maxSize = 484;
+        message.command = V3Message::kGetNext;
+        message.varBinds = Times(70, kHost);
+        ExpectTooBig(message, user);
+    }
+}
+
 TEST_F(MessageSizeTest, WhatWaitsForAGroupAndWhatIsRefusedMeanwhileKeepToTheLimit) {
     const std::string file = m_scratch / "go";
     StartWithUsers({}, {}, {"READ_TEST_VALUE=" + file});

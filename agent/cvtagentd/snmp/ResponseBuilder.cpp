@@ -22,7 +22,6 @@ public:
         if (!FitsForSure(message, empty, limit)) {
             Fit(empty, limit);
         }
-        // Forwards, the library writes into a block of a fixed size.
         message.flags &= ~static_cast<u_long>(UCD_MSG_FLAG_FORWARD_ENCODE | UCD_MSG_FLAG_BULK_TOOBIG);
         if (message.version == SNMP_VERSION_3) {
             message.msgMaxSize = static_cast<long>(MessageSize::kLongest);
@@ -98,9 +97,11 @@ void ResponseBuilder::Expect(snmp_pdu& request) {
 int ResponseBuilder::Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
                            std::size_t* offset) {
     const Fitted fitted(*message);
+    // Whatever the configuration says: forwards, the library writes into a block of a fixed size.
+    ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_REVERSE_ENCODE, 1);
     const int failed = ::snmp_build(packet, length, offset, session, message);
     // The library encodes from the end of the block to its start; from here it takes the message at the start.
-    if (failed == 0 && ::netsnmp_ds_get_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_REVERSE_ENCODE) != 0) {
+    if (failed == 0) {
         std::memmove(*packet, *packet + *length - *offset, *offset);
     }
     return failed;
