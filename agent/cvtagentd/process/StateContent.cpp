@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\v\f";
 constexpr int kNonVolatile = 3;  // StorageType
-constexpr int kMostBoots = std::numeric_limits<std::int32_t>::max();
 
 struct Protocol {
     std::string_view oid;
@@ -122,6 +121,7 @@ std::optional<std::string> Name(std::string_view word) {
     return octets;
 }
 
+/// From 0 to 2147483647, the most that engineBoots may be.
 std::optional<int> Number(std::string_view word) {
     int number = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
@@ -241,7 +241,7 @@ void StateContent::ParseBoots(std::string_view rest) {
     m_hasLibrarysLine = true;
     Words words(rest);
     const std::optional<int> boots = Number(words.Next());
-    if (!boots || *boots > kMostBoots || !words.Next().empty()) {
+    if (!boots || !words.Next().empty()) {
         m_fault = "engineBoots is no count";
         return;
     }

@@ -56,6 +56,16 @@ TEST(StateContent, ACompleteFileHasItsUsersItsEngineAndItsBoots) {
     EXPECT_EQ(content.NonVolatileUsers(), (StateContent::Users{{engine, "nobody"}, {engine, "reader"}}));
 }
 
+TEST(StateContent, OnlyUsersInStorageThatOutlivesTheAgentCount) {
+    for (const int storage : {1, 2, 3, 4, 5}) {
+        std::string text = Good();
+        text.replace(text.find("usmUser 1 3"), 11, "usmUser 1 " + std::to_string(storage));
+        const StateContent content(text);
+        EXPECT_EQ(content.Fault(), "");
+        EXPECT_EQ(content.NonVolatileUsers().size(), storage == 3 ? 2U : 1U) << storage;
+    }
+}
+
 TEST(StateContent, ATruncatedFileHasAFaultWhereverItIsCut) {
     const std::string good = Good();
     for (std::size_t length = 0; length < good.size(); ++length) {
