@@ -123,7 +123,7 @@ bool ExtensionModule::CloseAll(std::span<const std::unique_ptr<ExtensionModule>>
     return true;
 }
 
-/// Calls the modules' closing functions, one after the other, and waits until no thread is left that deletes itself.
+/// Calls the modules' closing functions, one after the other, and waits until no self-deleting thread is left.
 bool ExtensionModule::EndWork(const std::vector<Exit>& exits, unsigned int milliseconds) {
     // A thread of its own: a module's Close may wait without limit, and the event outlives us if it does.
     const auto closed = std::make_shared<CVT::TEvent>(true);
@@ -137,7 +137,7 @@ bool ExtensionModule::EndWork(const std::vector<Exit>& exits, unsigned int milli
     try {
         std::thread(end).detach();
     } catch (const std::system_error&) {
-        end();  // the system has no thread to give: then without the limit
+        end();  // no thread can be started: close without the limit
     }
     return closed->Wait(milliseconds) == CVT::kWaitSignalled;
 }

@@ -12,16 +12,17 @@ namespace agent {
 
 /// An extension module in this process: a shared library with the entry points CVxExtAgentInit and CVxExtAgentClose.
 ///
-/// Life: Load, Start, requests to the groups of Group(), Close. A module initialises in the background; IsReady says when
-/// that is over. The library is loaded with local scope, so that two modules may use the same names. Used by one thread.
+/// Life: Load, Start, requests to the groups of Group(), Close. A module initialises in the background; IsReady says
+/// when it has finished. The library is loaded with local scope, so that two modules may use the same names. Used by
+/// one thread.
 class ExtensionModule {
 public:
-    /// Maps the library and finds its entry points. Null, and one line for people in `error`, when there is no such file,
-    /// or it is no extension module.
+    /// Maps the library and finds its entry points. Returns null, with one line in `error`, when there is no such file
+    /// or it is not an extension module.
     static std::unique_ptr<ExtensionModule> Load(const std::string& file, std::string& error);
 
-    /// What comes with the agent: libCVHost.so.1 in the lib folder beside the running program's, or else whatever the
-    /// dynamic linker finds under that name.
+    /// The module that comes with the agent: libCVHost.so.1 in the lib folder beside the running program's, or else
+    /// whatever the dynamic linker finds under that name.
     static std::string DefaultFile();
 
     ExtensionModule(const ExtensionModule&) = delete;
@@ -29,31 +30,31 @@ public:
     /// A module that was started and not closed stays mapped: its threads may still run.
     ~ExtensionModule();
 
-    /// Calls CVxExtAgentInit. False, with `error`, when the module refuses or hands back nothing.
+    /// Calls CVxExtAgentInit. Returns false, with `error`, when the module refuses or returns no object.
     bool Start(void* trapSender, std::string& error);
 
     /// The module's object, from Start to Close.
     CVT::BMibImplGroup& Group() { return *m_group; }
 
-    /// Whether initialisation is over: what the module's gbReady says, or, when it exports none, whether all its groups
+    /// Whether initialisation has finished: the module's gbReady. If the module exports none, whether all its groups
     /// are active.
     bool IsReady() const;
     /// Waits for IsReady, at most `milliseconds`.
     bool WaitUntilReady(unsigned int milliseconds) const;
 
-    /// Calls CVxExtAgentClose, waits until no thread of the module's runs any more, and unmaps the library. False when that
-    /// is not over after `milliseconds`: the module then stays as it is, and only the end of the process can help
-    /// (std::_Exit, since the module's code may be running).
+    /// Calls CVxExtAgentClose, waits until none of the module's threads is running, and unmaps the library. Returns
+    /// false when this has not finished after `milliseconds`. The module then stays as it is, and the caller can only
+    /// end the process (with std::_Exit, since the module's code may be running).
     bool Close(unsigned int milliseconds);
 
-    /// The same for several modules, of which some may not have been started. To close them one by one would not do: the
-    /// threads of one that is still open would be waited for.
+    /// The same for several modules, of which some may not have been started. Closing them one by one would not work,
+    /// because it would wait for the threads of a module that is still open.
     static bool CloseAll(std::span<const std::unique_ptr<ExtensionModule>> modules, unsigned int milliseconds);
 
     /// From Start to Close.
     bool IsStarted() const { return m_group != nullptr; }
 
-    /// Whether both are the one library of that name in the process, which cannot be started twice.
+    /// Whether both are the same mapped library, which cannot be started twice.
     bool IsSameLibrary(const ExtensionModule& other) const { return m_library == other.m_library; }
 
     const std::string& File() const { return m_file; }

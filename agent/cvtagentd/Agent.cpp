@@ -29,7 +29,7 @@ std::unique_ptr<Role> MakeRole(const Options& options) {
     return std::make_unique<StandAlone>(options);
 }
 
-/// Stops what StartServing began, whether it came to its end or not.
+/// Undoes StartServing, even when that has thrown halfway.
 struct StopServing {
     ~StopServing() { role.StopServing(); }
 
@@ -38,7 +38,8 @@ struct StopServing {
 
 }  // namespace
 
-/// Nothing is said before all went well: a start that fails says one line. No request is answered before Serve.
+/// Nothing is logged until everything has succeeded, so a failed start prints a single line. No request is answered
+/// before Serve.
 int Agent::Run() {
     EventLoop loop;
     ServiceManager manager;
@@ -96,7 +97,7 @@ void Agent::Serve(EventLoop& loop, Role& role, const ServedModules& modules, Ser
     }
 }
 
-/// A module that does not get ready in time ends the process at once: it could not be closed either.
+/// A module that is not ready in time ends the process at once, because it could not be closed either.
 bool Agent::LookWhetherReady(const ServedModules& modules, std::chrono::steady_clock::time_point since) const {
     const std::string notReady = modules.NotReady();
     const auto passed = std::chrono::steady_clock::now() - since;
@@ -104,7 +105,7 @@ bool Agent::LookWhetherReady(const ServedModules& modules, std::chrono::steady_c
         const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
         Log::Info("ready after " + std::to_string(milliseconds) + " ms");
         if (const std::string notUp = modules.NotUp(); !notUp.empty()) {
-            Log::Error("did not come up, and will not before the next start: " + notUp);
+            Log::Error("failed to initialise, and will not be served until the agent is restarted: " + notUp);
         }
         return true;
     }

@@ -49,14 +49,14 @@ constexpr option kOptions[] = {
 
 std::string Absolute(const char* file) { return std::filesystem::absolute(file).lexically_normal().string(); }
 
-/// A name without a slash is looked for by the dynamic linker, as dlopen has it.
+/// A name without a slash is left to the dynamic linker, as dlopen does.
 std::string ModuleFile(const std::string& argument) {
     return argument.find('/') == std::string::npos ? argument : Absolute(argument.c_str());
 }
 
 std::string NotEmpty(const char* option, const char* argument) {
     if (*argument == '\0') {
-        throw UsageError(std::string(option) + " wants a value that is not empty");
+        throw UsageError(std::string(option) + " needs a value that is not empty");
     }
     return argument;
 }
@@ -66,7 +66,7 @@ unsigned int Seconds(std::string_view text) {
     const char* const end = text.data() + text.size();
     const auto parsed = std::from_chars(text.data(), end, seconds);
     if (parsed.ec != std::errc() || parsed.ptr != end || seconds == 0 || seconds > kLongestTimeoutSeconds) {
-        throw UsageError("--timeout wants a number of seconds from 1 to " + std::to_string(kLongestTimeoutSeconds) +
+        throw UsageError("--timeout needs a number of seconds from 1 to " + std::to_string(kLongestTimeoutSeconds) +
                          ", not \"" + std::string(text) + "\"");
     }
     return seconds;
@@ -75,7 +75,7 @@ unsigned int Seconds(std::string_view text) {
 LogLevel Level(const char* name) {
     const auto level = Log::LevelOf(name);
     if (!level) {
-        throw UsageError("--log-level wants error, warning, info or debug, not \"" + std::string(name) + "\"");
+        throw UsageError("--log-level needs error, warning, info or debug, not \"" + std::string(name) + "\"");
     }
     return *level;
 }
@@ -109,7 +109,7 @@ void Apply(int option, const char* argument, Options& options) {
     }
 }
 
-/// Whoever asks for one thing gets that, and not another one in silence.
+/// An option that the chosen action would ignore is an error.
 void CheckActions(const Options& options, std::set<int> seen) {
     if (options.action == Options::Action::kServe) {
         return;
@@ -121,10 +121,10 @@ void CheckActions(const Options& options, std::set<int> seen) {
         seen.erase(kConfig);
         seen.erase(kStateDir);
         if (!seen.empty()) {
-            throw UsageError("--create-user goes with --config and --state-dir, and with no other option");
+            throw UsageError("--create-user can be combined only with --config and --state-dir");
         }
     } else if (creates || !seen.empty()) {
-        throw UsageError("--check-config goes with no other option");
+        throw UsageError("--check-config cannot be combined with other options");
     }
 }
 
@@ -133,7 +133,7 @@ void CheckActions(const Options& options, std::set<int> seen) {
 Options Options::Parse(int argc, char* const* argv) {
     Options options;
     std::set<int> seen;
-    ::optind = 0;  // begin anew, also when called again
+    ::optind = 0;  // parse from the start on every call
     ::opterr = 0;
     for (;;) {
         const int at = ::optind == 0 ? 1 : ::optind;
@@ -143,7 +143,7 @@ Options Options::Parse(int argc, char* const* argv) {
             break;
         }
         if (option == ':') {
-            throw UsageError("the option " + std::string(argv[at]) + " wants a value");
+            throw UsageError("the option " + std::string(argv[at]) + " needs a value");
         }
         if (option == '?') {
             throw UsageError("the option " + std::string(argv[at]) + " is unknown, ambiguous or takes no value");
@@ -155,7 +155,7 @@ Options Options::Parse(int argc, char* const* argv) {
         }
     }
     if (::optind < argc) {
-        throw UsageError("the argument \"" + std::string(argv[::optind]) + "\" belongs to no option");
+        throw UsageError("unexpected argument \"" + std::string(argv[::optind]) + "\"");
     }
     if (options.subagent && !options.listen.empty()) {
         throw UsageError("--listen and --agentx exclude each other: with --agentx the master listens");
@@ -179,23 +179,24 @@ Usage: cvtagentd [OPTION]...
   --listen ADDRESS     where to answer, such as udp:161 or udp6:[::1]:1161; may be repeated
                        (default: udp:127.0.0.1:1161)
   --agentx[=ADDRESS]   listen nowhere, and serve through the AgentX master at this address, such as
-                       tcp:127.0.0.1:705 (default: the configuration's agentXSocket, or else /var/agentx/master)
+                       tcp:127.0.0.1:705 (default: agentXSocket in the configuration, or /var/agentx/master)
   --config FILE        who may do what: this file and no other
                        (default: community "public" from this host may read)
   --state-dir DIR      the working directory, where values and keys are kept
                        (default: $STATE_DIRECTORY, or /var/lib/cvtagentd for root,
-                       or else cvtagentd in $XDG_STATE_HOME or ~/.local/state)
+                       or cvtagentd in $XDG_STATE_HOME or ~/.local/state)
   --user NAME          run as this user, with no more rights than modules need; for root
-                       (default: whoever starts it)
-  --timeout SECONDS    how long modules may take to get ready, and to close (default: 30)
+                       (default: the user who starts it)
+  --timeout SECONDS    how long modules may take to initialise, and to close (default: 30)
   --log-level LEVEL    error, warning, info or debug (default: info)
   --syslog             log to syslog instead of standard error
   --version            print the version
   --help               print this text
 
-  --check-config FILE  load FILE, print each fault in it on a line, and end: status 0 when there is none, or else 1
-  --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or else takes
-                       them as two lines of standard input; the agent must not be running
+  --check-config FILE  load FILE, print each fault in it on its own line, and exit: status 0 when there is none,
+                       otherwise 1
+  --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or
+                       reads them as two lines of standard input; the agent must not be running
 
 SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
 Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line.

@@ -8,7 +8,7 @@
 
 namespace cvtagentd {
 
-/// A command line that means nothing, in one line for people. It ends the program with status 2.
+/// What is wrong with the command line, in one line. It ends the program with status 2.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -22,10 +22,10 @@ struct Options {
     std::vector<std::string> modules;  ///< never empty after Parse
     std::vector<std::string> listen;   ///< empty: the configuration's agentaddress, or else kDefaultAddress
     bool subagent = false;             ///< serve through an AgentX master; `listen` is then empty
-    std::string master;    ///< where; empty: the configuration's agentXSocket, or else the library's default
+    std::string master;    ///< its address; empty: the configuration's agentXSocket, or else the library's default
     std::string config;    ///< absolute; empty: the built-in read-only access from this host
     std::string stateDir;  ///< empty: StateDir's choice
-    std::string user;      ///< empty: whoever started it
+    std::string user;      ///< empty: the user who started the agent
     std::string newUser;   ///< for kCreateUser
     unsigned int timeoutSeconds = 30;
     LogLevel logLevel = LogLevel::kInfo;

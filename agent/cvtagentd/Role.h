@@ -11,9 +11,9 @@ class DaemonUser;
 class EventLoop;
 class ServedModules;
 
-/// How requests reach the agent: StandAlone, at addresses of its own, or Subagent, through a master. Agent::Run calls each
-/// function once, in the order in which they stand here, but for Reload. The destructor ends the SNMP library. Used by the
-/// thread that runs that; one object in a process.
+/// How requests reach the agent: StandAlone, at addresses of its own, or Subagent, through a master. Agent::Run calls
+/// each function except Reload once, in the order of their declarations. The destructor shuts the SNMP library down.
+/// Used by the thread that runs the library; one object in a process.
 class Role {
 public:
     Role() = default;
@@ -21,28 +21,30 @@ public:
     Role(const Role&) = delete;
     Role& operator=(const Role&) = delete;
 
-    /// Starts the SNMP library, which reads the configuration; takes the user's identity, and locks the state. Throws
-    /// StartError, also when the configuration has faults.
+    /// Starts the SNMP library, which reads the configuration; takes the user's identity; and locks the state. Throws
+    /// StartError, including when the configuration has faults.
     virtual void ReadConfiguration(DaemonUser& user) = 0;
-    /// Opens what requests come through. Returns where that is, for the log. Throws StartError.
+    /// Opens the addresses or the connection that requests come through. Returns a description of it for the log.
+    /// Throws StartError.
     virtual std::string Open() = 0;
-    /// Stores what must outlive a crash; comes when the last privilege for opening is given up. Throws StartError.
+    /// Stores what must survive a crash. Called after the last privilege, the one for opening ports, has been given up.
+    /// Throws StartError.
     virtual void StoreState() {}
 
-    /// What the agent serves of itself beside the modules; null: nothing.
+    /// What the agent itself serves besides the modules; null: nothing.
     virtual BuiltinModule* Builtin() { return nullptr; }
     /// How a request waits for a busy group.
     virtual GroupReader::Wait HowToWait() const = 0;
 
-    /// Serves the groups of the modules, which have been started, in the turns of the loop until StopServing.
+    /// Serves the groups of the modules, which have been started, in each turn of the loop until StopServing.
     virtual void StartServing(ServedModules& modules, EventLoop& loop) = 0;
-    /// Follows StartServing even when that has thrown. The groups stay registered; it is the modules that are closed next.
+    /// Called after StartServing even when that has thrown. The groups stay registered; the modules are closed next.
     virtual void StopServing() = 0;
 
-    /// Stores what has come since the start; comes last. Logs when it cannot.
+    /// Stores what has changed since the start. Called last. Logs a failure.
     virtual void StoreStateAtEnd() {}
 
-    /// Reads the configuration again, while it serves.
+    /// Reads the configuration again while serving.
     virtual void Reload() = 0;
 };
 

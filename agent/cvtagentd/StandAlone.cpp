@@ -32,7 +32,7 @@ bool StoreOrWarn() {
 
 void StandAlone::BeforeConfiguration() { SystemConfig::Register(); }
 
-/// The library obeys what stands in the state directory, so it must read that as the user, not as root.
+/// The library obeys the files in the state directory, so it must read them as the user, not as root.
 void StandAlone::ReadConfiguration(DaemonUser& user) {
     user.Assume(m_options.config);
     m_lock.emplace();
@@ -62,15 +62,15 @@ std::string StandAlone::Open() {
     return "on " + agent::Joined(addresses);
 }
 
-/// A message can be sent again within a time window, and only the boots tell whether the engine has started since. So a
-/// start that cannot be counted serves no users; without users, nobody needs the count.
+/// A message can be replayed within a time window, and only engineBoots shows that the engine has restarted since. So a
+/// start that cannot be counted serves no users. Without users, the count is not needed.
 void StandAlone::StoreState() {
     try {
         SnmpLibrary::Store();
     } catch (const StateNotStored& error) {
         if (SnmpLibrary::HasUsers()) {
             throw StartError(std::string(error.what()) +
-                             " and start the agent again (SNMPv3 users are not served by a start that is not counted)");
+                             " and start the agent again (SNMPv3 users are not served unless the start is counted)");
         }
         Log::Warning(error.what());
         m_isStartCounted = false;
@@ -91,7 +91,7 @@ void StandAlone::StopServing() {
     m_listeners->RefuseSetsWhile({});
 }
 
-/// Only users that SIGHUP has brought from the configuration have not been stored at the start.
+/// Everything else was stored at the start; only users that a SIGHUP has read from the configuration are new.
 void StandAlone::StoreStateAtEnd() {
     if (!StateDir::IsGone()) {
         StoreOrWarn();
@@ -100,7 +100,7 @@ void StandAlone::StoreStateAtEnd() {
 
 void StandAlone::Reload() {
     AccessConfig::Reload(m_options.config);
-    if (!m_isStartCounted) {  // there may be users now
+    if (!m_isStartCounted) {  // a reload may have added users
         m_isStartCounted = StoreOrWarn();
     }
 }

@@ -11,12 +11,12 @@
 
 namespace cvtagentd {
 
-/// Answers clients at addresses of its own, decides itself who may do what, and serves the system group beside the modules.
+/// Answers clients at its own addresses, controls access itself, and serves the system group besides the modules.
 class StandAlone final : public Role {
 public:
     explicit StandAlone(const Options& options) : m_options(options) {}
 
-    /// Makes known to the library what the configuration of a stand-alone agent may hold: for SnmpLibrary::Setup.
+    /// Registers the directives of a stand-alone agent's configuration with the library. For SnmpLibrary::Setup.
     static void BeforeConfiguration();
 
     void ReadConfiguration(DaemonUser& user) override;

@@ -16,12 +16,12 @@ constexpr std::chrono::milliseconds kReadyPoll{20};
 
 }  // namespace
 
-/// The master may be one that only root reaches, and no state is read in this role: so the user's identity comes last.
+/// Only root may be able to reach the master, and no state is read in this role, so the user's identity is taken last.
 void Subagent::ReadConfiguration(DaemonUser& user) {
     AccessConfig::RequireTrusted(m_options.config);
     SnmpLibrary::Setup setup{m_options.config};
     setup.beforeConfiguration = [this] {
-        SystemConfig::Register();  // known, though nobody asks this agent for them
+        SystemConfig::Register();  // accepted, although this role does not serve them
         m_master.BeforeConfiguration();
     };
     m_library.emplace(setup);
@@ -54,7 +54,7 @@ void Subagent::StartServing(ServedModules& modules, EventLoop& loop) {
 void Subagent::WarnOfIgnoredDirectives() const {
     if (!m_ignored.empty()) {
         Log::Warning(m_options.config +
-                     ": with --agentx these mean nothing, since the master decides who may do what: " + m_ignored);
+                     ": these directives have no effect with --agentx, since the master controls access: " + m_ignored);
     }
 }
 
@@ -66,9 +66,9 @@ void Subagent::StopServing() {
     m_master.Leave();
 }
 
-/// To read it again would make the library close the connection.
+/// Reading it again would make the library close the connection.
 void Subagent::Reload() {
-    Log::Info("with --agentx the configuration is read at the start only; the master's says who may do what");
+    Log::Info("with --agentx the configuration is read only at the start; the master's configuration controls access");
 }
 
 }  // namespace cvtagentd

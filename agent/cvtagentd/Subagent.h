@@ -14,8 +14,8 @@
 
 namespace cvtagentd {
 
-/// Serves through an AgentX master, which listens, and decides who may do what. Groups are registered with it as soon as they
-/// can answer; a request waits for a group as long as it takes, since the library cannot take a GETNEXT up again here.
+/// Serves through an AgentX master, which listens and controls access. Groups are registered with it as soon as they
+/// can answer. A request waits for a group as long as it takes, since the library cannot resume a GETNEXT in this role.
 class Subagent final : public Role {
 public:
     explicit Subagent(const Options& options) : m_options(options), m_master(options.master) {}

@@ -18,8 +18,8 @@ namespace {
 
 constexpr int kUsageStatus = 2;
 
-/// Before a key or a pass phrase is read. An ordinary user can look into an agent that serves as that user without --user:
-/// it has no more rights than whoever looks.
+/// Called before a key or a pass phrase is read. An agent that an ordinary user starts without --user can still be
+/// inspected by that user, since it has no more rights than they have.
 void ProtectKeys(const cvtagentd::Options& options) {
     if (options.action == cvtagentd::Options::Action::kServe && ::geteuid() != 0) {
         cvtagentd::Privileges::ForbidCoreFiles();
@@ -46,10 +46,10 @@ int Run(const cvtagentd::Options& options) {
     return cvtagentd::Agent(options).Run();
 }
 
-/// What is opened later must not get the number of a standard stream, into which messages are written.
+/// A descriptor that is opened later must not get the number of a standard stream, to which messages are written.
 void OpenStandardStreams() {
     for (int fd = 0; fd >= 0 && fd <= STDERR_FILENO;) {
-        fd = ::open("/dev/null", O_RDWR);  // NOLINT(android-cloexec-open): what is started wants the three, too
+        fd = ::open("/dev/null", O_RDWR);  // NOLINT(android-cloexec-open): child programs need the three, too
         if (fd > STDERR_FILENO) {
             ::close(fd);
         }

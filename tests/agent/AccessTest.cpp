@@ -1,4 +1,4 @@
-// Who may do what: the built-in access, the configuration's, and its reading anew.
+// Who may do what: the built-in access, the configuration's, and what a reload changes.
 
 #include <sys/stat.h>
 
@@ -16,7 +16,7 @@ protected:
         const Outcome outcome = Client("snmpget", {"-v2c", "-c", community, Udp(), kValues + "1.0"});
         EXPECT_EQ(outcome.status, 0) << community << ": " << outcome.output;
     }
-    /// A community that may nothing gets no answer.
+    /// A community without access gets no answer.
     void ExpectStranger(const std::string& community) const {
         const Arguments impatient = {"-t", "0.3", "-r", "0"};
         const Outcome outcome =
@@ -28,7 +28,7 @@ protected:
     static void Allow(const std::string& file, int mode) {
         std::filesystem::permissions(file, std::filesystem::perms(mode));
     }
-    /// Expects that neither an agent starts with this configuration, nor a check of it finds no fault.
+    /// Expects that no agent starts with this configuration, and that --check-config finds the same fault.
     void ExpectDistrust(const std::string& config, const std::string& text) const {
         ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), 1, text);
         const Outcome check = RunAgent({"--check-config", config});
@@ -36,8 +36,8 @@ protected:
         EXPECT_NE(check.output.find("cvtagentd: " + text), std::string::npos) << check.output;
     }
     static std::string OthersCanWrite(const std::string& file) {
-        return "others than its owner can write to the configuration " + file + "; close it to them (chmod go-w " +
-               file + ")\n";
+        return "users other than its owner can write to the configuration " + file +
+               "; take that right away (chmod go-w " + file + ")\n";
     }
 
     const std::string m_level = kValues + "1.0 = INTEGER: 1\n";
@@ -52,7 +52,7 @@ TEST_F(AccessTest, WithoutAConfigurationTheCommunityPublicMayReadAndNobodyMayWri
     ExpectSetRefused({kValues + "1.0", "i", "2"}, "noAccess", kValues + "1.0");
 }
 
-TEST_F(AccessTest, WithAConfigurationTheCommunityPublicIsNobody) {
+TEST_F(AccessTest, WithAConfigurationTheCommunityPublicHasNoAccess) {
     StartWritable();
     ExpectReader("private");
     ExpectStranger("public");
@@ -102,7 +102,7 @@ rwuser sealed priv
     EXPECT_NE(V3("snmpget", tooLow, {kValues + "1.0"}).status, 0);
 }
 
-TEST_F(AccessTest, UsersOutliveARestartAndTheEngineCountsItsBoots) {
+TEST_F(AccessTest, UsersSurviveARestartAndTheEngineCountsItsBoots) {
     const std::string users = "createUser sealed SHA \"the first secret\" AES\nrouser sealed priv\n";
     const Arguments sealed = {"-l", "authPriv",         "-u", "sealed", "-a", "SHA",
                               "-A", "the first secret", "-x", "AES",    "-X", "the first secret"};
@@ -118,7 +118,7 @@ TEST_F(AccessTest, UsersOutliveARestartAndTheEngineCountsItsBoots) {
     EXPECT_EQ(content.find("the first secret"), std::string::npos) << "keys are kept, not passphrases";
 }
 
-TEST_F(AccessTest, SighupReadsTheConfigurationAnew) {
+TEST_F(AccessTest, SighupReadsTheConfigurationAgain) {
     StartWritable();
     ExpectReader("private");
     WriteConfig("rocommunity other 127.0.0.1\n");
@@ -150,7 +150,7 @@ TEST_F(AccessTest, SighupWithoutAConfigurationChangesNothing) {
     ExpectReader("public");
 }
 
-TEST_F(AccessTest, AReloadThatHangsIsGivenUpAndEverythingStaysAsItWas) {
+TEST_F(AccessTest, AReloadThatHangsIsAbandonedAndEverythingStaysAsItWas) {
     const std::string config = "rocommunity private 127.0.0.1\n";
     Start({"--module", kTestModule, "--config", WriteConfig(config)});
     const std::string pipe = m_scratch / "pipe.conf";
@@ -161,7 +161,7 @@ TEST_F(AccessTest, AReloadThatHangsIsGivenUpAndEverythingStaysAsItWas) {
     EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
 }
 
-TEST_F(AccessTest, AConfigurationThatOthersThanItsOwnerCanWriteIsRefused) {
+TEST_F(AccessTest, AConfigurationThatUsersOtherThanItsOwnerCanWriteIsRefused) {
     const std::string config = WriteConfig("rocommunity private 127.0.0.1\n");
     for (const int mode : {0660, 0606, 0620}) {
         Allow(config, mode);
@@ -172,7 +172,7 @@ TEST_F(AccessTest, AConfigurationThatOthersThanItsOwnerCanWriteIsRefused) {
     ExpectReader("private");
 }
 
-TEST_F(AccessTest, AFileThatIsIncludedAndThatOthersCanWriteIsRefused) {
+TEST_F(AccessTest, AnIncludedFileThatOthersCanWriteIsRefused) {
     const std::string folder = m_scratch.MakeFolder("more");
     const std::string first = m_scratch.Write("more/first.conf", "includeFile second.txt\n");
     const std::string second = m_scratch.Write("more/second.txt", "rocommunity private 127.0.0.1\n");
@@ -231,7 +231,7 @@ TEST_F(AccessTest, AFolderThatIsIncludedIsRefusedWhenOthersCanAddAFile) {
     EXPECT_EQ(RunAgent({"--check-config", config}).status, 0);
 }
 
-TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLeadThere) {
+TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLeadToIt) {
     const std::string folder = m_scratch.MakeFolder("open");
     const std::string config = m_scratch.Write("open/agent.conf", "rocommunity private 127.0.0.1\n");
     Allow(config, 0600);
@@ -240,14 +240,14 @@ TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLe
     Allow(folder, 0777);
     for (const std::string& file : {config, link}) {
         ExpectDistrust(file, "everybody can replace the configuration " + file +
-                                 ", since everybody can write to the folder " + folder + "; close that (chmod o-w " +
-                                 folder + ")\n");
+                                 ", since everybody can write to the folder " + folder +
+                                 "; take that right away (chmod o-w " + folder + ")\n");
     }
     Allow(folder, 01777);
     EXPECT_EQ(RunAgent({"--check-config", link}).output, link + ": no faults\n");
     Allow(folder, 0775);
     EXPECT_EQ(RunAgent({"--check-config", config}).output,
-              config + ": Warning: others than root and this user can write to the folder " + folder +
+              config + ": Warning: users other than root and this one can write to the folder " + folder +
                   ", and so replace the file\n" + config + ": no faults\n");
 }
 
@@ -294,7 +294,7 @@ TEST_F(AccessTest, TheStateOfAThirdUserIsRefused) {
     ASSERT_EQ(::chown(file.c_str(), 1, 1), 0);
     ExpectRefusal(WithOwn({"--module", kTestModule}), 1,
                   "the state file " + file +
-                      " belongs to the user daemon, who does not decide what the agent does; give it to root (chown)");
+                      " belongs to the user daemon, who must not control the agent; give it to root (chown)");
 }
 
 }  // namespace

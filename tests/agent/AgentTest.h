@@ -24,7 +24,7 @@ inline constexpr const char* kSampleModule = CVHOST_BUILD_LIB_DIR "/libSampleMod
 inline constexpr const char* kReadModule = CVHOST_READ_TEST_MODULE;
 inline constexpr const char* kTestModule = CVHOST_AGENT_TEST_MODULE;
 
-// Subtrees of the modules, with a dot at the end.
+// Subtrees of the modules, with a trailing dot.
 inline const std::string kMemorySize = ".1.3.6.1.2.1.25.2.2.0";
 inline const std::string kSample = ".1.3.6.1.4.1.32473.1.";
 inline const std::string kValues = ".1.3.6.1.4.1.32473.2.1.";
@@ -38,7 +38,7 @@ inline const std::string kLarge = ".1.3.6.1.4.1.32473.3.5.1.";
 inline const std::string kLookUps = ".1.3.6.1.4.1.32473.3.6.1.0";
 inline const std::string kFailures = ".1.3.6.1.4.1.32473.0.";
 
-/// A setting for agents of tests in which the SNMP library itself leaks.
+/// An environment setting for agents in tests that make the SNMP library itself leak.
 inline const std::string kLibraryLeaks =
     "LSAN_OPTIONS=suppressions=" CVHOST_SOURCE_DIR "/tests/agent/library-leaks.supp:print_suppressions=0";
 
@@ -89,7 +89,7 @@ protected:
     AgentTest() {
         ::umask(022);  // a configuration that others can write is refused
         m_scratch.MakeFolder("state");
-        m_scratch.MakeFolder("cert_indexes");  // or else the clients make it, and say so
+        m_scratch.MakeFolder("cert_indexes");  // otherwise the clients make it, and print that
     }
 
     void TearDown() override {
@@ -100,13 +100,14 @@ protected:
 
     std::string Udp() const { return "udp:127.0.0.1:" + std::to_string(m_port); }
 
-    /// The options of an agent on the test's port, or of a subagent, with the test's state folder, and more.
+    /// The options of an agent on the test's port, or of a subagent, with the test's state folder and further options.
     Arguments WithOwn(const Arguments& more) const {
         const Arguments where = m_master.empty() ? Arguments{"--listen", Udp()} : Arguments{"--agentx=" + m_master};
         return where + Arguments{"--state-dir", m_scratch / "state"} + more;
     }
 
-    /// Starts the agent and waits until its log holds `until`. A test that waits for its end looks at that itself.
+    /// Starts the agent and waits until its log holds `until`. A test that waits for the agent's end checks the exit
+    /// status itself.
     void Start(const Arguments& more, const Arguments& settings = {}, const std::string& until = "ready after") {
         for (int tries = 0; tries < 3; ++tries) {
             m_agent = std::make_unique<Program>(m_command + WithOwn(more), m_scratch / "log", settings);
@@ -141,7 +142,7 @@ protected:
     Outcome RunAgent(const Arguments& arguments, const Arguments& settings = {}) const {
         return RunToEnd(Arguments{kAgentFile} + arguments, m_scratch, settings);
     }
-    /// Expects that the agent does not start, and says one line, which holds `text`.
+    /// Expects that the agent does not start, and prints one line that contains `text`.
     void ExpectRefusal(const Arguments& arguments, int status, const std::string& text,
                        const Arguments& settings = {}) const {
         const Outcome outcome = RunAgent(arguments, settings);
@@ -151,12 +152,12 @@ protected:
         EXPECT_TRUE(outcome.output.starts_with("cvtagentd: ")) << outcome.output;
     }
 
-    /// Runs a client of the distribution's to its end. Names come out as numbers, values with their type.
+    /// Runs one of the distribution's clients to its end. It prints names as numbers, and values with their type.
     Outcome Client(const std::string& name, const Arguments& arguments) const {
         return RunToEnd(Arguments{name, "-On", "-t", "5", "-r", "1"} + arguments, m_scratch,
                         {"MIBS=", "SNMPCONFPATH=" + m_scratch.Path(), "SNMP_PERSISTENT_DIR=" + m_scratch.Path()});
     }
-    /// In version 2c, as the community that may write when there is one.
+    /// In version 2c, with the community that may write if there is one.
     Outcome V2c(const std::string& name, const Arguments& arguments, const Arguments& options = {}) const {
         return Client(name, options + Arguments{"-v2c", "-c", m_community, Udp()} + arguments);
     }

@@ -1,4 +1,4 @@
-// A master that is there and does nothing any more: it takes neither the agent's start nor its end away.
+// A master that runs but no longer answers: the agent can still start and end.
 
 #include <sys/un.h>
 
@@ -29,14 +29,14 @@ public:
     Sockets(const Sockets&) = delete;
     Sockets& operator=(const Sockets&) = delete;
 
-    /// A socket where nobody takes what connects.
+    /// A socket that listens, on which no connection is accepted.
     void Listen(const std::string& path) {
         const sockaddr_un address = AddressOf(path);
         const int socket = Open();
         ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         ASSERT_EQ(::listen(socket, 0), 0);
     }
-    /// Connects until no connection fits into the queue any more: whoever comes next waits in the system.
+    /// Connects until the queue is full, so that the next connect(2) blocks.
     void FillQueue(const std::string& path) {
         const sockaddr_un address = AddressOf(path);
         int failed = 0;
@@ -58,7 +58,7 @@ private:
 
 class AgentXHungMasterTest : public AgentXTest {
 protected:
-    /// Without the limit that this is about it never ends.
+    /// Without the limit under test this never ends.
     void ExpectToEndSoon() {
         const auto begin = std::chrono::steady_clock::now();
         Agent().Signal(SIGTERM);
@@ -80,11 +80,11 @@ TEST_F(AgentXHungMasterTest, StartsAndEndsWhileNoConnectionFitsIntoTheQueueOfThe
     sockets.FillQueue(m_master);
     Start({"--module", kTestModule});
     ASSERT_TRUE(Agent().WaitForOutput("no connection to the master at " + m_master)) << Log();
-    EXPECT_NE(Log().find("look whether it hangs"), std::string::npos) << Log();
+    EXPECT_NE(Log().find("check whether it hangs"), std::string::npos) << Log();
     ExpectToEndSoon();
 }
 
-TEST_F(AgentXHungMasterTest, EndsSoonWhenAMasterStopsThatItWasConnectedTo) {
+TEST_F(AgentXHungMasterTest, EndsSoonWhenTheMasterThatItIsConnectedToStops) {
     m_served = kValues + "1.0";
     StartBoth({"--module", kTestModule});
     Master().Signal(SIGSTOP);

@@ -9,7 +9,7 @@
 namespace agent_test {
 namespace {
 
-/// Stands where a master should be: takes connections, and closes each of them at once.
+/// Takes the place of a master: accepts connections, and closes each of them at once.
 class Impostor {
 public:
     explicit Impostor(const std::string& path) : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -55,7 +55,7 @@ protected:
     int Warnings() const { return InLog("warning: ") + InLog("error: "); }
 };
 
-TEST_F(AgentXLifeTest, IsRegisteredAgainWithin15SecondsWhenTheMasterHasStoppedAndStarted) {
+TEST_F(AgentXLifeTest, IsRegisteredAgainWithin15SecondsAfterTheMasterHasRestarted) {
     StartBoth({"--module", kTestModule});
     StopMaster();
     ASSERT_TRUE(Agent().WaitForOutput("lost the connection to the master at " + m_master)) << Log();
@@ -73,7 +73,7 @@ TEST_F(AgentXLifeTest, IsRegisteredAgainWhenTheMasterWasKilled) {
     EXPECT_TRUE(IsServed(kValues + "1.0", 15)) << Log();
 }
 
-TEST_F(AgentXLifeTest, WithoutAMasterItSaysSoOnceAndServesWhenHeComes) {
+TEST_F(AgentXLifeTest, WithoutAMasterItLogsThatOnceAndServesOnceThereIsOne) {
     StartAlone("ready after");
     const std::string said =
         "warning: no connection to the master at " + m_master + ": the socket is missing; start the master";
@@ -84,7 +84,7 @@ TEST_F(AgentXLifeTest, WithoutAMasterItSaysSoOnceAndServesWhenHeComes) {
     EXPECT_EQ(Warnings(), 1) << Log();
 }
 
-TEST_F(AgentXLifeTest, FailingAttemptsAreNotLoggedOneByOne) {
+TEST_F(AgentXLifeTest, FailedAttemptsAreNotLoggedOneByOne) {
     const Impostor impostor(m_master);
     StartAlone("no connection to the master");
     for (int attempt = 0; attempt < 4; ++attempt) {
@@ -94,26 +94,27 @@ TEST_F(AgentXLifeTest, FailingAttemptsAreNotLoggedOneByOne) {
     EXPECT_EQ(InLog(m_master + ": it does not answer; "), 1) << Log();
 }
 
-TEST_F(AgentXLifeTest, ASocketThatNobodyServesIsNamed) {
+TEST_F(AgentXLifeTest, ASocketThatNothingListensOnIsNamed) {
     { const Impostor gone(m_master); }
     StartAlone("no connection to the master");
-    EXPECT_EQ(InLog(m_master + ": nobody answers there; start the master"), 1) << Log();
+    EXPECT_EQ(InLog(m_master + ": nothing listens there; start the master"), 1) << Log();
 }
 
-TEST_F(AgentXLifeTest, ASocketThatIsForbiddenIsNamed) {
+TEST_F(AgentXLifeTest, AForbiddenSocketIsNamed) {
     const Impostor impostor(m_master);
     ASSERT_EQ(::chmod(m_master.c_str(), 0), 0);
-    if (::geteuid() == 0) {  // who may do anything, unless that is taken away
+    if (::geteuid() == 0) {  // root may do anything until its capabilities are dropped
         m_command = Arguments{"setpriv", "--bounding-set=-dac_override,-dac_read_search"} + m_command;
     }
     StartAlone("no connection to the master");
-    EXPECT_EQ(InLog(m_master + ": not permitted; let the master give more rights (agentXPerms"), 1) << Log();
+    EXPECT_EQ(InLog(m_master + ": not permitted; make the master grant more rights (agentXPerms"), 1) << Log();
 }
 
-TEST_F(AgentXLifeTest, AnAddressThatIsNoneIsNamed) {
+TEST_F(AgentXLifeTest, AnInvalidAddressIsNamed) {
     m_master = "carrier-pigeon:1:2";
     StartAlone("no connection to the master");
-    EXPECT_EQ(InLog("carrier-pigeon:1:2: no such address; write it as /PATH, unix:/PATH or tcp:HOST:PORT"), 1) << Log();
+    EXPECT_EQ(InLog("carrier-pigeon:1:2: not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT"), 1)
+        << Log();
 }
 
 TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {
@@ -122,7 +123,7 @@ TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {
     EXPECT_LT(TimeToEnd().count(), 5000) << Log();
 }
 
-TEST_F(AgentXLifeTest, AMasterThatHangsIsReportedAndDoesNotHoldUpTheEnd) {
+TEST_F(AgentXLifeTest, AMasterThatHangsIsReportedAndDoesNotDelayTheEnd) {
     StartBoth({"--module", kTestModule});
     Master().Signal(SIGSTOP);
     ASSERT_TRUE(Agent().WaitForOutput("lost the connection")) << Log();
@@ -131,7 +132,7 @@ TEST_F(AgentXLifeTest, AMasterThatHangsIsReportedAndDoesNotHoldUpTheEnd) {
     EXPECT_LT(TimeToEnd().count(), 5000) << Log();
 }
 
-TEST_F(AgentXLifeTest, StartsUnderAMasterThatHangsAndServesWhenHeGoesOn) {
+TEST_F(AgentXLifeTest, StartsUnderAMasterThatHangsAndServesOnceItGoesOn) {
     StartMaster();
     Master().Signal(SIGSTOP);
     const auto begin = std::chrono::steady_clock::now();
@@ -141,7 +142,7 @@ TEST_F(AgentXLifeTest, StartsUnderAMasterThatHangsAndServesWhenHeGoesOn) {
     EXPECT_TRUE(IsServed(kValues + "1.0", 15)) << Log();
 }
 
-TEST_F(AgentXLifeTest, EndsWithin5SecondsWhenTheMasterHangsAlreadyAtTheStart) {
+TEST_F(AgentXLifeTest, EndsWithin5SecondsWhenTheMasterHangsFromTheStart) {
     StartMaster();
     Master().Signal(SIGSTOP);
     StartAlone("ready after");
@@ -159,9 +160,9 @@ TEST_F(AgentXLifeTest, ASubtreeThatTheMasterRefusesIsNamedAndTheConnectionKept) 
     EXPECT_EQ(InLog("lost the connection"), 0) << Log();
 }
 
-TEST_F(AgentXLifeTest, AConnectionThatDoesNotLastIsReportedAFewTimes) {
+TEST_F(AgentXLifeTest, AConnectionThatComesAndGoesIsReportedAFewTimes) {
     constexpr int kSubtrees = 4;
-    constexpr int kAgain = 6;  // when the library registers them anew: once for each stretch between nested ones
+    constexpr int kAgain = 6;  // the library registers a subtree again once for each stretch between nested ones
     ScriptedMaster master(m_master);
     StartAlone("");
     for (int round = 0; round < 6; ++round) {
@@ -169,17 +170,17 @@ TEST_F(AgentXLifeTest, AConnectionThatDoesNotLastIsReportedAFewTimes) {
         master.Disconnect();
     }
     EXPECT_EQ(InLog("lost the connection to the master at "), 3) << Log();
-    EXPECT_EQ(InLog("it does not last: look into the master's log"), 1) << Log();
+    EXPECT_EQ(InLog("it is lost again and again: see the master's log"), 1) << Log();
     EXPECT_LE(InLog("connected again"), 3) << Log();
 }
 
-TEST_F(AgentXLifeTest, TellsWhichSubtreesSomebodyElseServes) {
+TEST_F(AgentXLifeTest, TellsWhichSubtreesAnotherAgentServes) {
     StartBoth({"--module", kTestModule});
     std::filesystem::create_directory(m_scratch / "state2");
     Program second({kAgentFile, "--agentx=" + m_master, "--module", kTestModule, "--module", kSampleModule,
                     "--state-dir", m_scratch / "state2"},
                    m_scratch / "log2");
-    const std::string said = "the master serves these subtrees already, without us: 1.3.6.1.4.1.32473.0, ";
+    const std::string said = "the master already serves these subtrees without this agent: 1.3.6.1.4.1.32473.0, ";
     EXPECT_TRUE(second.WaitForOutput(said)) << second.Output();
     EXPECT_TRUE(IsServed(kSample + "1.2.0")) << second.Output();
     EXPECT_EQ(second.Output().find("263"), std::string::npos) << second.Output();
@@ -188,20 +189,20 @@ TEST_F(AgentXLifeTest, TellsWhichSubtreesSomebodyElseServes) {
     EXPECT_TRUE(IsServed(kValues + "1.0"));
 }
 
-TEST_F(AgentXLifeTest, AConfigurationForTheOtherRoleIsTakenWithAWarning) {
+TEST_F(AgentXLifeTest, AConfigurationForTheOtherRoleIsAcceptedWithAWarning) {
     StartMaster();
     const std::string config = WriteConfig("rocommunity public\nrouser joe\nview all included .1\nsysContact me\n");
     Start({"--module", kTestModule, "--config", config});
     EXPECT_TRUE(IsServed(kValues + "1.0")) << Log();
     EXPECT_EQ(Warnings(), 1) << Log();
     EXPECT_EQ(InLog("warning: " + config +
-                    ": with --agentx these mean nothing, since the master decides who may do "
+                    ": these directives have no effect with --agentx, since the master controls "
                     "what: rocommunity, rouser, view\n"),
               1)
         << Log();
 }
 
-TEST_F(AgentXLifeTest, TheMasterMayBeNamedByTheConfiguration) {
+TEST_F(AgentXLifeTest, TheConfigurationMayNameTheMaster) {
     StartMaster();
     const std::string config = WriteConfig("agentXSocket " + m_master + "\n");
     Program agent(
@@ -223,7 +224,7 @@ TEST_F(AgentXLifeTest, TheOptionOverridesTheConfiguration) {
 TEST_F(AgentXLifeTest, SighupKeepsTheConnection) {
     StartBoth({"--module", kTestModule});
     Agent().Signal(SIGHUP);
-    ASSERT_TRUE(Agent().WaitForOutput("with --agentx the configuration is read at the start only")) << Log();
+    ASSERT_TRUE(Agent().WaitForOutput("with --agentx the configuration is read only at the start")) << Log();
     EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
     EXPECT_EQ(InLog("connect"), 1) << Log();
 }

@@ -1,4 +1,4 @@
-// The phases of a SET as an AgentX master may send them when it runs out of patience, or dies: what the module sees.
+// What the module sees of a SET's phases when an AgentX master loses patience, or dies.
 
 #include <cstdint>
 #include <string>
@@ -37,7 +37,7 @@ TEST_F(AgentXPhasesTest, AGoodSetIsCheckedCommittedAndReleasedOnce) {
     EXPECT_EQ(Record(), "check level, commit level, release level");
 }
 
-TEST_F(AgentXPhasesTest, ASetThatIsGivenUpAfterItsCheckIsReleasedOnce) {
+TEST_F(AgentXPhasesTest, ASetThatIsAbandonedAfterItsCheckIsReleasedOnce) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     m_script.Send(Master::kCleanupSet, 1);
     EXPECT_EQ(Record(), "check level, release level");
@@ -50,19 +50,19 @@ TEST_F(AgentXPhasesTest, AnUndoWithoutACommitUndoesNothingAndReleasesOnce) {
     EXPECT_EQ(Record(), "check level, release level");
 }
 
-TEST_F(AgentXPhasesTest, AnUndoBehindACommitUndoesAndReleasesOnce) {
+TEST_F(AgentXPhasesTest, AnUndoAfterACommitUndoesAndReleasesOnce) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
     EXPECT_EQ(m_script.Ask(Master::kUndoSet, 1), 0);
     EXPECT_EQ(Record(), "check level, commit level, undo level, release level");
 }
 
-TEST_F(AgentXPhasesTest, ACheckThatComesTwiceForOneTransactionIsReleasedAsOftenAsItIsMade) {
+TEST_F(AgentXPhasesTest, ACheckThatComesTwiceForOneTransactionIsReleasedOncePerCheck) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     m_script.Ask(Master::kTestSet, 1, kLevel7);
     EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
     m_script.Send(Master::kCleanupSet, 1);
-    m_script.Disconnect();  // at the latest now nothing is left
+    m_script.Disconnect();  // everything must be released by now
     m_script.TakeAgent(kSubtrees);
     const std::string record = Record();
     EXPECT_GE(Count(record, "check level"), 1) << record;
@@ -70,14 +70,14 @@ TEST_F(AgentXPhasesTest, ACheckThatComesTwiceForOneTransactionIsReleasedAsOftenA
     EXPECT_EQ(Count(record, "release level"), Count(record, "check level")) << record;
 }
 
-TEST_F(AgentXPhasesTest, WhatTheMasterDoesNotEndBecauseItDiesIsReleasedOnce) {
+TEST_F(AgentXPhasesTest, ASetIsReleasedOnceWhenTheMasterDiesAfterTheCheck) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     m_script.Disconnect();
     m_script.TakeAgent(kSubtrees);
     EXPECT_EQ(Record(), "check level, release level");
 }
 
-TEST_F(AgentXPhasesTest, WhatTheMasterDoesNotEndBehindTheCommitBecauseItDiesIsReleasedOnce) {
+TEST_F(AgentXPhasesTest, ASetIsReleasedOnceWhenTheMasterDiesAfterTheCommit) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
     m_script.Disconnect();
@@ -101,7 +101,7 @@ TEST_F(AgentXPhasesTest, AMasterThatDiesInTheMiddleOfManyRequestsDoesNoHarm) {
     EXPECT_EQ(Record(), "");
 }
 
-TEST_F(AgentXPhasesTest, TheNextMasterMayUseTheNumbersOfTransactionsAgain) {
+TEST_F(AgentXPhasesTest, TheNextMasterMayReuseTransactionNumbers) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     m_script.Disconnect();
     m_script.TakeAgent(kSubtrees);

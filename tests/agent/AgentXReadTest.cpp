@@ -1,4 +1,4 @@
-// The agent behind an AgentX master: what clients of the master's can read.
+// The agent behind an AgentX master: what the master's clients can read.
 
 #include <set>
 #include <sstream>
@@ -13,8 +13,8 @@ const std::string kHost = ".1.3.6.1.2.1.25";
 
 class AgentXReadTest : public AgentXTest {
 protected:
-    /// The names of the instances in a client's output that lie neither in hrSWRun nor in hrSWRunPerf: processes come and
-    /// go while a test runs.
+    /// The names of the instances in a client's output that lie neither in hrSWRun nor in hrSWRunPerf: processes come
+    /// and go while a test runs.
     static std::set<std::string> SteadyNames(const std::string& output) {
         std::set<std::string> names;
         std::istringstream in(output);
@@ -56,7 +56,7 @@ TEST_F(AgentXReadTest, ServesThroughTcpAndListensOnNothing) {
     EXPECT_EQ(Sockets::Of(Agent().Pid()), (std::multiset<std::string>{"tcp connected"}));
 }
 
-TEST_F(AgentXReadTest, AWalkThroughTheMasterVisitsWhatCvtwalkDoes) {
+TEST_F(AgentXReadTest, AWalkThroughTheMasterFindsTheSameInstancesAsCvtwalk) {
     StartBoth({"--module", kMainModule});
     const std::set<std::string> names = NamesOfCvtwalk();
     for (const char* const root : {".1.", ".2.2.", ".2.3.", ".3.", ".6."}) {
@@ -92,7 +92,7 @@ TEST_F(AgentXReadTest, ABulkRequestCrossesSubtrees) {
         << output;
 }
 
-TEST_F(AgentXReadTest, Version3GoesThroughTheMasterWhoKnowsTheUsers) {
+TEST_F(AgentXReadTest, Version3WorksThroughTheMasterWhichKnowsTheUsers) {
     StartMaster("createUser sealed SHA-256 \"the first secret\" AES \"the second secret\"\nrwuser sealed priv\n");
     Start({"--module", kTestModule});
     ASSERT_TRUE(IsServed(kValues + "1.0"));
@@ -104,7 +104,7 @@ TEST_F(AgentXReadTest, Version3GoesThroughTheMasterWhoKnowsTheUsers) {
     EXPECT_EQ(Client("snmpgetnext", user + Arguments{kValues + "0"}).output, kValues + "1.0 = INTEGER: 5\n");
 }
 
-TEST_F(AgentXReadTest, EachRequestHasAnIdentifierOfItsOwnAlsoUnderANewMaster) {
+TEST_F(AgentXReadTest, EachRequestHasItsOwnIdentifierEvenUnderANewMaster) {
     m_served = kValues + "11.0";
     StartBoth({"--module", kTestModule});
     const auto identifier = [&] { return std::stoi(V2c("snmpget", {kValues + "11.0"}, {"-Oqv"}).output); };

@@ -1,4 +1,4 @@
-// A SET through an AgentX master who dies, or loses patience, while the agent is at it.
+// A SET through an AgentX master that dies, or loses patience, while the agent carries it out.
 
 #include "tests/agent/AgentXTest.h"
 
@@ -13,7 +13,7 @@ protected:
         ASSERT_TRUE(IsServed(kInner + "2.1"));
     }
 
-    /// Sends the SET from another process, and waits until the module is at the phase.
+    /// Sends the SET from another process, and waits until the module has reached the phase.
     void BeginSet(const Arguments& varBinds, const std::string& phase) {
         m_client = std::make_unique<Program>(
             Arguments{"snmpset", "-On", "-t", "10", "-r", "0", "-v2c", "-c", "private", Udp()} + varBinds,
@@ -62,9 +62,9 @@ TEST_F(AgentXSetTest, WhatWasCheckedIsReleasedWhenTheAgentEndsUnderAMasterThatHa
     EXPECT_EQ(InLog("record: check level, release level\n"), 1) << Log();
 }
 
-TEST_F(AgentXSetTest, ACheckThatOutlastsTheMastersPatienceIsReleasedAsOftenAsItWasMade) {
+TEST_F(AgentXSetTest, ACheckThatOutlastsTheMastersPatienceIsReleasedOncePerCheck) {
     BeginSet({kValues + "1.0", "i", "17"}, "check");
-    m_client->Wait();  // what it is told is the master's affair
+    m_client->Wait();  // the master decides what the client is told
     ASSERT_TRUE(IsServed(kValues + "10.0")) << Log();
     const std::string record = Record();
     EXPECT_GE(Count(record, "check level"), 1) << record;
@@ -73,7 +73,7 @@ TEST_F(AgentXSetTest, ACheckThatOutlastsTheMastersPatienceIsReleasedAsOftenAsItW
     EXPECT_EQ(Level(), "5\n");
 }
 
-TEST_F(AgentXSetTest, AMasterWithMorePatienceGetsTheSlowCheckDone) {
+TEST_F(AgentXSetTest, AMasterWithMorePatienceCompletesTheSlowCheck) {
     KillMaster();
     ASSERT_TRUE(Agent().WaitForOutput("lost the connection")) << Log();
     StartMaster("agentXTimeout 10\n");
@@ -111,7 +111,7 @@ TEST_F(AgentXSetTest, ThisAgentsCommitThatFailsUndoesTheOthersAndAllIsReleasedOn
 
 TEST_F(AgentXSetTest, ACommitThatOutlastsTheMastersPatienceIsReleasedOnce) {
     BeginSet({kValues + "1.0", "i", "18"}, "commit");
-    m_client->Wait();  // what it is told is the master's affair
+    m_client->Wait();  // the master decides what the client is told
     ASSERT_TRUE(IsServed(kValues + "10.0")) << Log();
     const std::string record = Record();
     EXPECT_EQ(Count(record, "check level"), Count(record, "release level")) << record;

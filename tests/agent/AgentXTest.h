@@ -9,19 +9,20 @@
 
 namespace agent_test {
 
-/// A test with an AgentX master on the test's port, and, when it calls Start, an agent that serves through it. The master
-/// is the distribution's, with nothing of its own but what access control needs, so that all values come from the agent.
+/// A test with an AgentX master on the test's port, and, when it calls Start, an agent that serves through it. The
+/// master is the distribution's, with no modules of its own except those that access control needs, so that all values
+/// come from the agent.
 class AgentXTest : public AgentTest {
 protected:
     AgentXTest() { m_master = m_scratch / "master"; }
 
-    /// The agent first: it has to end cleanly.
+    /// Ends the agent first, which must end cleanly.
     void TearDown() override {
         AgentTest::TearDown();
         StopMaster();
     }
 
-    /// `more` are directives of the master's. A master that cannot have its port looks for another one.
+    /// `more`: further directives for the master. If the port is taken, another one is tried.
     void StartMaster(const std::string& more = "") {
         for (int tries = 0; tries < 3; ++tries) {
             const std::string config =
@@ -62,11 +63,11 @@ protected:
         ASSERT_TRUE(IsServed(m_served)) << Log();
     }
 
-    /// Waits until the master has this instance to give; false when that takes longer than `seconds`.
+    /// Waits until the master serves this instance; false when that takes longer than `seconds`.
     bool IsServed(const std::string& oid, int seconds = 15) const { return Becomes(true, oid, seconds); }
     bool IsNotServed(const std::string& oid, int seconds = 15) const { return Becomes(false, oid, seconds); }
 
-    /// How often the text stands in the agent's log.
+    /// How often the text occurs in the agent's log.
     int InLog(const std::string& text) const { return Count(Log(), text); }
 
     static int Count(const std::string& whole, const std::string& part) {

@@ -1,4 +1,4 @@
-// Writing the backup dates of a file system that is really mounted, through a real client.
+// Writes the backup dates of a mounted file system through a real client.
 
 #include <memory>
 #include <string>
@@ -14,21 +14,21 @@ const std::string kFileSystem = ".1.3.6.1.2.1.25.3.8.1.";
 const std::string kPartition = ".1.3.6.1.2.1.25.3.7.1.";
 const std::string kDescr = ".1.3.6.1.2.1.25.2.3.1.3.";
 
-/// What a date is until somebody writes one.
+/// The value of a date before the first write.
 const std::string kNever = "00 01 01 00 00 00 00 00";
 
 class BackupDatesTest : public AgentTest {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "no mount namespace on this machine";
         }
         m_host = std::make_unique<MadeUpHost>();
         m_disk = std::make_unique<MountedPartition>(*m_host);
         if (!m_disk->Missing().empty()) {
             GTEST_SKIP() << m_disk->Missing();
         }
-        StartWritable({"--module", kMainModule});  // and with it our namespace
+        StartWritable({"--module", kMainModule});  // in our namespace
         m_row = RowWith(kFileSystem + "2", "\"" + m_disk->Directory() + "\"");
         ASSERT_NE(m_row, "") << "no file system on " << m_disk->Directory();
     }
@@ -37,7 +37,7 @@ protected:
         m_disk.reset();
     }
 
-    /// The value of the one instance, as the client shows it behind its type.
+    /// The value of the one instance, as the client prints it after its type.
     std::string Value(const std::string& instance) const {
         const std::string line = Get(instance);
         const std::size_t begin = line.find(": ");
@@ -95,13 +95,13 @@ TEST_F(BackupDatesTest, StayAsTheyWereWhenTheSecondOfTwoFails) {
     ExpectSetRefused({Full(), "x", second, kFileSystem + "9.999999", "x", second}, "inconsistentName",
                      kFileSystem + "9.999999");
     ExpectDate(Full(), first);
-    // This one fails only when the date has been written already.
+    // This commit fails after the date has been written.
     ExpectSetRefused({Full(), "x", second, kValues + "2.0", "s", "commit fails"}, "commitFailed", kValues + "2.0");
     ExpectDate(Full(), first);
     ExpectDate(Partial(), second);
 }
 
-TEST_F(BackupDatesTest, StandInARowThatItsPartitionAndItsStorageLeadTo) {
+TEST_F(BackupDatesTest, AreInTheRowThatThePartitionAndTheStoragePointTo) {
     EXPECT_EQ(Value(kDescr + Value(kFileSystem + "7." + m_row)), "\"" + m_disk->Directory() + "\"");
     const std::string partition = RowWith(kPartition + "2", "\"" + std::string(MountedPartition::kNode) + "\"");
     ASSERT_NE(partition, "");

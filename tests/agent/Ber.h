@@ -9,7 +9,7 @@
 
 namespace agent_test::ber {
 
-/// What tests write and read of the Basic Encoding Rules, by themselves: what is wrong on purpose can be written too.
+/// A small BER reader and writer of the tests' own, which can also write messages that are wrong on purpose.
 
 inline constexpr unsigned char kInteger = 0x02;
 inline constexpr unsigned char kOctetString = 0x04;
@@ -58,7 +58,7 @@ inline std::string Oid(const std::vector<unsigned int>& arcs) {
     return Field(kOid, content);
 }
 
-/// Takes one field after the other. Once something was not as expected every further call returns nothing.
+/// Reads one field after the other. After a field that is not as expected, every further call returns nothing.
 class Reader {
 public:
     explicit Reader(std::string_view octets) : m_octets(octets) {}

@@ -1,4 +1,4 @@
-// GETBULK: how much one response brings, and that it brings what GETNEXT does, whatever the view.
+// GETBULK: how much one response holds, and that it finds the same instances as GETNEXT in every view.
 
 #include <set>
 
@@ -15,7 +15,7 @@ protected:
         Start({"--module", kReadModule, "--module", kTestModule, "--config", WriteConfig(config)});
     }
     void StartOpen(const std::string& more = "") { StartWith("rwcommunity private 127.0.0.1\n" + more); }
-    /// With a view of all but what `exclusions` says.
+    /// With a view of everything except `exclusions`.
     void StartWithView(const std::string& exclusions) {
         StartWith("com2sec me 127.0.0.1 private\ngroup us v1 me\ngroup us v2c me\nview some included .1\n" +
                   exclusions + "view some excluded " + kFailures +
@@ -30,7 +30,7 @@ protected:
         return Names(V2c("snmpbulkwalk", {kBoth}, {"-Cr" + std::to_string(repetitions)}).output);
     }
 
-    /// Expects that every kind of walk shows what GETNEXT does, and gives that.
+    /// Expects that every kind of walk finds the same instances as GETNEXT, and returns them.
     std::vector<std::string> ExpectSameWalks() const {
         std::vector<std::string> walk = Names(V2c("snmpwalk", {kBoth}).output);
         EXPECT_GT(walk.size(), 30U);
@@ -39,7 +39,8 @@ protected:
             EXPECT_EQ(BulkWalk(repetitions), walk) << repetitions << " repetitions";
             const std::vector<std::string> once = Names(Bulk({kBoth}, 0, repetitions).output);
             EXPECT_FALSE(once.empty()) << repetitions << " repetitions";
-            const auto common = std::min(walk.size(), once.size());  // it goes on behind the walk's root
+            const auto common =
+                std::min(walk.size(), once.size());  // a bulk response goes on after the end of the walk's subtree
             EXPECT_TRUE(once.size() == static_cast<std::size_t>(repetitions) || repetitions > 7) << once.size();
             EXPECT_TRUE(
                 std::equal(once.begin(), std::next(once.begin(), static_cast<std::ptrdiff_t>(common)), walk.begin()))
@@ -57,12 +58,12 @@ protected:
     }
 };
 
-TEST_F(BulkTest, WalksShowTheSameWithoutAnyExclusion) {
+TEST_F(BulkTest, WalksFindTheSameInstancesWithoutAnyExclusion) {
     StartWithView("");
     EXPECT_TRUE(HasOneUnder(ExpectSameWalks(), kInner));
 }
 
-TEST_F(BulkTest, NoColumnLeavesThatTheViewExcludes) {
+TEST_F(BulkTest, AColumnThatTheViewExcludesIsNotReturned) {
     StartWithView("view some excluded " + kTable + "2\nview some excluded " + kInner + "2\n");
     const std::vector<std::string> names = ExpectSameWalks();
     EXPECT_FALSE(HasOneUnder(names, kTable + "2."));
@@ -71,7 +72,7 @@ TEST_F(BulkTest, NoColumnLeavesThatTheViewExcludes) {
     EXPECT_TRUE(Has(names, kInner + "4.1"));
 }
 
-TEST_F(BulkTest, NoRowLeavesThatTheViewExcludes) {
+TEST_F(BulkTest, ARowThatTheViewExcludesIsNotReturned) {
     StartWithView("view some excluded " + kTable + "0.7 ff.d0\nview some excluded " + kTable + "0.300 ff.d0\n");
     const std::vector<std::string> names = ExpectSameWalks();
     EXPECT_FALSE(Has(names, kTable + "1.7"));
@@ -80,7 +81,7 @@ TEST_F(BulkTest, NoRowLeavesThatTheViewExcludes) {
     EXPECT_TRUE(Has(names, kTable + "2.8"));
 }
 
-TEST_F(BulkTest, NoTableLeavesThatTheViewExcludes) {
+TEST_F(BulkTest, ATableThatTheViewExcludesIsNotReturned) {
     StartWithView("view some excluded " + kTable + "\nview some excluded " + kInner + "\n");
     const std::vector<std::string> names = ExpectSameWalks();
     EXPECT_FALSE(HasOneUnder(names, kTable));
@@ -89,7 +90,7 @@ TEST_F(BulkTest, NoTableLeavesThatTheViewExcludes) {
     EXPECT_TRUE(Has(names, kSlowToInitialize + "1.1"));
 }
 
-TEST_F(BulkTest, WhatTheViewHoldsOfAnExcludedTableIsShown) {
+TEST_F(BulkTest, ThePartOfAnExcludedTableThatTheViewIncludesIsReturned) {
     StartWithView("view some excluded " + kTable + "\nview some included " + kTable + "3.5\n");
     const std::vector<std::string> names = ExpectSameWalks();
     EXPECT_TRUE(Has(names, kTable + "3.5"));
@@ -111,7 +112,7 @@ TEST_F(BulkTest, FiftyColumnsOfFiftyRowsComeInOneResponse) {
     EXPECT_EQ(Names(Bulk(columns, 0, 50).output), expected);
 }
 
-TEST_F(BulkTest, AResponseThatWouldPassTheLongestMessageIsCutShort) {
+TEST_F(BulkTest, AResponseThatWouldExceedTheLongestMessageIsCut) {
     StartOpen();
     const Outcome texts = Bulk({kTable + "2"}, 0, 300);
     EXPECT_EQ(texts.status, 0) << texts.output;
@@ -127,7 +128,7 @@ TEST_F(BulkTest, AResponseThatWouldPassTheLongestMessageIsCutShort) {
     EXPECT_EQ(BulkWalk(300), Names(V2c("snmpwalk", {kBoth}).output));
 }
 
-TEST_F(BulkTest, TheConfigurationBoundsWhatOneResponseBrings) {
+TEST_F(BulkTest, TheConfigurationLimitsTheSizeOfAResponse) {
     StartOpen("maxGetbulkResponses 20\nmaxGetbulkRepeats 7\n");
     EXPECT_EQ(Names(Bulk({kTable + "1"}, 0, 50).output).size(), 7U);
     EXPECT_EQ(Names(Bulk({kTable + "1", kTable + "2", kTable + "3", kTable + "1", kTable + "2"}, 0, 50).output).size(),
@@ -153,7 +154,7 @@ TEST_F(BulkTest, NonRepeatersComeOnce) {
 /// The library sends no more repetitions once a column has ended in one.
 TEST_F(BulkTest, TheEndOfTheViewInTheMiddleLeavesTheOtherColumnsAsTheyAre) {
     StartOpen();
-    const std::string engine = ".1.3.6.1.6.3.10.2.1.";  // the agent's own, behind all modules
+    const std::string engine = ".1.3.6.1.6.3.10.2.1.";  // the agent's own, after all modules
     const Outcome outcome = Bulk({engine + "3.0", kTable + "3.9"}, 0, 3);
     const std::vector<std::string> names = Names(outcome.output);
     ASSERT_GE(names.size(), 3U) << outcome.output;

@@ -16,7 +16,7 @@ const std::string kStorage = ".1.3.6.1.2.1.25.2.3";
 const std::string kStorageDescr = kStorage + ".1.3";
 const std::string kLevel = kValues + "1.0";
 
-/// How a client is told who asks.
+/// How each client is told its credentials.
 struct Asker {
     const char* name;
     Arguments credentials;  // of the SNMP library's own clients

@@ -1,4 +1,4 @@
-// What --check-config and a start say of a configuration in which every directive is spelled right.
+// What --check-config and a start say about a configuration in which every directive is spelled correctly.
 
 #include "tests/agent/AgentTest.h"
 
@@ -10,11 +10,11 @@ using Perms = std::filesystem::perms;
 class ConfigFaultsTest : public AgentTest {
 protected:
     static std::string UndefinedView(const std::string& file) {
-        return file + ": line 1: Error: the view some is defined nowhere; add \"view some included OID\"";
+        return file + ": line 1: Error: the view some is not defined; add \"view some included OID\"";
     }
 };
 
-TEST_F(ConfigFaultsTest, TheAgentDoesNotStartWithAViewThatIsDefinedNowhere) {
+TEST_F(ConfigFaultsTest, TheAgentDoesNotStartWithAnUndefinedView) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\n");
     ExpectRefusal(WithOwn({"--config", file}), 1, UndefinedView(file));
 }
@@ -25,12 +25,12 @@ TEST_F(ConfigFaultsTest, CheckConfigPrintsFaultsAndRemarks) {
     const Outcome outcome = RunAgent({"--check-config", file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.output.find("cvtagentd: " + UndefinedView(file) + "\n"), std::string::npos) << outcome.output;
-    EXPECT_NE(outcome.output.find(file + ": line 2: Note: master has no effect on this agent\n"), std::string::npos)
+    EXPECT_NE(outcome.output.find(file + ": line 2: Note: master has no effect in this agent\n"), std::string::npos)
         << outcome.output;
     EXPECT_EQ(outcome.output.find("no faults"), std::string::npos) << outcome.output;
 }
 
-TEST_F(ConfigFaultsTest, RemarksAreNoFaultsToARunningAgent) {
+TEST_F(ConfigFaultsTest, RemarksDoNotStopAReload) {
     StartWritable();
     WriteConfig("rocommunity other 127.0.0.1\nmaster agentx\nrouser stranger\n");
     Agent().Signal(SIGHUP);

@@ -1,4 +1,4 @@
-// Limits for who connects over a stream, and what stays as it is for honest clients.
+// Limits on stream connections, and what they must not change for honest clients.
 
 #include <algorithm>
 #include <chrono>
@@ -29,7 +29,8 @@ std::string Field(char tag, const std::string& content) {
     return field + static_cast<char>(content.size() & 0xFFU) + content;
 }
 
-/// A GET of sysUpTime, of community "public". Its varbind carries a string of `padding` octets, which nobody looks at.
+/// A GET of sysUpTime, of community "public". Its varbind carries a string of `padding` octets, which the agent
+/// ignores.
 std::string GetMessage(char version, std::size_t padding = 0) {
     const std::string upTime("\x2B\x06\x01\x02\x01\x01\x03\x00", 8);
     const std::string varBinds = Field('\x30', Field('\x06', upTime) + Field('\x04', std::string(padding, 'x')));
@@ -74,7 +75,7 @@ protected:
         const std::string folder = "/proc/" + std::to_string(Agent().Pid()) + "/fd";
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
     }
-    /// Whether the agent soon has so many descriptors more than `before`, or fewer.
+    /// Whether the agent soon has at most so many descriptors more than `before`.
     bool HasAtMost(std::size_t more, std::size_t before) {
         for (int tries = 0; NumDescriptors() > before + more; ++tries) {
             if (tries == 400) {
@@ -98,7 +99,7 @@ protected:
         return 0;
     }
 
-    /// What hundreds of half messages must leave as it is: UDP, the module's files, and newcomers over the stream.
+    /// What must still work under hundreds of half messages: UDP, the module's files, and new stream connections.
     void ExpectUnharmed(const std::function<StreamClient(std::size_t)>& connect, std::size_t most) {
         const std::size_t before = NumDescriptors();
         const std::vector<StreamClient> clients = HalfMessages(300, connect);
@@ -114,7 +115,7 @@ protected:
     const Arguments m_fewDescriptors = {"prlimit", "--nofile=256"};
 };
 
-TEST_F(ConnectionsTest, WhatAMessageClaimsTakesNoMemory) {
+TEST_F(ConnectionsTest, AMessagesClaimedLengthTakesNoMemory) {
     StartStreams();
     ASSERT_TRUE(StreamClient(m_tcp).IsAnswered(kGet));
     const long before = MostMemory();
@@ -145,7 +146,7 @@ TEST_F(ConnectionsTest, AMessageMayHave65535OctetsAndNoMore) {
     EXPECT_TRUE(Agent().WaitForOutput("warning: no SNMP message came from ::1: closed its connection")) << Log();
 }
 
-TEST_F(ConnectionsTest, AnIncompleteMessageEndsItsConnectionHoweverItDripsIn) {
+TEST_F(ConnectionsTest, AnIncompleteMessageEndsItsConnectionHoweverSlowlyItDripsIn) {
     StartStreams();
     const auto begin = std::chrono::steady_clock::now();
     std::vector<StreamClient> silent;
@@ -182,7 +183,7 @@ TEST_F(ConnectionsTest, AnIncompleteMessageEndsItsConnectionHoweverItDripsIn) {
     EXPECT_TRUE(answered.IsAnswered(kGet));
 }
 
-TEST_F(ConnectionsTest, HalfMessagesFromOneHostHarmNobody) {
+TEST_F(ConnectionsTest, HalfMessagesFromOneHostHarmNoOtherClient) {
     StartStreams(m_fewDescriptors);
     ExpectUnharmed([&](std::size_t) { return StreamClient(m_tcp); }, Connections::kMostOfPeer);
     EXPECT_NE(Log().find("warning: too many connections from 127.0.0.1: closed the longest idle of its 32; "),
@@ -190,22 +191,22 @@ TEST_F(ConnectionsTest, HalfMessagesFromOneHostHarmNobody) {
         << Log();
 }
 
-TEST_F(ConnectionsTest, HalfMessagesFromManyHostsHarmNobody) {
+TEST_F(ConnectionsTest, HalfMessagesFromManyHostsHarmNoOtherClient) {
     StartStreams(m_fewDescriptors);
     ExpectUnharmed([&](std::size_t number) { return StreamClient(m_tcp, HostAt(number % 250 + 1)); },
                    Connections::kMost);
-    EXPECT_NE(Log().find("warning: too many connections in all: closed an idle one for the one from 127.0.1."),
+    EXPECT_NE(Log().find("warning: too many connections in all: closed an idle one for a new one from 127.0.1."),
               std::string::npos)
         << Log();
 }
 
-TEST_F(ConnectionsTest, HalfMessagesOverIpv6HarmNobody) {
+TEST_F(ConnectionsTest, HalfMessagesOverIpv6HarmNoOtherClient) {
     StartStreams(m_fewDescriptors);
     ExpectUnharmed([&](std::size_t) { return StreamClient::OverTcp6(m_tcp); }, Connections::kMostOfPeer);
     EXPECT_NE(Log().find("warning: too many connections from ::1: "), std::string::npos) << Log();
 }
 
-TEST_F(ConnectionsTest, HalfMessagesOverASocketInTheFileSystemHarmNobody) {
+TEST_F(ConnectionsTest, HalfMessagesOverAUnixSocketHarmNoOtherClient) {
     StartStreams(m_fewDescriptors);
     ExpectUnharmed([&](std::size_t) { return StreamClient::OverFile(m_file); }, Connections::kMostOfPeer);
     EXPECT_NE(Log().find("warning: too many connections from user " + std::to_string(::getuid()) + ": "),
@@ -224,7 +225,7 @@ TEST_F(ConnectionsTest, OneHostsConnectionStaysWhileOthersTakeAllPlaces) {
     EXPECT_TRUE(quiet.IsAnswered(kGet));
 }
 
-TEST_F(ConnectionsTest, SomeDescriptorsStayFreeWhereThereAreFew) {
+TEST_F(ConnectionsTest, SomeDescriptorsStayFreeWhenThereAreFew) {
     constexpr std::size_t kLimit = 80;
     StartStreams({"prlimit", "--nofile=" + std::to_string(kLimit)});
     const std::vector<StreamClient> clients =
@@ -232,13 +233,13 @@ TEST_F(ConnectionsTest, SomeDescriptorsStayFreeWhereThereAreFew) {
     EXPECT_NE(Get(kMemorySize).find("INTEGER: "), std::string::npos) << Log();
     EXPECT_TRUE(StreamClient(m_tcp).IsAnswered(kGet));
     EXPECT_TRUE(HasAtMost(kLimit / 2, 0)) << NumDescriptors();
-    EXPECT_EQ(Log().find("an incomplete message"), std::string::npos) << "that made the room";
+    EXPECT_EQ(Log().find("an incomplete message"), std::string::npos) << "that would have freed descriptors";
     EXPECT_NE(Log().find("warning: too few file descriptors for connections: closed an idle one "), std::string::npos)
         << Log();
     EXPECT_EQ(Log().find("no file descriptor is free"), std::string::npos) << Log();
 }
 
-TEST_F(ConnectionsTest, RequestsMayComeInARowAndInPieces) {
+TEST_F(ConnectionsTest, RequestsMayComeBackToBackAndInPieces) {
     StartStreams();
     std::string requests;
     constexpr int kPairs = 100;
@@ -266,7 +267,7 @@ TEST_F(ConnectionsTest, RequestsMayComeInARowAndInPieces) {
     EXPECT_EQ(Log().find("warning: "), std::string::npos) << Log();
 }
 
-TEST_F(ConnectionsTest, WhoClosesConnectionsMayHaveAnyNumberOneAfterTheOther) {
+TEST_F(ConnectionsTest, AClientThatClosesItsConnectionsMayOpenAnyNumberInARow) {
     StartStreams();
     for (std::size_t number = 0; number < 2 * Connections::kMost; ++number) {
         ASSERT_TRUE(StreamClient(m_tcp).IsAnswered(kGet)) << number << ": " << Log();

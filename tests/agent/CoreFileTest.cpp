@@ -1,4 +1,4 @@
-// No process of ours that reads keys or pass phrases leaves a core file, whatever the limit of whoever starts it.
+// No process of the agent that reads keys or pass phrases leaves a core file, whatever limit it inherits.
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -23,7 +23,7 @@ protected:
         ASSERT_NE(CoreLimitOf(::getpid()), "0 0");
         ASSERT_EQ(::mkfifo(m_pipe.c_str(), 0600), 0);
     }
-    /// A configuration that whoever reads it hangs at.
+    /// A configuration whose reader hangs.
     std::string WriteHangingConfig() const {
         return WriteConfig("rocommunity private 127.0.0.1\nincludeFile " + m_pipe + "\n");
     }
@@ -58,7 +58,7 @@ TEST_F(CoreFileTest, CheckConfigLeavesNone) {
 }
 
 TEST_F(CoreFileTest, CreateUserLeavesNone) {
-    const int open = ::open(m_pipe.c_str(), O_RDWR | O_CLOEXEC);  // or else nobody could open it for reading
+    const int open = ::open(m_pipe.c_str(), O_RDWR | O_CLOEXEC);  // otherwise opening it for reading would block
     ASSERT_GE(open, 0);
     const Program program({kAgentFile, "--create-user", "reader", "--state-dir", m_scratch / "state"},
                           m_scratch / "created", {}, m_pipe);

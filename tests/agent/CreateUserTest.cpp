@@ -10,7 +10,7 @@
 namespace agent_test {
 namespace {
 
-/// A terminal with the program that --create-user is on it.
+/// A terminal with --create-user running on it.
 class OnTerminal {
 public:
     explicit OnTerminal(Arguments arguments) {
@@ -40,7 +40,7 @@ public:
         EXPECT_EQ(::write(m_terminal, text.data(), text.size()), ssize_t(text.size()));
     }
 
-    /// Waits until it shows `text`, which it does not before the terminal shows nothing of what is typed.
+    /// Waits until it shows `text`. The program prints its prompts only after it has turned the echo off.
     bool WaitFor(const std::string& text) {
         while (m_shown.find(text, m_seen) == std::string::npos) {
             if (!ReadMore()) {
@@ -50,7 +50,7 @@ public:
         m_seen = m_shown.find(text, m_seen) + text.size();
         return true;
     }
-    /// Waits for its end, and gives its exit status.
+    /// Waits for the program's end, and returns its exit status.
     int End() {
         while (ReadMore()) {
         }
@@ -69,7 +69,7 @@ private:
     bool ReadMore() {
         pollfd readable{m_terminal, POLLIN, 0};
         if (::poll(&readable, 1, 30 * 1000) == 0) {
-            ADD_FAILURE() << "nothing more on the terminal behind: " << m_shown;
+            ADD_FAILURE() << "nothing more on the terminal after: " << m_shown;
             ::kill(m_pid, SIGKILL);
             return false;
         }
@@ -87,7 +87,7 @@ private:
 
 using CreateUserTest = UserTest;
 
-TEST_F(CreateUserTest, ANewUserReadsWithAuthenticationAndEncryptionOnceTheConfigurationLetsHim) {
+TEST_F(CreateUserTest, ANewUserReadsWithAuthenticationAndEncryptionOnceTheConfigurationAllowsIt) {
     const Outcome outcome = Create("reader", Phrases());
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_NE(outcome.output.find("rouser reader authpriv\n"), std::string::npos) << outcome.output;
@@ -103,7 +103,7 @@ TEST_F(CreateUserTest, KeepsKeysAndNoPassPhrasesInAFileForItsOwner) {
     EXPECT_EQ(Kept().find("secret"), std::string::npos) << Kept();
 }
 
-TEST_F(CreateUserTest, ASecondUserLeavesTheFirstAsHeIs) {
+TEST_F(CreateUserTest, ASecondUserLeavesTheFirstUnchanged) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     ASSERT_EQ(Create("other", "something else\nand yet another\n").status, 0);
     ExpectWorks("reader");
@@ -111,21 +111,21 @@ TEST_F(CreateUserTest, ASecondUserLeavesTheFirstAsHeIs) {
     EXPECT_EQ(Ask("other", "something else", "and yet another").status, 0);
 }
 
-TEST_F(CreateUserTest, AUserOfAStateDirectoryThatHasBeenInUseIsGoodForTheSameEngine) {
+TEST_F(CreateUserTest, AUserAddedToAUsedStateDirectoryBelongsToTheSameEngine) {
     StartFor("reader");
     ExpectCleanEnd();
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     ExpectWorks("reader");
 }
 
-TEST_F(CreateUserTest, TheConfigurationsEngineIdentifierIsTheOneThatHisKeysAreFor) {
+TEST_F(CreateUserTest, KeysBelongToTheConfigurationsEngineIdentifier) {
     const std::string config = "engineID a name of its own\n";
     ASSERT_EQ(Create("reader", Phrases(), {"--config", WriteConfig(config)}).status, 0);
     Start({"--module", kTestModule, "--config", WriteConfig(config + "rouser reader authpriv\n")});
     EXPECT_EQ(Ask("reader", kAuthentication, kPrivacy).status, 0);
 }
 
-TEST_F(CreateUserTest, RefusesPassPhrasesThatAreNotGoodEnoughAndChangesNothing) {
+TEST_F(CreateUserTest, RefusesUnsuitablePassPhrasesAndChangesNothing) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     ExpectRefused("new", "1234567\n12345678\n", "the authentication pass phrase is too short");
     ExpectRefused("new", "12345678\n1234567\n", "the privacy pass phrase is too short");
@@ -136,17 +136,17 @@ TEST_F(CreateUserTest, RefusesPassPhrasesThatAreNotGoodEnoughAndChangesNothing) 
     ExpectRefused("new", "", "ended before the authentication pass phrase");
 }
 
-TEST_F(CreateUserTest, RefusesAUserThatIsThereAlready) {
+TEST_F(CreateUserTest, RefusesAUserThatAlreadyExists) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
-    ExpectRefused("reader", "another secret\nanother secret\n", "there is a user reader already");
+    ExpectRefused("reader", "another secret\nanother secret\n", "the user reader already exists");
     const std::string config = WriteConfig("createUser known SHA-256 \"some secret\" AES\n");
     const Outcome outcome = Create("known", Phrases(), {"--config", config});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("there is a user known already"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find("the user known already exists"), std::string::npos) << outcome.output;
     ExpectWorks("reader");
 }
 
-TEST_F(CreateUserTest, RefusesNamesThatTheConfigurationCouldNotHold) {
+TEST_F(CreateUserTest, RefusesNamesThatTheConfigurationCannotHold) {
     for (const std::string& name : {std::string("two words"), std::string("quo\"te"), std::string("-r"),
                                     std::string("sharp#"), std::string("n\xC3\xA4me"), std::string(33, 'x')}) {
         ExpectRefused(name, Phrases(), "the name of an SNMPv3 user has 1 to 32 letters");
@@ -162,7 +162,7 @@ TEST_F(CreateUserTest, RefusesWhileAnAgentUsesTheStateDirectory) {
     EXPECT_EQ(Create("new", Phrases()).status, 0);
 }
 
-TEST_F(CreateUserTest, RefusesAFaultyConfigurationAndAStateDirectoryThatIsNotThere) {
+TEST_F(CreateUserTest, RefusesAFaultyConfigurationAndAMissingStateDirectory) {
     const Outcome faulty = Create("new", Phrases(), {"--config", WriteConfig("rwcomunity private\n")});
     EXPECT_EQ(faulty.status, 1);
     EXPECT_NE(faulty.output.find("Unknown token: rwcomunity"), std::string::npos) << faulty.output;
@@ -171,13 +171,13 @@ TEST_F(CreateUserTest, RefusesAFaultyConfigurationAndAStateDirectoryThatIsNotThe
     EXPECT_EQ(Kept(), "");
 }
 
-TEST_F(CreateUserTest, OnATerminalItAsksTwiceAndShowsNothingOfWhatIsTyped) {
+TEST_F(CreateUserTest, OnATerminalItAsksTwiceWithoutEcho) {
     OnTerminal terminal(Command("reader"));
     for (const char* const phrase : {kAuthentication, kPrivacy}) {
         ASSERT_TRUE(terminal.WaitFor("pass phrase: ")) << terminal.Shown();
         EXPECT_FALSE(terminal.Echoes());
         terminal.Type(std::string(phrase) + "\n");
-        ASSERT_TRUE(terminal.WaitFor("once more: ")) << terminal.Shown();
+        ASSERT_TRUE(terminal.WaitFor("repeat it: ")) << terminal.Shown();
         terminal.Type(std::string(phrase) + "\n");
     }
     EXPECT_EQ(terminal.End(), 0) << terminal.Shown();
@@ -189,14 +189,14 @@ TEST_F(CreateUserTest, OnATerminalTwoDifferentPassPhrasesChangeNothing) {
     OnTerminal terminal(Command("reader"));
     ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
     terminal.Type("the first secret\n");
-    ASSERT_TRUE(terminal.WaitFor("once more: ")) << terminal.Shown();
+    ASSERT_TRUE(terminal.WaitFor("repeat it: ")) << terminal.Shown();
     terminal.Type("the first sceret\n");
     EXPECT_EQ(terminal.End(), 1);
-    EXPECT_NE(terminal.Shown().find("are not the same; nothing is changed"), std::string::npos) << terminal.Shown();
+    EXPECT_NE(terminal.Shown().find("pass phrases differ; nothing is changed"), std::string::npos) << terminal.Shown();
     EXPECT_EQ(Kept(), "");
 }
 
-TEST_F(CreateUserTest, OnATerminalAnInterruptChangesNothingAndBringsTheEchoBack) {
+TEST_F(CreateUserTest, OnATerminalAnInterruptChangesNothingAndRestoresTheEcho) {
     OnTerminal terminal(Command("reader"));
     ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
     terminal.Type("the first\x03");
@@ -206,7 +206,7 @@ TEST_F(CreateUserTest, OnATerminalAnInterruptChangesNothingAndBringsTheEchoBack)
     EXPECT_EQ(Kept(), "");
 }
 
-TEST_F(CreateUserTest, TwoAgentsDoNotShareAStateDirectoryUntilTheFirstEndsInWhateverWay) {
+TEST_F(CreateUserTest, ASecondAgentCannotUseAStateDirectoryUntilTheFirstHasEndedInAnyWay) {
     StartWritable();
     const Arguments other = {"--module",    kTestModule,
                              "--listen",    "udp:127.0.0.1:" + std::to_string(FreePort()),

@@ -1,5 +1,5 @@
-// What the commands that a module starts find open: nothing of the agent's, of the SNMP library's, or of whoever started
-// the agent. The host's clock is never set: the agent finds no other `date` than a stand-in.
+// Commands that a module starts inherit no descriptor of the agent, of the SNMP library, or of the process that started
+// the agent. The host's clock is never set: the agent finds only a stand-in for `date`.
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -17,7 +17,7 @@ protected:
             GTEST_SKIP() << "needs root and a mount namespace";
         }
         m_host = std::make_unique<MadeUpHost>();
-        m_host->Cover("/usr/bin/date", "");  // should all else fail: not even executable
+        m_host->Cover("/usr/bin/date", "");  // as a last resort: not even executable
         m_host->Empty("/dev");               // where the command that sets the clock makes a file
         if (!MakeDevice("null", 3) || !MakeDevice("urandom", 9)) {
             GTEST_SKIP() << "cannot make device nodes";
@@ -55,9 +55,9 @@ private:
     }
 };
 
-TEST_F(DescriptorsTest, ACommandThatAModuleStartsFindsNothingOfOursOpen) {
+TEST_F(DescriptorsTest, ACommandThatAModuleStartsInheritsNoDescriptors) {
     const std::string inherited = m_scratch.Write("inherited", "");
-    const int left = ::open(inherited.c_str(), O_RDONLY);  // left open by whoever starts the agent
+    const int left = ::open(inherited.c_str(), O_RDONLY);  // left open by the process that starts the agent
     ASSERT_GT(left, STDERR_FILENO);
     Start({"--module", kMainModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n"), "--listen",
            "tcp:127.0.0.1:" + std::to_string(m_port), "--listen", "unix:" + (m_scratch / "socket")},

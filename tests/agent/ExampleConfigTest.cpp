@@ -1,4 +1,4 @@
-// The configuration that the agent comes with: what it promises in its comments, line by line, seen by clients.
+// The example configuration: clients check line by line what its comments promise.
 
 #include <sys/prctl.h>
 
@@ -53,7 +53,7 @@ protected:
     }
 };
 
-TEST_F(ExampleConfigTest, AsItStandsItLetsInTheReaderOnceHeIsAddedAndNobodyElse) {
+TEST_F(ExampleConfigTest, UnchangedItGrantsAccessOnlyToTheReaderOnceThatUserIsAdded) {
     StartWith(Example(""));
     EXPECT_NE(As("reader", "snmpget", {kMemorySize}).status, 0);
     ExpectNoAnswer({"-v2c", "-c", "public"});
@@ -78,11 +78,11 @@ TEST_F(ExampleConfigTest, TheReaderReadsEverythingWithEncryptionAndWritesNothing
                                              "change this pass phrase", Udp(), kMemorySize});
     EXPECT_NE(plain.status, 0) << plain.output;
     ExpectCleanEnd();
-    StartWith(Example(""));  // "This line may go once the agent has started"
+    StartWith(Example(""));  // "Remove it once the agent has started"
     EXPECT_EQ(As("reader", "snmpget", {kMemorySize}).status, 0);
 }
 
-TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesTheFiveColumnsAlone) {
+TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesOnlyTheFiveColumns) {
     const pid_t victim = ::fork();
     if (victim == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -95,7 +95,7 @@ TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesTheFiveColumnsAlone
     EXPECT_EQ(As("operator", "snmpget", {kRun + "7" + row}).output, kRun + "7" + row + " = INTEGER: 2\n");
     EXPECT_EQ(As("operator", "snmpget", {kValues + "1.0"}).output, kValues + "1.0 = INTEGER: 1\n");
 
-    // The module's own errors: the request has come through to it.
+    // The module's own errors show that the request has reached it.
     EXPECT_EQ(ReasonOf(As("operator", "snmpset", {kDate, "x", "00"})), "wrongValue");
     const Arguments date = {"x", "07EA0B150D393800"};
     for (const Arguments& varBind :
@@ -114,7 +114,7 @@ TEST_F(ExampleConfigTest, TheOperatorReadsEverythingAndWritesTheFiveColumnsAlone
     }
 }
 
-TEST_F(ExampleConfigTest, TheCommunityReadsAllButTheArgumentsOfProcessesFromItsNetworkOnly) {
+TEST_F(ExampleConfigTest, TheCommunityReadsAllButProcessArgumentsAndOnlyFromItsNetwork) {
     const std::regex off("\\[snmp\\] disableSNMPv2c yes");
     const std::regex network("192\\.0\\.2\\.0/24");
     const std::string away = std::regex_replace(Example("discreet"), off, "");
@@ -138,7 +138,7 @@ TEST_F(ExampleConfigTest, TheCommunityReadsAllButTheArgumentsOfProcessesFromItsN
     ExpectNoAnswer({"-v2c", "-c", "change-this"});
 }
 
-TEST_F(ExampleConfigTest, WeakCryptographyWorksForTheUserWhoseLineNamesItOnly) {
+TEST_F(ExampleConfigTest, WeakCryptographyWorksOnlyForTheUserWhoseLineNamesIt) {
     StartWith(Example("(antique|reader)") + "createUser halfway SHA-256 \"change this pass phrase\"\nrouser halfway\n");
     EXPECT_EQ(As("antique", "snmpget", {kMemorySize}, {"-a", "MD5", "-x", "DES"}).status, 0);
     const Arguments impatient = {"-t", "0.3", "-r", "0"};

@@ -1,4 +1,4 @@
-// What the agent lives through: a system that gives no more, a clock that jumps, packets that mean harm.
+// What the agent survives: exhausted descriptors, a clock that jumps, malicious packets.
 
 #include <sys/resource.h>
 
@@ -29,7 +29,7 @@ Packet GetPacket(const std::string& community, std::string_view id) {
     return Packet("\x30") + static_cast<char>(body.size()) + body;
 }
 
-/// With which a client finds out a version 3 agent's engine.
+/// The message by which a client discovers the engine of a version 3 agent.
 Packet DiscoveryPacket() {
     return {
         "\x30\x3B\x02\x01\x03\x30\x0E\x02\x01\x11\x02\x03\x00\xFF\xE3\x04\x01\x04\x02\x01\x03\x04\x10\x30\x0E"
@@ -68,7 +68,7 @@ protected:
         ::sendto(m_socket, packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&address),
                  sizeof address);
     }
-    /// Asks, and waits for the answer to just that question: all that was sent before has been dealt with by then.
+    /// Asks, and waits for the answer to this question: everything sent before has been processed by then.
     bool Answers() {
         std::array<char, 4> id{'\x22'};
         for (std::size_t digit = 1; digit < id.size(); ++digit) {
@@ -101,7 +101,7 @@ private:
     unsigned int m_questions = 0;
 };
 
-TEST_F(HardshipTest, AFullTableOfDescriptorsPasses) {
+TEST_F(HardshipTest, AFullDescriptorTableIsSurvived) {
     const int tcpPort = FreePort();
     StartWritable({"--module", kMainModule, "--listen", "tcp:127.0.0.1:" + std::to_string(tcpPort)});
     LimitDescriptors(3);
@@ -120,7 +120,7 @@ TEST_F(HardshipTest, AFullTableOfDescriptorsPasses) {
     EXPECT_EQ(Count(Log(), "no file descriptor is free"), 1U) << Log();
 }
 
-TEST_F(HardshipTest, AStateFolderThatIsRemovedIsReportedAndMissedByNobody) {
+TEST_F(HardshipTest, AStateFolderThatIsRemovedIsReportedAndTheAgentServesOn) {
     StartWritable({"--module", kMainModule});
     std::filesystem::remove_all(m_scratch / "state");
     Agent().Signal(SIGHUP);
@@ -161,17 +161,19 @@ TEST_F(HardshipTest, AClockThatJumpsLeavesTheUpTimeAndVersion3Alone) {
     }
 }
 
-TEST_F(HardshipTest, AGroupThatDoesNotComeUpIsNamedAndTheOthersAreServed) {
-    Start({"--module", kTestModule}, {"AGENT_TEST_MODULE=throw"}, "did not come up");
-    EXPECT_NE(Log().find("error: did not come up, and will not before the next start: AGENT-TEST-MIB.outer\n"),
-              std::string::npos)
+TEST_F(HardshipTest, AGroupThatFailsToInitialiseIsNamedAndTheOthersAreServed) {
+    Start({"--module", kTestModule}, {"AGENT_TEST_MODULE=throw"}, "failed to initialise");
+    EXPECT_NE(
+        Log().find(
+            "error: failed to initialise, and will not be served until the agent is restarted: AGENT-TEST-MIB.outer\n"),
+        std::string::npos)
         << Log();
     m_community = "public";
     EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
     EXPECT_EQ(Get(kInner + "2.1"), kInner + "2.1 = INTEGER: 10\n");
 }
 
-TEST_F(HardshipTest, PacketsOfRandomOctetsAreNoTrouble) {
+TEST_F(HardshipTest, PacketsOfRandomOctetsDoNoHarm) {
     StartWritable();
     std::mt19937 random(4711);  // NOLINT(cert-msc51-cpp): because a failure must come again
     std::uniform_int_distribution<int> octet(0, 255);
@@ -179,7 +181,7 @@ TEST_F(HardshipTest, PacketsOfRandomOctetsAreNoTrouble) {
     for (int number = 1; number <= 10000; ++number) {
         Packet packet(length(random), '\0');
         std::generate(packet.begin(), packet.end(), [&] { return static_cast<char>(octet(random)); });
-        if (number % 2 == 0 && packet.size() > 2) {  // as far as a message's beginning goes
+        if (number % 2 == 0 && packet.size() > 2) {  // begins like a message
             packet[0] = '\x30';
             packet[1] = static_cast<char>(std::min<std::size_t>(packet.size() - 2, 127));
         }
@@ -189,7 +191,7 @@ TEST_F(HardshipTest, PacketsOfRandomOctetsAreNoTrouble) {
     EXPECT_LT(Count(Log(), "\n"), 50U) << Log();
 }
 
-TEST_F(HardshipTest, MessagesThatAreCutShortOrGarbledAreNoTrouble) {
+TEST_F(HardshipTest, TruncatedAndGarbledMessagesDoNoHarm) {
     StartWritable();
     std::mt19937 random(4711);  // NOLINT(cert-msc51-cpp): because a failure must come again
     std::uniform_int_distribution<int> octet(0, 255);

@@ -1,4 +1,4 @@
-// Whom hosts.allow and hosts.deny let in.
+// Which addresses hosts.allow and hosts.deny admit.
 
 #include <filesystem>
 
@@ -15,10 +15,10 @@ class HostAccessTest : public AgentTest {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "no mount namespace on this machine";
         }
         if (!std::filesystem::exists("/etc/hosts.allow") || !std::filesystem::exists(kDenied)) {
-            GTEST_SKIP() << "this machine has no hosts.allow or hosts.deny to lay a file over";
+            GTEST_SKIP() << "no hosts.allow or hosts.deny on this machine to mount a file over";
         }
         m_host = std::make_unique<MadeUpHost>();
         m_host->Cover("/etc/hosts.allow", "");
@@ -36,13 +36,13 @@ protected:
                                   transport + ":127.0.0.1:" + std::to_string(m_port), kSysUpTime})
                    .status == 0;
     }
-    /// As soon as a change of the files binds.
+    /// Once a change of the files takes effect.
     static void WaitForTheNextLook() { ::poll(nullptr, 0, 1'100); }
 
     std::unique_ptr<MadeUpHost> m_host;
 };
 
-TEST_F(HostAccessTest, ARefusedAddressGetsNoAnswerAtTheFirstTryNorAtALaterOne) {
+TEST_F(HostAccessTest, ARefusedAddressGetsNoAnswerOnTheFirstOrALaterTry) {
     EXPECT_TRUE(IsAnswered("127.0.0.1"));
     EXPECT_FALSE(IsAnswered("127.0.0.77"));
     EXPECT_FALSE(IsAnswered("127.0.0.77"));
@@ -50,7 +50,7 @@ TEST_F(HostAccessTest, ARefusedAddressGetsNoAnswerAtTheFirstTryNorAtALaterOne) {
     EXPECT_TRUE(IsAnswered("127.0.0.1", "tcp"));
 }
 
-TEST_F(HostAccessTest, AChangedFileBindsWithinASecond) {
+TEST_F(HostAccessTest, AChangedFileTakesEffectWithinASecond) {
     EXPECT_TRUE(IsAnswered("127.0.0.1"));
     EXPECT_TRUE(IsAnswered("127.0.0.1", "tcp"));
     EXPECT_FALSE(IsAnswered("127.0.0.77"));

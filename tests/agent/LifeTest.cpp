@@ -23,7 +23,7 @@ protected:
     }
 };
 
-TEST_F(LifeTest, ListensOnTheAddressThatItIsToldAndOnNothingElse) {
+TEST_F(LifeTest, ListensOnTheGivenAddressAndOnNothingElse) {
     StartWritable();
     EXPECT_EQ(Sockets::Of(Agent().Pid()), (std::multiset<std::string>{"udp 0100007F:" + Port(Udp())}));
 }
@@ -38,7 +38,7 @@ TEST_F(LifeTest, ListensOnSeveralAddressesOfAllKinds) {
     EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "private", tcp, kValues + "1.0"}).status, 0);
 }
 
-TEST_F(LifeTest, TheBuiltInAccessHoldsForTheIpv6LoopbackToo) {
+TEST_F(LifeTest, TheBuiltInAccessCoversTheIpv6LoopbackToo) {
     const std::string udp6 = "udp6:[::1]:" + std::to_string(FreePort());
     Start({"--module", kTestModule, "--listen", udp6});
     EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "public", udp6, kValues + "1.0"}).status, 0);
@@ -69,7 +69,7 @@ TEST_F(LifeTest, AnswersBeforeTheModulesAreReady) {
     EXPECT_TRUE(Agent().WaitForOutput("ready after"));
 }
 
-TEST_F(LifeTest, SaysWhatItServesAndWhereAndNothingOfRequests) {
+TEST_F(LifeTest, LogsWhatItServesAndWhereButNoRequests) {
     StartWritable();
     EXPECT_NE(Get(kValues + "1.0"), "");
     EXPECT_EQ(Set({kValues + "1.0", "i", "2"}).status, 0);
@@ -81,7 +81,7 @@ TEST_F(LifeTest, SaysWhatItServesAndWhereAndNothingOfRequests) {
 TEST_F(LifeTest, IsSilentAtTheLogLevelOfErrors) {
     Start({"--module", kTestModule, "--log-level", "error"}, {}, "");
     m_community = "public";
-    const Arguments impatient = {"-t", "0.1", "-r", "100"};  // nothing tells when it is up
+    const Arguments impatient = {"-t", "0.1", "-r", "100"};  // no log line tells when it is up
     EXPECT_EQ(V2c("snmpget", {kValues + "1.0"}, impatient).status, 0);
     Agent().Signal(SIGTERM);
     EXPECT_EQ(Agent().Wait(), 0);
@@ -123,7 +123,7 @@ TEST_F(LifeTest, SigtermBeforeTheModulesAreReadyWaitsForThemAndEndsCleanly) {
     ExpectCleanEnd();
 }
 
-TEST_F(LifeTest, AModuleThatDoesNotCloseIsLeftToTheEndOfTheProcess) {
+TEST_F(LifeTest, AModuleThatDoesNotCloseIsAbandonedWhenTheProcessEnds) {
     Start({"--module", kTestModule, "--timeout", "1"}, {"AGENT_TEST_MODULE=never-close"});
     Agent().Signal(SIGTERM);
     EXPECT_EQ(Agent().Wait(), 1);

@@ -1,4 +1,4 @@
-// A request that takes long is worked on a little at a time, others are answered in between, and it does not go on for ever.
+// A long request is worked on a little at a time. Others are answered in between, and it does not run forever.
 
 #include <deque>
 
@@ -32,7 +32,7 @@ protected:
     }
 };
 
-TEST_F(LongRequestTest, OthersAreAnsweredInBetweenAndItIsGivenUpInTheEnd) {
+TEST_F(LongRequestTest, OthersAreAnsweredInBetweenAndItIsAbandonedInTheEnd) {
     StartWithSleep(10);
     const WideRequest request(m_port, "private", WideRequest::kGetNext, NextOf(kLarge + "1", 2500));  // for 25 s
     for (int i = 0; i < 3; ++i) {
@@ -41,7 +41,7 @@ TEST_F(LongRequestTest, OthersAreAnsweredInBetweenAndItIsGivenUpInTheEnd) {
     EXPECT_FALSE(request.IsAnswered());
     EXPECT_EQ(request.Answer().error, CVT::resourceUnavailable);
     EXPECT_NE(Log().find("gave up a request after 5 s of work in READ-TEST-MIB.large"), std::string::npos) << Log();
-    EXPECT_EQ(Set({kTable + "1.1", "i", "1"}).status, 0) << "nothing is left of it that would hold a SET up";
+    EXPECT_EQ(Set({kTable + "1.1", "i", "1"}).status, 0) << "nothing of it is left to hold up a SET";
 }
 
 TEST_F(LongRequestTest, AnswersThatTookManyTurnsAreComplete) {
@@ -63,14 +63,14 @@ TEST_F(LongRequestTest, AnswersThatTookManyTurnsAreComplete) {
     EXPECT_EQ(Log().find("gave up"), std::string::npos) << Log();
 }
 
-TEST_F(LongRequestTest, RequestsThatWaitHoldABoundedNumberOfVarBinds) {
+TEST_F(LongRequestTest, WaitingRequestsHoldABoundedNumberOfVarBinds) {
     const Arguments gate = {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", kLibraryLeaks};
     Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n")}, gate, "serves");
     const Arguments names(3000, kSlowToInitialize + "1");
     std::deque<WideRequest> requests;
     for (int i = 0; i < 8; ++i) {  // 24,000 varbinds
         requests.emplace_back(m_port, "private", WideRequest::kGetNext, names);
-        EXPECT_EQ(Names(Get(kQuick + "1.0")).size(), 1U) << "and so the agent has taken the one before";
+        EXPECT_EQ(Names(Get(kQuick + "1.0")).size(), 1U) << "so the agent has taken the request before it";
     }
     EXPECT_EQ(requests.back().Answer().error, CVT::resourceUnavailable);
     EXPECT_FALSE(requests.front().IsAnswered());

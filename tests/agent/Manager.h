@@ -13,7 +13,7 @@
 
 namespace agent_test {
 
-/// A service manager's end of the socket. A name that begins with "@" lies in the abstract space.
+/// A service manager's end of the socket. A name that begins with "@" lies in the abstract namespace.
 class Manager {
 public:
     explicit Manager(const std::string& address) : m_socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {

@@ -1,4 +1,4 @@
-// Responses of every version that would be longer than a message may be, in answer to messages that a manager could send.
+// Responses of every version that would exceed the longest message, in answer to messages that a manager could send.
 
 #include <string>
 #include <vector>
@@ -15,14 +15,14 @@ const std::vector<unsigned int> kNobodys = {1, 3, 6, 1, 4, 1, 32473, 77, 1, 0};
 const std::vector<unsigned int> kLevel = {1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0};
 const std::vector<unsigned int> kLong = {1, 3, 6, 1, 4, 1, 32473, 2, 1, 15, 0};  // 20,000 octets
 
-/// What a response of version 1 or 2c says.
+/// The parts of a version 1 or 2c response that are checked.
 struct CommunityResponse {
     std::size_t octets = 0;
     std::int64_t errorStatus = -1;
     std::size_t varBinds = 0;
 };
 
-/// A way to the agent, and the version that is spoken there. (No community is known on a socket in the file system.)
+/// A transport, and the version that is used on it. (No community is valid on a Unix socket.)
 struct Way {
     const char* name;
     SnmpSocket::Kind kind;
@@ -38,7 +38,7 @@ constexpr Way kWays[] = {
 
 class MessageSizeTest : public V3Test {
 protected:
-    /// The response, which must be no longer than the message allows; nothing when there is none.
+    /// The response, which must be no longer than the message allows; no value when there is none.
     std::optional<V3Message> Answer(const V3Message& message, const V3User& user) {
         const std::string octets = m_socket->Ask(message.Encode(user));
         EXPECT_LE(octets.size(), static_cast<std::size_t>(message.maxSize));
@@ -49,7 +49,7 @@ protected:
         }
         return response;
     }
-    /// Starts the agent on UDP, TCP and a socket in the file system.
+    /// Starts the agent on UDP, TCP and a Unix socket.
     void StartOnAllWays(const std::string& config = {}) {
         m_tcpPort = FreePort();
         StartWithUsers(config,
@@ -103,7 +103,7 @@ protected:
     const std::string m_file = m_scratch / "socket";
 };
 
-TEST_F(MessageSizeTest, WhereNeitherTheResponseNorTheRequestFitsTheAskerIsToldSoInAFewOctets) {
+TEST_F(MessageSizeTest, WhenNeitherTheResponseNorTheRequestFitsTheClientIsToldInAFewOctets) {
     StartWithUsers();
     for (const V3User& user : m_users) {
         for (const unsigned char command : {V3Message::kGet, V3Message::kGetNext, V3Message::kSet}) {
@@ -124,7 +124,7 @@ TEST_F(MessageSizeTest, WhereNeitherTheResponseNorTheRequestFitsTheAskerIsToldSo
     }
 }
 
-TEST_F(MessageSizeTest, OverAStreamTheAskersOwnLimitHoldsToo) {
+TEST_F(MessageSizeTest, OverAStreamTheClientsOwnLimitAppliesToo) {
     StartOnAllWays();
     for (const SnmpSocket::Kind kind : {SnmpSocket::Kind::kTcp, SnmpSocket::Kind::kUnix}) {
         m_socket = Open(kind);
@@ -140,7 +140,7 @@ TEST_F(MessageSizeTest, OverAStreamTheAskersOwnLimitHoldsToo) {
     }
 }
 
-TEST_F(MessageSizeTest, ABulkResponseBringsWhatFits) {
+TEST_F(MessageSizeTest, ABulkResponseHoldsWhatFits) {
     StartWithUsers();
     for (const V3User& user : m_users) {
         if (user.Name() == "stranger") {
@@ -151,7 +151,8 @@ TEST_F(MessageSizeTest, ABulkResponseBringsWhatFits) {
             message.maxSize = size;
             message.command = V3Message::kGetBulk;
             message.errorIndex = 1;
-            const std::size_t columns = static_cast<std::size_t>(size) / 25;  // for many more the library reads nothing
+            const std::size_t columns =
+                static_cast<std::size_t>(size) / 25;  // for many more columns the library reads nothing
             message.varBinds = Times(std::min<std::size_t>(columns, 1000), kNobodys);
             const auto response = Answer(message, user);
             ASSERT_TRUE(response.has_value());
@@ -162,7 +163,7 @@ TEST_F(MessageSizeTest, ABulkResponseBringsWhatFits) {
     }
 }
 
-TEST_F(MessageSizeTest, ASizeThatNoMessageMayHaveIsNoMessage) {
+TEST_F(MessageSizeTest, AMessageThatClaimsAnInvalidSizeIsDropped) {
     StartWithUsers();
     for (const std::int64_t size : {-1, 0, 1, 100, 483}) {
         V3Message message = From(m_users[0]);
@@ -176,7 +177,7 @@ TEST_F(MessageSizeTest, ASizeThatNoMessageMayHaveIsNoMessage) {
     EXPECT_TRUE(V3Message::Decode(m_socket->Ask(message.Encode(m_users[0])), m_users[0]).has_value());
 }
 
-TEST_F(MessageSizeTest, VersionsWithACommunityAreToldWhatIsTooBigForADatagram) {
+TEST_F(MessageSizeTest, VersionsWithACommunityAreToldThatADatagramWouldBeTooBig) {
     StartOnAllWays();
     for (const Way& way : kWays) {
         const auto socket = Open(way.kind);
@@ -218,7 +219,7 @@ TEST_F(MessageSizeTest, ARequestOverAStreamThatIsNearlyAsLongAsADatagramIsAnswer
     }
 }
 
-TEST_F(MessageSizeTest, TheConfiguredLimitHoldsForAllVersions) {
+TEST_F(MessageSizeTest, TheConfiguredLimitAppliesToAllVersions) {
     StartOnAllWays("[snmp] sendMessageMaxSize 700\n");
     for (const Way& way : kWays) {
         const auto socket = Open(way.kind);
@@ -249,7 +250,7 @@ TEST_F(MessageSizeTest, WhereTheConfigurationAsksForTheOtherWayOfEncodingTheAnsw
     }
 }
 
-TEST_F(MessageSizeTest, WhatWaitsForAGroupAndWhatIsRefusedMeanwhileKeepToTheLimit) {
+TEST_F(MessageSizeTest, DelegatedRequestsAndSetsRefusedMeanwhileKeepToTheLimit) {
     const std::string file = m_scratch / "go";
     StartWithUsers({}, {}, {"READ_TEST_VALUE=" + file});
     for (const V3User& user : {m_users[0], m_users[5]}) {
@@ -272,7 +273,7 @@ TEST_F(MessageSizeTest, WhatWaitsForAGroupAndWhatIsRefusedMeanwhileKeepToTheLimi
     }
 }
 
-TEST_F(MessageSizeTest, AContextThatThereIsNotIsNotAnswered) {
+TEST_F(MessageSizeTest, AContextThatDoesNotExistIsNotAnswered) {
     StartWithUsers();
     const V3User& user = m_users[4];
     const auto answers = [&](const std::string& engineId, const std::string& name) {

@@ -1,5 +1,4 @@
-// What the module has to say to those who run a program that loads it: in the log of the agent, and on cvtwalk's standard
-// error.
+// The module's warnings to operators: in the agent's log, and on cvtwalk's standard error.
 
 #include <sys/mount.h>
 #include <unistd.h>
@@ -18,7 +17,7 @@ class ModuleWarningsTest : public AgentTest {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible() || ::geteuid() != 0) {
-            GTEST_SKIP() << "only root may mount file systems of its own here";
+            GTEST_SKIP() << "only root may mount file systems here";
         }
         m_host = std::make_unique<MadeUpHost>();
     }
@@ -39,7 +38,7 @@ protected:
     std::unique_ptr<MadeUpHost> m_host;
 };
 
-TEST_F(ModuleWarningsTest, OneSaysThatTheMountTableIsMissing) {
+TEST_F(ModuleWarningsTest, AMissingMountTableIsReported) {
     m_host->Empty("/etc");
     StartHere();
     EXPECT_EQ(TimesSaid("cvtagentd: warning: /etc/mtab cannot be read (No such file or directory)"), 1) << Log();
@@ -48,14 +47,14 @@ TEST_F(ModuleWarningsTest, OneSaysThatTheMountTableIsMissing) {
     EXPECT_EQ(walk.status, 0);
 }
 
-TEST_F(ModuleWarningsTest, OneNamesAMountPointThatMayNotBeLookedAt) {
+TEST_F(ModuleWarningsTest, AMountPointThatMayNotBeReadIsNamed) {
     const std::string closed = m_host->Directory() + "/closed";
     const std::string mounted = closed + "/a\nb";
     std::filesystem::create_directories(mounted);
     ASSERT_EQ(::mount("none-of-ours", mounted.c_str(), "ramfs", 0, nullptr), 0);
     ASSERT_EQ(::chown(closed.c_str(), 65534, 65534), 0);
     std::filesystem::permissions(closed, std::filesystem::perms(0700));
-    // The folder is another's, and what lets root in all the same is taken away.
+    // The folder belongs to another user, and root's right to enter it all the same is dropped.
     m_command = Arguments{"/usr/bin/setpriv", "--bounding-set=-dac_override,-dac_read_search"} + m_command;
     StartHere();
     EXPECT_EQ(TimesSaid("cvtagentd: warning: " + closed + "/a b may not be looked at (Permission denied)"), 1) << Log();

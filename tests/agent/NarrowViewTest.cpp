@@ -1,4 +1,4 @@
-// Views that hold little of a large table: what they leave out is passed over, not walked through.
+// Views that hold little of a large table: what they leave out is skipped, not walked through.
 
 #include <algorithm>
 #include <array>
@@ -27,7 +27,7 @@ std::vector<std::string> Under(const std::string& root, std::vector<std::string>
 
 class NarrowViewTest : public AgentTest {
 protected:
-    /// With a large table, and a view of all but what `view` says of the view "some".
+    /// With a large table, and the view "some": everything, changed by the directives in `view`.
     void StartWithView(const std::string& view) {
         Start({"--module", kReadModule, "--config",
                WriteConfig("view some included .1\n" + view +
@@ -41,14 +41,14 @@ protected:
         EXPECT_FALSE(output.empty());
         return std::strtoul(output.c_str(), nullptr, 10);
     }
-    /// Expects that every one of many varbinds leads from `from` to `to`, and gives how often an instance was looked for.
+    /// Expects that each of many varbinds leads from `from` to `to`, and returns how often an instance was looked up.
     unsigned long CountLookUps(const std::string& from, const std::string& to) const {
         const unsigned long before = LookUps();
         const WideRequest request(m_port, m_community, WideRequest::kGetNext, Arguments(kVarBinds, from));
         EXPECT_EQ(request.Answer().names, std::vector<std::string>(kVarBinds, to));
         return LookUps() - before;
     }
-    /// Behind the instances that fail on purpose.
+    /// After the instances that fail on purpose.
     std::vector<std::string> WalkModules() const {
         std::vector<std::string> names;
         for (const std::string root : {".1.3.6.1.4.1.32473.2", ".1.3.6.1.4.1.32473.3"}) {
@@ -57,7 +57,7 @@ protected:
         }
         return names;
     }
-    /// Those of the names that a GET brings a value of.
+    /// The names for which a GET returns a value.
     std::vector<std::string> GetEach(Arguments names) const {
         std::sort(names.begin(), names.end(), &IsBefore);
         std::vector<std::string> got;
@@ -77,7 +77,7 @@ protected:
 
 const std::string kLastRow = std::to_string(kRows);
 
-TEST_F(NarrowViewTest, AnExcludedColumnIsPassedOverAsAWhole) {
+TEST_F(NarrowViewTest, AnExcludedColumnIsSkippedAsAWhole) {
     StartWithView("view some excluded " + kLarge + "2\n");
     EXPECT_LT(CountLookUps(kLarge + "1." + kLastRow, kLarge + "3.1"), 6 * kVarBinds);
     const unsigned long before = LookUps();
@@ -86,18 +86,18 @@ TEST_F(NarrowViewTest, AnExcludedColumnIsPassedOverAsAWhole) {
     EXPECT_LT(LookUps() - before, 20U);
 }
 
-TEST_F(NarrowViewTest, ExcludedColumnsUpToTheEndOfATableArePassedOverAsAWhole) {
+TEST_F(NarrowViewTest, ExcludedColumnsUpToTheEndOfATableAreSkippedAsAWhole) {
     StartWithView("view some excluded " + kLarge + "2\nview some excluded " + kLarge + "3\n");
     EXPECT_LT(CountLookUps(kLarge + "1." + kLastRow, kLookUps), 6 * kVarBinds);
 }
 
-TEST_F(NarrowViewTest, RowsThatTheViewLeavesOutAreWalkedThroughOnceARequest) {
+TEST_F(NarrowViewTest, RowsThatTheViewLeavesOutAreWalkedThroughOncePerRequest) {
     StartWithView("view some excluded " + kLarge + "\nview some included " + kLarge + "0.1 ff.d0\n");
     EXPECT_LT(CountLookUps(kLarge + "2.1", kLarge + "3.1"), kRows + 6 * kVarBinds);
     EXPECT_LT(CountLookUps(kLarge + "3.1", kLookUps), kRows + 6 * kVarBinds);
 }
 
-/// A view of entries round each other, some of them with a mask, over the columns and rows of the modules.
+/// A view of nested entries, some of them with a mask, over the columns and rows of the modules.
 std::string RandomView(const std::string& name, std::mt19937& random) {
     static const std::vector<std::string> kRoots = {kTable, kInner, kOuter, kValues, kQuick, kSlowToInitialize};
     const auto below = [&](unsigned int end) { return static_cast<unsigned int>(random() % end); };
@@ -115,7 +115,7 @@ std::string RandomView(const std::string& name, std::mt19937& random) {
             root += "." + std::to_string(arcs == rootArcs ? 1 + below(4) : below(9));
         }
         std::string mask;
-        if (below(2) == 0) {  // somewhere among the last arcs any will do
+        if (below(2) == 0) {  // the mask makes one of the last arcs a wildcard
             unsigned int bits = 0xffffff;
             for (unsigned int arc = rootArcs - 2; arc < arcs; ++arc) {
                 bits &= below(3) == 0 ? ~(0x800000U >> arc) : ~0U;
@@ -129,7 +129,7 @@ std::string RandomView(const std::string& name, std::mt19937& random) {
     return view;
 }
 
-TEST_F(NarrowViewTest, AWalkShowsExactlyWhatCanBeGotOneByOneWhateverTheView) {
+TEST_F(NarrowViewTest, AWalkShowsExactlyTheInstancesThatGetReturnsInEveryView) {
     constexpr int kViews = 40;
     std::mt19937 random(20);  // NOLINT(cert-msc51-cpp): because a failure must come again
     std::string config = "rocommunity all 127.0.0.1\n";
@@ -150,7 +150,7 @@ TEST_F(NarrowViewTest, AWalkShowsExactlyWhatCanBeGotOneByOneWhateverTheView) {
         SCOPED_TRACE(views[static_cast<std::size_t>(i)]);
         const std::vector<std::string> visible = GetEach(all);
         EXPECT_EQ(WalkModules(), visible);
-        // One GETNEXT for many names in any order, and so with stretches that are met from all sides.
+        // One GETNEXT for many names in any order, which reaches empty stretches from all sides.
         std::shuffle(all.begin(), all.end(), random);
         const Arguments some(all.begin(), all.begin() + 150);
         std::vector<std::string> expected;

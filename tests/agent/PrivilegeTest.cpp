@@ -1,5 +1,5 @@
-// cvtagentd --user: as whom it runs, with which capabilities, and that it can do with them what its modules are for. The
-// host's clock is never set: a stand-in lies over the `date` of the system's folders.
+// cvtagentd --user: which user it runs as, with which capabilities, and that they suffice for its modules. The host's
+// clock is never set: a stand-in is mounted over `date` in the system's folders.
 
 #include <pwd.h>
 #include <sys/mman.h>
@@ -28,21 +28,21 @@ constexpr const char* kNone = "0000000000000000";
 const std::string kDate = ".1.3.6.1.2.1.25.1.2.0";
 const std::string kRun = ".1.3.6.1.2.1.25.4.2.1.";
 
-/// As the kernel writes a user who is the same in every respect.
+/// How the kernel shows a process whose four user numbers are the same.
 std::string FourTimes(uid_t user) {
     std::ostringstream text;
     text << user << ' ' << user << ' ' << user << ' ' << user;
     return text.str();
 }
 
-/// A process of another user's, in a folder of its own, that does nothing until it is killed.
+/// A process of another user, in its own folder, that does nothing until it is killed.
 class OthersProcess {
 public:
     OthersProcess(uid_t user, const std::string& folder) : m_pid(::fork()) {
         if (m_pid == 0) {
             if (::chdir(folder.c_str()) == 0 && ::setresgid(user, user, user) == 0 &&
                 ::setresuid(user, user, user) == 0) {
-                ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a change of user would take it back
+                ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a change of user would clear it
                 for (;;) {
                     ::pause();
                 }
@@ -75,7 +75,7 @@ class PrivilegeTest : public AgentTest {
 protected:
     void SetUp() override {
         if (::geteuid() != 0 || !MadeUpHost::IsPossible() || !HasAll()) {
-            GTEST_SKIP() << "needs root, with all that root usually may";
+            GTEST_SKIP() << "needs root with all its usual rights";
         }
         m_host = std::make_unique<MadeUpHost>();
         m_host->Empty("/dev");
@@ -106,7 +106,7 @@ protected:
     void StartWith(const Arguments& more, const Arguments& settings = {}) {
         Start(Arguments{"--module", m_module, "--config", m_config} + more, settings);
     }
-    /// Runs this agent, which ends by itself, with one line that holds `text`.
+    /// Runs this agent, which must end by itself with one line that contains `text`.
     void ExpectNoStart(const Arguments& more, const std::string& text) const {
         const Outcome outcome =
             RunToEnd(m_command + WithOwn(Arguments{"--module", m_module, "--config", m_config} + more), m_scratch);
@@ -114,7 +114,7 @@ protected:
         EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
         EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
     }
-    /// What is not root from the start.
+    /// The options of an agent that does not start as root.
     void BecomeFirst(const Arguments& options) {
         m_command = Arguments{"/usr/bin/setpriv"} + options + m_command;
         ::chown((m_scratch / "state").c_str(), kNobody, kNobody);
@@ -135,7 +135,7 @@ protected:
             EXPECT_EQ(StatusOf(thread.path())[name], value) << name << " of " << thread.path();
             ++threads;
         }
-        EXPECT_GE(threads, 2) << "the module's own thread is looked at, too";
+        EXPECT_GE(threads, 2) << "the module's own thread must be checked, too";
     }
 
     static bool IsFree(int port) {
@@ -157,9 +157,10 @@ protected:
         EXPECT_EQ(::lstat(file.c_str(), &status), 0) << file;
         return status.st_uid;
     }
-    /// Lays a script over the command of that name in the system's folders, which is all that --user lets the agent find.
+    /// Mounts a script over the command of that name in the system's folders, the only ones in which an agent with
+    /// --user finds commands.
     void WriteCommand(const std::string& name, const std::string& line) {
-        std::set<std::string> folders;  // two names may stand for one
+        std::set<std::string> folders;  // two names may mean the same folder
         for (const char* const folder : {"/usr/sbin", "/usr/bin", "/sbin", "/bin"}) {
             folders.insert(std::filesystem::canonical(folder).string());
         }
@@ -174,12 +175,12 @@ protected:
         }
         ASSERT_GT(covered, 0) << "this host has no " << name;
     }
-    /// Puts a script where only the PATH of whoever starts the agent leads.
+    /// Writes a script that is found only through the PATH of the user who starts the agent.
     void WriteForeignCommand(const std::string& name, const std::string& line) const {
         std::filesystem::permissions(m_scratch.Write("foreign/" + name, "#!/bin/sh\n" + line + "\n"),
                                      std::filesystem::perms(0755));
     }
-    /// Whoever starts it hands over the capability that it does not keep otherwise.
+    /// The agent's parent hands over the capability that the agent does not keep otherwise.
     void AskForTracing() { m_command = Arguments{"/usr/bin/setpriv", "--inh-caps=+sys_ptrace"} + m_command; }
 
     std::string m_module;
@@ -197,7 +198,7 @@ private:
         const std::string file = "/dev/" + name;
         return ::mknod(file.c_str(), S_IFCHR, ::makedev(1, minor)) == 0 && ::chmod(file.c_str(), 0666) == 0;
     }
-    /// The tree that it was built in may be closed to others.
+    /// Other users may not be able to enter the build tree.
     void CopyAgent() {
         m_scratch.MakeFolder("bin");
         m_scratch.MakeFolder("lib");
@@ -214,7 +215,7 @@ private:
     std::unique_ptr<MadeUpHost> m_host;
 };
 
-TEST_F(PrivilegeTest, EveryThreadRunsAsThatUserWithThreeCapabilitiesAndNoOther) {
+TEST_F(PrivilegeTest, EveryThreadRunsAsThatUserWithOnlyThreeCapabilities) {
     StartAs("nobody");
     ExpectAllThreads("Uid", FourTimes(kNobody));
     ExpectAllThreads("Gid", FourTimes(kNobody));
@@ -225,7 +226,8 @@ TEST_F(PrivilegeTest, EveryThreadRunsAsThatUserWithThreeCapabilitiesAndNoOther) 
     ExpectAllThreads("NoNewPrivs", "1");
     EXPECT_NE(Log().find("runs as the user nobody, with CAP_KILL, CAP_SYS_TIME, CAP_SYSLOG\n"), std::string::npos)
         << Log();
-    EXPECT_NE(Log().find("working folders cannot be seen (CAP_SYS_PTRACE); that is kept only where it is asked for\n"),
+    EXPECT_NE(Log().find("working folders cannot be seen (CAP_SYS_PTRACE); "
+                         "that capability is kept only when it is handed over on purpose\n"),
               std::string::npos)
         << Log();
     EXPECT_EQ(Log().find("warning"), std::string::npos) << Log();
@@ -253,7 +255,7 @@ TEST_F(PrivilegeTest, OverVersion3AProcessOfAnotherUserDies) {
     EXPECT_TRUE(neighbour.IsAlive());
 }
 
-TEST_F(PrivilegeTest, TheWorkingFolderOfAnotherUsersProcessIsSeenOnlyWhereSomebodyAsksForThatCapability) {
+TEST_F(PrivilegeTest, TheWorkingFolderOfAnotherUsersProcessIsSeenOnlyIfThatCapabilityIsHandedOver) {
     const OthersProcess other(kDaemon, m_record);
     const std::string path = kRun + "4." + other.Pid();
     StartAs("nobody");
@@ -265,10 +267,10 @@ TEST_F(PrivilegeTest, TheWorkingFolderOfAnotherUsersProcessIsSeenOnlyWhereSomebo
         ExpectAllThreads(set, kKeptToTrace);
     }
     EXPECT_EQ(V3("snmpget", {path}).output, path + " = STRING: \"" + m_record + "\"\n");
-    EXPECT_EQ(Log().find("asked for"), std::string::npos) << Log();
+    EXPECT_EQ(Log().find("on purpose"), std::string::npos) << Log();
 }
 
-TEST_F(PrivilegeTest, WhatLeadsOutOfTheAgentIsRefusedByTheKernelToItsThreadsAndToWhatTheyStart) {
+TEST_F(PrivilegeTest, TheKernelRefusesEscapeRoutesToTheAgentsThreadsAndChildren) {
     auto* const page =
         static_cast<char*>(::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(page, MAP_FAILED);
@@ -287,12 +289,12 @@ TEST_F(PrivilegeTest, WhatLeadsOutOfTheAgentIsRefusedByTheKernelToItsThreadsAndT
     std::string name;
     for (int error = 0; calls >> name >> error; ++tried) {
         const int expected = name == "fork" ? 0 : name == "clone3" ? ENOSYS : EPERM;
-        const bool allowed = (kIsSanitized && name == "ptrace") ||           // looking for leaks takes it
+        const bool allowed = (kIsSanitized && name == "ptrace") ||           // the leak check needs it
                              (name == "32-bit" && error == 1000 + SIGSEGV);  // a kernel without such programs
-        EXPECT_TRUE(allowed || error == expected) << name << " gave " << error;
+        EXPECT_TRUE(allowed || error == expected) << name << " returned " << error;
     }
     EXPECT_GE(tried, 21);
-    EXPECT_EQ(std::string(page), "intact") << "a process of root's";
+    EXPECT_EQ(std::string(page), "intact") << "a process that belongs to root";
     EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
     ::munmap(page, 4096);
 }
@@ -317,7 +319,7 @@ TEST_F(PrivilegeTest, TheCommandsOfTheHostWorkUnderTheFilter) {
     EXPECT_EQ(status, 128 + SIGKILL);
 }
 
-TEST_F(PrivilegeTest, WhatModulesStartIsFoundInTheSystemsFoldersAndSeesNothingOfWhoeverStartedTheAgent) {
+TEST_F(PrivilegeTest, CommandsOfModulesAreFoundInTheSystemsFoldersAndInheritNoEnvironment) {
     for (const char* const name : {"date", "dmesg", "mount", "kill", "sh"}) {
         WriteForeignCommand(name, "echo >" + m_record + "/foreign");
     }
@@ -331,7 +333,7 @@ TEST_F(PrivilegeTest, WhatModulesStartIsFoundInTheSystemsFoldersAndSeesNothingOf
     std::set<std::string> variables;
     std::istringstream in(Content(m_record + "/environment"));
     for (std::string line; std::getline(in, line);) {
-        // What the shell adds, what keeps the SNMP library from looking for files, and a sanitizer's.
+        // Variables that the shell adds, that keep the SNMP library from searching for files, and a sanitizer's.
         const std::string name = line.substr(0, line.find('='));
         if (name != "PWD" && name != "MIBS" && name != "MIBDIRS" && name != "_" && name != "OLDPWD" &&
             name != "SHLVL" && !(kIsSanitized && name.ends_with("SAN_OPTIONS"))) {
@@ -343,9 +345,9 @@ TEST_F(PrivilegeTest, WhatModulesStartIsFoundInTheSystemsFoldersAndSeesNothingOf
                                                 "TZ=Europe/Oslo", "USER=nobody"}));
 }
 
-TEST_F(PrivilegeTest, AConfigurationThatSomebodyElseCanWriteIsRefused) {
+TEST_F(PrivilegeTest, AConfigurationThatAnotherUserCanWriteIsRefused) {
     std::filesystem::permissions(m_config, std::filesystem::perms(0664));
-    ExpectNoStart({"--user", "nobody"}, "others than its owner can write to the configuration " + m_config);
+    ExpectNoStart({"--user", "nobody"}, "users other than its owner can write to the configuration " + m_config);
     std::filesystem::permissions(m_config, std::filesystem::perms(0644));
     ::chown(m_config.c_str(), kDaemon, kDaemon);
     ExpectNoStart({"--user", "nobody"}, m_config + " belongs to the user daemon");
@@ -369,13 +371,13 @@ TEST_F(PrivilegeTest, RootChecksTheConfigurationOfAUserAsThatUser) {
     EXPECT_EQ(Content(precious), "root's\n");
 }
 
-TEST_F(PrivilegeTest, WhatAModuleStartsToReadTheKernelLogHasTheCapabilityForIt) {
+TEST_F(PrivilegeTest, ACommandThatReadsTheKernelLogHasTheCapabilityForIt) {
     WriteCommand("dmesg", "/bin/grep -E '^(Uid|CapEff)' /proc/self/status >" + m_record + "/dmesg");
     StartAs("nobody");
     EXPECT_EQ(Content(m_record + "/dmesg"), "Uid:\t65534\t65534\t65534\t65534\nCapEff:\t" + std::string(kKept) + "\n");
 }
 
-TEST_F(PrivilegeTest, TheStateBelongsToThatUserAndOutlivesARestart) {
+TEST_F(PrivilegeTest, TheStateBelongsToThatUserAndSurvivesARestart) {
     StartWith({});  // as root
     ExpectCleanEnd();
     EXPECT_EQ(OwnerOf(m_scratch / "state/cvtagentd.conf"), 0U);
@@ -392,7 +394,7 @@ TEST_F(PrivilegeTest, TheStateBelongsToThatUserAndOutlivesARestart) {
     }
 }
 
-TEST_F(PrivilegeTest, AUserAddedByRootCanBeReadByTheAgent) {
+TEST_F(PrivilegeTest, TheAgentCanReadAUserThatRootHasAdded) {
     StartAs("nobody");
     ExpectCleanEnd();
     const Outcome outcome =
@@ -433,7 +435,7 @@ TEST_F(PrivilegeTest, AFolderThatHoldsMoreThanStateIsNotGivenAway) {
     EXPECT_EQ(OwnerOf(m_scratch / "state"), 0U);
 }
 
-TEST_F(PrivilegeTest, WhatThatUserWritesIntoTheStateIsNotDoneByRoot) {
+TEST_F(PrivilegeTest, RootDoesNotObeyWhatThatUserWritesIntoTheState) {
     const std::string precious = m_scratch.Write("precious", "root's\n");
     std::filesystem::permissions(precious, std::filesystem::perms(0600));
     ::chown((m_scratch / "state").c_str(), kNobody, kNobody);
@@ -449,17 +451,17 @@ TEST_F(PrivilegeTest, WhatThatUserWritesIntoTheStateIsNotDoneByRoot) {
     }
 }
 
-TEST_F(PrivilegeTest, NoDirectiveSaysAsWhomToRun) {
+TEST_F(PrivilegeTest, NoDirectiveChoosesTheUserToRunAs) {
     const std::string config = m_config;
     m_config = WriteConfig(Content(config) + "agentuser daemon\n");
-    ExpectNoStart({}, "agentuser and agentgroup come too late: take them out, and name the user with --user");
+    ExpectNoStart({}, "agentuser and agentgroup take effect too late: remove them, and name the user with --user");
     m_config = WriteConfig("rocommunity public 127.0.0.1\n");
     ::chown((m_scratch / "state").c_str(), kNobody, kNobody);
     ::chown(m_scratch.Write("state/cvtagentd.conf", "agentgroup disk\n").c_str(), kNobody, kNobody);
-    ExpectNoStart({"--user", "nobody"}, "agentuser and agentgroup come too late");
+    ExpectNoStart({"--user", "nobody"}, "agentuser and agentgroup take effect too late");
 }
 
-TEST_F(PrivilegeTest, LowPortsAreOpenedByThatUser) {
+TEST_F(PrivilegeTest, ThatUserCanOpenLowPorts) {
     std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> m_port;
     if (m_port < 2) {
         GTEST_SKIP() << "this host has no low ports";
@@ -472,16 +474,16 @@ TEST_F(PrivilegeTest, LowPortsAreOpenedByThatUser) {
     ExpectAllThreads("CapPrm", kKept);
 }
 
-TEST_F(PrivilegeTest, RootDoesNotUseWhatIsNotRootsAlone) {
+TEST_F(PrivilegeTest, RootDoesNotUseAStateThatOthersControl) {
     ::chown((m_scratch / "state").c_str(), kDaemon, kDaemon);
-    ExpectNoStart({}, "belongs to the user daemon; run the agent as him (--user)");
-    EXPECT_TRUE(std::filesystem::is_empty(m_scratch / "state")) << "nothing of root's is left that keeps its owner out";
+    ExpectNoStart({}, "belongs to the user daemon; run the agent as that user (--user)");
+    EXPECT_TRUE(std::filesystem::is_empty(m_scratch / "state")) << "no file of root's is left to lock its owner out";
     ::chown((m_scratch / "state").c_str(), 0, 0);
     std::filesystem::permissions(m_scratch / "state", std::filesystem::perms(0777));
-    ExpectNoStart({}, "others than root can write to the state directory");
+    ExpectNoStart({}, "users other than root can write to the state directory");
 }
 
-TEST_F(PrivilegeTest, AStartThatFailsLeavesNothingOfRootsInTheState) {
+TEST_F(PrivilegeTest, AFailedStartLeavesNoFileOfRootsInTheState) {
     ExpectNoStart({"--user", "nobody", "--listen", "udp:256.0.0.1:99999"}, "cannot listen on");
     for (const auto& entry : std::filesystem::directory_iterator(m_scratch / "state")) {
         EXPECT_EQ(OwnerOf(entry.path()), kNobody) << entry.path();
@@ -498,7 +500,7 @@ TEST_F(PrivilegeTest, RootsFilesInThatUsersStateAreNamed) {
     }
 }
 
-TEST_F(PrivilegeTest, SighupReadsWhatThatUserMayRead) {
+TEST_F(PrivilegeTest, SighupReadsTheConfigurationAsThatUser) {
     StartAs("nobody");
     m_config = WriteConfig("rocommunity other 127.0.0.1\n");
     Agent().Signal(SIGHUP);
@@ -506,12 +508,12 @@ TEST_F(PrivilegeTest, SighupReadsWhatThatUserMayRead) {
     EXPECT_EQ(Client("snmpget", {"-v2c", "-c", "other", Udp(), kMemorySize}).status, 0);
 }
 
-TEST_F(PrivilegeTest, AConfigurationThatThatUserMayNotReadIsRefused) {
+TEST_F(PrivilegeTest, AConfigurationThatTheUserMayNotReadIsRefused) {
     std::filesystem::permissions(m_config, std::filesystem::perms(0600));
     ExpectNoStart({"--user", "nobody"}, "as the user nobody it cannot read the configuration " + m_config);
 }
 
-TEST_F(PrivilegeTest, WarnsWhenSomethingElseStandsWhereTheClockCommandWrites) {
+TEST_F(PrivilegeTest, WarnsWhenAnotherFileIsWhereTheClockCommandWrites) {
     std::ofstream("/dev/nul") << "somebody's\n";
     std::filesystem::permissions("/dev/nul", std::filesystem::perms(0644));
     StartAs("nobody");
@@ -520,7 +522,7 @@ TEST_F(PrivilegeTest, WarnsWhenSomethingElseStandsWhereTheClockCommandWrites) {
     EXPECT_EQ(Content("/dev/nul"), "somebody's\n");
 }
 
-TEST_F(PrivilegeTest, TheServiceManagerIsReachedThoughOnlyRootMayGoThere) {
+TEST_F(PrivilegeTest, TheServiceManagerIsReachedThoughOnlyRootMayConnect) {
     const std::string folder = m_scratch.MakeFolder("closed");
     std::filesystem::permissions(folder, std::filesystem::perms(0700));
     const Manager manager(folder + "/notify");
@@ -529,7 +531,7 @@ TEST_F(PrivilegeTest, TheServiceManagerIsReachedThoughOnlyRootMayGoThere) {
     EXPECT_EQ(manager.NextThat("WATCHDOG=1"), "WATCHDOG=1");
 }
 
-TEST_F(PrivilegeTest, AsThatUserAlreadyItServesWithoutAnyCapabilityWhatCanBeServed) {
+TEST_F(PrivilegeTest, StartedAsThatUserItServesWhatItCanWithoutCapabilities) {
     const OthersProcess victim(kDaemon, m_record);
     BecomeFirst(Without());
     StartAs("nobody");
@@ -542,19 +544,19 @@ TEST_F(PrivilegeTest, AsThatUserAlreadyItServesWithoutAnyCapabilityWhatCanBeServ
     EXPECT_TRUE(victim.IsAlive());
 }
 
-TEST_F(PrivilegeTest, WhereRootHasNotAllCapabilitiesItServesWithTheOthersAndSaysWhatIsMissing) {
+TEST_F(PrivilegeTest, WithSomeCapabilitiesMissingItServesAndLogsWhatCannotBeDone) {
     m_command = Arguments{"/usr/bin/setpriv", "--bounding-set=-sys_time,-syslog", "--inh-caps=-all"} + m_command;
     StartAs("nobody");
     for (const char* const set : {"CapPrm", "CapEff", "CapBnd", "CapAmb"}) {
         ExpectAllThreads(set, "0000000000000020");
     }
-    EXPECT_NE(Log().find("warning: for want of capabilities the clock cannot be set (CAP_SYS_TIME), the kernel log"),
+    EXPECT_NE(Log().find("warning: lacks capabilities: the clock cannot be set (CAP_SYS_TIME), the kernel log"),
               std::string::npos)
         << Log();
     EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
 }
 
-TEST_F(PrivilegeTest, AsThatUserAlreadyItGivesUpWhatItNeedsNoMore) {
+TEST_F(PrivilegeTest, StartedAsThatUserItGivesUpWhatItNoLongerNeeds) {
     BecomeFirst({"--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+kill,+net_bind_service",
                  "--ambient-caps=-all,+kill,+net_bind_service"});
     StartAs("nobody");
@@ -563,7 +565,7 @@ TEST_F(PrivilegeTest, AsThatUserAlreadyItGivesUpWhatItNeedsNoMore) {
     }
 }
 
-TEST_F(PrivilegeTest, AsThatUserAlreadyItLeavesTheGroupsOfWhoeverStartedIt) {
+TEST_F(PrivilegeTest, StartedAsThatUserItLeavesInheritedGroups) {
     BecomeFirst(
         {"--reuid=65534", "--regid=0", "--groups=0,4", "--inh-caps=-all,+setgid", "--ambient-caps=-all,+setgid"});
     StartAs("nobody");
@@ -575,20 +577,21 @@ TEST_F(PrivilegeTest, AsThatUserAlreadyItLeavesTheGroupsOfWhoeverStartedIt) {
 TEST_F(PrivilegeTest, WarnsOfGroupsThatItCannotLeave) {
     BecomeFirst({"--reuid=65534", "--regid=65534", "--groups=0,65534", "--inh-caps=-all", "--bounding-set=-all"});
     StartAs("nobody");
-    EXPECT_NE(Log().find("warning: it stays in groups that are not those of the user nobody: 0;"), std::string::npos)
+    EXPECT_NE(Log().find("warning: the agent stays in groups that do not belong to the user nobody: 0;"),
+              std::string::npos)
         << Log();
 }
 
-TEST_F(PrivilegeTest, NoCoreFileIsWrittenAndNobodyOfThatUserLooksIntoIt) {
+TEST_F(PrivilegeTest, NoCoreFileIsWrittenAndThatUsersProcessesCannotInspectIt) {
     BecomeFirst(Without());
     StartAs("nobody");
-    EXPECT_EQ(OwnerOf("/proc/" + std::to_string(Agent().Pid()) + "/status"), 0U) << "the kernel's sign of it";
+    EXPECT_EQ(OwnerOf("/proc/" + std::to_string(Agent().Pid()) + "/status"), 0U) << "the kernel shows it like this";
     EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
     Agent().Signal(SIGHUP);
     EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
 }
 
-TEST_F(PrivilegeTest, NobodyOfThatUserLooksIntoTheProcessThatChecksTheConfiguration) {
+TEST_F(PrivilegeTest, ThatUsersProcessesCannotInspectTheProcessThatChecksTheConfiguration) {
     BecomeFirst(Without());
     StartWith({});
     const std::string pipe = m_scratch / "pipe";
@@ -602,11 +605,11 @@ TEST_F(PrivilegeTest, NobodyOfThatUserLooksIntoTheProcessThatChecksTheConfigurat
     for (int tries = 0; tries < 200 && OwnerOf(status) != 0; ++tries) {
         ::poll(nullptr, 0, 5);
     }
-    EXPECT_EQ(OwnerOf(status), 0U) << "the kernel's sign of it";
+    EXPECT_EQ(OwnerOf(status), 0U) << "the kernel shows it like this";
     EXPECT_TRUE(Agent().WaitForOutput("takes longer than 5 s")) << Log();
 }
 
-TEST_F(PrivilegeTest, OnlyRootCanRunItAsSomebodyElse) {
+TEST_F(PrivilegeTest, OnlyRootCanRunItAsAnotherUser) {
     BecomeFirst(Without());
     ExpectNoStart({"--user", "daemon"}, "only root can run the agent as the user daemon");
 }

@@ -11,7 +11,7 @@
 
 namespace agent_test {
 
-/// The lines "Name: value" of a process's or thread's status, with single blanks.
+/// The lines "Name: value" of a process's or thread's status, with single spaces.
 inline std::map<std::string, std::string> StatusOf(const std::filesystem::path& process) {
     std::map<std::string, std::string> values;
     std::ifstream in(process / "status");

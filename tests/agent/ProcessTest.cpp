@@ -39,7 +39,7 @@ public:
         int status = 0;
         return ::waitpid(m_pid, &status, WNOHANG) == 0;
     }
-    /// Waits for its end; the signal that ended it.
+    /// Waits for its end. Returns the signal that ended it.
     int EndedBy() { return SignalThatEnds(std::exchange(m_pid, -1)); }
 
 private:
@@ -51,9 +51,9 @@ protected:
     static std::string Status(const std::string& pid) { return kRun + "7." + pid; }
 };
 
-TEST_F(ProcessTest, AWalkOfBothTablesHasTheSameRowsAndTheOnesWeStarted) {
+TEST_F(ProcessTest, WalksOfBothTablesHaveTheSameRowsIncludingThoseThatWeStarted) {
     const Sleeper sleeper;
-    m_community = "public";  // what an agent without a configuration answers
+    m_community = "public";  // the community that an agent without a configuration accepts
     Start({"--module", kMainModule});
     const std::string run = V2c("snmpbulkwalk", {kRun + "1"}).output;
     const std::string perf = V2c("snmpbulkwalk", {kPerf + "2"}).output;
@@ -83,9 +83,9 @@ TEST_F(ProcessTest, ASetOfInvalidKillsTheProcessAndEveryOtherSetIsRefused) {
     EXPECT_EQ(Get(status), status + " = INTEGER: 4\n") << "until the next scan";
 }
 
-TEST_F(ProcessTest, NothingIsKilledWithoutAWordInTheConfiguration) {
+TEST_F(ProcessTest, NothingIsKilledUnlessTheConfigurationAllowsIt) {
     const Sleeper victim;
-    m_community = "public";  // what an agent without a configuration answers
+    m_community = "public";  // the community that an agent without a configuration accepts
     Start({"--module", kMainModule});
     EXPECT_EQ(Get(Status(victim.Pid())), Status(victim.Pid()) + " = INTEGER: 2\n");
     EXPECT_NE(Set({Status(victim.Pid()), "i", "4"}).status, 0);

@@ -23,7 +23,7 @@
 
 namespace agent_test {
 
-/// Waits until this child has ended; false when it has not after 30 seconds. It can be waited for afterwards.
+/// Waits until this child has ended; false when it has not after 30 seconds. The child can still be waited for.
 inline bool WaitForEnd(pid_t child) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     for (;;) {
@@ -39,8 +39,8 @@ inline bool WaitForEnd(pid_t child) {
     }
 }
 
-/// The signal that ends this child; it is waited for. One that has not ended after 30 seconds is killed, and the test
-/// fails.
+/// Waits for this child and returns the signal that ended it. One that has not ended after 30 seconds is killed, and
+/// the test fails.
 inline int SignalThatEnds(pid_t child) {
     if (!WaitForEnd(child)) {
         ADD_FAILURE() << "process " << child << " has not ended";
@@ -51,12 +51,12 @@ inline int SignalThatEnds(pid_t child) {
     return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
 }
 
-/// A program in a process of its own, whose standard output and standard error go to one file. Killed, at the latest, by
-/// the destructor.
+/// A program in its own process, whose standard output and standard error go to one file. The destructor kills it if it
+/// still runs.
 class Program {
 public:
-    /// The first argument is the program, looked for in PATH. `settings` ("NAME=value") go before what the
-    /// environment of this process says of the same names. Standard input is `inputFile`.
+    /// The first argument is the program, which is found through PATH. `settings` ("NAME=value") override the
+    /// environment of this process. Standard input is `inputFile`.
     Program(std::vector<std::string> arguments, const std::string& outputFile, std::vector<std::string> settings = {},
             const std::string& inputFile = "/dev/null")
         : m_output(outputFile) {
@@ -87,8 +87,8 @@ public:
     void Signal(int signal) const { ::kill(m_pid, signal); }
     pid_t Pid() const { return m_pid; }
 
-    /// The exit status, or 128 and the signal that ended it. One that has not ended after 30 seconds is killed, and the
-    /// test fails.
+    /// The exit status, or 128 plus the signal that ended it. A program that has not ended after 30 seconds is killed,
+    /// and the test fails.
     int Wait() {
         if (!m_ended) {
             int status = 0;
@@ -133,7 +133,7 @@ public:
     }
 
 private:
-    /// No name twice: programs do not agree on which of them counts.
+    /// No name occurs twice: programs do not agree on which entry counts.
     static void AddEnvironment(std::vector<std::string>& settings) {
         std::set<std::string> names;
         for (const std::string& setting : settings) {
@@ -163,7 +163,7 @@ private:
     int m_status = -1;
 };
 
-/// What a program that has ended said and gave.
+/// The output and the exit status of a program that has ended.
 struct Outcome {
     int status = -1;
     std::string output;

@@ -29,7 +29,7 @@ TEST_F(ReadTest, ModulesAreServedSideBySide) {
     EXPECT_EQ(outcome.status, 0);
 }
 
-TEST_F(ReadTest, EveryTypeOfValueGoesOutAsTheModuleGaveIt) {
+TEST_F(ReadTest, EveryTypeOfValueIsSentAsTheModuleReturnsIt) {
     EXPECT_EQ(Get(kValues + "12.0"), kValues + "12.0 = INTEGER: -2147483648\n");
     EXPECT_EQ(Get(kValues + "13.0"), kValues + "13.0 = Counter32: 4294967295\n");
     EXPECT_EQ(Get(kValues + "16.0"), kValues + "16.0 = \"\"\n");
@@ -51,7 +51,7 @@ TEST_F(ReadTest, OctetStringsMayBeLong) {
     EXPECT_EQ(Get(kValues + "15.0"), kValues + "15.0 = STRING: \"" + std::string(20000, 'x') + "\"\n");
 }
 
-TEST_F(ReadTest, AnEmptyObjectIdentifierGoesOutAsZeroDotZero) {
+TEST_F(ReadTest, AnEmptyObjectIdentifierIsSentAsZeroDotZero) {
     EXPECT_EQ(Get(kValues + "4.0"), kValues + "4.0 = OID: .0.0\n");
 }
 
@@ -69,16 +69,16 @@ TEST_F(ReadTest, ExceptionsTellAMissingObjectFromAMissingInstance) {
     EXPECT_EQ(Get(kInner + "2.1.1"), kInner + "2.1.1" + instance) << "an index that is too long";
 }
 
-TEST_F(ReadTest, Version1GetsAnErrorInThePlaceOfAnException) {
+TEST_F(ReadTest, Version1GetsAnErrorInsteadOfAnException) {
     const Outcome outcome = V1("snmpget", {kValues + "1.0", kValues + "99.0"});
     EXPECT_NE(outcome.output.find("Reason: (noSuchName)"), std::string::npos) << outcome.output;
     EXPECT_NE(outcome.output.find("Failed object: " + kValues + "99.0"), std::string::npos) << outcome.output;
 }
 
-TEST_F(ReadTest, WhatAModuleRefusesToReadIsTheErrorStatusOfTheRequest) {
+TEST_F(ReadTest, AModulesReadErrorIsTheErrorStatusOfTheRequest) {
     const auto reason = [&](const std::string& oid) { return V2c("snmpget", {oid}).output; };
     EXPECT_NE(reason(kFailures + "1.0").find("Reason: resourceUnavailable"), std::string::npos);
-    EXPECT_NE(reason(kFailures + "2.0").find("Reason: (genError)"), std::string::npos) << "a status that is none";
+    EXPECT_NE(reason(kFailures + "2.0").find("Reason: (genError)"), std::string::npos) << "an invalid status";
     EXPECT_NE(reason(kFailures + "3.0").find("Reason: (genError)"), std::string::npos) << "an exception";
 }
 
@@ -99,8 +99,8 @@ TEST_F(ReadTest, GetNextOfABareSubtreeFindsItsFirstInstance) {
     EXPECT_TRUE(Names(GetNext(".1.3.6.1.2.1.25")).front().starts_with(".1.3.6.1.2.1.25."));
 }
 
-TEST_F(ReadTest, GetNextBehindTheLastInstanceIsTheEndOfTheView) {
-    const std::string last = ".1.3.6.1.6.3.10.2.1.4.0";  // of what the agent says of itself
+TEST_F(ReadTest, GetNextAfterTheLastInstanceIsTheEndOfTheView) {
+    const std::string last = ".1.3.6.1.6.3.10.2.1.4.0";  // of the agent's own groups
     EXPECT_EQ(GetNext(last),
               last + " = No more variables left in this MIB View (It is past the end of the MIB tree)\n");
     EXPECT_NE(V1("snmpgetnext", {last}).output.find("Reason: (noSuchName)"), std::string::npos);
@@ -119,7 +119,7 @@ TEST_F(ReadTest, WalksOfEitherKindSeeTheSameInstances) {
 }
 
 TEST_F(ReadTest, AWalkOverSeveralModulesNeverGoesBack) {
-    // With -Cc the client would not look; without it, a name that does not increase is an error.
+    // With -Cc the client would not check; without it, a name that does not increase is an error.
     const Outcome outcome = V2c("snmpbulkwalk", {".1.3.6.1.4.1.32473.1.1"});
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_EQ(V2c("snmpwalk", {".1.3.6.1.2.1.25.2"}).status, 0);
@@ -130,7 +130,7 @@ TEST_F(ReadTest, GetBulkFillsItsRepetitionsAcrossSubtrees) {
     EXPECT_EQ(Names(outcome.output), m_nested);
 }
 
-TEST_F(ReadTest, GetBulkTakesNonRepeatersAndSeveralColumns) {
+TEST_F(ReadTest, GetBulkAcceptsNonRepeatersAndSeveralColumns) {
     const Outcome outcome = V2c("snmpbulkget", {kValues + "1", kInner + "2", kInner + "4"}, {"-Cn1", "-Cr2"});
     EXPECT_EQ(Names(outcome.output), (std::vector<std::string>{kValues + "1.0", kInner + "2.1", kInner + "4.1",
                                                                kInner + "2.2", kInner + "4.2"}));

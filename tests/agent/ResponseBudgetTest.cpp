@@ -1,4 +1,4 @@
-// Responses of version 3 that would be longer than the asker's messages may be.
+// Version 3 responses that would be longer than the client accepts.
 
 #include <sstream>
 
@@ -70,7 +70,7 @@ protected:
     const std::string m_text = ".1.3.6.1.4.1.32473.3.2.1.2";
 };
 
-TEST_P(ResponseBudgetTest, AResponseHoldsAsManyRowsAsFitTheFirstOnesWithoutAGap) {
+TEST_P(ResponseBudgetTest, AResponseHoldsTheFirstRowsThatFitWithoutAGap) {
     const std::vector<std::string> names = Names(200, m_text);
     ASSERT_FALSE(names.empty());
     const auto fit = static_cast<std::size_t>(GetParam().longestMessage) / 200;
@@ -108,8 +108,8 @@ TEST_P(ResponseBudgetTest, AsManyNumbersFitAsInTheAnswerToAGet) {
     EXPECT_EQ(Names(1, oids).size(), columns);
 }
 
-TEST_P(ResponseBudgetTest, OfRowsThatDoNotFitTheFirstValuesComeOrElseTheyAreRefused) {
-    const std::string longText = kValues + "14.0";  // behind it comes a text of 20,000 octets
+TEST_P(ResponseBudgetTest, IfOneRowDoesNotFitItsFirstValuesAreReturnedOrElseItIsRefused) {
+    const std::string longText = kValues + "14.0";  // a text of 20,000 octets follows it
     const std::string four = longText + "," + longText + "," + longText + "," + longText;
     if (GetParam().longestMessage > 60000) {
         EXPECT_EQ(Names(3, four).size(), 3U);

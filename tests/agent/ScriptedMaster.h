@@ -16,9 +16,9 @@
 
 namespace agent_test {
 
-/// The master's side of AgentX (RFC 2741), as far as a test needs it to send what a real master sends only by chance: the
-/// test says each message itself. What the agent asks meanwhile is answered with "no error". Throws std::runtime_error when
-/// the agent does not play its part within 20 seconds.
+/// The master's side of AgentX (RFC 2741). The test sends each message itself, including those that a real master sends
+/// only by chance. The agent's requests are answered with "no error" meanwhile. Throws std::runtime_error when the
+/// agent does not respond within 20 seconds.
 class ScriptedMaster {
 public:
     enum Type : std::uint8_t {
@@ -50,7 +50,7 @@ public:
     ScriptedMaster(const ScriptedMaster&) = delete;
     ScriptedMaster& operator=(const ScriptedMaster&) = delete;
 
-    /// Takes the agent's connection, and answers until it has registered so many subtrees.
+    /// Accepts the agent's connection, and answers until the agent has registered so many subtrees.
     void TakeAgent(int subtrees) {
         WaitFor(m_listener);
         m_agent = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
@@ -61,7 +61,7 @@ public:
         }
     }
 
-    /// From now on the agent may register nothing, for this reason.
+    /// From now on every registration is refused, for this reason.
     void RefuseRegistrations(std::uint16_t error) { m_refusal = error; }
 
     void Disconnect() {
@@ -74,10 +74,10 @@ public:
     void Send(Type type, std::uint32_t transaction, const std::string& payload = {}) {
         Write(type, kSession, transaction, ++m_packet, payload);
     }
-    /// The error of the agent's answer to what was sent last.
+    /// The error in the agent's answer to the last message.
     int ReadError() { return NumberAt<std::uint16_t>(ReadResponse().payload, 4); }
 
-    /// Both: a request, and the error that the agent answers with.
+    /// Sends a request, and returns the error in the agent's answer.
     int Ask(Type type, std::uint32_t transaction, const std::string& payload = {}) {
         Send(type, transaction, payload);
         return ReadError();
@@ -90,7 +90,7 @@ public:
         SendGet(name, transaction);
         const Message response = ReadResponse();
         const std::string& payload = response.payload;
-        const std::size_t at = kErrorSize + kTypeSize;  // of a name, whose first octet counts its arcs
+        const std::size_t at = kErrorSize + kTypeSize;  // the name, whose first octet counts its arcs
         const std::size_t value = at + 4 + 4 * std::size_t{NumberAt<std::uint8_t>(payload, at)};
         return payload.substr(value + 4, NumberAt<std::uint32_t>(payload, value));
     }
@@ -104,7 +104,7 @@ public:
 
 private:
     static constexpr std::size_t kHeaderSize = 20;
-    static constexpr std::size_t kErrorSize = 8;  // of a response, with the time and the index
+    static constexpr std::size_t kErrorSize = 8;  // in a response, with the time and the index
     static constexpr std::size_t kTypeSize = 4;   // of a varbind
     static constexpr char kByteOrder = std::endian::native == std::endian::big ? 0x10 : 0;
     static constexpr std::uint32_t kSession = 7;
@@ -122,7 +122,7 @@ private:
     static T NumberAt(const std::string& from, std::size_t at) {
         T value = 0;
         if (from.copy(reinterpret_cast<char*>(&value), sizeof value, at) != sizeof value) {
-            throw std::runtime_error("the agent sends less than it says");
+            throw std::runtime_error("the agent's message is shorter than it claims");
         }
         return value;
     }
@@ -137,7 +137,7 @@ private:
     static void WaitFor(int fd) {
         pollfd waiting{fd, POLLIN, 0};
         if (::poll(&waiting, 1, 20000) != 1) {
-            throw std::runtime_error("the agent is silent");
+            throw std::runtime_error("the agent does not answer");
         }
     }
     std::string ReadOctets(std::size_t count) const {
@@ -181,7 +181,7 @@ private:
                                     Number(transaction) + Number(packet) +
                                     Number(static_cast<std::uint32_t>(payload.size())) + payload;
         if (::send(m_agent, message.data(), message.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(message.size())) {
-            throw std::runtime_error("the agent takes no more");
+            throw std::runtime_error("the agent does not read");
         }
     }
 

@@ -1,4 +1,4 @@
-// What the agent tells the service manager that has started it, and what it keeps from its children.
+// What the agent tells the service manager that has started it, and what it hides from its children.
 
 #include <ctime>
 #include <regex>
@@ -58,14 +58,14 @@ TEST_F(ServiceTest, IsNotReadyBeforeItsModulesAre) {
     EXPECT_NE(Log().find("ready after"), std::string::npos);
 }
 
-TEST_F(ServiceTest, ReachesASocketInTheAbstractSpace) {
+TEST_F(ServiceTest, ReachesASocketInTheAbstractNamespace) {
     const std::string address = "@cvtagentd-test-" + std::to_string(::getpid());
     const Manager manager(address);
     StartUnder(address);
     EXPECT_NE(manager.NextThat("READY=1"), "");
 }
 
-TEST_F(ServiceTest, GivesSignsOfLifeWhenTheManagerWantsThem) {
+TEST_F(ServiceTest, SendsKeepAlivesWhenTheManagerExpectsThem) {
     const Manager manager(m_scratch / "notify");
     StartUnder(m_scratch / "notify", {}, {"WATCHDOG_USEC=100000"});
     ASSERT_NE(manager.NextThat("READY=1"), "");
@@ -75,7 +75,7 @@ TEST_F(ServiceTest, GivesSignsOfLifeWhenTheManagerWantsThem) {
     EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
 }
 
-TEST_F(ServiceTest, GivesNoSignsOfLifeUnasked) {
+TEST_F(ServiceTest, SendsNoKeepAlivesUnasked) {
     const Manager manager(m_scratch / "notify");
     StartUnder(m_scratch / "notify", {}, {"WATCHDOG_USEC=100000", "WATCHDOG_PID=1"});
     ASSERT_NE(manager.NextThat("READY=1"), "");
@@ -84,7 +84,7 @@ TEST_F(ServiceTest, GivesNoSignsOfLifeUnasked) {
     EXPECT_EQ(Agent().Wait(), 0);
 }
 
-TEST_F(ServiceTest, ServesAlsoWhenTheManagerCannotBeReached) {
+TEST_F(ServiceTest, ServesEvenWhenTheManagerCannotBeReached) {
     for (const std::string& address : {m_scratch / "nobody", std::string("tcp:nonsense"), std::string(300, '/')}) {
         StartUnder(address);
         ASSERT_TRUE(Agent().WaitForOutput("ready after")) << Log();
@@ -93,7 +93,7 @@ TEST_F(ServiceTest, ServesAlsoWhenTheManagerCannotBeReached) {
     }
 }
 
-TEST_F(ServiceTest, AManagerThatGoesAwayEndsNothing) {
+TEST_F(ServiceTest, AManagerThatGoesAwayDoesNotEndTheAgent) {
     {
         const Manager manager(m_scratch / "notify");
         StartUnder(m_scratch / "notify", {}, {"WATCHDOG_USEC=20000"});
@@ -104,8 +104,8 @@ TEST_F(ServiceTest, AManagerThatGoesAwayEndsNothing) {
     ExpectCleanEnd();
 }
 
-/// dmesg is what the main module starts while it gets ready.
-TEST_F(ServiceTest, WhatAModuleStartsKnowsNothingOfTheManager) {
+/// The main module starts dmesg while it initialises.
+TEST_F(ServiceTest, CommandsOfAModuleDoNotSeeTheManagersVariables) {
     const std::string commands = m_scratch.MakeFolder("commands");
     const std::string record = m_scratch / "record";
     std::filesystem::permissions(m_scratch.Write("commands/dmesg", "#!/bin/sh\n/usr/bin/env >" + record + "\n"),
@@ -120,7 +120,7 @@ TEST_F(ServiceTest, WhatAModuleStartsKnowsNothingOfTheManager) {
     EXPECT_EQ(environment.find("WATCHDOG"), std::string::npos) << environment;
 }
 
-TEST_F(ServiceTest, TheUnitThatIsInstalledMeansSomethingToSystemd) {
+TEST_F(ServiceTest, SystemdAcceptsTheInstalledUnit) {
     const std::string analyze = "/usr/bin/systemd-analyze";
     if (!std::filesystem::exists(analyze)) {
         GTEST_SKIP() << "needs systemd-analyze";
@@ -135,7 +135,7 @@ TEST_F(ServiceTest, TheUnitThatIsInstalledMeansSomethingToSystemd) {
     EXPECT_EQ(unit.find('@' + std::string("CMAKE")), std::string::npos) << unit;
 }
 
-TEST_F(ServiceTest, TheUnitRefusesWhatLeadsOutOfTheAgentAndLeavesTracingToWhoeverAsksForIt) {
+TEST_F(ServiceTest, TheUnitRefusesEscapeRoutesAndLeavesTracingToTheOperator) {
     std::ifstream in(CVHOST_BUILD_BIN_DIR "/../packaging/cvtagentd.service");
     std::string refused;
     std::string allowed;

@@ -5,7 +5,7 @@
 namespace agent_test {
 namespace {
 
-/// Once alone, and once behind an AgentX master: neither module nor client should see a difference.
+/// Once stand-alone, and once behind an AgentX master: neither module nor client should see a difference.
 class SetTest : public AgentXTest, public ::testing::WithParamInterface<const char*> {
 protected:
     void SetUp() override {
@@ -95,7 +95,7 @@ TEST_P(SetTest, WhenAnUndoFailsTheClientIsToldSo) {
     EXPECT_NE(outcome.output.find("Reason: undoFailed"), std::string::npos) << outcome.output;
 }
 
-TEST_P(SetTest, ErrorCodesOfTheChecksReachTheClientAsTheyStand) {
+TEST_P(SetTest, ErrorCodesOfTheChecksReachTheClientUnchanged) {
     ExpectSetRefused({kValues + "12.0", "i", "1"}, "notWritable", kValues + "12.0");
     ExpectSetRefused({kValues + "99.0", "i", "1"}, "notWritable", kValues + "99.0");
     ExpectSetRefused({kValues + "1.0", "s", "1"}, "wrongType", kValues + "1.0");
@@ -106,13 +106,13 @@ TEST_P(SetTest, ErrorCodesOfTheChecksReachTheClientAsTheyStand) {
     ExpectRecord("");
 }
 
-TEST_P(SetTest, ErrorCodesOfTheModuleReachTheClientAsTheyStand) {
+TEST_P(SetTest, ErrorCodesOfTheModuleReachTheClientUnchanged) {
     ExpectSetRefused({kValues + "1.0", "i", "15"}, "inconsistentValue", kValues + "1.0");
     ExpectSetRefused({kValues + "1.0", "i", "16"}, "resourceUnavailable", kValues + "1.0");
     ExpectSetRefused({kValues + "1.0", "i", "13"}, "commitFailed", kValues + "1.0");
 }
 
-TEST_P(SetTest, ATypeThatTheToolkitDoesNotKnowIsWrongWhereWritingIsAllowedAtAll) {
+TEST_P(SetTest, ATypeThatTheToolkitDoesNotKnowIsAWrongTypeForAWritableColumn) {
     ExpectSetRefused({kValues + "1.0", "a", "1.2.3.4"}, "wrongType", kValues + "1.0");
     ExpectSetRefused({kValues + "1.0", "b", "1"}, "wrongType", kValues + "1.0");
     ExpectSetRefused({kValues + "12.0", "a", "1.2.3.4"}, "notWritable", kValues + "12.0");
@@ -122,7 +122,7 @@ TEST_P(SetTest, WhatNoModuleServesCannotBeWritten) {
     ExpectSetRefused({".1.3.6.1.4.1.32473.77.1.0", "i", "1"}, "notWritable", ".1.3.6.1.4.1.32473.77.1.0");
 }
 
-TEST_P(SetTest, Version1GetsTheErrorsThatItKnows) {
+TEST_P(SetTest, Version1GetsErrorsThatExistInVersion1) {
     const auto reason = [&](const Arguments& varBinds) {
         const std::string output = V1("snmpset", varBinds).output;
         const auto begin = output.find("Reason: ");

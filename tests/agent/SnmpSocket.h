@@ -14,8 +14,7 @@
 
 namespace agent_test {
 
-/// A socket that sends an agent octets as they are: over UDP or TCP to a port of the loopback address, or to a socket in
-/// the file system.
+/// A socket that sends raw octets to an agent: over UDP or TCP to a port of the loopback address, or to a Unix socket.
 class SnmpSocket {
 public:
     enum class Kind { kUdp, kTcp, kUnix };
@@ -41,7 +40,7 @@ public:
     bool Send(std::string_view message) const {
         return ::send(m_socket, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
     }
-    /// The next message; empty when none comes, or no whole one.
+    /// The next message; empty when no complete message comes.
     std::string Receive(int patienceMs = 20000) {
         while (!IsWhole()) {
             pollfd ready{m_socket, POLLIN, 0};

@@ -15,8 +15,8 @@ namespace agent_test {
 /// The sockets that a process has open, as the kernel lists them.
 class Sockets {
 public:
-    /// "udp 0100007F:0489" for one that is bound, "tcp 0100007F:0489" for one that listens, "tcp connected", "unix" and
-    /// "unix listens" for the others.
+    /// "udp 0100007F:0489" for a bound one, "tcp 0100007F:0489" for a listening one, "tcp connected", "unix" and "unix
+    /// listens" for the others.
     static std::multiset<std::string> Of(pid_t pid) {
         const std::string process = "/proc/" + std::to_string(pid);
         std::set<std::string> inodes = InodesOf(process);

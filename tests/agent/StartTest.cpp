@@ -1,4 +1,4 @@
-// What stands in the way of a start: one line on standard error, the right exit status, and nothing left half-started.
+// What prevents a start: one line on standard error, the right exit status, and nothing left half started.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ TEST_F(StartTest, VersionAndHelpGoToStandardOutputAndEndWell) {
 
 TEST_F(StartTest, AWrongCommandLineEndsItWithStatus2) {
     ExpectRefusal({"--frobnicate"}, 2, "--frobnicate is unknown");
-    ExpectRefusal({"--timeout", "soon"}, 2, "--timeout wants a number of seconds");
+    ExpectRefusal({"--timeout", "soon"}, 2, "--timeout needs a number of seconds");
     ExpectRefusal({"--agentx", "--listen", Udp()}, 2, "--listen and --agentx exclude each other");
 }
 
@@ -33,21 +33,21 @@ TEST_F(StartTest, AFaultyConfigurationEndsItWithTheLineThatIsWrong) {
     ExpectRefusal(WithOwn({"--config", file}), 1, file + ": line 2: Warning: Unknown token: rwcomunity");
 }
 
-TEST_F(StartTest, OfSeveralFaultsItSaysTheFirstAndWhereTheOthersAre) {
+TEST_F(StartTest, OfSeveralFaultsItPrintsTheFirstAndHowToSeeTheOthers) {
     const std::string file = WriteConfig("rwcomunity private\nrouser me maybe\n");
     ExpectRefusal(WithOwn({"--config", file}), 1, "(and more: cvtagentd --check-config " + file);
 }
 
-TEST_F(StartTest, AConfigurationThatGivesAccessToNobodyIsFaulty) {
-    ExpectRefusal(WithOwn({"--config", WriteConfig("# nothing\n")}), 1, "gives access to nobody");
+TEST_F(StartTest, AConfigurationThatGrantsAccessToNobodyIsFaulty) {
+    ExpectRefusal(WithOwn({"--config", WriteConfig("# nothing\n")}), 1, "grants access to nobody");
 }
 
 TEST_F(StartTest, AConfigurationThatCrashesTheLibraryIsReportedLikeAnyOther) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\ncreateUser me SHA\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": crashes the SNMP library");
+    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": this file crashes the SNMP library");
 }
 
-TEST_F(StartTest, CheckConfigPrintsEveryFaultOnALine) {
+TEST_F(StartTest, CheckConfigPrintsEveryFaultOnItsOwnLine) {
     const std::string file = WriteConfig("rwcomunity private\nrouser you maybe\ncreateUser you SHA short\n");
     std::filesystem::permissions(file, std::filesystem::perms::owner_read);
     const Outcome outcome = RunAgent({"--check-config", file});
@@ -58,7 +58,7 @@ TEST_F(StartTest, CheckConfigPrintsEveryFaultOnALine) {
     }
 }
 
-TEST_F(StartTest, CheckConfigSaysOfAGoodFileThatItHasNoFaultsAndWritesNowhere) {
+TEST_F(StartTest, CheckConfigSaysThatAGoodFileHasNoFaultsAndWritesNoFile) {
     const std::string file = WriteConfig("createUser me SHA-256 \"long enough\" AES\nrwuser me authpriv\n");
     std::filesystem::permissions(file, std::filesystem::perms::owner_read);
     const Outcome outcome = RunAgent({"--check-config", file});
@@ -71,23 +71,23 @@ TEST_F(StartTest, CheckConfigReportsAFileThatItCannotRead) {
     ExpectRefusal({"--check-config", m_scratch / "none.conf"}, 1, "No such file or directory");
 }
 
-TEST_F(StartTest, CheckConfigOutlivesAFileThatCrashesTheLibrary) {
+TEST_F(StartTest, CheckConfigSurvivesAFileThatCrashesTheLibrary) {
     ExpectRefusal({"--check-config", WriteConfig("createUser me SHA\n")}, 1, "crashes the SNMP library");
 }
 
 TEST_F(StartTest, ThePackagedConfigurationHasNoFaults) {
-    const std::string file = m_scratch / "packaged.conf";  // where it is built it may be anybody's
+    const std::string file = m_scratch / "packaged.conf";  // a copy, since any user may own the build tree
     std::filesystem::copy_file(CVHOST_SOURCE_DIR "/packaging/cvtagentd.conf", file);
     std::filesystem::permissions(file, std::filesystem::perms(0640));
     const Outcome outcome = RunAgent({"--check-config", file});
     EXPECT_EQ(outcome.status, 0) << outcome.output;
 }
 
-TEST_F(StartTest, AModuleThatIsNotThereEndsItWithStatus1) {
+TEST_F(StartTest, AMissingModuleEndsItWithStatus1) {
     ExpectRefusal(WithOwn({"--module", m_scratch / "none.so"}), 1, "cannot load the module");
 }
 
-TEST_F(StartTest, AFileThatIsNoModuleEndsItWithStatus1) {
+TEST_F(StartTest, AFileThatIsNotAModuleEndsItWithStatus1) {
     ExpectRefusal(WithOwn({"--module", m_scratch.Write("text.so", "text\n")}), 1, "cannot load the module");
     ExpectRefusal(WithOwn({"--module", CVHOST_BUILD_LIB_DIR "/libCVT.so.1"}), 1, "is not an extension module");
 }
@@ -96,7 +96,7 @@ TEST_F(StartTest, AModuleThatRefusesToStartEndsItWithStatus1) {
     ExpectRefusal(WithOwn({"--module", kTestModule}), 1, "refused to start", {"AGENT_TEST_MODULE=refuse"});
 }
 
-TEST_F(StartTest, AModuleBehindAnotherIsLookedAtBeforeTheFirstOneStarts) {
+TEST_F(StartTest, EveryModuleIsLoadedBeforeTheFirstOneStarts) {
     ExpectRefusal(WithOwn({"--module", kSampleModule, "--module", m_scratch / "none.so"}), 1, "cannot load the module");
 }
 
@@ -112,7 +112,7 @@ TEST_F(StartTest, TwoModulesForOneSubtreeAreRefused) {
 
 TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsItWithStatus1) {
     const Arguments module = {"--module", kTestModule, "--state-dir", m_scratch / "state"};
-    ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:port"}, 1, "no such address");
+    ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:port"}, 1, "not a valid address");
     ExpectRefusal(module + Arguments{"--listen", "udp:192.0.2.1:1161"}, 1, "this host has no such address");
     ExpectRefusal(module + Arguments{"--listen", "unix:" + m_scratch / "no/where"}, 1, "No such file or directory");
 }
@@ -139,14 +139,14 @@ TEST_F(StartTest, ClosedStandardStreamsAreNotReused) {
     }
 }
 
-TEST_F(StartTest, AFileThatIsNoSocketIsNotReplacedByOne) {
+TEST_F(StartTest, AFileThatIsNotASocketIsNotReplacedByOne) {
     const std::string file = m_scratch.Write("precious", "somebody's\n");
     ExpectRefusal({"--module", kTestModule, "--state-dir", m_scratch / "state", "--listen", "unix:" + file}, 1,
-                  "that file is no socket; choose another name");
+                  "that file is not a socket; choose another name");
     EXPECT_TRUE(std::filesystem::is_regular_file(file));
 }
 
-TEST_F(StartTest, WhatTheLibraryMakesLiesInTheStateFolderAndNotInTheRootFolder) {
+TEST_F(StartTest, TheLibrarysFilesAreInTheStateFolderAndNotInTheRootFolder) {
     const auto inRoot = [] {
         std::set<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator("/")) {
@@ -165,7 +165,7 @@ TEST_F(StartTest, AStateFolderWithAColonInItsNameIsRefused) {
     ExpectRefusal({"--state-dir", m_scratch.MakeFolder("a:b")}, 1, "has a colon in its name");
 }
 
-TEST_F(StartTest, TheDefaultStateFolderIsMadeForItsOwnerOnly) {
+TEST_F(StartTest, TheDefaultStateFolderIsCreatedForItsOwnerOnly) {
     const std::string folder = m_scratch / "made/state";
     Program agent({kAgentFile, "--module", kTestModule, "--listen", Udp()}, m_scratch / "log",
                   {"STATE_DIRECTORY=" + folder + ":/nowhere"});
@@ -176,7 +176,7 @@ TEST_F(StartTest, TheDefaultStateFolderIsMadeForItsOwnerOnly) {
     EXPECT_EQ(agent.Wait(), 0);
 }
 
-TEST_F(StartTest, AModuleThatDoesNotGetReadyEndsItAfterTheTimeout) {
+TEST_F(StartTest, AModuleThatIsNotReadyInTimeEndsItAfterTheTimeout) {
     const Outcome outcome =
         RunAgent({"--module", kTestModule, "--listen", Udp(), "--state-dir", m_scratch / "state", "--timeout", "1"},
                  {"AGENT_TEST_MODULE=never-ready"});

@@ -1,4 +1,5 @@
-// What happens to the users, the engine and its boots when the state cannot be written, is damaged, or the agent is killed.
+// What happens to the users, the engine and its boots when the state cannot be written, is damaged, or the agent is
+// killed.
 
 #include <sys/mount.h>
 #include <sys/ptrace.h>
@@ -27,7 +28,7 @@ protected:
     void Put(const std::string& name, const std::string& content) const { m_scratch.Write("state/" + name, content); }
     void Remove(const std::string& name) const { std::filesystem::remove_all(State(name)); }
 
-    /// The names in the state folder that have to do with the library's file.
+    /// The names in the state folder that belong to the library's file.
     std::vector<std::string> Files() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(State(""))) {
@@ -51,10 +52,10 @@ protected:
         }
         EXPECT_EQ(found, names);
     }
-    /// Runs the program far enough to read the state and, as `name` is there already, no further.
+    /// Runs the program far enough to read the state; it stops there because `name` already exists.
     void ExpectUserIsThere(const std::string& name) const {
         const Outcome outcome = Create(name, Phrases());
-        EXPECT_NE(outcome.output.find("there is a user " + name + " already"), std::string::npos) << outcome.output;
+        EXPECT_NE(outcome.output.find("the user " + name + " already exists"), std::string::npos) << outcome.output;
     }
     void ExpectRefusedFor(const std::string& why, const std::string& file = kMain) const {
         ExpectRefusal(WithOwn({"--module", kTestModule}), 1, "the state file " + State(file) + " is damaged (" + why);
@@ -66,12 +67,12 @@ protected:
     }
 };
 
-/// On a file system of some pages.
+/// On a file system of a few pages.
 class FullDiskTest : public StateTest {
 protected:
     void SetUp() override {
         if (!MadeUpHost::IsPossible()) {
-            GTEST_SKIP() << "this machine gives no mount namespace";
+            GTEST_SKIP() << "no mount namespace on this machine";
         }
         m_host = std::make_unique<MadeUpHost>();
         ASSERT_EQ(::mount("tmpfs", State("").c_str(), "tmpfs", 0, "size=64k,mode=0700"), 0) << std::strerror(errno);
@@ -94,7 +95,7 @@ private:
     std::unique_ptr<MadeUpHost> m_host;
 };
 
-TEST_F(FullDiskTest, AUserIsNotAddedAndTheOthersStay) {
+TEST_F(FullDiskTest, NoUserIsAddedAndTheOthersStay) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     Fill();
     ExpectRefused(
@@ -122,7 +123,7 @@ TEST_F(FullDiskTest, AStartThatCannotBeCountedServesNoUsersAndLosesNone) {
     EXPECT_EQ(Content().EngineBoots(), cvtagentd::StateContent(before).EngineBoots() + 1);
 }
 
-TEST_F(FullDiskTest, WithoutUsersTheAgentServesAndSaysWhatItCouldNotStore) {
+TEST_F(FullDiskTest, WithoutUsersTheAgentServesAndWarnsThatItCouldNotStoreTheState) {
     Fill();
     StartWritable();
     EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
@@ -134,19 +135,20 @@ TEST_F(FullDiskTest, WithoutUsersTheAgentServesAndSaysWhatItCouldNotStore) {
     EXPECT_EQ(Files(), std::vector<std::string>{});
 }
 
-TEST_F(FullDiskTest, AStartThatWasNotCountedIsOnceThereIsRoom) {
+TEST_F(FullDiskTest, AnUncountedStartIsCountedOnceThereIsRoom) {
     Fill();
     StartWritable();
     WriteConfig("rwcommunity private 127.0.0.1\ncreateUser late SHA-256 \"long enough\" AES\n");
     MakeRoom();
     Agent().Signal(SIGHUP);
     ASSERT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
-    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");  // after what follows that line
+    EXPECT_EQ(Get(kValues + "1.0"),
+              kValues + "1.0 = INTEGER: 1\n");  // answered after what follows that line in the log
     EXPECT_EQ(Content().EngineBoots(), 1U);
     ExpectUsers({"late"});
 }
 
-TEST_F(FullDiskTest, AnEndThatStoresNothingSaysSoAndLosesNothing) {
+TEST_F(FullDiskTest, AnEndThatCannotStoreTheStateWarnsAndLosesNothing) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     StartFor("reader");
     const std::string before = Kept();
@@ -188,7 +190,7 @@ TEST_F(StateTest, AFileThatIsCutOffAnywhereIsRefusedByName) {
     ExpectWorks("reader");
 }
 
-TEST_F(StateTest, AUserWhoseLineIsTakenOutIsGoneAndTheOthersStay) {
+TEST_F(StateTest, AUserWhoseLineIsRemovedIsGoneAndTheOthersStay) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     ASSERT_EQ(Create("other", Phrases()).status, 0);
     std::string kept = Kept();
@@ -201,7 +203,7 @@ TEST_F(StateTest, AUserWhoseLineIsTakenOutIsGoneAndTheOthersStay) {
     ExpectUsers({isOther ? "reader" : "other"});
 }
 
-TEST_F(StateTest, AUserWhoWasPutIntoTheFileMeanwhileIsNotOverwritten) {
+TEST_F(StateTest, AUserAddedToTheFileMeanwhileIsNotOverwritten) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     const std::string withOne = Kept();
     ASSERT_EQ(Create("other", Phrases()).status, 0);
@@ -210,7 +212,7 @@ TEST_F(StateTest, AUserWhoWasPutIntoTheFileMeanwhileIsNotOverwritten) {
     StartFor("reader");
     Put(kMain, withBoth);
     ExpectCleanEnd();
-    EXPECT_NE(Log().find("the file has the user other, whom this agent has not read"), std::string::npos) << Log();
+    EXPECT_NE(Log().find("the file has the user other, which this agent has not read"), std::string::npos) << Log();
     EXPECT_EQ(Kept(), withBoth);
 }
 
@@ -226,14 +228,14 @@ TEST_F(StateTest, SighupDoesNotReadADamagedState) {
     ExpectUsers({"reader"});
 }
 
-TEST_F(StateTest, ALineThatTheLibraryDoesNotKnowIsNoFaultOfTheConfiguration) {
+TEST_F(StateTest, AnUnknownLineInTheStateIsNotAFaultOfTheConfiguration) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     Put(kMain, "nonsense 1\n" + Kept());
     ExpectRefusal(WithOwn({"--module", kTestModule, "--config", WriteConfig("rouser reader authpriv\n")}), 1,
-                  "Unknown token: nonsense; that file lies in the state directory");
+                  "Unknown token: nonsense; that file is in the state directory");
 }
 
-TEST_F(StateTest, UsersOfEachKindOutliveARestart) {
+TEST_F(StateTest, UsersOfEachKindSurviveARestart) {
     std::string config;
     std::set<std::string> names;
     const std::pair<const char*, std::size_t> hashes[] = {{"MD5", 16},     {"SHA", 20},     {"SHA-224", 28},
@@ -261,7 +263,7 @@ TEST_F(StateTest, UsersOfEachKindOutliveARestart) {
     ExpectUsers(names);
 }
 
-TEST_F(StateTest, WhateverABrokenOffWriteHasLeftTheNextStartHasTheUsers) {
+TEST_F(StateTest, TheNextStartHasTheUsersWhateverAnInterruptedWriteHasLeft) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     const std::string good = Kept();
     const std::string cut = good.substr(0, good.find("oldEngineID"));
@@ -321,7 +323,7 @@ bool ChangesFolder(std::uint64_t call) {
     return call == SYS_mkdirat || call == SYS_renameat2;
 }
 
-/// Runs a program and kills it before its `limit`th call to the system after the first that makes a directory or renames a
+/// Runs a program and kills it before its `limit`th system call after the first one that makes a directory or renames a
 /// file; true when it has ended by itself before.
 bool RunsToItsEndWithin(int limit, const Arguments& arguments, const std::string& input) {
     std::vector<std::string> texts = arguments;
@@ -342,7 +344,7 @@ bool RunsToItsEndWithin(int limit, const Arguments& arguments, const std::string
         ::_exit(127);
     }
     int status = 0;
-    int calls = -1;  // before the first of them
+    int calls = -1;  // before the first such call
     for (bool first = true; ::waitpid(child, &status, 0) == child && WIFSTOPPED(status); first = false) {
         if (first) {
             ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
@@ -362,7 +364,7 @@ bool RunsToItsEndWithin(int limit, const Arguments& arguments, const std::string
     return WIFEXITED(status);
 }
 
-TEST_F(StateTest, KilledBeforeAnyCallToTheSystemWhileItStoresItLosesNothing) {
+TEST_F(StateTest, KilledBeforeAnySystemCallWhileStoringItLosesNothing) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     ASSERT_EQ(Create("other", Phrases()).status, 0);
     const std::string good = Kept();
@@ -371,7 +373,7 @@ TEST_F(StateTest, KilledBeforeAnyCallToTheSystemWhileItStoresItLosesNothing) {
     int limit = 0;
     while (!RunsToItsEndWithin(limit, Command("third"), input)) {
         const Outcome outcome = Create("reader", Phrases());
-        ASSERT_NE(outcome.output.find("there is a user reader already"), std::string::npos)
+        ASSERT_NE(outcome.output.find("the user reader already exists"), std::string::npos)
             << "killed at " << limit << ": " << outcome.output;
         EXPECT_EQ(Files(), std::vector{kMain}) << "killed at " << limit;
         kept += Kept() == good ? 1 : 0;
@@ -383,7 +385,7 @@ TEST_F(StateTest, KilledBeforeAnyCallToTheSystemWhileItStoresItLosesNothing) {
     ExpectUsers({"other", "reader", "third"});
 }
 
-/// How many kills CVHOST_STATE_KILLS asks for, for a campaign.
+/// The number of kills, which CVHOST_STATE_KILLS raises for a campaign.
 int Kills() {
     const char* const number = std::getenv("CVHOST_STATE_KILLS");
     return number != nullptr ? std::atoi(number) : 30;

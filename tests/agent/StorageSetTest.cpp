@@ -1,4 +1,4 @@
-// Writing hrStorageSize through a real client.
+// Writes hrStorageSize through a real client.
 
 #include "tests/agent/AgentTest.h"
 

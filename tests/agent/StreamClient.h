@@ -13,10 +13,10 @@
 
 namespace agent_test {
 
-/// A client over a stream that keeps to no rule but the protocol's.
+/// A stream client that obeys no rule except the protocol's.
 class StreamClient {
 public:
-    /// Over TCP to the loopback address; from another address of 127.0.0.0/8, if you like.
+    /// Over TCP to the loopback address; `from` may be another address of 127.0.0.0/8.
     explicit StreamClient(int port, const std::string& from = "127.0.0.1") : m_socket(Socket(AF_INET)) {
         const sockaddr_in source = Address(from, 0);
         m_isOpen = ::bind(m_socket, reinterpret_cast<const sockaddr*>(&source), sizeof source) == 0;
@@ -46,14 +46,14 @@ public:
     bool Send(std::string_view message) const {
         return ::send(m_socket, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
     }
-    /// What comes, until nothing more does for half a second.
+    /// What arrives until nothing more does for half a second.
     std::string ReadAll() const {
         std::string all;
         while (ReadSome(all, 500)) {
         }
         return all;
     }
-    /// What comes, until these are `count` messages, or nothing comes for 20 seconds.
+    /// What arrives until there are `count` messages, or nothing arrives for 20 seconds.
     std::string ReadMessages(int count) const {
         std::string all;
         while (CountMessages(all) != count && ReadSome(all, 20000)) {
@@ -63,14 +63,14 @@ public:
     /// Sends a message, and tells whether exactly one is the answer.
     bool IsAnswered(std::string_view message) const { return Send(message) && CountMessages(ReadMessages(1)) == 1; }
 
-    /// Whether the agent has closed the connection; waits for that.
+    /// Waits until the agent closes the connection; false when it does not.
     bool IsClosed(int patienceMs) const {
         pollfd closed{m_socket, POLLIN | POLLRDHUP, 0};
         char octet = 0;
         return ::poll(&closed, 1, patienceMs) > 0 && ::recv(m_socket, &octet, 1, MSG_PEEK | MSG_DONTWAIT) <= 0;
     }
 
-    /// How many whole messages there are; -1 when something is left over.
+    /// How many complete messages there are; -1 when octets are left over.
     static int CountMessages(std::string_view octets) {
         int count = 0;
         while (octets.size() >= 2 && octets[0] == '\x30') {

@@ -1,4 +1,4 @@
-// Clients over TCP that keep to no rule but the protocol's.
+// TCP clients that obey no rule except the protocol's.
 
 #include <fstream>
 #include <string>
@@ -10,7 +10,7 @@
 namespace agent_test {
 namespace {
 
-/// GETBULK of fifty instances behind hrSWRun (1.3.6.1.2.1.25.4), SNMPv2c, community "public".
+/// GETBULK of fifty instances after hrSWRun (1.3.6.1.2.1.25.4), SNMPv2c, community "public".
 constexpr std::string_view kBulk(
     "\x30\x25\x02\x01\x01\x04\x06public\xa5\x18\x02\x01\x01\x02\x01\x00\x02\x01\x32\x30\x0d\x30\x0b\x06\x07\x2b\x06\x01"
     "\x02\x01\x19\x04\x05\x00",
@@ -21,7 +21,7 @@ protected:
     StreamTest() { m_community = "public"; }
 };
 
-TEST_F(StreamTest, AClientThatDoesNotReadHoldsUpNobodyAndGetsWholeMessagesInTheEnd) {
+TEST_F(StreamTest, AClientThatDoesNotReadHoldsUpNoOtherAndGetsWholeMessagesInTheEnd) {
     const int port = FreePort();
     Start({"--listen", "tcp:127.0.0.1:" + std::to_string(port)});
     const StreamClient client(port);
@@ -37,10 +37,10 @@ TEST_F(StreamTest, AClientThatDoesNotReadHoldsUpNobodyAndGetsWholeMessagesInTheE
     const int answered = StreamClient::CountMessages(client.ReadAll());
     EXPECT_GT(answered, 0);
     EXPECT_LT(answered, kMany) << "the rest was dropped";
-    EXPECT_TRUE(client.IsAnswered(kBulk)) << "who reads again is served again";
+    EXPECT_TRUE(client.IsAnswered(kBulk)) << "a client that reads again is served again";
 }
 
-TEST_F(StreamTest, AConnectionIsKeptFromWhatModulesStart) {
+TEST_F(StreamTest, CommandsOfModulesDoNotInheritAConnection) {
     const int port = FreePort();
     Start({"--listen", "tcp:127.0.0.1:" + std::to_string(port)});
     const StreamClient client(port);

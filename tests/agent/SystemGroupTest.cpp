@@ -1,4 +1,4 @@
-// What a stand-alone agent says of itself: the system group, sysORTable, snmpEngine.
+// What a stand-alone agent says about itself: the system group, sysORTable, snmpEngine.
 
 #include <chrono>
 #include <regex>
@@ -70,7 +70,7 @@ TEST_F(SystemGroupTest, IsWalkedInOrderInEachVersion) {
     }
 }
 
-TEST_F(SystemGroupTest, WithoutAConfigurationItTellsOfTheHost) {
+TEST_F(SystemGroupTest, WithoutAConfigurationItDescribesTheHost) {
     Start({"--module", kTestModule});
     EXPECT_EQ(Text(1), KernelWords());
     EXPECT_TRUE(Text(1).starts_with("Linux ")) << Text(1);
@@ -81,7 +81,7 @@ TEST_F(SystemGroupTest, WithoutAConfigurationItTellsOfTheHost) {
     EXPECT_EQ(Number(kSystem + "7.0"), 72);
 }
 
-TEST_F(SystemGroupTest, TakesItsTextsFromTheConfigurationAsTheyStand) {
+TEST_F(SystemGroupTest, TakesItsTextsUnchangedFromTheConfiguration) {
     const std::string longest(255, 'x');
     StartWith("sysDescr   Linux, as we like it\nsysContact Me \"and you\" <me@example.org>  # both\nsysName " +
               longest + "\nsysLocation \tattic\nsysServices 0\n");
@@ -92,7 +92,7 @@ TEST_F(SystemGroupTest, TakesItsTextsFromTheConfigurationAsTheyStand) {
     EXPECT_EQ(Number(kSystem + "7.0"), 0);
 }
 
-TEST_F(SystemGroupTest, SighupTakesNewTextsAndForgetsThoseThatHaveGone) {
+TEST_F(SystemGroupTest, SighupTakesNewTextsAndForgetsRemovedOnes) {
     StartWith("sysContact first\nsysName alias\nsysServices 79\n");
     EXPECT_EQ(Text(5), "alias");
     ReloadWith("sysContact second\n", "agent.conf again");
@@ -114,7 +114,7 @@ TEST_F(SystemGroupTest, AValueThatTheObjectsCannotHoldIsAFaultWithItsLine) {
     for (const char* const services : {"128", "-1", "7x", "many", "99999999999999999999"}) {
         WriteConfig("rocommunity public 127.0.0.1\n\nsysServices " + std::string(services) + "\n");
         ExpectRefusal(WithOwn({"--config", file}), 1,
-                      file + ": line 3: Error: sysServices wants a number from 0 to 127");
+                      file + ": line 3: Error: sysServices needs a number from 0 to 127");
     }
 }
 
@@ -157,7 +157,7 @@ TEST_F(SystemGroupTest, TheTableOfMibsNamesEachWithTheSubtreeThatHoldsItsGroups)
     EXPECT_EQ(Get(kSystem + "9.1.3.0"), kSystem + "9.1.3.0 = No Such Instance currently exists at this OID\n");
 }
 
-TEST_F(SystemGroupTest, TheEngineTellsItsIdentifierBootsTimeAndGreatestMessage) {
+TEST_F(SystemGroupTest, TheEngineReportsItsIdentifierBootsTimeAndLongestMessage) {
     const std::string config = "engineID fixed\n";
     StartWith(config);
     EXPECT_EQ(Get(kEngine + "1.0"), kEngine + "1.0 = Hex-STRING: 80 00 1F 88 04 66 69 78 65 64 \n");

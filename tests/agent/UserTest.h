@@ -27,7 +27,7 @@ protected:
         std::ifstream in(m_scratch / "state/cvtagentd.conf", std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    /// Expects one line that holds `text`, status 1, and the state as it was.
+    /// Expects one line that contains `text`, status 1, and an unchanged state.
     void ExpectRefused(const std::string& name, const std::string& lines, const std::string& text) const {
         const std::string before = Kept();
         const Outcome outcome = Create(name, lines);
@@ -49,7 +49,7 @@ protected:
         StartFor(name);
         EXPECT_EQ(Ask(name, kAuthentication, kPrivacy).output, kValues + "1.0 = INTEGER: 1\n");
         EXPECT_EQ(Ask(name, kPrivacy, kPrivacy).status, 1);
-        const Arguments impatient = {"-t", "0.3", "-r", "0"};  // what cannot be deciphered is not answered
+        const Arguments impatient = {"-t", "0.3", "-r", "0"};  // a message that cannot be decrypted is not answered
         EXPECT_EQ(Ask(name, kAuthentication, kAuthentication, impatient).status, 1);
         ExpectCleanEnd();
     }

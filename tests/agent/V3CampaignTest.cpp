@@ -1,6 +1,6 @@
-// Messages of version 3 with valid keys, whatever is in them, and every size that the asker may claim for its own.
+// Version 3 messages with valid keys and random content, and every message size that a client may claim to accept.
 //
-// A short run by default. A campaign is the same for as long as is asked for, by environment variables:
+// A short run by default. Environment variables turn it into a campaign:
 //   CVHOST_V3_MESSAGES  how many messages
 //   CVHOST_V3_SEED      the seed of a run that is to be repeated; it is printed when a run fails
 
@@ -87,7 +87,7 @@ std::string AnyValue(Dice& dice) {
     }
 }
 
-/// The request's varbinds: few or many, all alike or each another one.
+/// The request's varbinds: few or many, all alike or all different.
 std::vector<V3Message::VarBind> AnyVarBinds(Dice& dice, bool isSet) {
     constexpr std::size_t kCounts[] = {1, 3, 20, 70, 200, 1500};
     const std::size_t count = 1 + dice.Below(dice.OnceIn(30) ? 3000 : dice.Of(kCounts));
@@ -137,8 +137,8 @@ protected:
         return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
     }
 
-    /// Writes one message that depends on the dice alone, but for the engine's time. What is sure to be answered properly,
-    /// if at all, is remembered.
+    /// Writes one message, which depends only on the dice and on the engine's time. Remembers it if any answer to it
+    /// must be a proper one.
     std::string Make(Dice& dice) {
         constexpr unsigned char kCommands[] = {V3Message::kGet,     V3Message::kGet,     V3Message::kGetNext,
                                                V3Message::kGetNext, V3Message::kGetBulk, V3Message::kGetBulk,
@@ -161,7 +161,7 @@ protected:
         m_sent[message.id] = {message, &user};
         return message.Encode(user);
     }
-    /// What the library answers by a report, and what belongs to no context.
+    /// Messages that the library answers with a report, and messages for no context.
     void Disturb(Dice& dice, V3Message& message) {
         switch (dice.Below(24)) {
             case 0: message.flags &= ~V3Message::kReportableFlag; break;
@@ -178,8 +178,8 @@ protected:
         }
     }
 
-    /// Waits until a request of another version is answered: what was sent before it has been served by then, too, unless
-    /// it was put back. False when the agent does not answer.
+    /// Waits until a request of another version is answered: everything sent before it has been served by then, unless
+    /// it was delegated. Returns false when the agent does not answer.
     bool TakeAnswers(std::uint64_t number) {
         const auto mark = static_cast<std::int64_t>(number % 0x7fffff00);
         const std::string pdu =
@@ -212,7 +212,7 @@ protected:
         }
         return false;
     }
-    /// A response must be no longer than its asker allows, and whole.
+    /// A response must be complete, and no longer than its client accepts.
     void Look(const std::string& octets) {
         ++m_answers;
         ber::Reader reader(octets);
@@ -261,7 +261,7 @@ TEST_F(V3CampaignTest, NoMessageWithValidKeysHarmsTheAgent) {
             std::cout << number << " messages, " << m_answers << " responses\n" << std::flush;
         }
     }
-    EXPECT_GT(m_answers, count / 4) << "nearly nothing is answered: the messages are not what they should be";
+    EXPECT_GT(m_answers, count / 4) << "nearly nothing is answered, so the messages are not what they should be";
 }
 
 }  // namespace

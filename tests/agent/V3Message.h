@@ -11,7 +11,7 @@
 
 namespace agent_test {
 
-/// A message of SNMP version 3, written field by field, so that each can be what no manager would send.
+/// An SNMP version 3 message, written field by field, so that each field can be something that no manager would send.
 struct V3Message {
     static constexpr unsigned char kGet = 0xA0;
     static constexpr unsigned char kGetNext = 0xA1;
@@ -41,18 +41,18 @@ struct V3Message {
     std::string contextName;
     unsigned char command = kGet;
     std::int64_t requestId = 1;
-    std::int64_t errorStatus = 0;  ///< of a GETBULK, the non-repeaters
-    std::int64_t errorIndex = 0;   ///< of a GETBULK, the repetitions
+    std::int64_t errorStatus = 0;  ///< in a GETBULK, the non-repeaters
+    std::int64_t errorIndex = 0;   ///< in a GETBULK, the repetitions
     std::vector<VarBind> varBinds;
 
-    /// Encrypted and with its digest as the flags say, which the user must have keys for. `change`, when there is one, is
-    /// applied to the scoped PDU first: the digest is that of what it returns.
+    /// Encodes the message, with encryption and a digest as the flags say; the user must have the keys. `change`, if
+    /// given, is applied to the scoped PDU first, and the digest covers its result.
     std::string Encode(const V3User& user, const Change& change = {}) const;
 
-    /// Nothing for what is no message of version 3 with the user's digest and cipher. A response without them, as a report
-    /// may be, is taken.
+    /// Returns no value when the octets are not a version 3 message with the user's digest and cipher. A response
+    /// without them, as a report may be, is accepted.
     static std::optional<V3Message> Decode(std::string_view octets, const V3User& user);
-    /// The part of a message that nobody encrypts.
+    /// The part of a message that is never encrypted.
     static std::optional<V3Message> DecodeReport(std::string_view octets) {
         return Decode(octets, V3User("", V3User::Digest::kNone, V3User::Cipher::kNone));
     }

@@ -14,15 +14,16 @@
 
 namespace agent_test {
 
-/// A test that writes messages of version 3 itself, to an agent with a user for each security level. The agent's heap is
-/// watched as closely as the build allows.
+/// A test that writes version 3 messages itself, to an agent with a user for each security level. The agent's heap is
+/// checked as closely as the build allows.
 class V3Test : public AgentTest {
 protected:
     using Digest = V3User::Digest;
     using Cipher = V3User::Cipher;
 
-    /// Freed memory is soon used again under the address sanitizer, whose eyes do not reach into the SNMP library: what that
-    /// spoils then lies in what is checked. Elsewhere the C library checks each block as it is freed.
+    /// The address sanitizer does not instrument the SNMP library, so its quarantine is kept small: freed memory is
+    /// soon used again, and a stray write by the library hits memory that is checked. In other builds the C library
+    /// checks each block as it is freed.
     static Arguments HeapChecks() {
         if (kIsSanitized) {
             const char* const options = std::getenv("ASAN_OPTIONS");
@@ -32,7 +33,7 @@ protected:
         return {"LD_PRELOAD=libc_malloc_debug.so.0", "MALLOC_CHECK_=3"};
     }
 
-    /// All users may read, but for the last one, who may do nothing.
+    /// All users may read, except the last one, which has no access.
     void StartWithUsers(const std::string& more = {}, const Arguments& options = {}, const Arguments& settings = {}) {
         std::string config = "rocommunity public 127.0.0.1\nrwcommunity private 127.0.0.1 .1.3.6.1.4.1.32473\n" + more;
         for (const V3User& user : m_users) {
@@ -64,7 +65,7 @@ protected:
         }
     }
 
-    /// A message that this user might send, at the highest level that it has keys for.
+    /// A message from this user, at the highest security level that it has keys for.
     V3Message From(const V3User& user) {
         V3Message message;
         message.id = message.requestId = ++m_lastId;

@@ -117,7 +117,7 @@ std::string V3User::InitialVector(std::uint32_t boots, std::uint32_t time, const
 std::string V3User::Encrypt(std::string plain, std::uint32_t boots, std::uint32_t time, const std::string& salt) const {
     const Algorithm algorithm = AlgorithmOf(m_cipher);
     if (plain.empty()) {
-        return {};  // the library would not take it
+        return {};  // the library would not accept it
     }
     if (m_cipher == Cipher::kDes) {
         plain.resize((plain.size() + 7) / 8 * 8);

@@ -6,14 +6,14 @@
 
 namespace agent_test {
 
-/// A user of the user-based security model, with the keys that it has towards one engine. The SNMP library computes
-/// digests and ciphers; what they stand in is written by the tests.
+/// A user of the user-based security model, with its keys for one engine. The SNMP library computes digests and
+/// ciphers; the tests write the messages around them.
 class V3User {
 public:
     enum class Digest { kNone, kMd5, kSha1, kSha256, kSha512 };
     enum class Cipher { kNone, kDes, kAes };
 
-    /// What every pass phrase is.
+    /// The pass phrase of every user.
     static constexpr const char* kPassPhrase = "long enough";
 
     V3User(std::string name, Digest digest, Cipher cipher);
@@ -24,17 +24,17 @@ public:
     /// The line of the configuration that creates it.
     std::string CreateUser() const;
 
-    /// Makes the keys. To be called before those below.
+    /// Makes the keys. Called before the functions below.
     void Localize(const std::string& engineId);
 
-    /// Octets of a digest in a message.
+    /// The size of a digest in a message, in octets.
     std::size_t DigestLength() const;
-    /// The digest of a message, in which zeros stand in its place.
+    /// The digest of a message that has zeros in its place.
     std::string DigestOf(std::string_view message) const;
 
     /// `salt`: 8 octets.
     std::string Encrypt(std::string plain, std::uint32_t boots, std::uint32_t time, const std::string& salt) const;
-    /// Empty when it cannot be.
+    /// Returns an empty string on failure.
     std::string Decrypt(std::string sealed, std::uint32_t boots, std::uint32_t time, const std::string& salt) const;
 
 private:

@@ -17,8 +17,8 @@
 
 namespace agent_test {
 
-/// One request of version 2c with any number of varbinds, which the distribution's clients do not send: they take 128 at
-/// most. The agent has been sent it when the constructor returns.
+/// One version 2c request with any number of varbinds; the distribution's clients send 128 at most. The constructor
+/// sends it to the agent.
 class WideRequest {
 public:
     enum Kind : unsigned char { kGet = 0xA0, kGetNext = 0xA1, kGetBulk = 0xA5 };
@@ -28,7 +28,7 @@ public:
         std::vector<std::string> names;
     };
 
-    /// `repetitions` of a GETBULK.
+    /// `repetitions`: for a GETBULK.
     WideRequest(int port, const std::string& community, Kind kind, const std::vector<std::string>& names,
                 unsigned char repetitions = 0)
         : m_socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
@@ -55,7 +55,7 @@ public:
         return ::poll(&readable, 1, 0) == 1;
     }
 
-    /// Waits for it, for a minute at most. To be called once.
+    /// Waits for the answer, for a minute at most. Called once.
     Response Answer() const {
         pollfd readable{m_socket, POLLIN, 0};
         std::string buffer(65536, '\0');
@@ -112,7 +112,7 @@ private:
         return content;
     }
 
-    /// The content of the field that `from` begins with, which is taken off.
+    /// Removes the field that `from` begins with, and returns its content.
     static std::string_view Take(std::string_view& from) {
         if (from.size() < 2) {
             return from = {};

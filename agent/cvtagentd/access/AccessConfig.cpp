@@ -41,10 +41,10 @@ constexpr const char* kNoAccess = "Warning: no access control information config
 
 std::string SystemError(int error) { return std::generic_category().message(error); }
 
-/// How long another process may take to look at a file. Meanwhile nobody is answered.
+/// How long the child process may take to check a file. No request is answered meanwhile.
 constexpr std::chrono::seconds kPatience{5};
 
-/// Reads the pipe to its end. False when that has not come in time.
+/// Reads the pipe to its end. Returns false when the end does not come in time.
 bool ReadAll(int pipe, std::string& text) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     std::array<char, 4096> buffer;
@@ -65,7 +65,8 @@ bool ReadAll(int pipe, std::string& text) {
     }
 }
 
-/// Starts this program anew with what it writes to standard error going to `pipe`, and its remarks to nobody. False when the system refuses.
+/// Starts this program as a child that writes standard error to `pipe` and discards its remarks. Returns false when the
+/// system refuses.
 bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
     std::string program = "cvtagentd";
     std::string option = "--check-config";
@@ -88,13 +89,14 @@ bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
     return failed == 0;
 }
 
-/// Whether a directive says as whom to run. By then it has been decided: what can say it may be that user's own.
+/// Whether a directive names the user to run as. That has been decided before the file is read, since the file may
+/// belong to that user.
 bool IsUserNamed() {
     return ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_USERID) != 0 ||
            ::netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_GROUPID) != 0;
 }
 
-/// For root. Returns a remark when it has done so, else nothing.
+/// For root. Returns a remark when it has done so, otherwise an empty string.
 std::string BecomeOwnerOf(const std::string& file) {
     struct stat status {};
     if (::geteuid() != 0 || ::stat(file.c_str(), &status) != 0 || status.st_uid == 0) {
@@ -107,11 +109,11 @@ std::string BecomeOwnerOf(const std::string& file) {
     Privileges::Become(owner);
     Privileges::GiveUpPorts();
     return file + ": Note: belongs to the user " + owner.Label() +
-           ", as whom it was read; only an agent that runs as " + owner.Label() + " takes it";
+           ", and was read as that user; only an agent that runs as " + owner.Label() + " accepts it";
 }
 
-/// What another process of this program finds with --check-config: a file that is faulty, or even crashes the library, does
-/// not harm the one that serves.
+/// The faults that a child process finds with --check-config. A file that is faulty, or even crashes the library, then
+/// does no harm to the process that serves.
 std::vector<std::string> FaultsFoundByChild(const std::string& file) {
     std::array<int, 2> ends{};
     pid_t child = 0;
@@ -131,8 +133,8 @@ std::vector<std::string> FaultsFoundByChild(const std::string& file) {
         ::waitpid(child, &status, 0);
     }
     if (!inTime) {
-        return {"looking at the configuration " + file + " takes longer than " + std::to_string(kPatience.count()) +
-                " s; look for an includeFile that is no regular file"};
+        return {"checking the configuration " + file + " takes longer than " + std::to_string(kPatience.count()) +
+                " s; look for an includeFile that is not a regular file"};
     }
     std::istringstream said(text);
     std::vector<std::string> faults;
@@ -170,7 +172,7 @@ void AccessConfig::RequireTrustedState() {
 
 std::vector<std::string> AccessConfig::Faults(const std::string& file, const std::vector<LibraryLog::Message>& said) {
     std::vector<std::string> faults;
-    std::string reason;  // said before the line that it belongs to
+    std::string reason;  // logged before the line that it belongs to
     bool noAccess = false;
     for (const LibraryLog::Message& message : said) {
         std::string fault = message.text;
@@ -192,12 +194,12 @@ std::vector<std::string> AccessConfig::Faults(const std::string& file, const std
     if (!reason.empty()) {
         faults.push_back(reason);
     }
-    if (noAccess && faults.empty()) {  // or else it follows from the faults
-        faults.push_back(file + ": gives access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");
+    if (noAccess && faults.empty()) {  // otherwise it follows from the faults
+        faults.push_back(file + ": grants access to nobody; add a line such as \"rocommunity public 127.0.0.1\"");
     }
     if (IsUserNamed()) {
         faults.push_back(file +
-                         ": agentuser and agentgroup come too late: take them out, and name the user with --user");
+                         ": agentuser and agentgroup take effect too late: remove them, and name the user with --user");
     }
     return faults;
 }
@@ -215,7 +217,7 @@ void AccessConfig::RequireFaultless(const std::string& file, const std::vector<L
     for (const LibraryLog::Message& message : said) {
         if (message.text.starts_with(state) && !message.text.starts_with(file + ":")) {
             throw StartError(message.text +
-                             "; that file lies in the state directory: take the line out, or put back a complete copy");
+                             "; that file is in the state directory: remove the line, or restore a complete copy");
         }
     }
     if (const std::vector<std::string> faults = AllFaults(file, said); !faults.empty()) {
@@ -271,7 +273,7 @@ int AccessConfig::Check(const std::string& file, std::function<void()> beforeCon
 
 void AccessConfig::Reload(const std::string& file) {
     if (file.empty()) {
-        Log::Info("there is no configuration file to read again");
+        Log::Info("no configuration file to read again");
         return;
     }
     std::vector<std::string> faults;

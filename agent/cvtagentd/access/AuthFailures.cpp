@@ -14,7 +14,7 @@
 namespace cvtagentd {
 namespace {
 
-/// Where a packet came from. What is no internet address is a socket on this host.
+/// Where a packet came from. Any address that is not an internet address is a socket on this host.
 std::string Origin(const netsnmp_pdu& pdu) {
     if (pdu.transport_data == nullptr || pdu.transport_data_length != sizeof(netsnmp_indexed_addr_pair)) {
         return "this host";
@@ -40,7 +40,7 @@ int OnCheck(int /*majorId*/, int /*minorId*/, void* parameters, void* /*unused*/
 }  // namespace
 
 void AuthFailures::Watch() {
-    // After the check itself, whose result it looks at.
+    // Registered after the check itself, whose result it reads.
     ::netsnmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, &OnCheck, nullptr,
                                 NETSNMP_CALLBACK_LOWEST_PRIORITY);
 }

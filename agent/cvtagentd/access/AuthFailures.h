@@ -2,11 +2,11 @@
 
 namespace cvtagentd {
 
-/// Says in the log that somebody asks with a community that does not exist or may not be used from his address, and from
-/// where: the SNMP library itself is silent about it. At most a few lines a minute, as LibraryLog limits them.
+/// Logs requests with a community that does not exist or may not be used from the client's address, and that address;
+/// the SNMP library itself does not log them. LibraryLog limits this to a few lines a minute.
 namespace AuthFailures {
 
-/// Called when the library is initialised. Holds until the library is shut down.
+/// Called when the library is initialised. Stays in force until the library is shut down.
 void Watch();
 
 }  // namespace AuthFailures

@@ -18,8 +18,8 @@ namespace {
 using Path = std::filesystem::path;
 
 constexpr std::string_view kEnding = ".conf";
-/// What the names of files begin with that the library reads from the state directory: for this program, for itself, and
-/// for its AgentX part.
+/// The beginnings of the names of the files that the library reads from the state directory: for this program, for
+/// itself, and for its AgentX part.
 constexpr std::array<std::string_view, 3> kReadFromState = {"cvtagentd", "snmp.", "agentx."};
 
 std::vector<std::string> ConfigurationsIn(const std::string& folder) {
@@ -97,7 +97,7 @@ std::vector<std::string> IncludedBy(const std::string& file) {
     return files;
 }
 
-/// Adds the file and what it includes, unless it is there already.
+/// Adds the file and the files that it includes, unless it is in the list already.
 void Add(const std::string& file, std::vector<std::string>& files) {
     std::vector<std::string> left = {file};
     while (!left.empty()) {

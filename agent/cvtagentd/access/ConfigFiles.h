@@ -5,7 +5,8 @@
 
 namespace cvtagentd {
 
-/// The files that the SNMP library obeys: a configuration and what it includes, and what lies in the state directory.
+/// The files that the SNMP library obeys: a configuration, the files that it includes, and those in the state
+/// directory.
 namespace ConfigFiles {
 
 /// The file itself and all that it includes (includeFile, includeDir, includeSearch), directly or not and in whatever
@@ -13,10 +14,11 @@ namespace ConfigFiles {
 /// is read. Only regular files are looked into.
 std::vector<std::string> From(const std::string& file);
 
-/// Those in the working directory, the state directory, that the library reads by their names, and what they include.
+/// The files in the state directory (the working directory) that the library reads because of their names, and the
+/// files that they include.
 std::vector<std::string> InState();
 
-/// Why the first of these files that is not to be obeyed is not (see TrustedFile); empty when all are.
+/// Why the first untrusted one of these files must not be obeyed (see TrustedFile); empty when all may be.
 std::string WhyNotTrusted(const std::string& what, const std::vector<std::string>& files);
 
 }  // namespace ConfigFiles

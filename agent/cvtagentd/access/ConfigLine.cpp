@@ -12,7 +12,7 @@
 namespace cvtagentd {
 namespace {
 
-/// The words of a line as the library takes them apart, up to a comment.
+/// The words of a line as the library splits it, up to a comment.
 std::vector<std::string> Words(const std::string& line) {
     std::vector<std::string> words;
     std::array<char, 1024> word{};
@@ -26,8 +26,8 @@ std::vector<std::string> Words(const std::string& line) {
 
 }  // namespace
 
-/// A section in brackets holds for the line that it stands on, or else for those that follow it. Those of other programs
-/// are not ours.
+/// A section name in brackets applies to its own line if that goes on, and otherwise to the lines after it. Sections of
+/// other programs are skipped.
 std::vector<ConfigLine> ConfigLine::AllOf(const std::string& file) {
     std::vector<ConfigLine> lines;
     std::ifstream in(file);

@@ -37,7 +37,7 @@ constexpr std::array<std::string_view, 9> kWithoutEffect = {
     "master", "agentxperms", "smuxpeer", "smuxsocket", "perl", "perlinitfile", "disableperl", "quit", "leave_pidfile"};
 constexpr std::array<std::string_view, 3> kForSubagents = {"agentxsocket", "agentxtimeout", "agentxretries"};
 
-/// The word behind the options, each of which has a value.
+/// The word after the options, each of which has a value.
 std::optional<std::string> FirstName(const std::vector<std::string>& words) {
     std::size_t at = 0;
     while (at < words.size() && words[at].size() == 2 && words[at].front() == '-') {
@@ -80,7 +80,7 @@ private:
         }
         TakeViewUses(line);
         if (IsOneOf(line.directive, kWithoutEffect)) {
-            Remark(line, line.directive + " has no effect on this agent");
+            Remark(line, line.directive + " has no effect in this agent");
         } else if (IsOneOf(line.directive, kForSubagents)) {
             Remark(line, line.directive + " has an effect with --agentx only");
         }
@@ -105,19 +105,19 @@ private:
         for (const auto& [line, name] : m_viewUses) {
             if (!name.empty() && name != "none" && name != "_all_" && m_views.count(name) == 0) {
                 std::string fault = At(*line);
-                fault.append("Error: the view ").append(name).append(" is defined nowhere; add \"view ");
+                fault.append("Error: the view ").append(name).append(" is not defined; add \"view ");
                 m_review.faults.push_back(fault.append(name).append(" included OID\""));
             }
         }
     }
 
-    /// No fault: the keys of a user may lie in the state directory, where --create-user puts them.
+    /// This is not a fault: a user's keys may be in the state directory, where --create-user puts them.
     void ReportUsers() {
         for (const auto& [line, name] : m_userUses) {
             if (m_users.count(name) == 0) {
                 std::string text = "the user ";
-                text.append(name).append(" is not made in this file: he is known only if cvtagentd --create-user ");
-                Remark(*line, text.append(name).append(", or an earlier createUser, has made him"));
+                text.append(name).append(" is not created in this file: it exists only if cvtagentd --create-user ");
+                Remark(*line, text.append(name).append(", or an earlier createUser, has created it"));
             }
         }
     }
@@ -134,7 +134,7 @@ private:
         for (const std::string& file : ConfigFiles::From(m_file)) {
             if (const std::string folder = TrustedFile::FolderOfOthers(file); !folder.empty()) {
                 std::string remark = file;
-                remark.append(": Warning: others than root and this user can write to the folder ").append(folder);
+                remark.append(": Warning: users other than root and this one can write to the folder ").append(folder);
                 m_review.remarks.push_back(remark.append(", and so replace the file"));
             }
         }

@@ -5,14 +5,14 @@
 
 namespace cvtagentd {
 
-/// What the SNMP library takes without a word, though whoever wrote it meant something else: names that lead nowhere,
-/// directives without effect, secrets in the open. A plain value.
+/// What the SNMP library accepts without a message although the author probably meant something else: undefined names,
+/// directives without effect, secrets that others can read. A plain value.
 struct ConfigReview {
-    std::vector<std::string> faults;   ///< a line each, with file and line: the configuration is not to be used
-    std::vector<std::string> remarks;  ///< a line each: it may be meant so
+    std::vector<std::string> faults;   ///< a line each, with file and line: the configuration must not be used
+    std::vector<std::string> remarks;  ///< a line each: it may be intended
 
-    /// Reads the file, as a stand-alone agent would. A file that cannot be read gives nothing; nor do names when the file
-    /// includes others, where they may be defined.
+    /// Reads the file as a stand-alone agent would. A file that cannot be read yields an empty review. Names are not
+    /// checked when the file includes others, since they may be defined there.
     static ConfigReview Of(const std::string& file);
 };
 

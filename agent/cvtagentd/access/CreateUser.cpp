@@ -28,7 +28,7 @@ constexpr std::size_t kLongestName = 32;  // SnmpAdminString (SIZE(1..32))
 constexpr std::size_t kSha256Octets = 32;
 constexpr std::size_t kAesOctets = 16;
 
-/// Memory that the library frees in the end.
+/// Memory that the library frees later.
 struct Block {
     u_char* data;
     std::size_t size;
@@ -44,12 +44,12 @@ Block CopyOf(const void* data, std::size_t size) {
     return {copy, size};
 }
 
-/// This agent's engine identifier; the library has made one if the directory had none.
+/// Returns this agent's engine identifier; the library has made one if the directory had none.
 class EngineId {
 public:
     EngineId() : m_data(::snmpv3_generate_engineID(&m_size), &std::free) {
         if (m_data == nullptr || m_size == 0) {
-            throw StartError("the SNMP library gives no engine identifier; look at engineID in the configuration");
+            throw StartError("the SNMP library has no engine identifier; check engineID in the configuration");
         }
     }
     const u_char* Data() const { return m_data.get(); }
@@ -60,7 +60,7 @@ private:
     const std::unique_ptr<u_char, void (*)(void*)> m_data;
 };
 
-/// A key that is good for this engine alone. `size` octets of it are used.
+/// Returns a key that is valid only for this engine, cut to `size` octets.
 Block LocalisedKey(const PassPhrase& phrase, const EngineId& engine, std::size_t size) {
     std::array<u_char, USM_LENGTH_KU_HASHBLOCK> key{};
     std::array<u_char, USM_LENGTH_KU_HASHBLOCK> localised{};
@@ -76,7 +76,9 @@ Block LocalisedKey(const PassPhrase& phrase, const EngineId& engine, std::size_t
     ::explicit_bzero(key.data(), key.size());
     ::explicit_bzero(localised.data(), localised.size());
     if (!made) {
-        throw StartError("the SNMP library cannot make keys; it has been built without cryptography");
+        throw StartError(
+            "the SNMP library cannot make keys, because it was built without cryptography; "
+            "install one that was built with it");
     }
     return block;
 }
@@ -86,7 +88,7 @@ oid* CopyOf(const oid (&protocol)[Length]) {
     return ::snmp_duplicate_objid(protocol, Length);
 }
 
-/// The library owns him afterwards.
+/// The library owns the user afterwards.
 void Add(const std::string& name, const PassPhrase& authentication, const PassPhrase& privacy) {
     const EngineId engine;
     const Block authKey = LocalisedKey(authentication, engine, kSha256Octets);
@@ -100,7 +102,7 @@ void Add(const std::string& name, const PassPhrase& authentication, const PassPh
     user->engineIDLen = id.size;
     user->name = reinterpret_cast<char*>(CopyOf(name.data(), name.size()).data);
     user->secName = reinterpret_cast<char*>(CopyOf(name.data(), name.size()).data);
-    // A new one comes with protocols that do nothing.
+    // A new user starts with protocols that do nothing.
     std::free(user->authProtocol);
     std::free(user->privProtocol);
     user->authProtocol = CopyOf(usmHMAC192SHA256AuthProtocol);
@@ -116,8 +118,8 @@ void Add(const std::string& name, const PassPhrase& authentication, const PassPh
     ::usm_add_user(user);
 }
 
-/// For root: the state of somebody else is read and written as him. His are the files, and root neither obeys what stands
-/// in them nor follows a link that he may have laid.
+/// For root: another user's state is read and written as that user. The files stay that user's, and root neither obeys
+/// them nor follows a link that the user may have placed there.
 void BecomeOwnerOfState() {
     struct stat folder {};
     if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
@@ -138,7 +140,7 @@ int CreateUser::Run() const {
     const StateLock lock;
     AddToState();
     std::printf(
-        "added the user %s (SHA-256, AES); to let him read, put this line into the configuration and start the "
+        "added the user %s (SHA-256, AES); to give it read access, add this line to the configuration and start the "
         "agent: rouser %s authpriv\n",
         m_request.name.c_str(), m_request.name.c_str());
     return EXIT_SUCCESS;
@@ -147,7 +149,7 @@ int CreateUser::Run() const {
 void CreateUser::AddToState() const {
     AccessConfig::RequireTrusted(m_request.configFile);
     AccessConfig::RequireTrustedState();
-    // Whoever adds the first user has granted no access yet, which is no fault here: hence the built-in access.
+    // The first user may be added before any access is granted. That is not a fault here, hence the built-in access.
     const SnmpLibrary library({m_request.configFile, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(),
                                m_request.beforeConfiguration});
     AccessConfig::RequireFaultless(m_request.configFile, library.Messages());
@@ -158,7 +160,7 @@ void CreateUser::AddToState() const {
     SnmpLibrary::Store();
 }
 
-/// A name that the configuration's directives can hold, too.
+/// Accepts a name that the configuration's directives can hold, too.
 void CreateUser::CheckName() const {
     const std::string& name = m_request.name;
     const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
@@ -167,15 +169,15 @@ void CreateUser::CheckName() const {
     if (!plain || name.size() > kLongestName || name.front() == '-') {
         throw StartError(
             "the name of an SNMPv3 user has 1 to 32 letters, digits or signs, with no space, quote, "
-            "backslash or #, and no - in front; \"" +
-            name + "\" is none");
+            "backslash or #, and no leading -; \"" +
+            name + "\" is not such a name");
     }
 }
 
 void CreateUser::RefuseExisting() const {
     const EngineId engine;
     if (::usm_get_user(engine.Data(), engine.Size(), m_request.name.c_str()) != nullptr) {
-        throw StartError("there is a user " + m_request.name + " already; nothing is changed (choose another name)");
+        throw StartError("the user " + m_request.name + " already exists; nothing is changed (choose another name)");
     }
 }
 

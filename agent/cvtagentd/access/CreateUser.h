@@ -6,8 +6,8 @@
 
 namespace cvtagentd {
 
-/// --create-user: adds an SNMPv3 user, with SHA-256 and AES, to the state directory. What is kept are his keys, which are
-/// good for this one agent, not his pass phrases. One in a process.
+/// --create-user: adds an SNMPv3 user, with SHA-256 and AES, to the state directory. The user's keys are stored, which
+/// are valid for this agent only, and not the pass phrases. One in a process.
 class CreateUser {
 public:
     struct Request {
@@ -19,8 +19,8 @@ public:
 
     explicit CreateUser(Request request) : m_request(std::move(request)) {}
 
-    /// Gives the exit status. Throws StartError, with no user added: when there is one of that name, when an agent uses
-    /// the directory, or when the pass phrases are not good enough.
+    /// Returns the exit status. Throws StartError, with no user added, when there is one of that name, when an agent
+    /// uses the directory, or when the pass phrases are not good enough.
     int Run() const;
 
 private:

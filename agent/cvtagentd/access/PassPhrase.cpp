@@ -22,8 +22,8 @@ void OnSignal(int /*signal*/) {}
 
 }  // namespace
 
-/// While one exists the terminal shows nothing of what is typed, and a signal that would end the program ends only the
-/// waiting for input, so that the terminal is never left mute.
+/// While one exists the terminal does not echo what is typed. A signal that would end the program ends only the wait
+/// for input, so that the terminal is never left without echo.
 class PassPhrase::MuteTerminal {
 public:
     MuteTerminal() {
@@ -52,7 +52,7 @@ public:
     MuteTerminal(const MuteTerminal&) = delete;
     MuteTerminal& operator=(const MuteTerminal&) = delete;
 
-    /// False when a signal came. Signals reach this process here and nowhere else: none is lost between two reads.
+    /// Returns false when a signal came. Signals are delivered only here, so none is lost between two reads.
     bool WaitForInput() const {
         pollfd input{STDIN_FILENO, POLLIN, 0};
         return ::ppoll(&input, 1, nullptr, &m_mask) > 0;
@@ -78,10 +78,10 @@ PassPhrase PassPhrase::Read(const std::string& purpose) {
     phrase.ReadLine(purpose, &mute);
     phrase.Check(purpose);
     PassPhrase again;
-    Show("\nthe same once more: ");
+    Show("\nrepeat it: ");
     again.ReadLine(purpose, &mute);
     if (again.m_text != phrase.m_text) {
-        throw StartError("the two " + purpose + " pass phrases are not the same; nothing is changed");
+        throw StartError("the two " + purpose + " pass phrases differ; nothing is changed");
     }
     return phrase;
 }
@@ -90,14 +90,14 @@ PassPhrase::~PassPhrase() { ::explicit_bzero(m_text.data(), m_text.size()); }
 
 const unsigned char* PassPhrase::Data() const { return reinterpret_cast<const unsigned char*>(m_text.data()); }
 
-/// What is too long is cut one octet behind the limit.
+/// A line that is too long is cut one octet after the limit.
 void PassPhrase::ReadLine(const std::string& purpose, const MuteTerminal* terminal) {
     for (;;) {
         char octet = 0;
         const bool ready = terminal == nullptr || terminal->WaitForInput();
         if (!ready || ::read(STDIN_FILENO, &octet, 1) <= 0) {
             throw StartError("the input ended before the " + purpose +
-                             " pass phrase was complete; nothing is changed (two lines are wanted: the authentication "
+                             " pass phrase was complete; nothing is changed (it reads two lines: the authentication "
                              "and the privacy pass phrase)");
         }
         if (octet == '\n') {

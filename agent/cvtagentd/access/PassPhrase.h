@@ -4,12 +4,12 @@
 
 namespace cvtagentd {
 
-/// A secret that people type. Its memory is wiped when it goes.
+/// A secret that a user types. The destructor wipes its memory.
 class PassPhrase {
 public:
-    /// Asks for it on the terminal, twice and without showing it, when standard input is one; or else takes a line of
-    /// standard input. `purpose` says what for, as in "authentication". Throws StartError when it is not typed the same
-    /// way twice, has fewer than 8 octets or over 256 or a control character, or when the input ends.
+    /// Asks for it twice, without echo, when standard input is a terminal; otherwise reads a line of standard input.
+    /// `purpose` says what it is for, as in "authentication". Throws StartError when the two inputs differ, when it has
+    /// fewer than 8 or more than 256 octets or a control character, or when the input ends.
     static PassPhrase Read(const std::string& purpose);
 
     PassPhrase(PassPhrase&&) = default;
@@ -23,7 +23,7 @@ public:
 private:
     class MuteTerminal;
 
-    PassPhrase() { m_text.reserve(kCapacity); }  // never moved by growing
+    PassPhrase() { m_text.reserve(kCapacity); }  // so that it never grows and leaves a copy behind
     /// `terminal` is null when there is none.
     void ReadLine(const std::string& purpose, const MuteTerminal* terminal);
     void Check(const std::string& purpose) const;

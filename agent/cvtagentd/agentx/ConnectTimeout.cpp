@@ -18,14 +18,14 @@ void OnAlarm(int /*signal*/) {}
 
 ConnectTimeout::ConnectTimeout() {
     struct sigaction action {};
-    action.sa_handler = &OnAlarm;  // without SA_RESTART: to interrupt is all that it is for
+    action.sa_handler = &OnAlarm;  // without SA_RESTART: its only purpose is to interrupt
     ::sigaction(SIGALRM, &action, nullptr);
     sigevent event{};
     event.sigev_notify = SIGEV_THREAD_ID;
     event.sigev_signo = SIGALRM;
     event._sigev_un._tid = static_cast<pid_t>(::syscall(SYS_gettid));
     if (::timer_create(CLOCK_MONOTONIC, &event, &m_timer) != 0) {
-        throw StartError("the system gives no more timers; raise the limit of pending signals (ulimit -i)");
+        throw StartError("no timer is left; raise the limit of pending signals (ulimit -i)");
     }
 }
 

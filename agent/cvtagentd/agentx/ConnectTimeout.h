@@ -4,11 +4,11 @@
 
 namespace cvtagentd {
 
-/// Keeps the SNMP library from waiting without end for an AgentX master that hangs: the system lets connect(2) wait as long
-/// as the queue of the master's socket is full, and nothing in the library limits that.
+/// Keeps the SNMP library from waiting without end for an AgentX master that hangs: connect(2) waits as long as the
+/// queue of the master's socket is full, and the library sets no limit.
 ///
-/// While it is on, a signal (SIGALRM) interrupts every two seconds whatever the thread waits for in the system. Only for
-/// the thread that made it, and only where that does no harm.
+/// While it is on, a signal (SIGALRM) interrupts the thread's system calls every two seconds. It acts only on the
+/// thread that made it; set it only where an interruption does no harm.
 class ConnectTimeout {
 public:
     /// Throws StartError when the system has no timer left.

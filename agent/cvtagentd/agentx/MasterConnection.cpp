@@ -22,25 +22,25 @@ constexpr const char* kDefaultAddress = "/var/agentx/master";
 constexpr std::chrono::seconds kFirstReminder{10};
 constexpr std::chrono::seconds kReminderInterval{60};
 
-// The library waits a second for each answer of the master's, and does nothing else meanwhile. When it gets none to a ping
-// it closes the session and opens another, so that a hung master keeps us from our end for three seconds at most.
+// The library waits a second for each answer of the master, and does nothing else meanwhile. When a ping is not
+// answered it closes the session and opens another, so a hung master delays our shutdown by three seconds at most.
 constexpr int kPingSeconds = 2;
 constexpr int kRetries = 0;
 
-// The least of the AgentX protocol's own errors. One is duplicateRegistration: when the library registers again what it has
-// it does so once for each stretch of a subtree between those nested in it.
+// The lowest of the AgentX protocol's own errors. One of them is duplicateRegistration: when the library registers its
+// subtrees again, it does so once for each stretch of a subtree between those nested in it.
 constexpr int kLeastError = 256;
 
-constexpr int kMostLosses = 3;  // that are reported within kReminderInterval
+constexpr int kMostLosses = 3;  // reported within kReminderInterval
 
-MasterConnection* s_watch = nullptr;  // not an argument of the callbacks: the library would free it
+MasterConnection* s_watch = nullptr;  // not the callbacks' argument, because the library would free it
 
 }  // namespace
 
 MasterConnection::MasterConnection(std::string address) : m_address(std::move(address)) {
     s_watch = this;
-    LibraryLog::Demote("AgentX master agent failed to respond to ping");  // said in our own words
-    LibraryLog::Demote("dropping bad AgentX request");  // the master takes a SET back that he never got an answer to
+    LibraryLog::Demote("AgentX master agent failed to respond to ping");  // logged in our own words
+    LibraryLog::Demote("dropping bad AgentX request");  // the master undoes a SET that was never answered
     LibraryLog::Demote("registering pdu failed",
                        [this](const std::string& text) { m_unregistered |= !IsRefusal(text); });
     ::netsnmp_enable_subagent();
@@ -72,7 +72,7 @@ int MasterConnection::OnStart(int /*majorId*/, int /*minorId*/, void* session, v
     self.m_limit.Set(false);
     self.m_session = session;
     if (const auto fd = self.Socket(); fd) {
-        ::fcntl(*fd, F_SETFD, FD_CLOEXEC);  // or else a child of a module's would keep the connection open
+        ::fcntl(*fd, F_SETFD, FD_CLOEXEC);  // otherwise a module's child process would keep the connection open
     }
     self.m_cut = false;
     self.m_changed = true;
@@ -84,9 +84,9 @@ int MasterConnection::OnStart(int /*majorId*/, int /*minorId*/, void* session, v
 
 int MasterConnection::OnStop(int /*majorId*/, int /*minorId*/, void* /*session*/, void* /*unused*/) {
     MasterConnection& self = *s_watch;
-    self.m_limit.Set(!self.m_leaving);  // after a ping without an answer the library connects anew at once
+    self.m_limit.Set(!self.m_leaving);  // after an unanswered ping the library connects again at once
     self.Cut();
-    if (self.m_session != nullptr) {  // an attempt that failed changes nothing
+    if (self.m_session != nullptr) {  // a failed attempt changes nothing
         self.m_changed = true;
         self.CountLoss();
     }
@@ -120,7 +120,7 @@ std::string MasterConnection::Address() const {
     return configured == nullptr ? kDefaultAddress : configured;
 }
 
-/// Asks the system anew, since the library does not keep the reason.
+/// Tries to connect again, since the library does not keep the reason.
 std::string MasterConnection::WhyMissing() const {
     const LibraryLog::Collector silence;
     errno = 0;
@@ -128,7 +128,7 @@ std::string MasterConnection::WhyMissing() const {
     const int error = errno;
     if (transport != nullptr) {
         ::netsnmp_transport_free(transport);
-        return "it does not answer; look whether it hangs, and whether it is an AgentX master at all";
+        return "it does not answer; check whether it hangs, and whether it is an AgentX master at all";
     }
     switch (error) {
         case ENOENT:
@@ -136,12 +136,13 @@ std::string MasterConnection::WhyMissing() const {
                    "another socket with --agentx=ADDRESS";
         case EACCES:
         case EPERM:
-            return "not permitted; let the master give more rights (agentXPerms in its configuration), or start this "
+            return "not permitted; make the master grant more rights (agentXPerms in its configuration), or start this "
                    "program as another user";
-        case EINTR:  // ConnectTimeout's doing
-        case EAGAIN: return "it takes no more connections; look whether it hangs";
-        case ECONNREFUSED: return "nobody answers there; start the master, with \"master agentx\" in its configuration";
-        case 0: return "no such address; write it as /PATH, unix:/PATH or tcp:HOST:PORT";
+        case EINTR:  // by ConnectTimeout
+        case EAGAIN: return "it accepts no more connections; check whether it hangs";
+        case ECONNREFUSED:
+            return "nothing listens there; start the master, with \"master agentx\" in its configuration";
+        case 0: return "not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT";
         default: return std::generic_category().message(error);
     }
 }
@@ -171,10 +172,11 @@ void MasterConnection::ReportChange() {
         m_wasConnected = true;
         return;
     }
-    if (m_wasConnected && !remind) {  // a master on his way down does not show yet why he is missing
+    if (m_wasConnected && !remind) {  // a master that is shutting down does not show yet why it is missing
         const bool often = m_losses == kMostLosses;
-        Log::Warning("lost the connection to the master at " + Address() +
-                     (often ? "; it does not last: look into the master's log" : "; trying again every few seconds"));
+        Log::Warning(
+            "lost the connection to the master at " + Address() +
+            (often ? "; it is lost again and again: see the master's log" : "; trying again every few seconds"));
         return;
     }
     m_reminder = now + kReminderInterval;

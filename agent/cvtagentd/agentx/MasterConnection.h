@@ -9,9 +9,9 @@
 
 namespace cvtagentd {
 
-/// The connection to an AgentX master. The SNMP library opens it and, when it is lost, opens it again; this says in the log
-/// what people should know of that, and nothing else: when it is there, when it is lost, and now and then that it is
-/// still missing. Made before the library is initialised, it outlives the library. Used by the thread that runs it.
+/// The connection to an AgentX master. The SNMP library opens it and, when it is lost, opens it again. This class logs
+/// only what an operator should know: that the connection is up, that it is lost, and now and then that it is still
+/// missing. Made before the library is initialised, it outlives the library. Used by the thread that runs the library.
 class MasterConnection {
 public:
     /// `address` as the library writes it; empty: what the configuration says, or else the library's default. Throws
@@ -21,36 +21,38 @@ public:
     MasterConnection& operator=(const MasterConnection&) = delete;
     ~MasterConnection();
 
-    /// Called when the library knows its own defaults, before it reads the configuration and connects.
+    /// Called after the library has set its defaults, before it reads the configuration and connects.
     void BeforeConfiguration();
-    /// Called when the library has read it.
+    /// Called when the library has read the configuration.
     void AfterConfiguration() { m_limit.Set(false); }
 
-    /// Called whenever the connection is there, or lost, from within the library.
+    /// `call` is called by the library whenever the connection is up, or lost.
     void OnConnected(std::function<void()> call) { m_onConnected = std::move(call); }
     void OnLost(std::function<void()> call) { m_onLost = std::move(call); }
 
     bool IsConnected() const { return m_session != nullptr; }
 
     /// The connection's descriptor; no value while there is none. It is served after all others: the library passes a
-    /// request of the master's on through descriptors of its own, and must not learn that the master has gone before it has
-    /// finished with that.
+    /// request of the master on through its own descriptors, and must not learn that the master has gone before it has
+    /// finished that request.
     std::optional<int> Socket() const;
 
-    /// Whether this message of the library's about a registration is a refusal of the master's; or else he has not answered.
+    /// Whether this message of the library about a registration means that the master refused; otherwise the master has
+    /// not answered.
     static bool IsRefusal(const std::string& message);
 
-    /// Where the master is, for people. Known when the library is initialised.
+    /// The master's address, for the log. Known when the library is initialised.
     std::string Address() const;
 
-    /// Logs what is due by now. Returns the time until it has more to say; no value when that depends on the connection alone.
+    /// Logs what is due. Returns the time until the next report; no value when the next report depends only on the
+    /// connection.
     std::optional<std::chrono::milliseconds> Report();
 
-    /// Ends the connection without a word to the master, who may hang: he forgets our subtrees all the same. The library
-    /// finds out, and opens another one.
+    /// Ends the connection without a message to the master, which may hang: it drops our subtrees in any case. The
+    /// library notices, and opens another connection.
     void Cut();
     bool IsCut() const { return m_cut; }
-    /// The last thing before the modules are closed: cuts, and nothing is waited for any more.
+    /// Called last, before the modules are closed: cuts the connection, and waits for nothing any more.
     void Leave();
 
 private:
@@ -63,7 +65,7 @@ private:
     std::optional<std::chrono::milliseconds> TimeToReport() const;
     std::string WhyMissing() const;
     void CountLoss();
-    /// Until when nothing is said, since the connection comes and goes.
+    /// Until when nothing is logged, because the connection comes and goes.
     Clock::time_point QuietUntil() const;
 
     const std::string m_address;
@@ -73,7 +75,7 @@ private:
     std::function<void()> m_onLost;
     void* m_session = nullptr;  // the library's; null while there is no connection
     bool m_cut = false;
-    bool m_unregistered = false;  // the master has not taken what the library told him to
+    bool m_unregistered = false;  // the master has not accepted all registrations
     bool m_changed = true;        // since the last report
     bool m_wasConnected = false;
     Clock::time_point m_reminder;

@@ -9,7 +9,7 @@
 namespace cvtagentd {
 namespace {
 
-constexpr const char* kDuplicate = "failed: 263";  // an error of the AgentX protocol's: duplicateRegistration
+constexpr const char* kDuplicate = "failed: 263";  // an error of the AgentX protocol: duplicateRegistration
 
 }  // namespace
 
@@ -43,8 +43,8 @@ void MasterRegistrations::Register(CVT::BMibImpl& group) {
             m_refused.emplace_back(group.Oid().ToString().View());
         } else if (MasterConnection::IsRefusal(message.text)) {
             Log::Warning("the master refuses " + std::string(group.Oid().ToString().View()) + " (" + message.text +
-                         "); look into the master's log");
-        } else {  // it has not answered in time: begin anew
+                         "); see the master's log");
+        } else {  // it has not answered in time: start again
             Log::Write(LogLevel::kDebug, "SNMP library: " + message.text);
             m_master.Cut();
         }
@@ -53,13 +53,14 @@ void MasterRegistrations::Register(CVT::BMibImpl& group) {
 
 void MasterRegistrations::ReportRefused() {
     if (!m_refused.empty()) {
-        Log::Warning(
-            "the master serves these subtrees already, without us: " + agent::Joined(std::exchange(m_refused, {})) +
-            "; switch its own module off, or the other subagent, and restart the master");
+        Log::Warning("the master already serves these subtrees without this agent: " +
+                     agent::Joined(std::exchange(m_refused, {})) +
+                     "; switch off its own module or the other subagent, and restart the master");
     }
 }
 
-/// A group of a module that is ready answers even if it is not active: its initialisation has failed.
+/// Once a module is ready, all its groups can answer: one that is still inactive has failed to initialise, and stays
+/// so.
 bool MasterRegistrations::CanAnswer(CVT::BMibImpl& group) const {
     if (!group.IsActive() && !m_calls.areModulesReady()) {
         return false;

@@ -9,9 +9,10 @@
 
 namespace cvtagentd {
 
-/// Registers groups with a master, each once it can answer: a request of the master's cannot wait. What is registered stays
-/// so, whether the master is there or not: the library may hold on to it for a SET that the master has left alone, and
-/// registers it again when the master comes back. Used by the thread that runs the library.
+/// Registers groups with a master, each once it can answer, because a request from the master cannot wait. What is
+/// registered stays registered, whether the master is up or not: the library may keep a pointer to it for a SET that
+/// the master has abandoned, and registers it again when the master comes back. Used by the thread that runs the
+/// library.
 class MasterRegistrations {
 public:
     struct Calls {
@@ -22,8 +23,8 @@ public:
     /// `groups` in the order of their OIDs. All must outlive this.
     MasterRegistrations(MasterConnection& master, std::vector<CVT::BMibImpl*> groups, Calls calls);
 
-    /// Registers those groups that can answer by now. True when nothing is left to do as long as the connection stays as it
-    /// is.
+    /// Registers those groups that can answer by now. Returns true when nothing is left to do until the connection
+    /// changes.
     bool RegisterReady();
 
 private:

@@ -10,14 +10,15 @@
 
 namespace cvtagentd {
 
-/// What a stand-alone agent serves of itself, beside the modules: the system group with sysORTable, and snmpEngine. Ready
+/// What a stand-alone agent itself serves, besides the modules: the system group with sysORTable, and snmpEngine. Ready
 /// from the beginning. Made while the SNMP library runs, and used by the thread that runs it.
 class BuiltinModule final : public CVT::BMibImplGroup {
 public:
     BuiltinModule();
     ~BuiltinModule() override;
 
-    /// Leaves out what lies in a subtree of these groups: a module that serves the system group itself knows more. Says so.
+    /// Leaves out what lies in a subtree of these groups, and logs that: a module that serves the system group itself
+    /// knows more.
     void GiveWayTo(const std::vector<CVT::BMibImpl*>& groups);
     /// Enters the MIBs of these groups in sysORTable. Called once.
     void Announce(const std::vector<CVT::BMibImpl*>& groups) { m_orTable.Enter(groups); }

@@ -4,8 +4,8 @@
 
 namespace cvtagentd {
 
-/// snmpEngine, 1.3.6.1.6.3.10.2.1: the SNMP library's own engine, by which SNMPv3 tells this agent from others. Used by the
-/// thread that runs the library.
+/// snmpEngine, 1.3.6.1.6.3.10.2.1: the SNMP library's own engine, by which SNMPv3 tells this agent from others. Used by
+/// the thread that runs the library.
 class SnmpEngineGroup final : public CVT::BMibScalarGroupImpl {
 public:
     SnmpEngineGroup();

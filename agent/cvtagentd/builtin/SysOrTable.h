@@ -7,14 +7,14 @@
 
 namespace cvtagentd {
 
-/// sysORTable, 1.3.6.1.2.1.1.9: the MIBs that the agent serves, in the order in which the SNMP library holds them. Used by the
-/// thread that runs the library.
+/// sysORTable, 1.3.6.1.2.1.1.9: the MIBs that the agent serves, in the order in which the SNMP library holds them. Used
+/// by the thread that runs the library.
 class SysOrTable final : public CVT::BMibTableImpl {
 public:
     SysOrTable();
     ~SysOrTable() override;
 
-    /// Enters each MIB that these groups belong to: what stands before the dot in a group's name, and the smallest subtree
+    /// Enters each MIB that these groups belong to: the part of a group's name before the dot, and the smallest subtree
     /// that holds all its groups. Called once.
     void Enter(const std::vector<CVT::BMibImpl*>& groups);
 

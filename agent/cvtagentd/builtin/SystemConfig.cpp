@@ -47,7 +47,7 @@ void TakeServices(const char* directive, char* rest) {
     int services = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), services);
     if (error != std::errc() || end != text.data() + text.size() || services < 0 || services > kMaxServices) {
-        Report(directive, "wants a number from 0 to " + std::to_string(kMaxServices));
+        Report(directive, "needs a number from 0 to " + std::to_string(kMaxServices));
         return;
     }
     s_values.services = services;

@@ -13,7 +13,8 @@ using CVT::Column;
 
 namespace {
 
-/// What this agent is, to a manager that tells kinds of hosts apart. The enterprise is the one reserved for documentation.
+/// sysObjectID, by which a manager tells kinds of hosts apart. The enterprise number is the one reserved for
+/// documentation.
 constexpr const char* kSysObjectId = "1.3.6.1.4.1.32473.100.1";
 
 /// "Linux" comes first: managers look for it.
@@ -64,7 +65,7 @@ int SystemGroup::GetObjectId(unsigned int /*requestId*/, CVT::BObjectIdentifier&
     return CVT::noError;
 }
 
-/// The library's, of which its notifications and the entries of sysORTable tell too. It is monotonic.
+/// The library's uptime, which its notifications and the entries of sysORTable use, too. It is monotonic.
 int SystemGroup::GetUpTime(unsigned int /*requestId*/, unsigned int& value) {
     value = static_cast<unsigned int>(::netsnmp_get_agent_uptime());  // wraps after 497 days, as TimeTicks do
     return CVT::noError;

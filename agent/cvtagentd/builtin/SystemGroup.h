@@ -4,8 +4,8 @@
 
 namespace cvtagentd {
 
-/// The scalars of the system group, 1.3.6.1.2.1.1: what every manager asks for first. Texts come from SystemConfig, time from
-/// the SNMP library. Read-only. Used by the thread that runs the library.
+/// The scalars of the system group, 1.3.6.1.2.1.1: what every manager asks for first. Texts come from SystemConfig, the
+/// time from the SNMP library. Read-only. Used by the thread that runs the library.
 class SystemGroup final : public CVT::BMibScalarGroupImpl {
 public:
     SystemGroup();

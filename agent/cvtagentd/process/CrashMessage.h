@@ -5,9 +5,9 @@
 
 namespace cvtagentd {
 
-/// While one exists, a crash of the process (an access to memory that is not there) ends it with one line on standard
-/// error and status 1. Meant for stretches in which the SNMP library reads what people have written: some of their
-/// mistakes crash it. At most one exists at a time.
+/// While one exists, a crash of the process (an invalid memory access) ends it with one line on standard error and
+/// status 1. Meant for the moments when the SNMP library reads a hand-written configuration, since some mistakes there
+/// crash it. At most one exists at a time.
 class CrashMessage {
 public:
     explicit CrashMessage(const std::string& line);

@@ -37,15 +37,16 @@ void DaemonUser::Assume(const std::string& configFile) {
         foreign.push_back(std::to_string(group));
     }
     if (!foreign.empty()) {
-        m_remarks.push_back("it stays in groups that are not those of the user " + m_user->Label() + ": " +
+        m_remarks.push_back("the agent stays in groups that do not belong to the user " + m_user->Label() + ": " +
                             agent::Joined(foreign) + "; start it as root, or without them");
     }
     if (const std::string why = DevNul::WhyUnusable(); !why.empty()) {
         m_remarks.push_back(why);
     }
     if (const std::string why = configFile.empty() ? "" : ReadableFile::WhyNot(configFile); !why.empty()) {
-        throw StartError("as the user " + m_user->Label() + " it " + why +
-                         "; let him read it (its group his, and mode 0640), and the folders that it is in");
+        throw StartError(
+            "as the user " + m_user->Label() + " it " + why +
+            "; let that user read it (chgrp to the user's group, chmod 0640) and enter the folders above it");
     }
 }
 
@@ -62,10 +63,10 @@ void DaemonUser::Report() const {
     const std::string kept = agent::Joined(Privileges::Kept());
     Log::Info("runs as the user " + m_user->Label() + ", " + (kept.empty() ? "without capabilities" : "with " + kept));
     if (const std::string missing = agent::Joined(Privileges::Missing()); !missing.empty()) {
-        Log::Warning("for want of capabilities " + missing);
+        Log::Warning("lacks capabilities: " + missing);
     }
     if (const std::string missing = agent::Joined(Privileges::NotAskedFor()); !missing.empty()) {
-        Log::Info(missing + "; that is kept only where it is asked for");
+        Log::Info(missing + "; that capability is kept only when it is handed over on purpose");
     }
     for (const std::string& remark : m_remarks) {
         Log::Warning(remark);

@@ -5,9 +5,9 @@ namespace cvtagentd {
 /// The file descriptors of this process.
 class Descriptors {
 public:
-    /// Closes all that are open now, but for the three standard streams, in every program that this process starts from now
-    /// on: those of the libraries, which do not see to it themselves, and those that were open when the agent was started.
-    /// What is opened later has to be opened so. Needs /proc; does nothing without.
+    /// Marks all descriptors that are open now, except the three standard streams, to be closed in every program that
+    /// this process starts. This covers those that the libraries open without the flag, and those that the agent
+    /// inherited. What is opened later must be opened with the flag. Needs /proc; does nothing without it.
     static void KeepFromChildren();
 };
 

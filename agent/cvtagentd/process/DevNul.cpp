@@ -13,7 +13,7 @@ constexpr const char* kNul = "/dev/nul";
 }  // namespace
 
 void DevNul::Make() {
-    // Never replaces what is there.
+    // Never replaces an existing file.
     [[maybe_unused]] const int failed = ::symlink("/dev/null", kNul);
 }
 

@@ -21,7 +21,7 @@ std::string OneLine(std::string_view text) {
     return line;
 }
 
-/// In one call of the system, so that lines of several processes do not mix.
+/// In one system call, so that lines of several processes do not mix.
 void WriteToStandardError(const char* label, const std::string& line) {
     const std::string whole = std::string(kProgram) + ": " + label + line + "\n";
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, whole.data(), whole.size());

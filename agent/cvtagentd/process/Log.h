@@ -7,11 +7,11 @@ namespace cvtagentd {
 
 enum class LogLevel { kError, kWarning, kInfo, kDebug };
 
-/// Where the agent's messages go: standard error or syslog, one line each, whatever characters a message holds. State of
-/// the process. Open comes first, before there is a second thread; then any may write.
+/// Where the agent's messages go: standard error or syslog, one line each, whatever characters a message holds. State
+/// of the process. Open is called first, before there is a second thread; after that, any thread may write.
 namespace Log {
 
-/// Messages less important than `level` are dropped from now on.
+/// Drops messages less important than `level`.
 void Open(LogLevel level, bool toSyslog);
 
 void Write(LogLevel level, std::string_view text);
@@ -19,7 +19,7 @@ inline void Error(std::string_view text) { Write(LogLevel::kError, text); }
 inline void Warning(std::string_view text) { Write(LogLevel::kWarning, text); }
 inline void Info(std::string_view text) { Write(LogLevel::kInfo, text); }
 
-/// Says why the program ends, on standard error in any case: whoever starts it by hand looks there.
+/// Says why the program ends, and always on standard error too, where a user who starts it by hand looks.
 void Fatal(std::string_view text);
 
 /// "error", "warning", "info" or "debug".

@@ -50,7 +50,7 @@ std::uint64_t WantedBits(std::uint64_t asked) {
                      std::generic_category().message(errno));
 }
 
-/// Two halves, as the kernel wants them.
+/// In two halves, as the kernel expects them.
 using Halves = std::array<__user_cap_data_struct, 2>;
 
 struct Held {
@@ -90,8 +90,8 @@ bool SetAll(std::uint64_t bits, std::uint64_t alsoEffective = 0) {
     return ::syscall(SYS_capset, &header, halves.data()) == 0;
 }
 
-/// Only a process that may set capabilities can do it, and only that one needs to: what this process starts gains none
-/// in any case.
+/// Only a process that may set capabilities can do this, and only such a process needs to: the programs that this
+/// process starts gain none in any case.
 void NarrowBoundingSet(std::uint64_t bits) {
     for (int number = 0; ::prctl(PR_CAPBSET_READ, number, 0, 0, 0) >= 0; ++number) {
         if ((bits & Bit(number)) == 0) {
@@ -108,7 +108,7 @@ bool Is(const User& user) {
     return real == user.uid && effective == user.uid && saved == user.uid;
 }
 
-/// Of somebody who is that user already, too: whoever started it may have been in root's.
+/// Also of a process that is that user already: it may have been started in root's groups.
 void SetGroups(const User& user) {
     const bool grouped =
         user.name.empty() ? ::setgroups(1, &user.gid) == 0 : ::initgroups(user.name.c_str(), user.gid) == 0;
@@ -165,7 +165,7 @@ void Privileges::Become(const User& user) {
     }
     for (const Capability& capability : kWanted) {
         if ((kept & Bit(capability.number)) != 0) {
-            // Where the system does not allow it, only what is started goes without.
+            // Where the system does not allow this, at least the programs that it starts go without.
             ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, capability.number, 0, 0);
         }
     }

@@ -7,7 +7,7 @@
 
 namespace cvtagentd {
 
-/// Keeps what strangers can provoke with a packet from filling the log: of each kind of message a few pass in a minute, the
+/// Keeps messages that anyone can provoke with a packet from filling the log: a few of each kind pass in a minute, the
 /// others are counted. Used by one thread.
 class RateLimit {
 public:
@@ -25,10 +25,10 @@ public:
     /// message and ends when TakeHeld finds it over.
     bool Admit(const std::string& kind, Clock::time_point now);
 
-    /// Ends the windows that are over, and gives what was held back in them.
+    /// Ends the windows that are over, and returns what was held back in them.
     std::vector<Held> TakeHeld(Clock::time_point now);
 
-    /// Whether something is held back that TakeHeld will give.
+    /// Whether something is held back that TakeHeld will return.
     bool IsHolding() const;
 
 private:

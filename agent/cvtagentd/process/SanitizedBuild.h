@@ -2,7 +2,8 @@
 
 namespace cvtagentd {
 
-/// Whether this is a build with a sanitizer, whose runtime traces the process and reads its options from the environment.
+/// Whether this is a build with a sanitizer, whose runtime traces the process and reads its options from the
+/// environment.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kSanitizedBuild = true;
 #elif defined(__has_feature)

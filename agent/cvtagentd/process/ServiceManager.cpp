@@ -20,9 +20,9 @@ namespace cvtagentd {
 namespace {
 
 constexpr std::int64_t kLongestWatchdogMicroseconds = 24LL * 60 * 60 * 1'000'000;
-constexpr timeval kPatience{1, 0};  // with a manager that takes nothing in
+constexpr timeval kPatience{1, 0};  // with a manager that does not read
 
-/// Its value; it is not there any more afterwards. There is no second thread yet.
+/// Returns the variable's value and removes it. There is no second thread yet.
 std::string Taken(const char* variable) {
     const char* const value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): no second thread
     std::string copy = value == nullptr ? "" : value;
@@ -38,7 +38,7 @@ std::int64_t Number(const std::string& text) {
     return parsed.ec == std::errc() && parsed.ptr == end && number > 0 ? number : 0;
 }
 
-/// As the manager's own clock has it.
+/// As the manager's clock shows it.
 std::int64_t MonotonicMicroseconds() {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
@@ -67,7 +67,7 @@ ServiceManager::~ServiceManager() {
     }
 }
 
-/// A path, or a name in the abstract space with an "@" in the place of its null.
+/// A path, or a name in the abstract namespace with "@" in place of the leading null.
 void ServiceManager::Connect(const std::string& address) {
     sockaddr_un target{};
     target.sun_family = AF_UNIX;

@@ -6,29 +6,31 @@
 
 namespace cvtagentd {
 
-/// Tells the service manager that started this process (systemd, or what speaks its protocol) how it is doing. Without one
-/// every call does nothing. Used by one thread.
+/// Reports the state of this process to the service manager that started it (systemd, or another that speaks its
+/// protocol). Without one every call does nothing. Used by one thread.
 ///
-/// The protocol is a datagram of "NAME=value" lines to the socket that $NOTIFY_SOCKET names, promised to stay so by
-/// sd_notify(3). That is less than a library to depend on, and to map, for it.
+/// The protocol is a datagram of "NAME=value" lines to the socket that $NOTIFY_SOCKET names, which sd_notify(3)
+/// promises to keep. Speaking it takes less code than a library would add.
 class ServiceManager {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Takes the manager's variables out of the environment: they are not meant for what modules start. Comes before the
-    /// first thread, and before a change of user, who may not be able to reach the socket any more.
+    /// Takes the manager's variables out of the environment: they are not meant for the programs that modules start.
+    /// Made before the first thread starts, and before a change of user, since the new user may not be able to reach
+    /// the socket.
     ServiceManager();
     ~ServiceManager();
     ServiceManager(const ServiceManager&) = delete;
     ServiceManager& operator=(const ServiceManager&) = delete;
 
-    /// What it is busy with, for people who ask the manager.
+    /// What the agent is busy with, as the manager's status line shows it.
     void Status(const std::string& text);
     void Ready(const std::string& status);
     void Reloading();
     void Stopping();
 
-    /// Sends a sign of life if one is due. Returns the time until the next is; no value when the manager wants none.
+    /// Sends a keep-alive if one is due. Returns the time until the next one is due; no value when the manager expects
+    /// none.
     std::optional<std::chrono::milliseconds> FeedWatchdog();
 
 private:
@@ -37,7 +39,7 @@ private:
     void Send(const std::string& lines);
 
     int m_socket = -1;
-    Clock::duration m_watchdogInterval{};  ///< half of what the manager allows; zero when it wants none
+    Clock::duration m_watchdogInterval{};  ///< half of what the manager allows; zero when it expects none
     Clock::time_point m_watchdogDue;
 };
 

@@ -4,8 +4,7 @@
 
 namespace cvtagentd {
 
-/// Why the agent cannot start: one line for people that says what is wrong and what to do. It ends the program with
-/// status 1.
+/// Why the agent cannot start: one line that says what is wrong and what to do. It ends the program with status 1.
 class StartError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

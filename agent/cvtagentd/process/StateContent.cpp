@@ -19,14 +19,14 @@ struct Protocol {
     std::size_t keyOctets;
 };
 
-/// Keys of authentication are as long as the hash.
+/// Authentication keys are as long as the hash.
 constexpr Protocol kAuthentication[] = {
     {"1.3.6.1.6.3.10.1.1.1", 0},  {"1.3.6.1.6.3.10.1.1.2", 16}, {"1.3.6.1.6.3.10.1.1.3", 20},
     {"1.3.6.1.6.3.10.1.1.4", 28}, {"1.3.6.1.6.3.10.1.1.5", 32}, {"1.3.6.1.6.3.10.1.1.6", 48},
     {"1.3.6.1.6.3.10.1.1.7", 64},
 };
 
-/// Keys of privacy are at least as long as the cipher's, with the initial vector's half for DES.
+/// Privacy keys are at least as long as the cipher's, and for DES include half of the initial vector.
 constexpr Protocol kPrivacy[] = {
     {"1.3.6.1.6.3.10.1.2.1", 0},    {"1.3.6.1.6.3.10.1.2.2", 16},   {"1.3.6.1.6.3.10.1.2.4", 16},
     {"1.3.6.1.4.1.14832.1.3", 24},  {"1.3.6.1.4.1.14832.1.4", 32},  {"1.3.6.1.4.1.9.12.6.1.1", 24},
@@ -41,12 +41,13 @@ int HexDigit(char c) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-/// Takes a line apart into words, of which one may be quoted.
+/// Splits a line into words, which may be quoted.
 class Words {
 public:
     explicit Words(std::string_view line) : m_rest(line) {}
 
-    /// The next word as it stands; empty at the end. A quoted word keeps its quotes; one without an end is taken to the end.
+    /// Returns the next word as it stands; empty at the end. A quoted word keeps its quotes; one without a closing
+    /// quote extends to the end of the line.
     std::string_view Next() {
         m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
         const std::size_t length = !m_rest.empty() && m_rest.front() == '"'
@@ -87,7 +88,7 @@ std::optional<std::string> Unquoted(std::string_view word) {
     return std::nullopt;
 }
 
-/// An octet string as the library writes it: "text" or 0x and digits; nothing when it is neither.
+/// An octet string as the library writes it: "text" or 0x and digits; no value when it is neither.
 std::optional<std::string> Octets(std::string_view word) {
     if (word.starts_with('"')) {
         return Unquoted(word);
@@ -112,7 +113,7 @@ std::optional<std::string> EngineOctets(std::string_view word) {
     return octets && !octets->empty() ? octets : std::nullopt;
 }
 
-/// A name; some versions of the library write its end along.
+/// A name; some versions of the library also write its terminating null.
 std::optional<std::string> Name(std::string_view word) {
     std::optional<std::string> octets = Octets(word);
     if (octets) {
@@ -142,7 +143,7 @@ const Protocol* Find(const Protocol (&protocols)[Count], std::string_view oid) {
     return found == std::end(protocols) ? nullptr : found;
 }
 
-/// What is wrong with a key; empty when it fits. An unknown protocol's has some octets.
+/// What is wrong with a key; empty when it fits. A key of an unknown protocol must only have some octets.
 std::string KeyFault(const char* what, const std::optional<std::string>& key, std::size_t least, std::size_t most) {
     if (!key) {
         return std::string("the key for ") + what + " is cut off";
@@ -181,8 +182,8 @@ StateContent::StateContent(std::string_view text) {
 }
 
 void StateContent::ParseLine(std::string_view line) {
-    if (line.find('\0') != std::string_view::npos) {  // a file system that has come back from a crash may fill in such
-        m_fault = "it holds octets of 0";
+    if (line.find('\0') != std::string_view::npos) {  // a file system may fill in such octets after a crash
+        m_fault = "it contains null octets";
         return;
     }
     Words words(line);
@@ -230,7 +231,7 @@ void StateContent::ParseUser(std::string_view rest) {
         m_fault = KeyFault("privacy", privKey, priv != nullptr ? priv->keyOctets : 0, kAny);
     }
     if (m_fault.empty() && (!hasPublic || !words.Next().empty())) {
-        m_fault = "the user does not end as one does";
+        m_fault = "the end of the user is malformed";
     }
     if (*storage == kNonVolatile) {
         m_users.insert({*engine, *name});
@@ -242,7 +243,7 @@ void StateContent::ParseBoots(std::string_view rest) {
     Words words(rest);
     const std::optional<int> boots = Number(words.Next());
     if (!boots || !words.Next().empty()) {
-        m_fault = "engineBoots is no count";
+        m_fault = "engineBoots is not a count";
         return;
     }
     m_engineBoots = static_cast<std::uint32_t>(*boots);
@@ -254,7 +255,7 @@ void StateContent::ParseEngineId(std::string_view rest) {
     Words words(rest);
     const std::optional<std::string> id = EngineOctets(words.Next());
     if (!id || !words.Next().empty()) {
-        m_fault = "oldEngineID is no engine identifier";
+        m_fault = "oldEngineID is not an engine identifier";
         return;
     }
     m_engineId = *id;
@@ -265,7 +266,7 @@ void StateContent::CheckWhole() {
         return;
     }
     if (!m_hasLibrarysLine) {
-        m_fault = "it holds nothing";
+        m_fault = "it is empty";
     } else if (!m_hasEngineBoots) {
         m_fault = "the line engineBoots is missing";
     } else if (m_engineId.empty()) {

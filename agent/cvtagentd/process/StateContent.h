@@ -8,9 +8,9 @@
 
 namespace cvtagentd {
 
-/// What a state file of the SNMP library says, as far as it must not get lost: the users, the engine's identifier and how
-/// often it has started. The library ends each file that it writes with the identifier and believes whatever it reads,
-/// keys of half their length too; so a file that was cut off anywhere has a fault here. An immutable value, for any thread.
+/// The part of the SNMP library's state file that must not get lost: the users, the engine's identifier and how often
+/// it has started. The library ends each file that it writes with the identifier, and believes whatever it reads, even
+/// half a key; so a file that was cut off anywhere has a fault here. An immutable value, for any thread.
 class StateContent {
 public:
     struct User {
@@ -25,14 +25,14 @@ public:
     /// Never throws for what `text` says; see Fault.
     explicit StateContent(std::string_view text);
 
-    /// What is wrong, in a few words that name the line; empty when the file is complete. Complete is also a file with
-    /// directives of which none is the library's own: somebody has written it.
+    /// What is wrong, in a few words that name the line; empty when the file is complete. A file whose directives are
+    /// all foreign to the library counts as complete: a person has written it.
     const std::string& Fault() const { return m_fault; }
 
-    /// The users that outlive the agent.
+    /// The users that the library keeps when the agent ends.
     const Users& NonVolatileUsers() const { return m_users; }
 
-    /// The octets; empty in a file that somebody has written.
+    /// The octets; empty in a file that a person has written.
     const std::string& EngineId() const { return m_engineId; }
 
     std::uint32_t EngineBoots() const { return m_engineBoots; }

@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char* kName = "cvtagentd";
 
-/// An absolute path from the environment, or nothing.
+/// An absolute path from the environment, or no value.
 std::string PathFrom(const char* variable) {
     const char* const value = std::getenv(variable);
     return value != nullptr && *value == '/' ? value : std::string();
@@ -27,7 +27,7 @@ std::string PathFrom(const char* variable) {
 
 [[noreturn]] void Fail(const std::string& what, const std::string& folder, const std::error_code& error) {
     throw StartError(what + " the state directory " + folder + ": " + error.message() +
-                     "; name one that can be written with --state-dir");
+                     "; name a writable one with --state-dir");
 }
 
 void Create(const std::string& folder) {
@@ -38,17 +38,17 @@ void Create(const std::string& folder) {
     const std::filesystem::path parent = std::filesystem::path(folder).parent_path();
     std::filesystem::create_directories(parent, error);
     if (error || !std::filesystem::create_directory(folder, error)) {
-        Fail("cannot make", folder, error);
+        Fail("cannot create", folder, error);
     }
     std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
 }
 
-/// The SNMP library makes these, or writes into them.
+/// The SNMP library makes these folders, or writes into them.
 bool IsTheLibrarys(const std::string& folder) {
     return folder == "cert_indexes" || folder == "mib_indexes" || folder == StateFile::kStagingName;
 }
 
-/// A directory that can be given away without taking anything from anybody.
+/// Whether the directory's owner can be changed without taking anything from another user.
 bool IsOursAlone(const struct stat& folder) {
     if (folder.st_uid != 0 || (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         return false;
@@ -62,8 +62,8 @@ bool IsOursAlone(const struct stat& folder) {
     return true;
 }
 
-/// Somebody else may own the directory, and so decide what the name stands for: a file with a second name could be any of
-/// root's.
+/// Another user may own the directory, and so control what the name refers to: a file with a second name could be any
+/// of root's.
 bool GiveFile(const std::filesystem::path& file, uid_t user, gid_t group) {
     const int fd = ::open(file.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) {
@@ -89,7 +89,7 @@ void GiveFiles(uid_t user, gid_t group) {
     }
 }
 
-/// What access(2) says does not hold for root, nor on every file system.
+/// The answer of access(2) is unreliable for root, and on some file systems.
 void CheckWritable() {
     std::string probe = "./.cvtagentd-XXXXXX";
     const int fd = ::mkostemp(probe.data(), O_CLOEXEC);
@@ -100,16 +100,16 @@ void CheckWritable() {
     ::unlink(probe.c_str());
 }
 
-/// What the library obeys lies here, beside keys.
+/// The directory holds directives that the library obeys, and keys.
 void RequireClosedToStrangers() {
     struct stat status {};
     if (::stat(".", &status) == 0 && (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0) {
         throw StartError("everybody can write to the state directory " + StateDir::Path() +
-                         "; close it to them (chmod 700), or name another one with --state-dir");
+                         "; take that right away (chmod 700), or name another one with --state-dir");
     }
 }
 
-/// Nobody but root decides what stands in the directory.
+/// Only root controls what is in the directory.
 void RequireRootsAlone() {
     for (const char* const name : {".", StateFile::kName}) {
         struct stat status {};
@@ -119,11 +119,11 @@ void RequireRootsAlone() {
         if (status.st_uid != 0) {
             throw StartError("the state directory " + StateDir::Path() + " belongs to the user " +
                              Users::WithId(status.st_uid).Label() +
-                             "; run the agent as him (--user), or name another directory with --state-dir");
+                             "; run the agent as that user (--user), or name another directory with --state-dir");
         }
         if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-            throw StartError("others than root can write to the state directory " + StateDir::Path() +
-                             "; close it to them (chmod 700), or name another one with --state-dir");
+            throw StartError("users other than root can write to the state directory " + StateDir::Path() +
+                             "; take that right away (chmod 700), or name another one with --state-dir");
         }
     }
 }
@@ -157,7 +157,7 @@ void StateDir::Enter(const std::string& folder) {
     }
     if (Path().find(':') != std::string::npos) {
         throw StartError("the state directory " + Path() +
-                         " has a colon in its name, which the SNMP library cannot deal with; name another one with "
+                         " has a colon in its name, which the SNMP library cannot handle; name another one with "
                          "--state-dir");
     }
 }
@@ -203,7 +203,8 @@ bool StateDir::IsGone() {
 
 void StateDir::WarnIfGone() {
     if (IsGone()) {
-        Log::Warning("the state directory has been removed: nothing is kept; make it again and restart the agent");
+        Log::Warning(
+            "the state directory has been removed, so no state is kept; create it again and restart the agent");
     }
 }
 

@@ -6,31 +6,31 @@
 
 namespace cvtagentd {
 
-/// The folder in which the modules' non-volatile values and the SNMP library's persistent data (users' keys among them)
-/// lie: the agent's working directory.
+/// The folder that holds the modules' non-volatile values and the SNMP library's persistent data, users' keys among
+/// them. It is the agent's working directory.
 namespace StateDir {
 
 /// Makes `folder` the working directory. Empty means the default: the first of $STATE_DIRECTORY, as systemd sets it;
-/// for root /var/lib/cvtagentd; for anybody else cvtagentd in $XDG_STATE_HOME or in ~/.local/state. The default is
-/// made, for its owner only, when it is missing; a folder that is given must exist. Throws StartError.
+/// for root /var/lib/cvtagentd; for other users cvtagentd in $XDG_STATE_HOME or in ~/.local/state. A missing default
+/// folder is created, for its owner only; a folder that is given must exist. Throws StartError.
 void Enter(const std::string& folder);
 
-/// Whether the directory entered has been removed.
+/// Whether the state directory has been removed.
 bool IsGone();
 
-/// Says in the log, when it is so, that the directory entered has been removed.
+/// Logs a warning if the state directory has been removed.
 void WarnIfGone();
 
 std::string Default();
 
-/// For root: the working directory, and the files that root has put there, belong to this user and group from now on.
-/// Left as they are: a directory that is not root's, that others may write to, or that holds folders of somebody
-/// else's, such as /etc; and files that have a second name. Throws StartError when the system refuses.
+/// For root: gives the working directory, and the files that root has put there, to this user and group. Leaves alone a
+/// directory that is not root's, that others may write to, or that holds folders that are not the agent's (such as
+/// /etc); and files that have a second name. Throws StartError when the system refuses.
 void GiveTo(uid_t user, gid_t group);
 
-/// Throws StartError when this process can make no file in the working directory, or not read what the SNMP library
-/// keeps there, or when everybody can write to that directory; for root, also when anybody else can: root would do what
-/// stands there, and lock its owner out. Comes before anything is read or written there.
+/// Throws StartError when this process cannot create a file in the working directory, cannot read what the SNMP library
+/// keeps there, or when everybody can write to it. For root, also when any other user can: root would obey that user's
+/// directives, and lock the user out. Called before anything is read or written there.
 void CheckUsable();
 
 /// The working directory, absolute.

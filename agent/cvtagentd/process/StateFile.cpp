@@ -61,10 +61,10 @@ std::size_t SizeOf(const std::string& file) {
     return error ? 0 : static_cast<std::size_t>(size);
 }
 
-/// A file as it lies there.
+/// A file as found on disk.
 struct Found {
     bool isThere = false;
-    bool isOurs = false;  ///< the user's who runs the agent
+    bool isOurs = false;  ///< belongs to the user who runs the agent
     int error = 0;        ///< why it could not be read
     std::size_t size = 0;
     StateContent content{std::string_view()};
@@ -113,7 +113,7 @@ std::string DamageOf(const std::string& name, const Found& found) {
            "); put a complete copy of it back, or remove it and add its SNMPv3 users again with --create-user";
 }
 
-/// A complete backup that says more than `best`.
+/// Whether the backup is complete and says more than `best`.
 bool IsBetter(const Found& found, const Found& best) {
     const auto rank = [](const Found& f) {
         return std::pair(f.content.EngineBoots(), f.content.NonVolatileUsers().size());
@@ -121,7 +121,7 @@ bool IsBetter(const Found& found, const Found& best) {
     return found.IsComplete() && found.isOurs && (!best.IsComplete() || rank(found) > rank(best));
 }
 
-/// What the directory names outlives a crash of the host from now on. 0, or errno.
+/// Makes the directory's entries survive a crash of the host. Returns 0, or errno.
 int SyncFolder() {
     const Descriptor folder(".", O_RDONLY | O_DIRECTORY);
     if (folder.Get() >= 0 && ::fsync(folder.Get()) == 0) {
@@ -146,7 +146,7 @@ void RemoveBackups() {
     }
 }
 
-/// The errno of a file of `size` octets that is written into the staging folder; 0 when it could be.
+/// Returns the errno of writing a file of `size` octets into the staging folder; 0 on success.
 int TryToWrite(std::size_t size) {
     const std::string name = std::string(StateFile::kStagingName) + "/probe";
     const Descriptor file(name, O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -174,7 +174,7 @@ std::string Advice(int error) {
         case EROFS: return "; mount the file system writable";
         case EACCES:
         case EPERM: return "; give the directory to the user who runs the agent (chown)";
-        case EIO: return "; look after the disk";
+        case EIO: return "; check the disk";
         default: return {};
     }
 }
@@ -192,7 +192,7 @@ std::string MissingUser(const StateContent::Users& wanted, const StateContent& c
     return missing == wanted.end() ? std::string() : missing->name;
 }
 
-/// What the library has written says all that it should.
+/// Checks that the library has written all that it should.
 void CheckStaged(const Found& staged, const StateContent::Users& users, const std::string& engineId) {
     const std::string missing = MissingUser(users, staged.content);
     if (staged.IsComplete() && missing.empty() && staged.content.EngineId() == engineId) {
@@ -200,17 +200,17 @@ void CheckStaged(const Found& staged, const StateContent::Users& users, const st
     }
     const std::size_t size = std::max(staged.size, SizeOf(StateFile::kName)) + kSpareRoom;
     ::unlink(kStagedFile.c_str());
-    if (const int error = TryToWrite(size); error != 0) {  // the library does not say what it has met
+    if (const int error = TryToWrite(size); error != 0) {  // the library does not report its errors
         Fail(error);
     }
     if (!staged.IsComplete()) {
-        Fail("what the SNMP library has written is not complete (" + staged.Fault() + "); try again");
+        Fail("what the SNMP library has written is incomplete (" + staged.Fault() + "); try again");
     }
     Fail(missing.empty() ? "what the SNMP library has written is not this engine's; try again"
                          : "the SNMP library has not written the user " + missing + "; try again");
 }
 
-/// Nothing of the old file gets lost. A damaged one has been read before it was damaged.
+/// Checks that nothing in the old file gets lost. If it is damaged now, the library read it before.
 void CompareWithOld(const Found& staged) {
     const Found old = Read(StateFile::kName);
     if (!old.IsComplete()) {
@@ -218,7 +218,7 @@ void CompareWithOld(const Found& staged) {
     }
     if (const std::string missing = MissingUser(old.content.NonVolatileUsers(), staged.content); !missing.empty()) {
         Fail("the file has the user " + missing +
-             ", whom this agent has not read; restart the agent, and change the file only while no agent runs");
+             ", which this agent has not read; restart the agent, and change the file only while no agent runs");
     }
     if (old.content.EngineId() == staged.content.EngineId() &&
         old.content.EngineBoots() > staged.content.EngineBoots()) {
@@ -256,7 +256,7 @@ void StateFile::Recover() {
         return;
     }
     if (const int error = ::rename(bestName.c_str(), kName) != 0 ? errno : SyncFolder(); error != 0) {
-        throw StartError("cannot put the state file " + PathOf(bestName) + " in the place of " + kName + ": " +
+        throw StartError("cannot put the state file " + PathOf(bestName) + " in place of " + kName + ": " +
                          Message(error) + "; do it by hand");
     }
     Log::Warning("the state file " + PathOf(kName) +

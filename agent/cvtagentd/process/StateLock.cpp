@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* kFile = "cvtagentd.lock";
 
-/// Who has it, as far as the file tells.
+/// Who holds the lock, as far as the file tells.
 std::string Owner(int file) {
     std::array<char, 16> text{};
     const ssize_t length = ::pread(file, text.data(), text.size(), 0);
@@ -27,7 +27,7 @@ std::string Owner(int file) {
     return pid.empty() ? std::string("another agent") : "another agent, process " + pid;
 }
 
-/// The owner of the directory decides what the name stands for; a second name could be that of anybody's file.
+/// The owner of the directory controls what the name refers to; a file with a second name could be anyone's.
 bool IsOneFile(int file) {
     struct stat status {};
     return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
@@ -45,15 +45,15 @@ StateLock::StateLock() : m_file(::open(kFile, O_RDWR | O_CREAT | O_CLOEXEC | O_N
         }
         if (error == EWOULDBLOCK) {
             throw StartError("the state directory " + StateDir::Path() + " is in use by " + owner +
-                             "; stop that one, or name another directory with --state-dir");
+                             "; stop that agent, or name another directory with --state-dir");
         }
         const std::string advice = error == EACCES ? "give it to the user who runs the agent (chown), or " : "";
         throw StartError("cannot lock the state directory " + StateDir::Path() + " by " + kFile + ": " +
                          std::generic_category().message(error) + "; " + advice + "name another one with --state-dir");
     }
     const std::string pid = std::to_string(::getpid()) + "\n";
-    [[maybe_unused]] const bool told =
-        ::ftruncate(m_file, 0) == 0 && ::pwrite(m_file, pid.data(), pid.size(), 0) > 0;  // for people
+    [[maybe_unused]] const bool told = ::ftruncate(m_file, 0) == 0 && ::pwrite(m_file, pid.data(), pid.size(), 0) >
+                                                                          0;  // so that an administrator can see it
 }
 
 StateLock::~StateLock() { ::close(m_file); }

@@ -2,11 +2,11 @@
 
 namespace cvtagentd {
 
-/// Keeps the state directory, which is the working directory, for this process: two that wrote there would lose each
-/// other's users and values. Any end of the process gives it free.
+/// Locks the state directory, which is the working directory, for this process: two processes that wrote there would
+/// lose each other's users and values. The lock ends with the process, however that ends.
 class StateLock {
 public:
-    /// Throws StartError when another process has it.
+    /// Throws StartError when another process holds it.
     StateLock();
     ~StateLock();
     StateLock(const StateLock&) = delete;

@@ -36,17 +36,17 @@ constexpr std::uint32_t kArchitecture = AUDIT_ARCH_S390X;
 #elif defined(__loongarch64)
 constexpr std::uint32_t kArchitecture = 258U | __AUDIT_ARCH_64BIT | __AUDIT_ARCH_LE;  // not in older headers
 #else
-constexpr std::uint32_t kArchitecture = 0;  // by numbers alone: other ways to make a call are not told apart
+constexpr std::uint32_t kArchitecture = 0;  // filter by number alone: calls of other architectures are not told apart
 #endif
 
 constexpr std::uint32_t kRefuse = SECCOMP_RET_ERRNO | EPERM;
-/// What an old kernel says; the C library then uses clone, whose flags can be seen here.
+/// The answer of an old kernel. The C library then uses clone, whose flags the filter can see.
 constexpr std::uint32_t kUnknown = SECCOMP_RET_ERRNO | ENOSYS;
 
 constexpr std::uint32_t kNewNamespaces = CLONE_NEWNS | CLONE_NEWCGROUP | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWUSER |
                                          CLONE_NEWPID | static_cast<std::uint32_t>(CLONE_NEWNET);
 
-/// Not every architecture has all of them, nor do older headers.
+/// Some architectures and older headers lack some of them.
 constexpr long kRefused[] = {
     // other processes
     SYS_process_vm_readv,
@@ -64,7 +64,7 @@ constexpr long kRefused[] = {
     SYS_add_key,
     SYS_request_key,
     SYS_keyctl,
-    // ways into the kernel that are wider than they need be
+    // large kernel interfaces that the agent does not need
     SYS_userfaultfd,
     SYS_perf_event_open,
     SYS_bpf,
@@ -130,10 +130,10 @@ constexpr std::uint32_t kCloneFlags = offsetof(seccomp_data, args) + 8;  // the 
 #else
 constexpr std::uint32_t kCloneFlags = offsetof(seccomp_data, args);
 #endif
-/// Of an argument of 64 bits.
+/// Offset of a half of a 64-bit argument.
 constexpr std::uint32_t kLowHalf = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 4 : 0;
 
-/// A filter in the making: the accumulator holds what was loaded last, and a jump counts the steps it passes over.
+/// A filter under construction. The accumulator holds what was loaded last; a jump counts the steps it skips.
 class Steps {
 public:
     void Load(std::uint32_t offset) { Add(BPF_LD | BPF_W | BPF_ABS, offset); }

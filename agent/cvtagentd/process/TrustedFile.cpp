@@ -17,12 +17,12 @@ using Path = std::filesystem::path;
 
 bool MayDecide(uid_t user) { return user == 0 || user == ::geteuid(); }
 
-/// Everybody may take a file's name away there, and give it to another one.
+/// Whether everybody may remove a file's name in this folder, and give it to another file.
 bool IsOpenToAll(const struct stat& folder) {
     return (folder.st_mode & S_IWOTH) != 0 && (folder.st_mode & S_ISVTX) == 0;
 }
 
-/// Each folder that the kernel looks a part of the name up in, once or more often.
+/// Each folder in which the kernel looks up a part of the name; a folder may occur more than once.
 std::vector<Path> FoldersOnTheWay(const Path& file) {
     constexpr int kMostLinks = 40;  // as the kernel allows
     std::error_code error;
@@ -66,17 +66,17 @@ std::string TrustedFile::WhyNot(const std::string& what, const std::string& file
     if (!MayDecide(status.st_uid)) {
         const std::string us = ::geteuid() == 0 ? "root" : "root or " + Users::WithId(::geteuid()).Label();
         return what + " " + file + " belongs to the user " + Users::WithId(status.st_uid).Label() +
-               ", who does not decide what the agent does; give it to " + us + " (chown)";
+               ", who must not control the agent; give it to " + us + " (chown)";
     }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return "others than its owner can write to " + what + " " + file + "; close it to them (chmod go-w " + file +
-               ")";
+        return "users other than its owner can write to " + what + " " + file + "; take that right away (chmod go-w " +
+               file + ")";
     }
     for (const Path& folder : FoldersOnTheWay(file)) {
         if (::stat(folder.c_str(), &status) == 0 && IsOpenToAll(status)) {
             std::string why = "everybody can replace ";
             why.append(what).append(" ").append(file).append(", since everybody can write to the folder ");
-            return why.append(folder).append("; close that (chmod o-w ").append(folder).append(")");
+            return why.append(folder).append("; take that right away (chmod o-w ").append(folder).append(")");
         }
     }
     return {};

@@ -4,18 +4,18 @@
 
 namespace cvtagentd {
 
-/// Whether nobody but root and the user of this process decides what stands in a file. The kernel's answer at the time of the
-/// call; whoever reads the file afterwards relies on those two alone.
+/// Whether only root and the user of this process control what is in a file. The kernel's answer at the time of the
+/// call: after that, a reader depends on those two users alone.
 namespace TrustedFile {
 
-/// Why the file is not to be obeyed, in one line that says what to do; empty when it is, or when there is none.
-/// `what` names its purpose ("the configuration"). Refused are: a file that belongs to a third user; one that its group
-/// or everybody may write to; and one that everybody may replace, since a folder on the way to it, over all symbolic
-/// links, can be written by all without the sticky bit.
+/// Why the file must not be obeyed, in one line that says what to do; empty when it may be, or when there is none.
+/// `what` names its purpose ("the configuration"). It refuses a file that belongs to a third user, a file that its
+/// group or everybody may write to, and a file that everybody may replace because a folder on the path to it, symbolic
+/// links included, is writable by all and has no sticky bit.
 std::string WhyNot(const std::string& what, const std::string& file);
 
-/// A folder on the way to the file that others can write to whom somebody has given that right by name: its group, or
-/// an owner who is neither root nor this user. They can put another file in its place. Empty when there is none.
+/// A folder on the path to the file that its group may write to, or whose owner is neither root nor this user. They
+/// were given that right by name, and can replace the file. Empty when there is none.
 std::string FolderOfOthers(const std::string& file);
 
 }  // namespace TrustedFile

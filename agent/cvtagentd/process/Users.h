@@ -13,7 +13,7 @@ struct User {
     gid_t gid = 0;  ///< the primary group
     std::string home = "/";
 
-    /// For people: the name, or else the number.
+    /// For messages: the name, or else the number.
     std::string Label() const { return name.empty() ? std::to_string(uid) : name; }
 };
 
@@ -23,7 +23,7 @@ namespace Users {
 /// Throws StartError when there is no such user.
 User Named(const std::string& name);
 
-/// A number without a name is a user, too: its group is then the one of this process.
+/// A number without a name is a user, too; its group is then that of this process.
 User WithId(uid_t uid);
 
 }  // namespace Users

@@ -17,20 +17,20 @@ namespace {
 
 Connections* s_connections = nullptr;
 
-/// The library's timers and this clock need not agree to the microsecond.
+/// The library's timers and this clock may differ by some microseconds.
 constexpr std::chrono::milliseconds kShortestAlarm{10};
 
 void Warn(const std::string& kind, const std::string& text) {
     LibraryLog::WriteLimited(LogLevel::kWarning, kind, kind + ' ' + text);
 }
 
-/// Whether the rest of a message lies in the socket already: this process was slow, not the sender.
+/// Whether the rest of a message is already in the socket: then this process was slow, not the sender.
 bool HasArrived(int socket, std::size_t octets) {
     int waiting = 0;
     return ::ioctl(socket, FIONREAD, &waiting) == 0 && waiting > 0 && static_cast<std::size_t>(waiting) >= octets;
 }
 
-/// A new descriptor has the lowest number that is free. `any` is any descriptor that is open.
+/// Relies on the kernel's rule that a new descriptor gets the lowest free number. `any` is any open descriptor.
 bool AreSpareDescriptorsTaken(int any) {
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
@@ -81,17 +81,17 @@ void Connections::MakeRoom(const netsnmp_transport& newcomer, const StreamPeer& 
                                               "; its clients should close theirs, or use one for all requests");
         CloseLongestIdle({{peer.key, own}});
     } else if (all > kMost) {
-        Warn("too many connections in all:", "closed an idle one for the one from " + peer.text);
+        Warn("too many connections in all:", "closed an idle one for a new one from " + peer.text);
         CloseLongestIdle(counts);
     } else if (AreSpareDescriptorsTaken(newcomer.sock)) {
         Warn("too few file descriptors for connections:",
-             "closed an idle one for the one from " + peer.text +
+             "closed an idle one for a new one from " + peer.text +
                  "; raise the limit (ulimit -n, or LimitNOFILE= of the service)");
         CloseLongestIdle(counts);
     }
 }
 
-/// Of the peers that hold most, with as many as that.
+/// The peers that hold the most connections, with that number.
 void Connections::CloseLongestIdle(const Counts& counts) {
     std::size_t most = 0;
     for (const auto& [peer, count] : counts) {
@@ -111,7 +111,8 @@ void Connections::CloseLongestIdle(const Counts& counts) {
     }
 }
 
-/// The library may be looking through its connections just now. This one becomes readable, and the library closes it then.
+/// The library may be iterating over its connections. The shutdown makes this one readable, and the library then closes
+/// it.
 void Connections::BeginClosing(Map::value_type& entry) {
     entry.second.isClosing = true;
     ::shutdown(entry.first->sock, SHUT_RDWR);

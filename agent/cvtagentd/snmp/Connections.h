@@ -13,35 +13,37 @@ struct netsnmp_transport_s;
 
 namespace cvtagentd {
 
-/// The stream connections (TCP, sockets in the file system) that the SNMP library has accepted, and the limits that keep
-/// strangers from using up memory and file descriptors through them. The library itself has none: it collects whatever
-/// length a message claims, and waits for the rest as long as it takes.
+/// The stream connections (TCP, Unix sockets) that the SNMP library has accepted, and the limits that keep clients from
+/// using up memory and file descriptors through them. The library itself has no limits: it collects as much as a
+/// message claims to be, and waits for the rest without end.
 ///
 /// A connection is closed when
-/// - what it sends is no SNMP message, or claims to be a longer one than StreamFraming::kLongestMessage;
+/// - what it sends is not an SNMP message, or claims to be longer than StreamFraming::kLongestMessage;
 /// - a message is incomplete kMessageTime after its first octet, however steadily the rest drips in;
-/// - there are too many: of one peer, in all, or for the descriptors that the process has. Then the newcomer is let in and
-///   the longest idle connection goes, of the peer that came too often or else of the peers that hold most. Were the
-///   newcomer refused, whoever holds all places without a word could keep everybody else out; this way it takes a peer
-///   as many new connections as there are places to push out anybody who has just connected and asks at once.
+/// - there are too many: of one peer, in all, or for the descriptors that the process has. Then the new one is
+///   accepted and the one that has been idle longest is closed: one of the same peer if that peer has too many, otherwise
+///   one of the peers that hold most. If the new one were refused instead, a peer that holds all places and sends
+///   nothing could keep all others out. This way a peer needs as many new connections as there are places to push out a
+///   client that has just connected and asks at once.
 ///
 /// Each kind of closing is logged, a few times a minute.
 ///
-/// The library reads and closes through functions of ours, which this puts into a connection's transport. They have no
-/// room for an object, so at most one exists at a time. Used by the thread that runs the library, which must live longer.
+/// The library reads and closes through functions of this class, which it puts into a connection's transport. They take
+/// no context argument, so at most one object exists at a time. Used by the thread that runs the library. The library
+/// must outlive this object.
 class Connections {
 public:
-    /// What a connection may cost is a message that is kept until complete: all of them together take some 10 MB.
+    /// A connection may cost one message, which is kept until it is complete: some 10 MB for all connections together.
     static constexpr std::size_t kMost = 128;
 
-    /// A manager needs one; a host that runs many of them, or some that do not close, gets on with this.
+    /// A manager needs one connection. This is enough for a host that runs many managers, or some that do not close.
     static constexpr std::size_t kMostOfPeer = 32;
 
-    /// Enough for a message's few packets, also when some are lost and sent again.
+    /// Enough for a message's few packets, even when some are lost and sent again.
     static constexpr std::chrono::seconds kMessageTime{5};
 
-    /// What stays free for the files that are read to answer requests, over UDP too. Of a process that may have few
-    /// descriptors, half.
+    /// Descriptors that stay free for the files that are read to answer requests, over UDP too. Half of all descriptors
+    /// where the process may have few.
     static constexpr std::size_t kSpareDescriptors = 64;
 
     Connections();
@@ -59,8 +61,8 @@ private:
         StreamPeer peer;
         int (*receive)(netsnmp_transport_s*, void*, int, void**, int*);  // the library's
         int (*close)(netsnmp_transport_s*);                              // the library's
-        Clock::time_point active;                                        // when a message was complete, or at first
-        Clock::time_point begun{};                                       // the message that is incomplete
+        Clock::time_point active;   // when a message was last complete, or on accept
+        Clock::time_point begun{};  // when the incomplete message began
         StreamFraming framing{};
         bool isClosing = false;
     };
@@ -79,7 +81,7 @@ private:
     static void BeginClosing(Map::value_type& entry);
 
     Map m_all;
-    unsigned int m_alarm = 0;  // the library's, for the message that may be too late first; 0: none is incomplete
+    unsigned int m_alarm = 0;  // the library's, for the oldest incomplete message; 0: none is incomplete
 };
 
 }  // namespace cvtagentd

@@ -6,8 +6,8 @@
 
 namespace cvtagentd {
 
-/// A set of file descriptors, of the library's kind: it grows beyond the limit of select(2)'s own. For sources only, like
-/// SnmpHeaders.h.
+/// A set of file descriptors in the library's format, which grows beyond the limit of select(2). Included by sources
+/// only, like SnmpHeaders.h.
 class DescriptorSet {
 public:
     DescriptorSet() {

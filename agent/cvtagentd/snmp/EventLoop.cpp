@@ -31,7 +31,7 @@ EventLoop::EventLoop() {
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     m_signals = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
     if (m_signals < 0) {
-        throw StartError("the system gives no more file descriptors; raise the limit (ulimit -n)");
+        throw StartError("no file descriptor is left; raise the limit (ulimit -n)");
     }
 }
 
@@ -45,8 +45,8 @@ EventLoop::Event EventLoop::TakeSignal() {
     return info.ssi_signo == SIGHUP ? Event::kReload : Event::kStop;
 }
 
-/// A connection that cannot be taken up for lack of a descriptor keeps its socket readable: without a pause, this loop
-/// would take all of a processor.
+/// A connection that cannot be accepted because no descriptor is left keeps its socket readable. Without a pause, this
+/// loop would use a whole processor.
 void EventLoop::PauseWhenTableIsFull() {
     if (++m_reads % kReadsToALook != 0) {
         return;
@@ -79,7 +79,7 @@ std::optional<std::chrono::milliseconds> EventLoop::RunTasks() const {
     return longest;
 }
 
-/// `longest`: the longest that it may sleep; no value means no limit.
+/// `longest`: the longest that the loop may sleep; no value means no limit.
 EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longest) {
     DescriptorSet descriptors;
     int count = 0;

@@ -9,19 +9,20 @@ namespace cvtagentd {
 
 /// Waits for packets and signals, and lets the SNMP library serve the packets.
 ///
-/// From its construction on SIGTERM, SIGINT and SIGHUP are blocked in the calling thread, and so in every thread started
-/// afterwards, and SIGPIPE is ignored: it comes before the SNMP library and before any module. Used by one thread.
+/// The constructor blocks SIGTERM, SIGINT and SIGHUP in the calling thread, and so in every thread started afterwards,
+/// and ignores SIGPIPE. So it is made before the SNMP library is initialised and before any module is loaded. Used by
+/// one thread.
 class EventLoop {
 public:
     enum class Event { kNone, kReload, kStop };
 
-    /// Returns how long the loop may sleep before the work is due again; no value: until anything happens.
+    /// Returns how long the loop may sleep before the work is due again; no value: until something happens.
     using Work = std::function<std::optional<std::chrono::milliseconds>()>;
-    /// Returns a descriptor of the library's, or no value while there is none.
+    /// Returns one of the library's descriptors, or no value while there is none.
     using Descriptor = std::function<std::optional<int>()>;
 
-    /// Work that the loop does in each turn before it waits, for as long as this object exists. Tasks run in the order in
-    /// which they were made. The loop must outlive them.
+    /// Work that the loop does in each turn before it waits, for as long as this object exists. Tasks run in the order
+    /// in which they were made. The loop must outlive them.
     class Task {
     public:
         Task(EventLoop& loop, Work work)
@@ -41,10 +42,11 @@ public:
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /// From now on this one of the library's descriptors is served only when no other is ready. Empty: none is.
+    /// From now on this one of the library's descriptors is served only when no other is ready. An empty function ends
+    /// that.
     void ServeLast(Descriptor descriptor) { m_last = std::move(descriptor); }
 
-    /// Runs the tasks, waits, and serves what has come. Returns a signal's event at once, and kNone otherwise.
+    /// Runs the tasks, waits, and serves what has arrived. Returns a signal's event at once, and kNone otherwise.
     Event Turn();
 
 private:
@@ -57,7 +59,7 @@ private:
     std::list<Work> m_work;
     Descriptor m_last;
     unsigned int m_reads = 0;
-    bool m_wasFull = false;  // the table of descriptors, when last looked at
+    bool m_wasFull = false;  // the table of descriptors, at the last check
 };
 
 }  // namespace cvtagentd

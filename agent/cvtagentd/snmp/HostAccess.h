@@ -12,26 +12,26 @@ struct sockaddr;
 
 namespace cvtagentd {
 
-/// Remembers for each source address what hosts.allow and hosts.deny (hosts_access(5)) say of it. The SNMP library would read
-/// both files again for every packet, which takes a fifth of the time of a walk.
+/// Caches the verdict of hosts.allow and hosts.deny (hosts_access(5)) for each source address. The SNMP library would
+/// read both files again for every packet, which takes a fifth of the time of a walk.
 ///
-/// Every verdict is forgotten within a second of a change to either file, and after a minute in any case: the files may name
-/// hosts, whose addresses change, and further files. Used by one thread.
+/// All verdicts are dropped within a second after a change to either file, and each after a minute in any case, because
+/// the files may name other files, and hosts whose addresses change. Used by one thread.
 class HostAccess {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// How often the files are looked at, at most.
+    /// The files are checked for a change at most this often.
     static constexpr std::chrono::seconds kLookInterval{1};
-    /// How long a verdict holds.
+    /// How long a verdict is kept.
     static constexpr std::chrono::seconds kLifetime{60};
-    /// How many addresses are remembered. Whoever forges addresses makes the agent ask again, and no more.
+    /// How many addresses are kept. Forged addresses make the agent ask again, and do no other harm.
     static constexpr std::size_t kMostAddresses = 1024;
 
-    /// Without the port.
+    /// An internet address without the port.
     class Address {
     public:
-        /// No value for what is no internet address: that is not subject to the files.
+        /// No value when it is not an internet address: the files do not apply to it.
         static std::optional<Address> Of(const sockaddr& source);
 
         auto operator<=>(const Address&) const = default;
@@ -44,7 +44,7 @@ public:
 
     explicit HostAccess(std::vector<std::string> files = {"/etc/hosts.allow", "/etc/hosts.deny"});
 
-    /// Whether the source may ask; no value when that is not known by now.
+    /// Whether the source may ask; no value when no verdict is cached.
     std::optional<bool> Verdict(const Address& source, Clock::time_point now);
     void Remember(const Address& source, bool isAdmitted, Clock::time_point now);
 

@@ -11,7 +11,7 @@ namespace {
 
 LibraryLog::Collector* s_collector = nullptr;
 RateLimit s_guard;
-unsigned int s_alarm = 0;  // the library's, that will tell of messages held back; 0 when there are none
+unsigned int s_alarm = 0;  // the library's, for reporting messages held back; 0 when there are none
 
 void OnAlarm(unsigned int id, void* unused);
 
@@ -28,7 +28,7 @@ struct Demoted {
 
 std::vector<Demoted> s_demoted;
 
-/// What the library finds worth a notice, such as a folder that it has made, is a detail here.
+/// What the library logs as a notice, such as a folder that it has made, is a debug message here.
 LogLevel LevelOf(int priority) {
     if (priority <= LOG_ERR) {
         return LogLevel::kError;
@@ -36,7 +36,7 @@ LogLevel LevelOf(int priority) {
     return priority == LOG_WARNING ? LogLevel::kWarning : LogLevel::kDebug;
 }
 
-/// Whether it is one of them; its listener then knows.
+/// Whether the message is a demoted one; if so, calls its listener.
 bool IsDemoted(const std::string& text) {
     const auto found = std::find_if(s_demoted.begin(), s_demoted.end(),
                                     [&](const Demoted& demoted) { return text.starts_with(demoted.beginning); });
@@ -49,7 +49,7 @@ bool IsDemoted(const std::string& text) {
     return true;
 }
 
-/// Two words: what follows them names a user or an address.
+/// The first two words: what follows them names a user or an address.
 std::string KindOf(const std::string& text) {
     const std::size_t first = text.find(' ');
     return first == std::string::npos ? text : text.substr(0, text.find(' ', first + 1));

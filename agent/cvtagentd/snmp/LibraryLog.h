@@ -8,25 +8,24 @@
 
 namespace cvtagentd {
 
-/// What the SNMP library says: it all goes to the Log, but for what a Collector takes, and for more than a few of a kind in a
-/// minute, which are counted. State of the process, used by the
-/// thread that runs the library.
+/// The SNMP library's messages. They all go to the Log, except those that a Collector takes; of one kind a few are
+/// logged in a minute, the others are counted. State of the process, used by the thread that runs the library.
 namespace LibraryLog {
 
 struct Message {
     std::string text;
-    int systemError = 0;  ///< errno as it stood when the library spoke
+    int systemError = 0;  ///< errno when the library logged this
 };
 
 /// Called before the library is initialised.
 void Install();
 
-/// Messages that begin so are details from now on, whatever the library thinks of them, and `listener` hears of each,
-/// until ForgetDemoted. `beginning` is kept. A Collector takes them all the same.
+/// Until ForgetDemoted, messages that begin like this are logged as debug messages, whatever level the library gives
+/// them, and `listener` is called with each. Keeps the pointer `beginning`. A Collector still takes such messages.
 void Demote(const char* beginning, std::function<void(const std::string&)> listener = {});
 void ForgetDemoted();
 
-/// Logs a message that whoever sends a packet can cause: a few of its kind in a minute, then their number.
+/// Logs a message that anyone can cause by sending a packet: a few of its kind in a minute, then their number.
 void WriteLimited(LogLevel level, const std::string& kind, const std::string& text);
 
 /// While one exists, the library's warnings and errors are collected instead of logged. At most one exists at a time.

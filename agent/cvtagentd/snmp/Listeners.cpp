@@ -24,18 +24,18 @@
 namespace cvtagentd {
 namespace {
 
-/// In words that help, why an address cannot be listened on.
+/// Why the agent cannot listen on an address, and what to do.
 std::string Advice(int error) {
     switch (error) {
-        case 0: return "no such address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
+        case 0: return "not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
         case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
         case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
-        case EACCES: return "not permitted; choose a port above 1023, or start it with more rights";
+        case EACCES: return "not permitted; choose a port above 1023, or start the agent with more rights";
         default: return std::generic_category().message(error);
     }
 }
 
-/// Whether the address of a socket in the file system names something that is none.
+/// Whether the address of a Unix socket names a file that is not a socket.
 bool IsOtherFile(const std::string& address) {
     constexpr std::string_view kPrefix = "unix:";
     if (!address.starts_with(kPrefix)) {
@@ -50,15 +50,16 @@ netsnmp_transport* TransportOf(snmp_session& session) {
     return internal == nullptr ? nullptr : ::snmp_sess_transport(internal);
 }
 
-/// Makes room for what a sender does not read at once; keeps the connection from what a module starts.
+/// Enlarges the send buffer for clients that do not read at once; closes the connection in programs that a module
+/// starts.
 void SetUpConnection(int socket) {
-    constexpr int kRoom = 1 << 20;  // the kernel may give less
+    constexpr int kRoom = 1 << 20;  // the kernel may grant less
     ::fcntl(socket, F_SETFD, FD_CLOEXEC);
     ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof kRoom);
 }
 
-/// The library's queue of connections that wait to be accepted holds five: whoever connects in a row faster than we accept
-/// would make others wait a second or more for another try.
+/// The library's queue of connections to accept holds five. A client that connects faster than we accept would make
+/// others wait a second or more for another try.
 void LengthenQueue(const netsnmp_transport& transport) {
     constexpr int kWaiting = 1024;
     if ((transport.flags & NETSNMP_TRANSPORT_FLAG_LISTEN) != 0) {
@@ -66,8 +67,8 @@ void LengthenQueue(const netsnmp_transport& transport) {
     }
 }
 
-/// Whether a message may wait until the sender of a stream reads, which might be never: a quarter of the room is
-/// taken. A response, of which the kernel keeps more than its octets, fits into the rest.
+/// Whether the client on a stream has left so much unread that its next message has to be dropped: a quarter of the
+/// send buffer is taken. A response, which takes more room in the kernel than its octets, fits into the rest.
 bool MayHaveToWait(int socket) {
     int unread = 0;
     int room = 0;
@@ -76,8 +77,8 @@ bool MayHaveToWait(int socket) {
            ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &room, &length) == 0 && unread > room / 4;
 }
 
-/// What the TCP wrapper says of the source. Where the verdict is remembered, the library is spared reading its files, and
-/// only the counting of the packet is left to do.
+/// Asks hosts.allow and hosts.deny about the source. If the verdict is cached, the library need not read the files;
+/// only counting the packet is left to do.
 bool AdmitsHost(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
     static HostAccess s_access;
     const auto ask = [&] { return ::netsnmp_agent_check_packet(session, transport, opaque, length) != 0; };
@@ -98,7 +99,7 @@ bool AdmitsHost(snmp_session* session, netsnmp_transport* transport, void* opaqu
     return isAdmitted;
 }
 
-/// Every message comes here first, also one that the library answers by itself. What is not taken is dropped whole.
+/// Every message comes here first, even one that the library answers by itself. A message that is not taken is dropped.
 int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
     const bool isStream = (transport->flags & NETSNMP_TRANSPORT_FLAG_STREAM) != 0;
     if (isStream && MayHaveToWait(transport->sock)) {
@@ -107,8 +108,8 @@ int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaqu
     return AdmitsHost(session, transport, opaque, length) ? 1 : 0;
 }
 
-/// Whether a message of version 3 names a context that there is: of this engine, or of none, and by a name
-/// that the library, for which a name ends with its first zero, reads as it is.
+/// Whether a version 3 message names a context that exists: of this engine, or of none. The name must hold no null
+/// octet, since for the library a name ends at the first one.
 bool IsForUs(const snmp_pdu& message) {
     if (message.version != SNMP_VERSION_3) {
         return true;
@@ -147,7 +148,7 @@ Listeners::~Listeners() {
 
 void Listeners::Listen(const std::string& address) {
     if (IsOtherFile(address)) {  // the library would delete it
-        throw StartError("cannot listen on " + address + ": that file is no socket; choose another name");
+        throw StartError("cannot listen on " + address + ": that file is not a socket; choose another name");
     }
     const LibraryLog::Collector collector;
     errno = 0;
@@ -156,7 +157,7 @@ void Listeners::Listen(const std::string& address) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
         throw StartError("cannot listen on " + address + ": " + Advice(error));
     }
-    Descriptors::KeepFromChildren();  // what a module starts must not keep the agent's sockets open
+    Descriptors::KeepFromChildren();  // programs that a module starts must not keep the agent's sockets open
 }
 
 bool Listeners::Open(const std::string& address) {
@@ -186,7 +187,7 @@ bool Listeners::Open(const std::string& address) {
     return true;
 }
 
-/// The sessions of connections that were accepted come here too. The library's own handler takes no magic.
+/// Also called for the sessions of accepted connections. The library's own handler ignores this argument.
 int Listeners::OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self) {
     if (operation == NETSNMP_CALLBACK_OP_CONNECT) {
         if (netsnmp_transport* const transport = TransportOf(*session); transport != nullptr) {
@@ -207,7 +208,7 @@ int Listeners::OnMessage(int operation, snmp_session* session, int requestId, sn
     return ::handle_snmp_packet(operation, session, requestId, message, nullptr);
 }
 
-/// A sender that is not known is the library's affair.
+/// The library itself handles an unknown sender.
 bool Listeners::Refuses(snmp_pdu& message) const {
     return message.command == SNMP_MSG_SET && m_isBusy && m_isBusy() && ::check_access(&message) == 0;
 }

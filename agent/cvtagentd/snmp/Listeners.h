@@ -13,13 +13,13 @@ namespace cvtagentd {
 
 /// The addresses that the agent answers on.
 ///
-/// The SNMP library holds a SET until no request is put back any more, and every other request until that SET is through.
-/// So that nobody is held up, a SET that comes meanwhile is refused here, with resourceUnavailable.
+/// The SNMP library holds a SET until no delegated request is left, and every other request until that SET is done. So
+/// that no client is held up, a SET that arrives meanwhile is refused here, with resourceUnavailable.
 ///
-/// Nor is anybody held up by a client that sends over a stream and does not read: its messages are dropped until it does.
-/// Connections has the limits for whoever takes up streams.
+/// Nor is any client held up by one that sends over a stream and does not read: its messages are dropped until it does.
+/// Connections limits the number of streams and how they are used.
 ///
-/// Used by the thread that runs the library, which must live longer. The object stays where it is.
+/// Used by the thread that runs the library. The library must outlive this object, which must not move.
 class Listeners {
 public:
     Listeners() = default;
@@ -27,14 +27,14 @@ public:
     Listeners& operator=(const Listeners&) = delete;
     ~Listeners();
 
-    /// Answers on this address, in the library's notation, from now on. Throws StartError.
+    /// Starts to answer on this address, written in the library's notation. Throws StartError.
     void Listen(const std::string& address);
 
-    /// `isBusy` tells whether a request is put back; empty: none ever is.
+    /// `isBusy` tells whether a delegated request is pending; empty: none ever is.
     void RefuseSetsWhile(std::function<bool()> isBusy) { m_isBusy = std::move(isBusy); }
 
 private:
-    /// False when it cannot be listened on; errno may say why.
+    /// Returns false when the agent cannot listen on the address; errno may say why.
     bool Open(const std::string& address);
     static int OnMessage(int operation, snmp_session* session, int requestId, snmp_pdu* message, void* self);
     bool Refuses(snmp_pdu& message) const;

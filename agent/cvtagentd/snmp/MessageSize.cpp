@@ -14,13 +14,13 @@ constexpr std::size_t kSequence = 4;
 
 /// Version, the message's sequence, the sequence of the PDU, its three numbers, and the sequence of varbinds.
 constexpr std::size_t kEveryMessage = 3 + kSequence + kSequence + 3 * kInteger + kSequence;
-/// Of version 3 besides: the global header, security parameters and scoped PDU, empty names and no cryptography.
+/// In addition for version 3: global header, security parameters and scoped PDU, with empty names and no cryptography.
 constexpr std::size_t kHeader = 2 + kInteger + kInteger + 3 + 3;
 constexpr std::size_t kSecurityParameters = 4 + 4 + 2 * kInteger + 4 + 4 + 4 + 4;
 constexpr std::size_t kScopedPdu = kSequence + 4 + 4;
 /// The digest of SHA-512.
 constexpr std::size_t kLongestDigest = 48;
-/// A salt, the octet string of the encrypted PDU, and what a block cipher fills up.
+/// A salt, the octet string of the encrypted PDU, and the padding of a block cipher.
 constexpr std::size_t kEncryption = 8 + 4 + 7;
 
 std::size_t ContentOf(const oid* arcs, std::size_t count) {
@@ -56,7 +56,7 @@ std::size_t ContentOf(const variable_list& value) {
         case ASN_OBJECT_ID: return ContentOf(value.val.objid, value.val_len / sizeof(oid));
         default: break;
     }
-    constexpr std::size_t kMoreThanItsOctets = 8;  // some types that only a request has are encoded twice over
+    constexpr std::size_t kMoreThanItsOctets = 8;  // some types that occur only in a request are encoded twice
     return value.val_len + (value.type == ASN_OCTET_STR || value.val_len == 0 ? 0 : kMoreThanItsOctets);
 }
 
@@ -65,7 +65,7 @@ std::size_t ContentOf(const variable_list& value) {
 std::size_t MessageSize::Limit(const snmp_pdu& message) {
     const long configured = ::netsnmp_ds_get_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX);
     std::size_t limit = configured > 0 ? std::min(static_cast<std::size_t>(configured), kLongest) : kLongest;
-    // A report is made of a message that was never hidden from the library.
+    // A report is made from a message whose size was never hidden from the library.
     const long askers = message.range_subid > 0 ? message.range_subid : message.msgMaxSize;
     if (message.version == SNMP_VERSION_3 && askers > 0) {
         limit = std::min(limit, static_cast<std::size_t>(askers));
@@ -73,7 +73,7 @@ std::size_t MessageSize::Limit(const snmp_pdu& message) {
     return limit;
 }
 
-/// The library uses that field for AgentX alone.
+/// The library uses that field only for AgentX.
 void MessageSize::KeepFromLibrary(snmp_pdu& request) {
     request.range_subid = static_cast<int>(std::min(request.msgMaxSize, static_cast<long>(kLongest)));
     request.msgMaxSize = static_cast<long>(kLongest);

@@ -7,20 +7,22 @@ struct variable_list;
 
 namespace cvtagentd {
 
-/// What a message takes in octets, before it is encoded. All are upper bounds, seldom more than some tens of octets too high.
+/// The size of a message in octets, before it is encoded. All sizes are upper bounds, seldom more than some tens of
+/// octets too high.
 struct MessageSize {
     /// The most that a UDP message over IPv4 can hold.
     static constexpr std::size_t kLongest = 65507;
 
-    /// How long a response may be: what the configuration allows (sendMessageMaxSize), a datagram holds and, in version 3,
-    /// the sender of the request takes. `message`: the request or its response.
+    /// How long a response may be: the least of what the configuration allows (sendMessageMaxSize), what a datagram
+    /// holds and, in version 3, what the sender of the request accepts. `message`: the request or its response.
     static std::size_t Limit(const snmp_pdu& message);
 
-    /// Hides what the sender of a request of version 3 takes from the library, which would drop varbinds beyond it before they
-    /// come to be encoded, and never free them. Limit still knows it, of the request and of its response.
+    /// Hides the size that the sender of a version 3 request accepts from the library, which would drop varbinds beyond
+    /// it before they are encoded, and never free them. Limit still knows the size, for the request and for its
+    /// response.
     static void KeepFromLibrary(snmp_pdu& request);
 
-    /// All of the message but its varbinds.
+    /// The whole message except its varbinds.
     static std::size_t WithoutVarBinds(const snmp_pdu& message);
 
     /// One varbind, of the list that begins with it.

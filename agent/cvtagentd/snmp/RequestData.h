@@ -7,13 +7,13 @@
 
 namespace cvtagentd {
 
-/// Attaches an object of type T to a request of the SNMP library's, or to one varbind of it. The library deletes the object
-/// with the request, whatever becomes of that. For sources only, like SnmpHeaders.h; used by the thread that runs the
-/// library.
+/// Attaches an object of type T to a request of the SNMP library, or to one of its varbinds. The library deletes the
+/// object with the request, however the request ends. Included by sources only, like SnmpHeaders.h; used by the thread
+/// that runs the library.
 template <typename T>
 class RequestData {
 public:
-    /// `name` tells the object from others at the same request; a literal.
+    /// `name`, a literal, tells the object from others at the same request.
     explicit constexpr RequestData(const char* name) : m_name(name) {}
 
     /// Null when none is attached.
@@ -24,7 +24,7 @@ public:
         return static_cast<T*>(::netsnmp_request_get_list_data(&varBind, m_name));
     }
 
-    /// Takes the object. Called once for a request. Throws std::bad_alloc.
+    /// Takes ownership of the object. Called once for a request. Throws std::bad_alloc.
     T& Attach(netsnmp_agent_request_info& info, std::unique_ptr<T> object) const {
         T& attached = *object;
         ::netsnmp_agent_add_list_data(&info, Node(std::move(object)));

@@ -9,11 +9,12 @@
 namespace cvtagentd {
 namespace {
 
-/// In the flags of a request and of its response: it is a GETBULK. The library has no such flag; its own
-/// UCD_MSG_FLAG_BULK_TOOBIG stands with a GETNEXT too, of which no varbind may be missing.
+/// A flag of a request and of its response: it is a GETBULK. The library has no such flag; its own
+/// UCD_MSG_FLAG_BULK_TOOBIG is also set for a GETNEXT, whose response must have all varbinds.
 constexpr u_long kIsBulk = 0x40000000;
 
-/// A message as it is to be sent. Ends as the message that the library made, which frees all of it.
+/// A message with the varbinds that are to be sent. The destructor restores the message that the library made, so that
+/// the library frees all of it.
 class Fitted {
 public:
     explicit Fitted(snmp_pdu& message) : m_message(message), m_original(message) {
@@ -79,7 +80,7 @@ private:
 
     snmp_pdu& m_message;
     const snmp_pdu m_original;
-    variable_list* m_last = nullptr;  // of those that are sent, where some are not
+    variable_list* m_last = nullptr;  // the last one sent, where some are left out
     variable_list* m_rest = nullptr;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The SNMP library's headers, which want to be included in this order. Included by sources only: the headers of the agent
+// The SNMP library's headers, which must be included in this order. Included by sources only: the headers of the agent
 // name the library's types, where they must, by forward declaration.
 
 #include <net-snmp/net-snmp-config.h>

@@ -17,13 +17,15 @@ namespace {
 /// The name under which the library keeps its persistent data.
 constexpr const char* kApplication = "cvtagentd";
 
-/// A folder in which no file can ever be: the library looks for its usual configuration files there.
+/// A folder that can never hold a file: the library looks for its usual configuration files there.
 constexpr const char* kNoFolder = "/dev/null";
 
-/// What a UDP message can hold over IPv4; a longer response would never leave. A GETBULK is cut short to it.
+/// The most that a UDP message over IPv4 can hold; a longer response would never leave the host. The response to a
+/// GETBULK is cut to it.
 constexpr int kLongestMessage = 65507;
 
-/// How many instances one GETBULK may bring: 50 columns of 50 rows. maxGetbulkResponses in the configuration overrides it.
+/// How many instances one GETBULK may return: 50 columns of 50 rows. maxGetbulkResponses in the configuration overrides
+/// it.
 constexpr int kMostBulkResponses = 2500;
 
 void SetFlag(int flag) { ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, flag, 1); }
@@ -37,7 +39,7 @@ SnmpLibrary::SnmpLibrary(const Setup& setup) {
     const LibraryLog::Collector collector;
     const CrashMessage onCrash(
         "cvtagentd: " + setup.configFile +
-        ": crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
+        ": this file crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
         "but no passphrase after it");
     ::init_agent(kApplication);
     if (setup.beforeConfiguration) {
@@ -47,8 +49,8 @@ SnmpLibrary::SnmpLibrary(const Setup& setup) {
         ::netsnmp_config_remember(line.data());
     }
     ::init_snmp(kApplication);
-    Descriptors::KeepFromChildren();             // the library leaves a pipe open to them
-    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // or else it would write at its end, over what is there
+    Descriptors::KeepFromChildren();             // the library leaves a pipe open in child processes
+    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);  // otherwise it would overwrite the state at its end
     m_messages = collector.Messages();
 }
 

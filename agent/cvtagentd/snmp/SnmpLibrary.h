@@ -8,8 +8,8 @@
 
 namespace cvtagentd {
 
-/// The SNMP library at work in this process: protocol and access control. It is initialised once, by the constructor, and
-/// shut down by the destructor; it cannot be had a second time in one process. Not synchronised: one thread runs it.
+/// The running SNMP library: protocol and access control. The constructor initialises it and the destructor shuts it
+/// down, once in the life of a process. Not synchronised: one thread runs it.
 class SnmpLibrary {
 public:
     /// Where users' keys, the engine identifier and the number of starts are kept.
@@ -21,8 +21,8 @@ public:
     struct Setup {
         std::string configFile;  ///< in the library's directives; empty: none is read
         State state = State::kNone;
-        std::vector<std::string> directives = {};  ///< read after the file, as further lines of it
-        /// Called when the library knows its own defaults, before it reads any configuration: for further directives and
+        std::vector<std::string> directives = {};  ///< read after the file, as if they were its last lines
+        /// Called after the library has set its defaults and before it reads any configuration: to add directives and
         /// callbacks.
         std::function<void()> beforeConfiguration = {};
     };
@@ -33,19 +33,18 @@ public:
     SnmpLibrary(const SnmpLibrary&) = delete;
     SnmpLibrary& operator=(const SnmpLibrary&) = delete;
 
-    /// What the library said of the configuration, warnings and errors.
+    /// The library's warnings and errors about the configuration.
     const std::vector<LibraryLog::Message>& Messages() const { return m_messages; }
 
     /// The addresses that the configuration names by agentaddress.
     static std::vector<std::string> ConfiguredAddresses();
 
-    /// Stores what must outlive this process, a crash of it included; nothing else does. Called as the user who is to own
-    /// the state: before the agent serves, since it must not serve twice with the same boots, and at its end. Throws
-    /// StateNotStored, with what was stored before still there.
+    /// Stores what must survive this process, even a crash; nothing else stores it. Called as the user who is to own
+    /// the state: before the agent serves, since it must not serve twice with the same engineBoots, and at its end.
+    /// Throws StateNotStored, with the previous state still in place.
     static void Store();
 
-    /// Whether there is an SNMPv3 user: a message to it that is sent again could do harm after a start that was not
-    /// counted.
+    /// Whether there is an SNMPv3 user, whose messages could be replayed after a start that was not counted.
     static bool HasUsers();
 
 private:

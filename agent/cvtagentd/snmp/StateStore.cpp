@@ -13,7 +13,7 @@
 namespace cvtagentd {
 namespace {
 
-/// While one exists, the library stores when it is told to, and into this folder.
+/// While one exists, the library stores its state when told to, in this folder.
 class StoringInto {
 public:
     explicit StoringInto(const std::string& folder) { Set(folder, 0); }
@@ -49,7 +49,7 @@ StateContent::Users StateStore::Users() {
 void StateStore::Write(const char* name) {
     StateFile::Staging staging;
     {
-        const LibraryLog::Collector saysLess;  // than looking at the file does
+        const LibraryLog::Collector saysLess;  // than a check of the file does
         const StoringInto folder(staging.Folder());
         ::snmp_store(name);
     }

@@ -6,8 +6,8 @@
 
 namespace cvtagentd {
 
-/// What the initialised SNMP library would have to keep, and how it is made to do so without endangering what it has kept
-/// before. For the thread that runs the library, which holds the StateLock.
+/// What the initialised SNMP library has to keep, and a way to make it store that without putting its previous state at
+/// risk. Used by the thread that runs the library, while the process holds the StateLock.
 class StateStore {
 public:
     /// The users that the library keeps, those of the configuration's createUser among them.

@@ -6,9 +6,9 @@ namespace cvtagentd {
 namespace {
 
 constexpr unsigned char kSequence = 0x30;
-constexpr unsigned char kLongForm = 0x80;  // of a length: the other bits say how many octets follow
+constexpr unsigned char kLongForm = 0x80;  // a length octet with this bit says in the others how many octets follow
 
-/// The SNMP library reads no length of more octets.
+/// The SNMP library cannot read a length of more octets.
 constexpr std::size_t kMostLengthOctets = 4;
 
 }  // namespace

@@ -10,7 +10,7 @@
 namespace cvtagentd {
 namespace {
 
-/// The network, as a host gets it whole.
+/// The network prefix that a single host may own as a whole.
 constexpr std::size_t kNetworkOctets = 8;
 
 std::string TextOf(int family, const void* address) {

@@ -6,14 +6,14 @@ namespace cvtagentd {
 
 /// Who is at the other end of a stream connection.
 struct StreamPeer {
-    /// The same for connections that count as one peer's: of one IPv4 address; of one IPv6 network of 64 bits, since a
-    /// single host can have any address in it; of one user of this host.
+    /// The same for connections that count as one peer's: those from one IPv4 address; from one IPv6 network of 64
+    /// bits, since a single host can use any address in it; from one user of this host.
     std::string key;
 
     /// For the log: "192.0.2.1", "2001:db8::1", "user 1000".
     std::string text;
 
-    /// Of a connected socket. A peer that has gone already is "an unknown peer".
+    /// Returns the peer of a connected socket. A peer that has already gone is "an unknown peer".
     static StreamPeer Of(int socket);
 };
 

@@ -86,32 +86,35 @@ TEST(CvtagentdOptions, SaysWhatIsWrongWithEachCommandLine) {
     EXPECT_EQ(ErrorOf({"--frobnicate"}), "the option --frobnicate is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"-x"}), "the option -x is unknown, ambiguous or takes no value");
     EXPECT_EQ(ErrorOf({"--syslog=yes"}), "the option --syslog=yes is unknown, ambiguous or takes no value");
-    EXPECT_EQ(ErrorOf({"--listen"}), "the option --listen wants a value");
-    EXPECT_EQ(ErrorOf({"--user", ""}), "--user wants a value that is not empty");
-    EXPECT_EQ(ErrorOf({"--create-user", ""}), "--create-user wants a value that is not empty");
-    EXPECT_EQ(ErrorOf({"--listen", ""}), "--listen wants a value that is not empty");
-    EXPECT_EQ(ErrorOf({"udp:161"}), "the argument \"udp:161\" belongs to no option");
-    EXPECT_EQ(ErrorOf({"--log-level", "loud"}), "--log-level wants error, warning, info or debug, not \"loud\"");
+    EXPECT_EQ(ErrorOf({"--listen"}), "the option --listen needs a value");
+    EXPECT_EQ(ErrorOf({"--user", ""}), "--user needs a value that is not empty");
+    EXPECT_EQ(ErrorOf({"--create-user", ""}), "--create-user needs a value that is not empty");
+    EXPECT_EQ(ErrorOf({"--listen", ""}), "--listen needs a value that is not empty");
+    EXPECT_EQ(ErrorOf({"udp:161"}), "unexpected argument \"udp:161\"");
+    EXPECT_EQ(ErrorOf({"--log-level", "loud"}), "--log-level needs error, warning, info or debug, not \"loud\"");
 }
 
 TEST(CvtagentdOptions, NamesTheFirstWordThatIsWrong) {
-    EXPECT_EQ(ErrorOf({"foo", "--bogus"}), "the argument \"foo\" belongs to no option");
+    EXPECT_EQ(ErrorOf({"foo", "--bogus"}), "unexpected argument \"foo\"");
     EXPECT_EQ(ErrorOf({"--bogus", "foo"}), "the option --bogus is unknown, ambiguous or takes no value");
 }
 
 TEST(CvtagentdOptions, ActionsOtherThanServingAcceptFewOptions) {
-    EXPECT_EQ(ErrorOf({"--create-user", "bob", "--check-config", "F"}), "--check-config goes with no other option");
-    EXPECT_EQ(ErrorOf({"--check-config", "F", "--create-user", "bob"}), "--check-config goes with no other option");
-    EXPECT_EQ(ErrorOf({"--check-config", "F", "--listen", "udp:161"}), "--check-config goes with no other option");
+    EXPECT_EQ(ErrorOf({"--create-user", "bob", "--check-config", "F"}),
+              "--check-config cannot be combined with other options");
+    EXPECT_EQ(ErrorOf({"--check-config", "F", "--create-user", "bob"}),
+              "--check-config cannot be combined with other options");
+    EXPECT_EQ(ErrorOf({"--check-config", "F", "--listen", "udp:161"}),
+              "--check-config cannot be combined with other options");
     EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--create-user", "bob"}),
-              "--create-user goes with --config and --state-dir, and with no other option");
+              "--create-user can be combined only with --config and --state-dir");
     EXPECT_EQ(ErrorOf({"--log-level", "debug", "--check-config", "F"}), "");
 }
 
 TEST(CvtagentdOptions, AcceptsOnlyAWholeNumberOfSecondsAsTimeout) {
     for (const char* const text : {"", "0", "-1", "5s", " 5", "1.5", "86401", "99999999999999999999"}) {
         EXPECT_EQ(ErrorOf({"--timeout", text}),
-                  "--timeout wants a number of seconds from 1 to 86400, not \"" + std::string(text) + "\"");
+                  "--timeout needs a number of seconds from 1 to 86400, not \"" + std::string(text) + "\"");
     }
     EXPECT_EQ(Parse({"--timeout", "86400"}).timeoutSeconds, 86400U);
 }
@@ -122,7 +125,7 @@ TEST(CvtagentdOptions, TheAddressOfAMasterIsOptional) {
     EXPECT_EQ(Parse({"--agentx"}).master, "");
     EXPECT_TRUE(Parse({"--agentx=tcp:127.0.0.1:705"}).subagent);
     EXPECT_EQ(Parse({"--agentx=tcp:127.0.0.1:705"}).master, "tcp:127.0.0.1:705");
-    EXPECT_EQ(ErrorOf({"--agentx="}), "--agentx= wants a value that is not empty");
+    EXPECT_EQ(ErrorOf({"--agentx="}), "--agentx= needs a value that is not empty");
 }
 
 TEST(CvtagentdOptions, ASubagentHasNoListeners) {

@@ -24,12 +24,12 @@ protected:
     std::string File() const { return m_scratch / "agent.conf"; }
     std::string UndefinedView(int line, const std::string& view) const {
         return File() + ": line " + std::to_string(line) + ": Error: the view " + view +
-               " is defined nowhere; add \"view " + view + " included OID\"";
+               " is not defined; add \"view " + view + " included OID\"";
     }
     std::string UnknownUser(int line, const std::string& user) const {
         return File() + ": line " + std::to_string(line) + ": Note: the user " + user +
-               " is not made in this file: he is known only if cvtagentd --create-user " + user +
-               ", or an earlier createUser, has made him";
+               " is not created in this file: it exists only if cvtagentd --create-user " + user +
+               ", or an earlier createUser, has created it";
     }
 
     const ScratchFolder m_scratch;
@@ -62,7 +62,7 @@ TEST_F(ConfigReviewTest, AUserThatTheFileDoesNotCreateIsARemarkBecauseItsKeysMay
 
 TEST_F(ConfigReviewTest, DirectivesWithoutEffectAreRemarks) {
     EXPECT_THAT(Review("rocommunity public 127.0.0.1\nmaster agentx\nagentXSocket /run/x\n").remarks,
-                ElementsAre(File() + ": line 2: Note: master has no effect on this agent",
+                ElementsAre(File() + ": line 2: Note: master has no effect in this agent",
                             File() + ": line 3: Note: agentxsocket has an effect with --agentx only"));
 }
 
@@ -79,7 +79,7 @@ TEST_F(ConfigReviewTest, CommentsAndSectionsOfOtherProgramsAreIgnored) {
         "# rouser stranger -V some\n  # view\n[snmp] disableSNMPv1 yes\n"
         "[other]\nrouser stranger auth -V some\n[cvtagentd]\nmaster agentx # -V some\n");
     EXPECT_THAT(review.faults, IsEmpty());
-    EXPECT_THAT(review.remarks, ElementsAre(File() + ": line 7: Note: master has no effect on this agent"));
+    EXPECT_THAT(review.remarks, ElementsAre(File() + ": line 7: Note: master has no effect in this agent"));
 }
 
 TEST_F(ConfigReviewTest, NamesMayBeDefinedInIncludedFiles) {

@@ -77,15 +77,15 @@ TEST(StateContent, AFaultNamesItsLine) {
     EXPECT_EQ(FaultOf(kHead + Reader().substr(0, 150)), "line 6: it is cut off");
     EXPECT_EQ(FaultOf(kHead + Reader()), "the line engineBoots is missing");
     EXPECT_EQ(FaultOf(kHead + Reader() + "engineBoots 7\n"), "its last line, oldEngineID, is missing");
-    EXPECT_EQ(FaultOf(kHead), "it holds nothing");
-    EXPECT_EQ(FaultOf(""), "it holds nothing");
+    EXPECT_EQ(FaultOf(kHead), "it is empty");
+    EXPECT_EQ(FaultOf(""), "it is empty");
     EXPECT_EQ(FaultOf(std::string(4096, '\0')), "line 1: it is cut off");
-    EXPECT_EQ(FaultOf(std::string(100, '\0') + "\n" + kTail), "line 1: it holds octets of 0");
+    EXPECT_EQ(FaultOf(std::string(100, '\0') + "\n" + kTail), "line 1: it contains null octets");
 }
 
 TEST(StateContent, AFileIsCompleteWithoutTheLinesOfRemovedUsers) {
     EXPECT_EQ(FaultOf(kHead + kTail), "");
-    EXPECT_EQ(FaultOf(kTail + Reader()), "") << "nor does the order matter";
+    EXPECT_EQ(FaultOf(kTail + Reader()), "") << "the order does not matter either";
 }
 
 TEST(StateContent, KeysHaveTheLengthOfTheirProtocol) {

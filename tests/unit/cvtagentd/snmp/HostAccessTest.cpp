@@ -1,4 +1,4 @@
-// How long the verdict of hosts.allow and hosts.deny on a source address is remembered.
+// How long the verdict of hosts.allow and hosts.deny on a source address is cached.
 
 #include "agent/cvtagentd/snmp/HostAccess.h"
 
@@ -61,14 +61,14 @@ TEST_F(HostAccessTest, RemembersEachAddressSeparately) {
 }
 
 TEST_F(HostAccessTest, ForgetsEverythingWithinASecondOfAChange) {
-    ExpectForgottenAfter("making a file", [this] { m_folder.Write("hosts.deny", "ALL: ALL\n"); });
+    ExpectForgottenAfter("creating a file", [this] { m_folder.Write("hosts.deny", "ALL: ALL\n"); });
     ExpectForgottenAfter("another size", [this] { m_folder.Write("hosts.deny", "ALL: 192.0.2.1\n"); });
     ExpectForgottenAfter("another file of the same size", [this] {
         m_folder.Write("new", "ALL: 192.0.2.2\n");
         std::filesystem::rename(m_folder / "new", m_folder / "hosts.deny");
     });
     ExpectForgottenAfter("removing it", [this] { std::filesystem::remove(m_folder / "hosts.deny"); });
-    ExpectForgottenAfter("making the other file", [this] { m_folder.Write("hosts.allow", ""); });
+    ExpectForgottenAfter("creating the other file", [this] { m_folder.Write("hosts.allow", ""); });
 }
 
 TEST_F(HostAccessTest, ChecksTheFilesAtMostOnceASecond) {
