@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# For script/check: runs clang-tidy over one source, unless it was clean since its object was last compiled.
+# For script/check: runs clang-tidy over one source, unless it has been clean since its object was last compiled.
 #
 # Usage: script/lib-tidy.sh SOURCE OBJECT
 
@@ -19,5 +19,5 @@ trap 'rm -f "$started"' EXIT
 if output=$(clang-tidy-14 --quiet -p build/clang "$source" 2>/dev/null); then
   mv "$started" "$stamp"
 else
-  printf '%s\n' "${output:-$source: clang-tidy failed without a word}"
+  printf '%s\n' "${output:-$source: clang-tidy failed without a message}"
 fi

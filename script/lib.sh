@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the scripts share. Sourced, never run; the caller has set -euo pipefail.
+# Shared by the scripts. Sourced, never run; the caller has set -euo pipefail.
 
 export LC_ALL=C
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -17,8 +17,8 @@ show_help() {
   awk 'NR == 1 { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
 }
 
-# build_preset PRESET [TARGET...]: configures and builds, everything that can be built. One line of output, and when it
-# fails what the tools said.
+# build_preset PRESET [TARGET...]: configures and builds as much as possible. Prints one line, and on failure the tools'
+# output.
 build_preset() {
   local preset=$1 target targets=() log started=$SECONDS
   shift
