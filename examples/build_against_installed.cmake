@@ -39,6 +39,7 @@ execute_process(COMMAND ${pkg_config} --cflags --libs cvt
 separate_arguments(cvt_flags UNIX_COMMAND "${cvt_flags}")
 file(GLOB sources ${sample_dir}/*.cpp)
 execute_process(
-    COMMAND ${cxx} -std=c++20 -fPIC -shared -fvisibility=hidden -o ${work_dir}/libSampleModule.so.1 ${sources} ${cvt_flags}
+    COMMAND ${cxx} -std=c++20 -fPIC -shared -fvisibility=hidden -o ${work_dir}/libSampleModule.so.1 ${sources}
+            ${cvt_flags}
     COMMAND_ERROR_IS_FATAL ANY)
 walk(${work_dir}/libSampleModule.so.1)

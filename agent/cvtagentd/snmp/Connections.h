@@ -21,10 +21,10 @@ namespace cvtagentd {
 /// - what it sends is not an SNMP message, or claims to be longer than StreamFraming::kLongestMessage;
 /// - a message is incomplete kMessageTime after its first octet, however steadily the rest drips in;
 /// - there are too many: of one peer, in all, or for the descriptors that the process has. Then the new one is
-///   accepted and the one that has been idle longest is closed: one of the same peer if that peer has too many, otherwise
+///   accepted, and the one that has been idle longest is closed: one of the same peer if that has too many, otherwise
 ///   one of the peers that hold most. If the new one were refused instead, a peer that holds all places and sends
-///   nothing could keep all others out. This way a peer needs as many new connections as there are places to push out a
-///   client that has just connected and asks at once.
+///   nothing could keep all others out. This way a peer needs as many new connections as there are places to push out
+///   a client that has just connected and asks at once.
 ///
 /// Each kind of closing is logged, a few times a minute.
 ///

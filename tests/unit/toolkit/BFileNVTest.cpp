@@ -174,7 +174,8 @@ TEST_F(BFileNVTest, ReadsBackRandomTexts) {
 
 TEST_F(BFileNVTest, SkipsMalformedLines) {
     Lay(File(),
-        "# a comment\twith\ttabs\n\n\t\nno tabs\none\ttab\nfour\tfields\tin\tit\n#\ta\tb\ngood\tkey\tvalue\r\n\t\tempty names\nlast\tline\tno feed");
+        "# a comment\twith\ttabs\n\n\t\nno tabs\none\ttab\nfour\tfields\tin\tit\n"
+        "#\ta\tb\ngood\tkey\tvalue\r\n\t\tempty names\nlast\tline\tno feed");
     BFileNV store(File().c_str(), false);
     EXPECT_EQ(Read(store, "good", "key"), "value\r");
     EXPECT_EQ(Read(store, "", ""), "empty names");
