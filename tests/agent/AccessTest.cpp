@@ -190,9 +190,9 @@ TEST_F(AccessTest, AnIncludedFileThatOthersCanWriteIsRefused) {
     ExpectDistrust(config, OthersCanWrite(first));
 }
 
-TEST_F(AccessTest, HoweverAFileIsIncludedItIsRefusedWhenOthersCanWriteIt) {
+TEST_F(AccessTest, AFileThatOthersCanWriteIsRefusedHoweverItIsIncluded) {
     std::string folder = m_scratch.Path();
-    while (folder.size() < 1200) {  // more than a word of the library's usually has
+    while (folder.size() < 1200) {  // longer than the library's usual words
         folder += "/" + std::string(200, 'x');
     }
     std::filesystem::create_directories(folder);
@@ -209,7 +209,7 @@ TEST_F(AccessTest, HoweverAFileIsIncludedItIsRefusedWhenOthersCanWriteIt) {
     }
 }
 
-TEST_F(AccessTest, AFileInTheStateDirectoryThatIsSearchedForIsRefusedWhenOthersCanWriteIt) {
+TEST_F(AccessTest, AFileThatOthersCanWriteIsRefusedWhenTheStateDirectoryIsSearchedForIt) {
     const std::string file = m_scratch.Write("state/more.conf", "rocommunity private 127.0.0.1\n");
     const std::string config = m_scratch.Write("searching.conf", "includeSearch more\n");
     Allow(file, 0646);
@@ -219,7 +219,7 @@ TEST_F(AccessTest, AFileInTheStateDirectoryThatIsSearchedForIsRefusedWhenOthersC
     ExpectReader("private");
 }
 
-TEST_F(AccessTest, AFolderThatIsIncludedIsRefusedWhenOthersCanAddAFile) {
+TEST_F(AccessTest, AnIncludedFolderIsRefusedWhenOthersCanAddAFile) {
     const std::string folder = m_scratch.MakeFolder("drop");
     const std::string config =
         m_scratch.Write("dir.conf", "rocommunity private 127.0.0.1\nincludeDir " + folder + "\n");

@@ -37,12 +37,13 @@ std::vector<std::string> ConfigurationsIn(const std::string& folder) {
 
 /// A line that may make the library read more files.
 struct Include {
-    std::string directive;               ///< in small letters
-    std::vector<std::string> arguments;  ///< what the library may take for the name
+    std::string directive;               ///< in lower case
+    std::vector<std::string> arguments;  ///< what the library may take as the name
 };
 
-/// The library takes the rest of the line for the name, blanks included; what a reader may take for it is looked at too.
-/// Sections make no difference: in its own ones the library includes files as well, and in these another may begin.
+/// The library takes the rest of the line as the name, spaces included; the name as a reader may understand it is
+/// checked too. Sections make no difference: the library also includes files in its own sections, and an included file
+/// may begin another section.
 Include IncludeOn(const std::string& line) {
     constexpr const char* kBlanks = " \t\r\v\f";
     std::vector<char> word(line.size() + 1);

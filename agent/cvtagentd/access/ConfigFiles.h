@@ -9,9 +9,9 @@ namespace cvtagentd {
 /// directory.
 namespace ConfigFiles {
 
-/// The file itself and all that it includes (includeFile, includeDir, includeSearch), directly or not and in whatever
-/// section, each once, whether or not they are there; of a folder, itself too, since who can add a file to it decides what
-/// is read. Only regular files are looked into.
+/// The file itself and all that it includes (includeFile, includeDir, includeSearch), directly or not and in any
+/// section, each once, whether or not they exist. An included folder itself is listed too, since a user who can add a
+/// file to it controls what is read. Only regular files are opened.
 std::vector<std::string> From(const std::string& file);
 
 /// The files in the state directory (the working directory) that the library reads because of their names, and the

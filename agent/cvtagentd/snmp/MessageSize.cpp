@@ -35,7 +35,7 @@ std::size_t ContentOf(const oid* arcs, std::size_t count) {
             ++octets;
         }
     }
-    return count == 0 ? 2 : octets;  // none are sent as 0.0
+    return count == 0 ? 2 : octets;  // an empty one is sent as 0.0
 }
 
 std::size_t ContentOf(long number) {
@@ -51,7 +51,7 @@ std::size_t ContentOf(const variable_list& value) {
         case ASN_INTEGER: return value.val.integer == nullptr ? 1 : ContentOf(*value.val.integer);
         case ASN_COUNTER:
         case ASN_GAUGE:
-        case ASN_TIMETICKS:  // of a request, a word with a sign may hold more than the 32 bits that are sent
+        case ASN_TIMETICKS:  // in a request, a signed word may hold more than the 32 bits that are sent
             return value.val.integer == nullptr ? 1 : ContentOf(static_cast<std::uint32_t>(*value.val.integer));
         case ASN_OBJECT_ID: return ContentOf(value.val.objid, value.val_len / sizeof(oid));
         default: break;
@@ -94,7 +94,7 @@ std::size_t MessageSize::Of(const variable_list& varBind) {
     return Field(Field(ContentOf(varBind.name, varBind.name_length)) + Field(ContentOf(varBind)));
 }
 
-/// An arc takes at most five octets, and no value takes more than the library keeps for it but what frames it.
+/// An arc takes at most five octets, and besides its framing no value takes more than the library keeps for it.
 std::size_t MessageSize::AtMost(const variable_list& varBind) {
     constexpr std::size_t kArc = 5;
     constexpr std::size_t kFrames = 32;

@@ -98,10 +98,10 @@ void ResponseBuilder::Expect(snmp_pdu& request) {
 int ResponseBuilder::Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
                            std::size_t* offset) {
     const Fitted fitted(*message);
-    // Whatever the configuration says: forwards, the library writes into a block of a fixed size.
+    // Whatever the configuration says: encoding forwards, the library would write into a block of fixed size.
     ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_REVERSE_ENCODE, 1);
     const int failed = ::snmp_build(packet, length, offset, session, message);
-    // The library encodes from the end of the block to its start; from here it takes the message at the start.
+    // The library encodes from the end of the block to its start, but expects the finished message at the start.
     if (failed == 0) {
         std::memmove(*packet, *packet + *length - *offset, *offset);
     }

@@ -1,4 +1,4 @@
-// What a varbind takes in a message, held against what the SNMP library makes of it.
+// The computed size of a varbind, compared with the SNMP library's encoding.
 
 #include "agent/cvtagentd/snmp/MessageSize.h"
 
@@ -44,7 +44,7 @@ public:
     Sample(const Sample&) = delete;
     Sample& operator=(const Sample&) = delete;
 
-    /// Expects that it takes no more than is thought, and not much less.
+    /// Expects that it takes no more than the computed size, and not much less.
     void ExpectFits() {
         std::size_t room = 100000;
         auto* packet = static_cast<u_char*>(std::malloc(room));
@@ -72,7 +72,7 @@ private:
 
 const Arcs kName = {1, 3, 6, 1, 2, 1, 25};
 
-TEST(MessageSize, ANumberTakesNoMoreThanIsThoughtWhateverLiesInTheWordThatHoldsIt) {
+TEST(MessageSize, ANumberTakesNoMoreThanItsComputedSizeWhateverItsWordHolds) {
     for (unsigned int bits = 0; bits < 64; ++bits) {
         for (const long number : {1L << bits, (1L << bits) - 1, -(1L << bits), -1 - (1L << bits)}) {
             Sample(kName, ASN_INTEGER, static_cast<int>(number)).ExpectFits();
@@ -83,7 +83,7 @@ TEST(MessageSize, ANumberTakesNoMoreThanIsThoughtWhateverLiesInTheWordThatHoldsI
     }
 }
 
-TEST(MessageSize, AnIdentifierTakesNoMoreThanIsThoughtHoweverLongItIs) {
+TEST(MessageSize, AnIdentifierTakesNoMoreThanItsComputedSizeAtAnyLength) {
     for (const oid arc : {0UL, 39UL, 127UL, 128UL, 16383UL, 16384UL, 0xFFFFFFFFUL}) {
         for (std::size_t length = 0; length <= MAX_OID_LEN; ++length) {
             Arcs arcs(length, arc);
@@ -99,7 +99,7 @@ TEST(MessageSize, AnIdentifierTakesNoMoreThanIsThoughtHoweverLongItIs) {
     }
 }
 
-TEST(MessageSize, OctetsTakeNoMoreThanIsThoughtAtEachLengthWhereOneMoreIsNeeded) {
+TEST(MessageSize, OctetsTakeNoMoreThanTheirComputedSizeWhereTheLengthFieldGrows) {
     for (const std::size_t around : {std::size_t{10}, std::size_t{128}, std::size_t{256}, std::size_t{65536}}) {
         for (std::size_t length = around - 10; length < around + 10; ++length) {
             for (const unsigned int type : {unsigned{ASN_OCTET_STR}, unsigned{ASN_OPAQUE}}) {
