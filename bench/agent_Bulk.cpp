@@ -1,6 +1,6 @@
-// What serving an instance inside a GETBULK of 50 costs the agent, beside a bare handler that fills the same constants from
-// an array through the same library and the same event loop. Each is a process of its own, whose CPU time is taken round
-// walks of the same client, the two in turn; the counters give medians and ratios of medians.
+// What serving an instance inside a GETBULK of 50 costs the agent, beside a bare handler that fills the same constants
+// from an array through the same library and the same event loop. Each is a process of its own, whose CPU time is taken
+// round walks of the same client, the two in turn; the counters give medians and ratios of medians.
 //
 // With CVHOST_BENCH_FULL in the environment at 200 and 20,000 rows, else at 200 and 1,000.
 

@@ -61,8 +61,8 @@ constexpr int kOperatingSystem = 2;
 constexpr int kInvalid = 4;
 constexpr std::time_t kSecondsBetweenScans = 15;
 
-// Of the module, not of a table: a module that is closed and initialised again in one process goes on from here. The time
-// has the clock's own width: one of 32 bits would never let the table scan again after 2038.
+// Of the module, not of a table: a module that is closed and initialised again in one process goes on from here. The
+// time has the clock's own width: one of 32 bits would never let the table scan again after 2038.
 unsigned int s_lastRequestId = 0xFFFFFFFFU;
 std::time_t s_lastScan = 0;
 
@@ -152,8 +152,8 @@ void DHrSWRunTable::vScan() {
     }
 }
 
-/// Makes the row of a process from its files. One that has ended since has no row; one that ends meanwhile keeps what was
-/// read before.
+/// Makes the row of a process from its files. One that has ended since has no row; one that ends meanwhile keeps what
+/// was read before.
 void DHrSWRunTable::vAddProcess(int procDescriptor, unsigned int pid) {
     ProcessFiles files(procDescriptor, pid);
     std::string_view stat;

@@ -6,9 +6,10 @@
 
 /// hrSWRunTable: the processes of the host, one row each, ordered by process id.
 ///
-/// The rows are a snapshot, taken from /proc by the first call of a request that finds the newest to be 15 seconds old, or
-/// the clock set back. A request sees one snapshot from its first varbind to its last, and the others need not wait for it:
-/// see ProcessSnapshots, also for how many are held. The rows in use are those that the last request looked at sees.
+/// The rows are a snapshot, taken from /proc by the first call of a request that finds the newest to be 15 seconds old,
+/// or the clock set back. A request sees one snapshot from its first varbind to its last, and the others need not wait
+/// for it: see ProcessSnapshots, also for how many are held. The rows in use are those that the last request looked at
+/// sees.
 ///
 /// Everything is called under the request lock, which hrSWRunPerfTable shares.
 class DHrSWRunTable final : public DTable<DHrSWRunEntry> {
@@ -26,14 +27,14 @@ public:
     bool NextInstanceInColumn(unsigned int requestId, unsigned int column, const CVT::BObjectIdentifier& index,
                               CVT::BObjectIdentifier& nextIndex) override;
 
-    /// Turns to the snapshot that the request sees, which is a new one when it is time to take one. When /proc cannot be
-    /// opened it says so on standard output, and the old snapshot stays for another 15 seconds.
+    /// Turns to the snapshot that the request sees, which is a new one when it is time to take one. When /proc cannot
+    /// be opened it says so on standard output, and the old snapshot stays for another 15 seconds.
     void vCheckUpDateTable(unsigned int requestId);
     /// Of the rows in use.
     void vDeleteAllEntries();
 
-    /// The body of a get handler: copies a field of the row that the request sees. noSuchName when there is none, genErr
-    /// when the request has waited so long that its snapshot is gone.
+    /// The body of a get handler: copies a field of the row that the request sees. noSuchName when there is none,
+    /// genErr when the request has waited so long that its snapshot is gone.
     template <class Field, class Value>
     int GetCurrent(const CVT::BObjectIdentifier& index, unsigned int requestId, Field Entry::*field, Value& value) {
         vCheckUpDateTable(requestId);

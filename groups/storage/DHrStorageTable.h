@@ -24,8 +24,8 @@ extern struct stat stLastMntFileStat;  ///< of the mount table, when it was last
 /// One row of hrStorageTable.
 struct DHrStorageEntry {
     DHrStorageEntry() = default;
-    /// A mounted file system, measured now; a null `mount` gives an empty row. `rowIndex` is its hrStorageIndex. Nothing is
-    /// known of the mounts on the way there, so it is taken to hang.
+    /// A mounted file system, measured now; a null `mount` gives an empty row. `rowIndex` is its hrStorageIndex.
+    /// Nothing is known of the mounts on the way there, so it is taken to hang.
     DHrStorageEntry(unsigned int rowIndex, const mntent* mount);
 
     unsigned int index = 0;
@@ -40,21 +40,22 @@ struct DHrStorageEntry {
     bool isForbidden = false;         ///< whether the directory may not be looked at
     std::optional<int> measuredSize;  ///< what `size` is otherwise; absent for memory, and before there is an answer
 
-    /// Takes up what was learnt of the file system; what is absent there stays as it is, and so does a size that a manager
-    /// wrote. Every row of a mount is filled by this.
+    /// Takes up what was learnt of the file system; what is absent there stays as it is, and so does a size that a
+    /// manager wrote. Every row of a mount is filled by this.
     void Fill(const mntent& mount, const DMountFigures& figures);
 };
 
 /// hrStorageTable: the mounted file systems, virtual memory and physical memory.
 ///
-/// Rows are made when the table comes up, file systems first, in the order of the mount table, and then only added: a file
-/// system that is mounted later gets a row at the next request, one that is unmounted keeps its row. Of all figures only
-/// `used` is measured again, each time it is read; those of a file system that answers late are taken up when they come.
+/// Rows are made when the table comes up, file systems first, in the order of the mount table, and then only added: a
+/// file system that is mounted later gets a row at the next request, one that is unmounted keeps its row. Of all
+/// figures only `used` is measured again, each time it is read; those of a file system that answers late are taken up
+/// when they come.
 ///
 /// Everything is called under the request lock. Whether the mount table has changed is looked at once a request.
 ///
-/// Size and used are counts of the file system's own blocks (`f_bsize` of statfs), the allocation unit is `st_blksize` of
-/// the mount directory; all are cut to their low 32 bits.
+/// Size and used are counts of the file system's own blocks (`f_bsize` of statfs), the allocation unit is `st_blksize`
+/// of the mount directory; all are cut to their low 32 bits.
 class DHrStorageTable final : public DTable<DHrStorageEntry> {
 public:
     static const CVT::BRqHndlrEntry s_rqhndlrEntries[];
@@ -73,12 +74,13 @@ public:
     /// table is not active.
     void vCheckAndUpdateTable(unsigned int requestId);
 
-    /// A row with default values that carries this index; null when the index is not valid. It is the caller's: putting it
-    /// into the table is InsertRow's work.
+    /// A row with default values that carries this index; null when the index is not valid. It is the caller's: putting
+    /// it into the table is InsertRow's work.
     static std::unique_ptr<Entry> CreateNewRow(const CVT::BObjectIdentifier& index);
 
-    /// Adds a row for a mounted file system, or, where `mount` is null, an empty one; none when the index is taken. Whether
-    /// the file system may hang is judged as for those of the mount table, together with those that were read of it.
+    /// Adds a row for a mounted file system, or, where `mount` is null, an empty one; none when the index is taken.
+    /// Whether the file system may hang is judged as for those of the mount table, together with those that were read
+    /// of it.
     void CreateDemoRow(unsigned int index, const mntent* mount);
 
     /// The index of the first row with this description; 0 when there is none.

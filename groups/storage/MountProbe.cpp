@@ -38,8 +38,8 @@ std::optional<struct statfs> AskSpace(const char* path) {
 
 }  // namespace
 
-/// What the asking thread and the one that waits share, for as long as either needs it. Each event hands the members above
-/// it over to the one that waits.
+/// What the asking thread and the one that waits share, for as long as either needs it. Each event hands the members
+/// above it over to the one that waits.
 struct DMountProbe::Call {
     Call(const char* path, EWhat question) : directory(path), what(question) {}
 
@@ -93,9 +93,9 @@ private:
 
 namespace {
 
-/// The directories whose questions were left behind, each with a way to see whether it has come back. Several who asked at
-/// once may all be stuck, and each counts. Cleared by those who ask again: what is left behind must not reach for anything
-/// of the module.
+/// The directories whose questions were left behind, each with a way to see whether it has come back. Several who asked
+/// at once may all be stuck, and each counts. Cleared by those who ask again: what is left behind must not reach for
+/// anything of the module.
 class Stuck {
 public:
     using HasReturned = std::function<bool()>;

@@ -16,20 +16,20 @@ struct DMountFigures {
     bool isForbidden = false;              ///< whether `directory` is absent because it may not be looked at
 };
 
-/// One question to a mounted file system, which is given a second for each call. A file system that cannot hang is asked
-/// by the caller itself. One that may is asked by a thread, which is left behind when it does not come back: from then on
-/// every question to that directory fails at once, until the call has returned. What came late, but before somebody looked,
-/// is an answer like any other.
+/// One question to a mounted file system, which is given a second for each call. A file system that cannot hang is
+/// asked by the caller itself. One that may is asked by a thread, which is left behind when it does not come back: from
+/// then on every question to that directory fails at once, until the call has returned. What came late, but before
+/// somebody looked, is an answer like any other.
 ///
-/// A caller whose patience has an end (CVT::BPatience) gives up when that comes first, and leaves the call for who asks the
-/// same again: he takes it up where it is, or its answer, and no longer waits for it but looks.
+/// A caller whose patience has an end (CVT::BPatience) gives up when that comes first, and leaves the call for who asks
+/// the same again: he takes it up where it is, or its answer, and no longer waits for it but looks.
 ///
-/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used from
-/// distinct threads.
+/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used
+/// from distinct threads.
 ///
 /// The thread deletes itself and shares nothing with the module but its own record. It still runs code of this library
-/// when it comes back, so a host waits with CVT::TThread::WaitForSelfDeleting before it unloads that, and does not unload
-/// it when it cannot wait so long. It takes no signals; the end of the process ends it.
+/// when it comes back, so a host waits with CVT::TThread::WaitForSelfDeleting before it unloads that, and does not
+/// unload it when it cannot wait so long. It takes no signals; the end of the process ends it.
 class DMountProbe {
 public:
     enum EWhat {
@@ -48,7 +48,8 @@ public:
     /// Whether Answer ended for lack of the caller's patience, and said so: what it gave is no answer then.
     bool HasGivenUp() const { return m_hasGivenUp; }
 
-    /// What came after Answer had waited in vain, or without anybody waiting: once, as soon as it is there. Does not wait.
+    /// What came after Answer had waited in vain, or without anybody waiting: once, as soon as it is there. Does not
+    /// wait.
     std::optional<DMountFigures> LateAnswer();
     /// Whether LateAnswer may give something yet.
     bool IsOut() const { return m_call != nullptr; }

@@ -1,5 +1,5 @@
-// The page of cvtwalk --format html, whole, on this machine: with hostile names, in a browser, and held against a checker of
-// accessibility. The last two need programs that few machines have; a test says why it was skipped.
+// The page of cvtwalk --format html, whole, on this machine: with hostile names, in a browser, and held against a
+// checker of accessibility. The last two need programs that few machines have; a test says why it was skipped.
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>

@@ -8,10 +8,10 @@ namespace CVT {
 
 /// How long the calls that a thread makes to groups may wait for what may never answer, such as a server that has gone.
 ///
-/// A host that serves many from one thread sets a limit round a call. A group that would wait longer gives up: it leaves
-/// its values as they are, keeps what it has asked for, and calls GiveUp. Whatever the call gives then is no answer. The
-/// host sees HasGivenUp, puts the request back, and asks again later, when the group finds its question still out, or
-/// answered. Without a limit, which is how every thread starts, groups wait as long as they please.
+/// A host that serves many from one thread sets a limit round a call. A group that would wait longer gives up: it
+/// leaves its values as they are, keeps what it has asked for, and calls GiveUp. Whatever the call gives then is no
+/// answer. The host sees HasGivenUp, puts the request back, and asks again later, when the group finds its question
+/// still out, or answered. Without a limit, which is how every thread starts, groups wait as long as they please.
 ///
 /// An object binds the thread that makes it, until it is destroyed. They nest: the inner one never allows more than the
 /// outer one. A group's code calls the static functions, in the thread in which it was called.

@@ -14,11 +14,11 @@ struct netsnmp_delegated_cache_s;
 namespace cvtagentd {
 
 /// The reading requests that wait for a group: for one that initialises, or for a file system that does not answer; and
-/// those that take so long that others get their turn in between. The SNMP library goes on with other requests meanwhile;
-/// the event loop calls Retry, at short intervals while there are some.
+/// those that take so long that others get their turn in between. The SNMP library goes on with other requests
+/// meanwhile; the event loop calls Retry, at short intervals while there are some.
 ///
-/// A request whose sender has gone, or that the library has dropped for another reason, is dropped here too. Used by the
-/// thread that runs the library.
+/// A request whose sender has gone, or that the library has dropped for another reason, is dropped here too. Used by
+/// the thread that runs the library.
 class DelegatedRequests {
 public:
     /// Where the library stands: what it gives to a handler.
@@ -46,12 +46,12 @@ public:
     /// The time slice for a call that begins to answer varbinds of a request. Calls for the same request that come one
     /// after the other, such as those for its several groups, share one. Valid until the next call of anything here.
     TimeSlice& SliceOf(unsigned int requestId);
-    /// Takes varbinds that `reader` has marked as delegated; `outcome` says why. When there are too many it refuses them
-    /// with resourceUnavailable. `reader` must live until End.
+    /// Takes varbinds that `reader` has marked as delegated; `outcome` says why. When there are too many it refuses
+    /// them with resourceUnavailable. `reader` must live until End.
     void Add(GroupReader& reader, unsigned int requestId, Position position, GroupReader::Outcome outcome);
-    /// Asks the groups again, as many as a time slice allows, and lets the library go on with what is answered. Not to be
-    /// called by a handler. Returns the time until it wants to be called again, which is none while there is work to go on
-    /// with; no value when no request waits.
+    /// Asks the groups again, as many as a time slice allows, and lets the library go on with what is answered. Not to
+    /// be called by a handler. Returns the time until it wants to be called again, which is none while there is work to
+    /// go on with; no value when no request waits.
     std::optional<std::chrono::milliseconds> Retry();
     /// Refuses all that are still put back, and whatever would be from now on.
     void End();

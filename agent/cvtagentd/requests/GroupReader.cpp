@@ -191,8 +191,8 @@ GroupReader::Result GroupReader::Get(const Call& call, Request& request) {
     return WriteValue(request, status);
 }
 
-/// At the end of the group, or of the stretch of it that lies before the next subtree, the varbind is left as it is: the
-/// library then goes on with the next handler.
+/// At the end of the group, or of the stretch of it that lies before the next subtree, the varbind is left as it is:
+/// the library then goes on with the next handler.
 GroupReader::Result GroupReader::GetNext(Call& call, Request& request) {
     const Result result = MoveToNext(call, request);
     if (result == Result::kAnswered && !VarBinds::WriteName(m_varBind.name, *request.requestvb)) {
@@ -202,8 +202,8 @@ GroupReader::Result GroupReader::GetNext(Call& call, Request& request) {
     return result;
 }
 
-/// Leaves the library what is still to be filled, by the next handler or when the group is asked again, beginning behind
-/// the last name there is.
+/// Leaves the library what is still to be filled, by the next handler or when the group is asked again, beginning
+/// behind the last name there is.
 GroupReader::Result GroupReader::GetBulk(Call& call, Request& request) {
     Result result = GetNext(call, request);
     while (result == Result::kAnswered && request.repeat > 0) {

@@ -13,11 +13,11 @@ namespace cvtagentd {
 /// Reads one group for GET, GETNEXT and GETBULK: the varbinds of one request that lie in the group's subtree.
 ///
 /// A GETBULK is answered in one go: a varbind's repetitions are filled by walking the group. What the asker's view does
-/// not hold is passed over without being read, wherever possible as a whole (AccessView); the library looks only at some
-/// of what it is given for a GETBULK.
+/// not hold is passed over without being read, wherever possible as a whole (AccessView); the library looks only at
+/// some of what it is given for a GETBULK.
 ///
-/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there in
-/// the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
+/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there
+/// in the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
 ///
 /// Used by the thread that runs the library; the group must outlive it.
 class GroupReader {

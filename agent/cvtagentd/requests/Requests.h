@@ -6,8 +6,8 @@
 
 namespace cvtagentd {
 
-/// The requests that are under way, whatever group they reach. Used by the thread that runs the SNMP library; the groups
-/// must outlive it.
+/// The requests that are under way, whatever group they reach. Used by the thread that runs the SNMP library; the
+/// groups must outlive it.
 struct Requests {
     explicit Requests(GroupReader::Wait wait) : delegated(wait) {}
 

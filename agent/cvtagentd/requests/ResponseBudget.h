@@ -4,9 +4,9 @@
 
 namespace cvtagentd {
 
-/// Bounds the work for a GETBULK of version 3 by the size that the messages of its sender may have: no repetition is read for
-/// which the response cannot have room, however short its values are. What is too long all the same is left out when the
-/// response is encoded (ResponseBuilder), so that each response is filled as far as it goes.
+/// Bounds the work for a GETBULK of version 3 by the size that the messages of its sender may have: no repetition is
+/// read for which the response cannot have room, however short its values are. What is too long all the same is left
+/// out when the response is encoded (ResponseBuilder), so that each response is filled as far as it goes.
 ///
 /// Used by the thread that runs the library.
 class ResponseBudget {

@@ -13,9 +13,9 @@ namespace cvtagentd {
 
 /// The phases of SETs: of each, the varbinds that lie in one group's subtree come here phase by phase.
 ///
-/// A varbind is kept from phase to phase as a CVT::BSetCell, attached to the library's request: it is released when that
-/// goes, whatever has happened, and by ReleaseAll when it does not go. Used by the thread that runs the library; the groups
-/// must outlive the requests, or ReleaseAll.
+/// A varbind is kept from phase to phase as a CVT::BSetCell, attached to the library's request: it is released when
+/// that goes, whatever has happened, and by ReleaseAll when it does not go. Used by the thread that runs the library;
+/// the groups must outlive the requests, or ReleaseAll.
 class SetTransactions {
 public:
     using Request = netsnmp_request_info_s;

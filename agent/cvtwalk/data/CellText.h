@@ -6,8 +6,8 @@
 
 namespace cvtwalk {
 
-/// A section's cells in units that people read: amounts of storage and memory as sizes, processor time in seconds. Whatever is
-/// not known to have such a unit reads as Section::TextAt has it. No output holds a control character.
+/// A section's cells in units that people read: amounts of storage and memory as sizes, processor time in seconds.
+/// Whatever is not known to have such a unit reads as Section::TextAt has it. No output holds a control character.
 class CellText {
 public:
     static std::string ForPeople(const Section& section, const Section::Row& row, std::size_t column);

@@ -20,8 +20,8 @@ public:
         const char* name;
         const char* oid;
     };
-    /// A table of amounts, whose columns hold how many octets a unit has, how many units there are, and how many of them
-    /// are in use.
+    /// A table of amounts, whose columns hold how many octets a unit has, how many units there are, and how many of
+    /// them are in use.
     struct Amounts {
         const char* group;  ///< the table's registered name
         const char* units;
@@ -60,8 +60,8 @@ public:
     /// Whether the number is known to be cut to 32 bits on hosts of today, so that any value may be wrong.
     static bool IsCut(std::string_view object);
     static Unit UnitOf(std::string_view object);
-    /// Of kOctets, kKibioctets and kPages, in octets; of kClockTicks and kTicks, how many make a second; 1 for others. Asks the
-    /// system.
+    /// Of kOctets, kKibioctets and kPages, in octets; of kClockTicks and kTicks, how many make a second; 1 for others.
+    /// Asks the system.
     static long long ScaleOf(Unit unit);
 };
 

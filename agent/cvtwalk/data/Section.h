@@ -65,8 +65,8 @@ public:
     /// The instance as it was served. The cell is there, and its column is not derived.
     CVT::BVarBind InstanceAt(const Row& row, std::size_t column) const;
     ServedObject ObjectAt(const Row& row, std::size_t column) const;
-    /// A cell for people: "-" where there is none, "not measured yet" for a stand-in, known identifiers by name. Without
-    /// control characters. Empty for a derived one.
+    /// A cell for people: "-" where there is none, "not measured yet" for a stand-in, known identifiers by name.
+    /// Without control characters. Empty for a derived one.
     std::string TextAt(const Row& row, std::size_t column) const;
 
     static constexpr const char* kNotMeasured = "not measured yet";

@@ -20,7 +20,8 @@ struct Key {
     std::string text;
 };
 
-/// How many octets a unit of the row has, where the column is an amount of such; 1 for all else, nothing when it is unknown.
+/// How many octets a unit of the row has, where the column is an amount of such; 1 for all else, nothing when it is
+/// unknown.
 std::optional<double> ScaleOf(const Section& section, const Section::Row& row, const std::string& column) {
     const KnownObjects::Amounts* const amounts = KnownObjects::AmountsOf(section.Name());
     if (amounts == nullptr || (column != amounts->size && column != amounts->used)) {

@@ -9,8 +9,8 @@
 
 namespace cvtwalk {
 
-/// Which rows and columns of tables somebody wants to see, and in what order. Columns are named as a table shows them or
-/// as the object is called, in any case. Groups of scalars, and tables without such a column, stay as they are.
+/// Which rows and columns of tables somebody wants to see, and in what order. Columns are named as a table shows them
+/// or as the object is called, in any case. Groups of scalars, and tables without such a column, stay as they are.
 ///
 /// A plain value.
 struct Selection {
@@ -24,8 +24,8 @@ struct Selection {
 
     bool IsEmpty() const;
 
-    /// Rows without a value in the column come last, however the others are sorted; amounts are compared by their octets.
-    /// False, with one line for people in `error`, when no table has a column of a name that is asked for.
+    /// Rows without a value in the column come last, however the others are sorted; amounts are compared by their
+    /// octets. False, with one line for people in `error`, when no table has a column of a name that is asked for.
     bool Apply(Sections& sections, std::string& error) const;
 
 private:

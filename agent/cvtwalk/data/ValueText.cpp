@@ -32,9 +32,9 @@ char EscapeLetter(char32_t character) {
     }
 }
 
-/// The octets as text with line feeds, carriage returns and tabs written \n, \r and \t, since many a file of the host ends
-/// with one; in quotes if wanted, with a backslash before quotes and backslashes. Nothing when there are other characters
-/// that are not printable, or none that is.
+/// The octets as text with line feeds, carriage returns and tabs written \n, \r and \t, since many a file of the host
+/// ends with one; in quotes if wanted, with a backslash before quotes and backslashes. Nothing when there are other
+/// characters that are not printable, or none that is.
 std::optional<std::string> AsText(const CVT::BOctetString& octets, bool quoted) {
     std::string text;
     bool anyPrintable = octets.IsEmpty();

@@ -8,8 +8,8 @@
 
 namespace cvtwalk {
 
-/// Walks through what an engine serves, all in one request of the caller's: groups that work once for a request show one
-/// state of affairs. Looks at its arguments, which must outlive it.
+/// Walks through what an engine serves, all in one request of the caller's: groups that work once for a request show
+/// one state of affairs. Looks at its arguments, which must outlive it.
 class Walk {
 public:
     /// Takes an instance; false ends the walk.
@@ -18,8 +18,9 @@ public:
     Walk(CVT::BMibEngine& engine, const ObjectNames& names, unsigned int request)
         : m_engine(engine), m_names(names), m_request(request) {}
 
-    /// Visits the instance that `root` names exactly, or else all that lie under it. None is as good as any where columns
-    /// are served. False, with one line for people in `error`, when nothing can lie there, or the walk could not go on.
+    /// Visits the instance that `root` names exactly, or else all that lie under it. None is as good as any where
+    /// columns are served. False, with one line for people in `error`, when nothing can lie there, or the walk could
+    /// not go on.
     bool Run(const CVT::BObjectIdentifier& root, const Visitor& visitor, std::string& error);
 
     /// How many instances were found by all runs.

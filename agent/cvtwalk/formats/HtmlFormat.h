@@ -5,8 +5,8 @@
 
 namespace cvtwalk {
 
-/// One page about the host, in one file that needs nothing else: no server, no network, no other file. See HtmlPage for what
-/// stands on it. Written when the last section has come.
+/// One page about the host, in one file that needs nothing else: no server, no network, no other file. See HtmlPage for
+/// what stands on it. Written when the last section has come.
 class HtmlFormat final : public OutputFormat {
 public:
     void Write(const Section& section, std::string& out) override;

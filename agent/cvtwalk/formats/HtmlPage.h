@@ -9,9 +9,9 @@
 
 namespace cvtwalk {
 
-/// The page about a host: at a glance, storage with bars, processors, processes with search and sorting, devices, network, other
-/// tables of whatever module, and what the values mean. Everything that came from the host is escaped. Looks at the sections,
-/// which must outlive it.
+/// The page about a host: at a glance, storage with bars, processors, processes with search and sorting, devices,
+/// network, other tables of whatever module, and what the values mean. Everything that came from the host is escaped.
+/// Looks at the sections, which must outlive it.
 class HtmlPage {
 public:
     /// Processes are joined with what they use, and amounts have their share.

@@ -5,8 +5,9 @@
 
 namespace cvtwalk {
 
-/// Keeps what is written to standard output and standard error, by modules and the commands that they run, while a screen has the
-/// terminal, and says it on standard error in the end: without control characters, and of very much only the end. One at a time.
+/// Keeps what is written to standard output and standard error, by modules and the commands that they run, while a
+/// screen has the terminal, and says it on standard error in the end: without control characters, and of very much only
+/// the end. One at a time.
 class HeldMessages {
 public:
     HeldMessages();

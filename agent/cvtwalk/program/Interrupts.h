@@ -4,8 +4,8 @@
 
 namespace cvtwalk {
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a wish to end, so that a program that runs until then can close its modules. Commands
-/// that a module runs have the signals' own effect. Make it before any thread is started; one at a time.
+/// Turns SIGINT, SIGTERM and SIGHUP into a wish to end, so that a program that runs until then can close its modules.
+/// Commands that a module runs have the signals' own effect. Make it before any thread is started; one at a time.
 class Interrupts {
 public:
     Interrupts();

@@ -9,8 +9,8 @@
 
 namespace cvtwalk {
 
-/// The extension modules of the process, served as one tree. Life: Load, Start, WaitUntilReady, requests to Engine, Close.
-/// Used by one thread.
+/// The extension modules of the process, served as one tree. Life: Load, Start, WaitUntilReady, requests to Engine,
+/// Close. Used by one thread.
 class ModuleSet {
 public:
     ModuleSet() = default;
@@ -26,8 +26,8 @@ public:
     /// Waits up to `milliseconds` until all are ready. False, with `error`, when one is not: it cannot be closed then.
     bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
     CVT::BMibEngine& Engine() { return m_engine; }
-    /// Closes the modules, all within `milliseconds`. False, with `error`, when one does not end: its code may still run, so
-    /// that only std::_Exit is safe.
+    /// Closes the modules, all within `milliseconds`. False, with `error`, when one does not end: its code may still
+    /// run, so that only std::_Exit is safe.
     bool Close(unsigned int milliseconds, std::string& error);
 
 private:

@@ -28,7 +28,8 @@ struct Options {
     bool help = false;
     bool version = false;
 
-    /// Nothing, with one line for people in `error`, when the command line is wrong. Uses getopt, so one thread at a time.
+    /// Nothing, with one line for people in `error`, when the command line is wrong. Uses getopt, so one thread at a
+    /// time.
     static std::optional<Options> Parse(int argc, char* const* argv, std::string& error);
 
     /// The text of --help.

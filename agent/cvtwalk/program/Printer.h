@@ -28,8 +28,8 @@ public:
     bool WantsTheLoad() const;
     /// Whether all of it is measured.
     bool IsMeasured();
-    /// Appends to `text` what one request finds. False, with `error`, when something could not be found or walked; what was
-    /// found until then is printed nevertheless.
+    /// Appends to `text` what one request finds. False, with `error`, when something could not be found or walked; what
+    /// was found until then is printed nevertheless.
     bool Print(std::string& text, std::string& error);
     /// What is empty, for people, a line each: known after Print.
     const std::vector<std::string>& Remarks() const { return m_remarks; }

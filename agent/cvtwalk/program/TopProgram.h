@@ -11,8 +11,8 @@
 
 namespace cvtwalk {
 
-/// The live screen in a terminal: reads the host at intervals, draws, and takes keys, until somebody leaves. Looks at its
-/// arguments, which must outlive it. Used by one thread.
+/// The live screen in a terminal: reads the host at intervals, draws, and takes keys, until somebody leaves. Looks at
+/// its arguments, which must outlive it. Used by one thread.
 class TopProgram {
 public:
     using Clock = std::chrono::steady_clock;

@@ -7,8 +7,8 @@ namespace cvtwalk {
 /// Amounts of storage for people, from figures that may have wrapped on their way through 32 bits.
 class AmountText {
 public:
-    /// "0 B", "512 B", "4.0 KiB", "251.9 GiB" for so many units of so many octets; "?" where one of both is negative, which
-    /// says nothing of the real size. Neither is over 2^32.
+    /// "0 B", "512 B", "4.0 KiB", "251.9 GiB" for so many units of so many octets; "?" where one of both is negative,
+    /// which says nothing of the real size. Neither is over 2^32.
     static std::string Size(long long units, long long octetsPerUnit);
 
     static constexpr int kBarPlaces = 10;

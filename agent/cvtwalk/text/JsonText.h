@@ -8,8 +8,8 @@ namespace cvtwalk {
 /// Strings as JSON.
 class JsonText {
 public:
-    /// The octets as a JSON string, quotes included: valid for any octets, since those that are not UTF-8 become U+FFFD.
-    /// What a terminal might not show as text is escaped.
+    /// The octets as a JSON string, quotes included: valid for any octets, since those that are not UTF-8 become
+    /// U+FFFD. What a terminal might not show as text is escaped.
     static std::string Quoted(std::string_view octets);
     /// Whether Quoted loses nothing.
     static bool IsUtf8(std::string_view octets);

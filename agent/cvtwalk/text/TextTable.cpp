@@ -9,7 +9,8 @@ namespace cvtwalk {
 namespace {
 
 constexpr std::string_view kGap = "  ";
-// Places that a column keeps: texts are cut to what still tells most of them apart, then names of numbers, then texts again.
+// Places that a column keeps: texts are cut to what still tells most of them apart, then names of numbers, then texts
+// again.
 constexpr std::size_t kReadable = 16;
 constexpr std::size_t kLeastName = 5;
 constexpr std::size_t kLeastText = 8;

@@ -20,7 +20,8 @@ public:
         std::string name;
         Kind kind = Kind::kText;
         std::vector<std::string> cells;  ///< as many in each column
-        /// What to show in place of `cells` where lines would be too long; as many, or none when they have no short form.
+        /// What to show in place of `cells` where lines would be too long; as many, or none when they have no short
+        /// form.
         std::vector<std::string> shortCells = {};
         bool isKey = false;  ///< tells the rows apart: keeps its width as long as another column can give way, and is
                              ///< cut where rows stay different
@@ -29,8 +30,8 @@ public:
     void Add(Column column) { m_columns.push_back(std::move(column)); }
 
     /// Appends the header and the rows, each as a line without blanks at its end. Where a line is too long for the
-    /// display, columns take their short form, and the widest that may be cut are, as far as they stay readable; lines may
-    /// be longer still then. Names that are cut stay different from each other.
+    /// display, columns take their short form, and the widest that may be cut are, as far as they stay readable; lines
+    /// may be longer still then. Names that are cut stay different from each other.
     void Write(const Display& display, std::string& out);
 
     /// The places that the column takes where there is room.

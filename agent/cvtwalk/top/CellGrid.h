@@ -7,8 +7,8 @@
 
 namespace cvtwalk {
 
-/// A screen in memory: places in rows, each with a character and a style. Takes texts of any kind; what a terminal might not
-/// show as a character of text never gets in. A plain value.
+/// A screen in memory: places in rows, each with a character and a style. Takes texts of any kind; what a terminal
+/// might not show as a character of text never gets in. A plain value.
 class CellGrid {
 public:
     enum class Style { kPlain, kStrong, kBar, kDim, kGood, kWarning, kBad };
@@ -25,8 +25,8 @@ public:
     std::size_t Height() const { return m_height; }
     bool IsUtf8() const { return m_utf8; }
 
-    /// Writes from there to at most `places` places on, and cuts with an ellipsis. Outside of the screen nothing is written.
-    /// Returns how many places it took.
+    /// Writes from there to at most `places` places on, and cuts with an ellipsis. Outside of the screen nothing is
+    /// written. Returns how many places it took.
     std::size_t Put(std::size_t row, std::size_t column, std::string_view text, Style style = Style::kPlain,
                     std::size_t places = static_cast<std::size_t>(-1));
     /// The same to the right: the text ends before `end`.

@@ -9,14 +9,14 @@
 
 namespace cvtwalk {
 
-/// Reads the state of the host from what an engine serves of HOST-RESOURCES-MIB. What nobody serves is absent. Looks at the engine,
-/// which must outlive it. Used by one thread.
+/// Reads the state of the host from what an engine serves of HOST-RESOURCES-MIB. What nobody serves is absent. Looks at
+/// the engine, which must outlive it. Used by one thread.
 class HostProbe {
 public:
     explicit HostProbe(CVT::BMibEngine& engine) : m_engine(engine), m_names(engine) {}
 
-    /// One request. `secondsReady` is how long the modules have been ready, which tells a load of 0 from one that is not
-    /// measured. Processes only where wanted: there may be very many.
+    /// One request. `secondsReady` is how long the modules have been ready, which tells a load of 0 from one that is
+    /// not measured. Processes only where wanted: there may be very many.
     HostState Read(double secondsReady, bool withProcesses);
 
     /// The parts, from what was walked.

@@ -6,8 +6,8 @@
 
 namespace cvtwalk {
 
-/// What a module's tables say of the host at one moment, in units that people read. Texts hold no control character. A plain
-/// value; what is not served, or says nothing because it wrapped, is absent.
+/// What a module's tables say of the host at one moment, in units that people read. Texts hold no control character. A
+/// plain value; what is not served, or says nothing because it wrapped, is absent.
 struct HostState {
     struct Processor {
         std::string name;

@@ -142,7 +142,8 @@ void Terminal::Show(const CellGrid& grid) {
                 continue;
             }
             ::wattr_set(stdscr, m_screen->AttributesOf(cell.style), m_screen->PairOf(cell.style), nullptr);
-            // The last place of the screen is written as well; that the cursor cannot go on from there is no error to us.
+            // The last place of the screen is written as well; that the cursor cannot go on from there is no error to
+            // us.
             ::wmove(stdscr, static_cast<int>(row), static_cast<int>(column));
             ::waddnstr(stdscr, cell.text.c_str(), -1);
         }

@@ -11,19 +11,19 @@
 
 namespace cvtwalk {
 
-/// What the live screen shows, and how the keys change it. Knows neither a terminal nor a clock: times are seconds that its owner
-/// counts from any moment. Used by one thread.
+/// What the live screen shows, and how the keys change it. Knows neither a terminal nor a clock: times are seconds that
+/// its owner counts from any moment. Used by one thread.
 ///
-/// The module reads processes and loads anew every 15 seconds only, so that both have an age of their own, which the screen
-/// tells.
+/// The module reads processes and loads anew every 15 seconds only, so that both have an age of their own, which the
+/// screen tells.
 class TopModel {
 public:
     enum class SortKey { kShare, kMemory, kId, kName, kStatus };
 
     struct Process {
         HostState::Process now;
-        /// Processor time of children that ended between the last two readings, as a share of one processor; absent until there are
-        /// two readings of the same process.
+        /// Processor time of children that ended between the last two readings, as a share of one processor; absent
+        /// until there are two readings of the same process.
         std::optional<double> share;
     };
 

@@ -7,8 +7,8 @@
 
 namespace cvtwalk {
 
-/// Draws the live screen into a grid: a line about the host, the processors, memory, file systems by fullness, processes, a line
-/// about the keys. Looks at the model, which must outlive it.
+/// Draws the live screen into a grid: a line about the host, the processors, memory, file systems by fullness,
+/// processes, a line about the keys. Looks at the model, which must outlive it.
 class TopPainter {
 public:
     /// `now` counts as the model's times do.

@@ -1,8 +1,8 @@
-// An extension module for the tests of the agent, under 1.3.6.1.4.1.32473.2 (and .0). It serves what real modules seldom do, and
-// keeps a record of the phases of every SET. The environment variable AGENT_TEST_MODULE makes it misbehave:
-// "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group does not come up) or "system" (it
-// serves the system group, too). "tell" makes it print the record in the end, and "gate" makes one group initialise until the
-// working directory holds a file of that name.
+// An extension module for the tests of the agent, under 1.3.6.1.4.1.32473.2 (and .0). It serves what real modules
+// seldom do, and keeps a record of the phases of every SET. The environment variable AGENT_TEST_MODULE makes it
+// misbehave: "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group does not come
+// up) or "system" (it serves the system group, too). "tell" makes it print the record in the end, and "gate" makes one
+// group initialise until the working directory holds a file of that name.
 
 #include <unistd.h>
 
@@ -213,8 +213,8 @@ const CVT::BConstraintEntry Values::s_sonstraintEntries[] = {
     {},
 };
 
-/// 1.3.6.1.4.1.32473.0: get operations that fail. It lies before the others, so that a GETBULK that runs on behind one of
-/// those does not meet it.
+/// 1.3.6.1.4.1.32473.0: get operations that fail. It lies before the others, so that a GETBULK that runs on behind one
+/// of those does not meet it.
 class Failures final : public CVT::BMibScalarGroupImpl {
 public:
     Failures() : CVT::BMibScalarGroupImpl("AGENT-TEST-MIB.failures", "1.3.6.1.4.1.32473.0") {}

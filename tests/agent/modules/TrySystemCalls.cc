@@ -1,5 +1,5 @@
-// A program that a module of the agent's starts in tests: tries system calls that lead out of the agent, and prints the number
-// of the error of each, 0 when it worked. Arguments: another process, and the address of eight octets in it.
+// A program that a module of the agent's starts in tests: tries system calls that lead out of the agent, and prints the
+// number of the error of each, 0 when it worked. Arguments: another process, and the address of eight octets in it.
 
 #include <linux/bpf.h>
 #include <sys/mman.h>
