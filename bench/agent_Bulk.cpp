@@ -221,8 +221,10 @@ private:
         cvtagentd::Listeners listeners;
         listeners.Listen(m_address);
         Table table(values);
-        cvtagentd::Requests requests(cvtagentd::GroupReader::Wait::kShortly);
+        cvtagentd::Requests requests(cvtagentd::GroupReader::Wait::kNever);
         const cvtagentd::EventLoop::Task retries(loop, [&] { return requests.delegated.Retry(); });
+        const cvtagentd::EventLoop::Watch doneCalls(loop, requests.delegated.Descriptor(),
+                                                    [&] { requests.delegated.Woken(); });
         const auto keep = [&](const auto& registered) {
             static_cast<void>(registered);
             static_cast<void>(::write(ready, "", 1));

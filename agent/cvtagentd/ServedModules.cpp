@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/ServedModules.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -13,7 +14,16 @@ namespace cvtagentd {
 ServedModules::ServedModules(unsigned int closeMs, GroupReader::Wait wait) : m_closeMs(closeMs), m_requests(wait) {}
 
 ServedModules::~ServedModules() {
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(m_closeMs);
+    const auto left = [&] {
+        const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        return static_cast<unsigned int>(std::max<decltype(milliseconds)>(milliseconds, 0));
+    };
     m_requests.delegated.End();
+    if (!m_requests.delegated.EndCalls(left())) {
+        EndAtOnce();
+    }
     m_handlers.clear();
     m_requests.sets.ReleaseAll();
     for (const auto& module : m_modules) {
@@ -21,11 +31,15 @@ ServedModules::~ServedModules() {
             m_engine.Remove(module->Group());
         }
     }
-    if (!agent::ExtensionModule::CloseAll(m_modules, m_closeMs)) {
-        Log::Fatal("the modules did not close within " + std::to_string(m_closeMs / 1000) +
-                   " s; ending without waiting any longer");
-        std::_Exit(EXIT_FAILURE);
+    if (!agent::ExtensionModule::CloseAll(m_modules, left())) {
+        EndAtOnce();
     }
+}
+
+void ServedModules::EndAtOnce() const {
+    Log::Fatal("the modules did not close within " + std::to_string(m_closeMs / 1000) +
+               " s; ending without waiting any longer");
+    std::_Exit(EXIT_FAILURE);
 }
 
 void ServedModules::Start(const std::vector<std::string>& files, BuiltinModule* builtin) {

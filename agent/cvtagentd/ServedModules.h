@@ -49,6 +49,7 @@ public:
     std::size_t NumSubtrees() const { return m_numSubtrees; }
 
 private:
+    [[noreturn]] void EndAtOnce() const;
     void Load(const std::string& file);
     void Add(agent::ExtensionModule& module);
     void Add(BuiltinModule& builtin);

@@ -84,9 +84,11 @@ void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
     DelegatedRequests& delegated = modules.UnderWay().delegated;
     m_listeners->RefuseSetsWhile([&] { return !delegated.IsEmpty(); });
     m_retries.emplace(loop, [&] { return delegated.Retry(); });
+    m_doneCalls.emplace(loop, delegated.Descriptor(), [&] { delegated.Woken(); });
 }
 
 void StandAlone::StopServing() {
+    m_doneCalls.reset();
     m_retries.reset();
     m_listeners->RefuseSetsWhile({});
 }

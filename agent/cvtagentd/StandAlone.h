@@ -23,7 +23,7 @@ public:
     std::string Open() override;
     void StoreState() override;
     BuiltinModule* Builtin() override { return &*m_builtin; }
-    GroupReader::Wait HowToWait() const override { return GroupReader::Wait::kShortly; }
+    GroupReader::Wait HowToWait() const override { return GroupReader::Wait::kNever; }
     void StartServing(ServedModules& modules, EventLoop& loop) override;
     void StopServing() override;
     void StoreStateAtEnd() override;
@@ -36,6 +36,7 @@ private:
     std::optional<Listeners> m_listeners;
     std::optional<BuiltinModule> m_builtin;
     std::optional<EventLoop::Task> m_retries;
+    std::optional<EventLoop::Watch> m_doneCalls;
     bool m_isStartCounted = true;
 };
 

@@ -15,7 +15,11 @@ const CVT::BConstraintEntry DHrSWRunPerfTable::s_sonstraintEntries[] = {
 };
 
 DHrSWRunPerfTable::DHrSWRunPerfTable(DHrSWRunTable& runTable)
-    : BMibTableImpl(runTable, "HOST-RESOURCES-MIB.hrSWRunPerfTable", "1.3.6.1.2.1.25.5.1"), m_runTable(runTable) {}
+    : BMibTableImpl(runTable, "HOST-RESOURCES-MIB.hrSWRunPerfTable", "1.3.6.1.2.1.25.5.1"), m_runTable(runTable) {
+    SetSlowCalls([this](CVT::EReading /*call*/, unsigned int requestId, const CVT::BObjectIdentifier& /*name*/) {
+        return m_runTable.bIsScanDue(requestId);
+    });
+}
 
 bool DHrSWRunPerfTable::NextInstanceInColumn(unsigned int requestId, unsigned int column,
                                              const CVT::BObjectIdentifier& index, CVT::BObjectIdentifier& nextIndex) {

@@ -66,6 +66,9 @@ constexpr std::time_t kSecondsBetweenScans = 15;
 unsigned int s_lastRequestId = 0xFFFFFFFFU;
 std::time_t s_lastScan = 0;
 
+/// A clock that was set back says nothing about how old the last scan is.
+bool IsTimeToScan(std::time_t now) { return now < s_lastScan || s_lastScan + kSecondsBetweenScans <= now; }
+
 /// The search for the next row has no status of its own to return; the toolkit makes genErr of what is thrown.
 struct SnapshotLost : std::runtime_error {
     SnapshotLost() : std::runtime_error("the request has lost its snapshot of the processes") {}
@@ -97,7 +100,11 @@ int StatusOf(char state, int otherwise) {
 }  // namespace
 
 DHrSWRunTable::DHrSWRunTable(CVT::INonVolatile* store)
-    : DTable(store, "HOST-RESOURCES-MIB.hrSWRunTable", "1.3.6.1.2.1.25.4.2") {}
+    : DTable(store, "HOST-RESOURCES-MIB.hrSWRunTable", "1.3.6.1.2.1.25.4.2") {
+    SetSlowCalls([this](CVT::EReading /*call*/, unsigned int requestId, const CVT::BObjectIdentifier& /*name*/) {
+        return bIsScanDue(requestId);
+    });
+}
 
 void DHrSWRunTable::Initialize() {
     s_lastScan = -kSecondsBetweenScans;
@@ -105,16 +112,6 @@ void DHrSWRunTable::Initialize() {
 }
 
 void DHrSWRunTable::vDeleteAllEntries() { DeleteAllRows(); }
-
-/// A clock that was set back says nothing about how old the last scan is.
-bool DHrSWRunTable::bIsTimeToScan() {
-    const std::time_t now = std::time(nullptr);
-    if (now >= s_lastScan && s_lastScan + kSecondsBetweenScans > now) {
-        return false;
-    }
-    s_lastScan = now;
-    return true;
-}
 
 void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     if (requestId == s_lastRequestId) {
@@ -125,7 +122,8 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     m_snapshots.ForgetEnded();
     if (!m_snapshots.Knows(requestId)) {
         UseRows(m_snapshots.Newest());
-        if (bIsTimeToScan()) {
+        if (const std::time_t now = std::time(nullptr); IsTimeToScan(now)) {
+            s_lastScan = now;
             vScan();
         }
         m_snapshots.Keep(requestId);
@@ -134,6 +132,10 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     const std::shared_ptr<Rows> seen = m_snapshots.SeenBy(requestId);
     m_isLost = seen == nullptr;
     UseRows(m_isLost ? m_snapshots.Newest() : seen);
+}
+
+bool DHrSWRunTable::bIsScanDue(unsigned int requestId) const {
+    return requestId != s_lastRequestId && IsTimeToScan(std::time(nullptr)) && !m_snapshots.Knows(requestId);
 }
 
 void DHrSWRunTable::vScan() {

@@ -30,6 +30,8 @@ public:
     /// Turns to the snapshot that the request sees, which is a new one when it is time to take one. When /proc cannot
     /// be opened it says so on standard output, and the old snapshot stays for another 15 seconds.
     void vCheckUpDateTable(unsigned int requestId);
+    /// Whether the next call of a handler for this request takes a snapshot.
+    bool bIsScanDue(unsigned int requestId) const;
     /// Of the rows in use.
     void vDeleteAllEntries();
 
@@ -56,7 +58,6 @@ public:
                             const int& value, void** undo);
 
 private:
-    bool bIsTimeToScan();
     void vScan();
     void vAddProcess(int procDescriptor, unsigned int pid);
     void ShowWritten(const Entry& row, const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase);

@@ -28,6 +28,8 @@ unsigned int lastCheckedRequestId = 0;
 /// How many file systems are asked side by side, so that many dead ones together cost little more time than one.
 constexpr std::size_t kAskedAtOnce = 64;
 
+constexpr unsigned int kUsedColumn = 6;
+
 const char* StorageTypeOf(const mntent& mount) {
     switch (ui32GetDiskStorageType(&mount)) {
         case kFloppyDisk: return "1.3.6.1.2.1.25.2.1.6";
@@ -55,7 +57,7 @@ const CVT::BRqHndlrEntry DHrStorageTable::s_rqhndlrEntries[] = {
                                 &DHrStorageTable::OnGet_HrStorageAllocationUnits),
     CVT::Column<CVT::kIntValue>(5, "hrStorageSize", CVT::kInteger, &DHrStorageTable::OnGet_HrStorageSize,
                                 &DHrStorageTable::OnSet_HrStorageSize),
-    CVT::Column<CVT::kIntValue>(6, "hrStorageUsed", CVT::kInteger, &DHrStorageTable::OnGet_HrStorageUsed),
+    CVT::Column<CVT::kIntValue>(kUsedColumn, "hrStorageUsed", CVT::kInteger, &DHrStorageTable::OnGet_HrStorageUsed),
     CVT::Column<CVT::kUnsignedValue>(7, "hrStorageAllocationFailures", CVT::kCounter32,
                                      &DHrStorageTable::OnGet_HrStorageAllocationFailures),
     {},
@@ -92,7 +94,11 @@ void DHrStorageEntry::Fill(const mntent& mount, const DMountFigures& figures) {
 }
 
 DHrStorageTable::DHrStorageTable(CVT::INonVolatile* store)
-    : DTable(store, "HOST-RESOURCES-MIB.hrStorageTable", "1.3.6.1.2.1.25.2.3") {}
+    : DTable(store, "HOST-RESOURCES-MIB.hrStorageTable", "1.3.6.1.2.1.25.2.3") {
+    SetSlowCalls([this](CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name) {
+        return IsSlowToRead(call, requestId, name);
+    });
+}
 
 void DHrStorageTable::Initialize() {
     const bool watching = m_watch.Open();
@@ -122,28 +128,50 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
     if (!IsActive() || requestId == lastCheckedRequestId) {
         return;
     }
-    const bool isComplete = FillLateRows() && AddNewMounts();
-    lastCheckedRequestId = isComplete ? requestId : 0;  // the request comes again
+    lastCheckedRequestId = requestId;
+    FillLateRows();
+    if (HasMountTableChanged()) {
+        AddNewMounts();
+    }
 }
 
-bool DHrStorageTable::AddNewMounts() {
-    struct stat now {};
-    ::stat(ETC_MNTTAB, &now);
-    m_hasNotice = m_watch.HasNotice() || m_hasNotice;
-    if (!m_hasNotice && now.st_mtime == stLastMntFileStat.st_mtime && now.st_ctime == stLastMntFileStat.st_ctime) {
+/// Measuring waits for a file system that may hang, and so does looking at a new one.
+bool DHrStorageTable::IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name) {
+    if (call != CVT::EReading::Get) {
+        return false;
+    }
+    if (IsActive() && requestId != lastCheckedRequestId && HasMountTableChanged()) {
         return true;
     }
-    stLastMntFileStat = now;
+    const unsigned int column = Oid().NumArcs();
+    if (name.NumArcs() <= column || name[column] != kUsedColumn) {
+        return false;
+    }
+    const Entry* const row = GetRow(CVT::BObjectIdentifier(name.Arcs().subspan(column + 1)));
+    return row != nullptr && row->mayHang;
+}
+
+bool DHrStorageTable::HasMountTableChanged() {
+    m_hasNotice = m_watch.HasNotice() || m_hasNotice;
+    if (m_hasNotice) {
+        return true;
+    }
+    struct stat now {};
+    ::stat(ETC_MNTTAB, &now);
+    return now.st_mtime != stLastMntFileStat.st_mtime || now.st_ctime != stLastMntFileStat.st_ctime;
+}
+
+void DHrStorageTable::AddNewMounts() {
+    ::stat(ETC_MNTTAB, &stLastMntFileStat);
     m_watch.Close();  // a table that was a file may have become the kernel's, and the reverse
     m_watch.Open();
     if (const DHostFile file = OpenMountTable()) {
-        m_hasNotice = !AddMounts(ReadMountTable(file.get()), kNewDirectories);
-        return !m_hasNotice;
+        m_hasNotice = false;
+        AddMounts(ReadMountTable(file.get()), kNewDirectories);
     }
-    return true;
 }
 
-bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
+void DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
     m_mayHang = {};
     for (const DMountEntry& mount : mounts) {
         m_mayHang.Add(mount.directory, mount.type);
@@ -167,15 +195,10 @@ bool DHrStorageTable::AddMounts(std::vector<DMountEntry> mounts, EWhich which) {
         for (const DMountEntry& mount : batch) {
             questions.push_back(QuestionTo(mount));
         }
-        bool isComplete = true;
         for (std::size_t i = 0; i < batch.size(); ++i) {
-            isComplete = AddMount(++lastTableIndex, batch[i], std::move(questions[i])) && isComplete;
-        }
-        if (!isComplete) {
-            return false;
+            AddMount(++lastTableIndex, batch[i], std::move(questions[i]));
         }
     }
-    return true;
 }
 
 /// Most hosts make it a link to the kernel's own; where a minimal root has none, all file systems are missing at once.
@@ -209,34 +232,24 @@ void DHrStorageTable::Fill(Entry& row, const mntent& mount, const DMountFigures&
     }
 }
 
-bool DHrStorageTable::AddMount(unsigned int index, DMountEntry mount, DMountProbe question) {
+void DHrStorageTable::AddMount(unsigned int index, DMountEntry mount, DMountProbe question) {
     auto row = std::make_unique<Entry>(index, nullptr);
     row->mayHang = m_mayHang.AreOnTheWayTo(mount.directory);
     Fill(*row, mount.Record(), question.Answer());
-    const bool isComplete = !question.HasGivenUp();
-    if (Add(std::move(row)) && (question.IsOut() || !isComplete)) {
+    if (Add(std::move(row)) && question.IsOut()) {
         m_unanswered.push_back({index, std::move(mount), std::move(question)});
     }
-    return isComplete;
 }
 
-bool DHrStorageTable::FillLateRows() {
+void DHrStorageTable::FillLateRows() {
     std::erase_if(m_unanswered, [this](Unanswered& late) {
-        std::optional<DMountFigures> figures;
-        if (late.question.HasGivenUp()) {  // it is to be asked again, and finds the call where it is
-            late.question = DMountProbe(late.mount.directory.c_str(), true, DMountProbe::kDirectoryAndSpace);
-            figures = late.question.Answer();
-        } else {
-            figures = late.question.LateAnswer();
-        }
+        const std::optional<DMountFigures> figures = late.question.LateAnswer();
         Entry* const row = figures ? GetRow(CVT::BObjectIdentifier(late.row)) : nullptr;
         if (row != nullptr) {
             Fill(*row, late.mount.Record(), *figures);
         }
-        return figures && !late.question.IsOut() && !late.question.HasGivenUp();
+        return figures.has_value();
     });
-    return std::none_of(m_unanswered.begin(), m_unanswered.end(),
-                        [](const Unanswered& late) { return late.question.HasGivenUp(); });
 }
 
 void DHrStorageTable::AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,

@@ -111,16 +111,16 @@ private:
         DMountProbe question;
     };
 
-    // False when the caller's patience came to an end: the request is to come again.
-    bool FillLateRows();
-    bool AddNewMounts();
-    /// Those that it did not get to are still new.
-    bool AddMounts(std::vector<DMountEntry> mounts, EWhich which);
+    bool IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name);
+    void FillLateRows();
+    /// Whether it was changed, or exchanged, since it was read last.
+    bool HasMountTableChanged();
+    void AddNewMounts();
+    void AddMounts(std::vector<DMountEntry> mounts, EWhich which);
     void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
                    unsigned int usedSelector);
-    /// Waits for the answer, and comes back to it at later requests where there is none yet. False when the caller's
-    /// patience came to an end.
-    bool AddMount(unsigned int index, DMountEntry mount, DMountProbe question);
+    /// Waits for the answer, and comes back to it at later requests where there is none yet.
+    void AddMount(unsigned int index, DMountEntry mount, DMountProbe question);
     DMountProbe QuestionTo(const DMountEntry& mount) const;
     /// Fills a row, and says so, once for each directory, when it may not be looked at.
     void Fill(Entry& row, const mntent& mount, const DMountFigures& figures) const;

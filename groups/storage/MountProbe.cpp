@@ -10,7 +10,6 @@
 #include <string>
 #include <utility>
 
-#include "CVT/BPatience.h"
 #include "CVT/TMutex.h"
 #include "CVT/TThread.h"
 #include "CVT/ThreadAnnotations.h"
@@ -121,36 +120,12 @@ private:
 
 Stuck s_stuck;
 
+bool Await(CVT::TEvent& event, Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return event.Wait(static_cast<unsigned int>(std::max<decltype(left)>(left, 0))) == CVT::kWaitSignalled;
+}
+
 }  // namespace
-
-/// The calls whose callers had too little patience. One that has come back is an answer for as long again as somebody
-/// patient would have waited for it.
-class DMountProbe::Pending {
-public:
-    void Add(const std::shared_ptr<Call>& call) {
-        const CVT::TMutex::Guard guard(m_lock);
-        m_calls.insert_or_assign({call->directory, call->what}, call);
-    }
-
-    /// Null when there is none.
-    std::shared_ptr<Call> Take(const std::string& directory, EWhat what) {
-        const CVT::TMutex::Guard guard(m_lock);
-        const auto node = m_calls.extract({directory, what});
-        if (node.empty() || (node.mapped()->hasReturned && Clock::now() > node.mapped()->asked + 2 * kPatience)) {
-            return nullptr;
-        }
-        return node.mapped();
-    }
-
-    static Pending& Instance() {
-        static Pending instance;
-        return instance;
-    }
-
-private:
-    CVT::TMutex m_lock{false};
-    std::map<std::pair<std::string, EWhat>, std::shared_ptr<Call>> m_calls CVT_GUARDED_BY(m_lock);
-};
 
 DMountProbe::DMountProbe(const char* directory, bool mayHang, EWhat what, std::chrono::milliseconds patience)
     : m_patience(patience) {
@@ -165,63 +140,38 @@ DMountProbe::DMountProbe(const char* directory, bool mayHang, EWhat what, std::c
         m_figures.space = AskSpace(path);
         return;
     }
-    m_call = Pending::Instance().Take(path, what);
-    m_wasTakenUp = m_call != nullptr;
-    if (m_wasTakenUp) {
-        return;
-    }
     auto call = std::make_shared<Call>(path, what);
     if (!s_stuck.Has(call->directory) && (new Caller(call))->Start(kStackBytes, 0)) {
         m_call = std::move(call);
     }
 }
 
-DMountProbe::EWaited DMountProbe::Await(CVT::TEvent& event, Clock::time_point deadline) const {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    const auto needed = static_cast<unsigned int>(std::max<decltype(left)>(left, 0));
-    unsigned int allowed = CVT::BPatience::Left();
-    if (m_wasTakenUp && allowed != CVT::kWaitForever) {
-        allowed = 0;  // many may ask in turn, and each has waited once
-    }
-    if (event.Wait(std::min(needed, allowed)) == CVT::kWaitSignalled) {
-        return EWaited::kCame;
-    }
-    return allowed < needed ? EWaited::kGaveUp : EWaited::kInVain;
-}
-
-DMountProbe::EWaited DMountProbe::AwaitAll() {
+bool DMountProbe::AwaitAll() {
     Call& call = *m_call;
     auto asked = call.asked;
     if (call.what == kDirectoryAndSpace) {
-        const EWaited waited = Await(call.hasStatus, asked + m_patience);
-        if (waited != EWaited::kCame) {
-            return waited;
+        if (!Await(call.hasStatus, asked + m_patience)) {
+            return false;
         }
         m_figures.directory = call.status;
         m_figures.isForbidden = call.isForbidden;
         asked = call.statusAnswered;
     }
-    const EWaited waited = Await(call.hasSpace, asked + m_patience);
-    if (waited == EWaited::kCame) {
-        m_figures.space = call.space;
+    if (!Await(call.hasSpace, asked + m_patience)) {
+        return false;
     }
-    return waited;
+    m_figures.space = call.space;
+    return true;
 }
 
 DMountFigures DMountProbe::Answer() {
     if (!m_call) {
         return m_figures;
     }
-    switch (AwaitAll()) {
-        case EWaited::kCame: m_call.reset(); break;
-        case EWaited::kInVain:
-            s_stuck.Add(m_call->directory, [left = m_call] { return left->hasReturned.load(); });
-            break;
-        case EWaited::kGaveUp:
-            Pending::Instance().Add(std::exchange(m_call, nullptr));
-            m_hasGivenUp = true;
-            CVT::BPatience::GiveUp();
-            break;
+    if (AwaitAll()) {
+        m_call.reset();
+    } else {
+        s_stuck.Add(m_call->directory, [left = m_call] { return left->hasReturned.load(); });
     }
     return m_figures;
 }

@@ -21,11 +21,8 @@ struct DMountFigures {
 /// then on every question to that directory fails at once, until the call has returned. What came late, but before
 /// somebody looked, is an answer like any other.
 ///
-/// A caller whose patience has an end (CVT::BPatience) gives up when that comes first, and leaves the call for who asks
-/// the same again: he takes it up where it is, or its answer, and no longer waits for it but looks.
-///
-/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used
-/// from distinct threads.
+/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used from
+/// distinct threads.
 ///
 /// The thread deletes itself and shares nothing with the module but its own record. It still runs code of this library
 /// when it comes back, so a host waits with CVT::TThread::WaitForSelfDeleting before it unloads that, and does not
@@ -45,11 +42,7 @@ public:
     /// Waits. To be called once, and not after LateAnswer.
     DMountFigures Answer();
 
-    /// Whether Answer ended for lack of the caller's patience, and said so: what it gave is no answer then.
-    bool HasGivenUp() const { return m_hasGivenUp; }
-
-    /// What came after Answer had waited in vain, or without anybody waiting: once, as soon as it is there. Does not
-    /// wait.
+    /// What came after Answer had waited in vain, or without anybody waiting: once, as soon as it is there. Does not wait.
     std::optional<DMountFigures> LateAnswer();
     /// Whether LateAnswer may give something yet.
     bool IsOut() const { return m_call != nullptr; }
@@ -57,15 +50,11 @@ public:
 private:
     struct Call;
     class Caller;
-    class Pending;
-    enum class EWaited { kCame, kInVain, kGaveUp };
 
-    EWaited Await(CVT::TEvent& event, std::chrono::steady_clock::time_point deadline) const;
-    EWaited AwaitAll();
+    /// Whether all came in time.
+    bool AwaitAll();
 
     DMountFigures m_figures;
     std::shared_ptr<Call> m_call;  // null when m_figures is the answer, or all of it was given
     std::chrono::milliseconds m_patience;
-    bool m_wasTakenUp = false;
-    bool m_hasGivenUp = false;
 };

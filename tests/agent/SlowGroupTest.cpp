@@ -79,14 +79,16 @@ TEST_F(SlowGroupTest, RequestsThatAGroupCannotAnswerYetAreCompletedWhenItCan) {
     clients.push_back(Ask("snmpgetnext", {kSlowToAnswer + "1.1"}));
     clients.push_back(Ask("snmpbulkget", {kSlowToInitialize + "3.2"}, {"-Cn0", "-Cr6"}));
     ExpectQuickAnswers();
-    EXPECT_EQ(Names(Get(kSlowToAnswer + "1.1")).size(), 1U) << "another row of the same group";
+    clients.push_back(Ask("snmpget", {kSlowToAnswer + "1.1"}));  // another row of the same group
+    ExpectQuickAnswers();
     ExpectUnanswered(clients);
     Open("value");
     ExpectAnswer(*clients[0], {kSlowToAnswer + "1.2"});
     ExpectAnswer(*clients[1], {kSlowToAnswer + "1.2"});
     ExpectAnswer(*clients[2], {kSlowToInitialize + "3.3", kSlowToAnswer + "1.1", kSlowToAnswer + "1.2",
                                kSlowToAnswer + "1.3", kSlowToAnswer + "2.1", kSlowToAnswer + "2.2"});
-    EXPECT_NE(clients[0]->Output().find("INTEGER: 2\n"), std::string::npos) << "and not what it gave at first";
+    EXPECT_NE(clients[0]->Output().find("INTEGER: 2\n"), std::string::npos) << clients[0]->Output();
+    ExpectAnswer(*clients[3], {kSlowToAnswer + "1.1"});
 }
 
 TEST_F(SlowGroupTest, ARequestKeepsItsIdentifierWhileItIsPutBack) {
@@ -179,6 +181,147 @@ TEST_F(SlowGroupTest, HundredsOfRequestsMayBePutBack) {
     for (const auto& client : clients) {
         ExpectAnswer(*client, {kSlowToInitialize + "1.1"});
     }
+}
+
+TEST_F(SlowGroupTest, OnlyTheCallThatTakesLongIsWaitedFor) {
+    Open("initialize");
+    ASSERT_TRUE(Agent().WaitForOutput("ready after"));
+    EXPECT_EQ(Names(V2c("snmpbulkget", {kSlowToAnswer + "1"}, {"-Cn0", "-Cr1"}).output).size(), 1U);
+    EXPECT_EQ(Names(Get(kSlowToAnswer + "1.3")), std::vector{kSlowToAnswer + "1.3"});
+    EXPECT_EQ(Names(GetNext(kSlowToAnswer + "1.2")), std::vector{kSlowToAnswer + "1.3"});
+}
+
+TEST_F(SlowGroupTest, AGroupThatIsUpIsAnsweredForWhileAnotherOneIsWaitedFor) {
+    const auto initializing = Ask("snmpget", {kSlowToInitialize + "1.2"});
+    const auto answering = Ask("snmpget", {kSlowToAnswer + "1.2"});
+    ExpectQuickAnswers();
+    Open("value");
+    ExpectAnswer(*answering, {kSlowToAnswer + "1.2"});
+    EXPECT_FALSE(initializing->HasEnded());
+    Open("initialize");
+    ExpectAnswer(*initializing, {kSlowToInitialize + "1.2"});
+}
+
+TEST_F(SlowGroupTest, ABulkOverQuickAndSlowGroupsIsCompleteAndInOrder) {
+    const auto client = Ask("snmpbulkget", {kQuick + "1", kSlowToAnswer + "1", kSlowToInitialize + "3", kTable + "1"},
+                            {"-Cn1", "-Cr4"});
+    ExpectQuickAnswers();
+    EXPECT_FALSE(client->HasEnded());
+    Open("value");
+    ExpectQuickAnswers();
+    EXPECT_FALSE(client->HasEnded());
+    Open("initialize");
+    ExpectAnswer(*client, {kQuick + "1.0", kSlowToAnswer + "1.1", kSlowToInitialize + "3.1", kTable + "1.1",
+                           kSlowToAnswer + "1.2", kSlowToInitialize + "3.2", kTable + "1.2", kSlowToAnswer + "1.3",
+                           kSlowToInitialize + "3.3", kTable + "1.3", kSlowToAnswer + "2.1", kSlowToAnswer + "1.1",
+                           kTable + "1.4"});
+}
+
+TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesWhoWaitsForACallAndWaitsForTheCallItself) {
+    Open("initialize");
+    ASSERT_TRUE(Agent().WaitForOutput("ready after"));
+    std::vector<std::unique_ptr<Program>> clients;
+    clients.push_back(Ask("snmpget", {kSlowToAnswer + "1.2"}));
+    clients.push_back(Ask("snmpgetnext", {kSlowToAnswer + "1.1"}));
+    clients.push_back(Ask("snmpbulkget", {kSlowToAnswer + "1"}, {"-Cn0", "-Cr6"}));
+    ExpectQuickAnswers();
+    Agent().Signal(SIGTERM);
+    for (const auto& client : clients) {
+        EXPECT_EQ(client->Wait(), 2) << client->Output();
+        EXPECT_NE(client->Output().find("Reason: resourceUnavailable"), std::string::npos) << client->Output();
+    }
+    EXPECT_FALSE(Agent().HasEnded()) << "code of the module's runs";
+    Open("value");
+    EXPECT_EQ(Agent().Wait(), 0) << Log();
+}
+
+TEST_F(SlowGroupTest, WhoWaitsForACallAndGoesIsForgotten) {
+    Open("initialize");
+    ASSERT_TRUE(Agent().WaitForOutput("ready after"));
+    for (const std::string& address : {Udp(), Tcp()}) {
+        for (const char* const program : {"snmpget", "snmpgetnext", "snmpbulkget"}) {
+            const auto client = Ask(program, {kSlowToAnswer + "1.2", kSlowToAnswer + "1.1"}, {}, address);
+            ExpectQuickAnswers();
+            client->Signal(SIGKILL);
+            client->Wait();
+        }
+    }
+    ExpectQuickAnswers();
+    Open("value");
+    EXPECT_EQ(Names(Get(kSlowToAnswer + "1.2")).size(), 1U);
+    EXPECT_EQ(Set({kTable + "1.1", "i", "1"}).status, 0);
+}
+
+/// With a view that holds little of the groups that take their time.
+class NarrowSlowGroupTest : public SlowGroupTest {
+protected:
+    void SetUp() override {
+        Start({"--module", kReadModule, "--config",
+               WriteConfig("com2sec reader 127.0.0.1 private\ngroup readers v2c reader\n"
+                           "view some included .1.3.6.1.4.1.32473.3.1\n"
+                           "view some included .1.3.6.1.4.1.32473.3.3.1.2.2\n"
+                           "view some included .1.3.6.1.4.1.32473.3.4\n"
+                           "view some excluded .1.3.6.1.4.1.32473.3.4.1.1.2\n"
+                           "access readers \"\" any noauth exact some none none\n")},
+              {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", "READ_TEST_VALUE=" + m_scratch / "value"}, "serves");
+        m_quick = kQuick + "1.0";
+    }
+};
+
+TEST_F(NarrowSlowGroupTest, WhatMayNotBeSeenIsNotWaitedFor) {
+    EXPECT_EQ(Names(GetNext(kSlowToAnswer + "1.1")), std::vector{kSlowToAnswer + "1.3"});
+    EXPECT_EQ(Names(V2c("snmpbulkget", {kSlowToAnswer + "1"}, {"-Cn0", "-Cr3"}).output),
+              (std::vector{kSlowToAnswer + "1.1", kSlowToAnswer + "1.3", kSlowToAnswer + "2.1"}));
+}
+
+TEST_F(NarrowSlowGroupTest, WhatWasWaitedForShowsNoMoreThanTheView) {
+    std::vector<std::unique_ptr<Program>> clients;
+    clients.push_back(Ask("snmpgetnext", {kSlowToInitialize + "1"}));
+    clients.push_back(Ask("snmpbulkget", {kSlowToInitialize + "1"}, {"-Cn0", "-Cr4"}));
+    ExpectQuickAnswers();
+    ExpectUnanswered(clients);
+    Open("initialize");
+    ExpectAnswer(*clients[0], {kSlowToInitialize + "2.2"});
+    ExpectAnswer(*clients[1],
+                 {kSlowToInitialize + "2.2", kSlowToAnswer + "1.1", kSlowToAnswer + "1.3", kSlowToAnswer + "2.1"});
+}
+
+/// With a table whose numbers take three seconds each.
+class SleepingGroupTest : public SlowGroupTest {
+protected:
+    void SetUp() override {
+        Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n"), "--timeout", "10"},
+              {"READ_TEST_SLEEPER=3000"});
+        m_quick = kQuick + "1.0";
+    }
+    /// Asks, and whatever else is asked for until the answer comes must be answered at once.
+    std::string AnswerWhileOthersAreAnswered(const std::string& program, const Arguments& names,
+                                             const Arguments& options = {}) {
+        const auto client = Ask(program, names, options);
+        while (!client->HasEnded()) {
+            ExpectQuickAnswers();
+        }
+        EXPECT_EQ(client->Wait(), 0) << client->Output();
+        return client->Output();
+    }
+
+    const std::string kSleeper = ".1.3.6.1.4.1.32473.3.7.1.";
+};
+
+TEST_F(SleepingGroupTest, HoldsUpNobodyElseAndItsAnswersAreRight) {
+    for (const Arguments& version : {Arguments{"-v1"}, Arguments{"-v2c"}}) {
+        const std::string get = AnswerWhileOthersAreAnswered("snmpget", {kSleeper + "1.2"}, version);
+        EXPECT_NE(get.find(kSleeper + "1.2 = INTEGER: 2\n"), std::string::npos) << get;
+        const std::string next = AnswerWhileOthersAreAnswered("snmpgetnext", {kSleeper + "1.2"}, version);
+        EXPECT_NE(next.find(kSleeper + "1.3 = INTEGER: 3\n"), std::string::npos) << next;
+    }
+    const std::string bulk = AnswerWhileOthersAreAnswered("snmpbulkget", {kSleeper + "1"}, {"-Cn0", "-Cr4"});
+    for (const char* const row : {"1", "2", "3"}) {
+        EXPECT_NE(bulk.find(kSleeper + "1." + row + " = INTEGER: " + row + "\n"), std::string::npos) << bulk;
+    }
+    EXPECT_EQ(Names(bulk).size(), 4U) << bulk;
+    const std::string absent = AnswerWhileOthersAreAnswered("snmpget", {kSleeper + "1.9"});
+    EXPECT_NE(absent.find("No Such Instance"), std::string::npos) << absent;
 }
 
 /// The module of the host's, whose discovery asks a stand-in for the command `mount`, which waits for a file.

@@ -20,7 +20,6 @@
 #include <thread>
 #include <vector>
 
-#include "CVT/BPatience.h"
 #include "CVT/BRequestId.h"
 #include "CVT/TThread.h"
 #include "CVT/TTimer.h"
@@ -516,39 +515,33 @@ TEST_F(MountFigures, OfADirectoryThatTurnsOutLateToBeForbiddenCauseAWarningToo) 
     EXPECT_EQ(warnings.Take().size(), 0U);
 }
 
-TEST_F(MountFigures, OfANewMountAreAwaitedInSeveralTurnsByAHostWithLittlePatience) {
+TEST_F(MountFigures, TakeLongToReadWhereAFileSystemMayHangOrANewOneIsToBeAsked) {
+    Mount("local", "ext4");
+    Mount("remote", "nfs4");
     m_table->Initialize();
-    Fake& slow = Mount("slow", "cifs");
-    Fake& dead = Mount("dead", "cifs");
-    Fake& quick = Mount("quick", "cifs");
-    slow.spaceHangs = true;
-    dead.statHangs = true;
-    stLastMntFileStat.st_mtime = 1;
-    const auto ask = [&](unsigned int row, int& size) {
-        const CVT::BPatience patience(20);
-        m_table->OnGet_HrStorageSize(CVT::BObjectIdentifier(row), 7, size);
-        return !patience.HasGivenUp();
+    const auto takesLong = [&](CVT::EReading call, unsigned int requestId, unsigned int column, unsigned int row) {
+        CVT::BObjectIdentifier name(m_table->Oid());
+        name.Append(column);
+        name.Append(row);
+        return m_table->MayTakeLong(call, requestId, name);
     };
-    int size = -77;
-    EXPECT_FALSE(ask(3, size));
-    Change(slow, &Fake::spaceHangs, false);
-    WaitUntil([&] {
-        ask(3, size);
-        return size == 1000;
-    });
-    EXPECT_EQ(size, 1000);
-    WaitUntil([&] { return ask(4, size); });
-    EXPECT_EQ(size, 0) << "the second that the dead one is given has passed";
-    EXPECT_TRUE(ask(5, size));
-    EXPECT_EQ(size, 1000);
-    EXPECT_EQ(m_table->GetNumRows(), 5U) << "in the order of the mount table, after the two of memory";
-    EXPECT_EQ(Asked(slow), 1);
-    EXPECT_EQ(Asked(quick), 1) << "a file system that has answered is not queried again";
+    const unsigned int request = CVT::BRequestId::Next();
+    EXPECT_TRUE(takesLong(CVT::EReading::Get, request, 6, 2)) << "the used blocks, which are measured";
+    EXPECT_FALSE(takesLong(CVT::EReading::Get, request, 6, 1)) << "it cannot hang";
+    EXPECT_FALSE(takesLong(CVT::EReading::Get, request, 6, 3)) << "memory";
+    EXPECT_FALSE(takesLong(CVT::EReading::Get, request, 5, 2)) << "it is not measured again";
+    EXPECT_FALSE(takesLong(CVT::EReading::NextInstance, request, 6, 2)) << "reads nothing";
 
-    Release();
-    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
-    EXPECT_EQ(Size(4), 1000);
-    EXPECT_EQ(Asked(dead), 1);
+    int size = 0;
+    m_table->OnGet_HrStorageSize(CVT::BObjectIdentifier(1), request, size);
+    Mount("new", "cifs");
+    stLastMntFileStat.st_mtime = 1;
+    EXPECT_FALSE(takesLong(CVT::EReading::Get, request, 5, 1)) << "it does not look a second time";
+    const unsigned int next = CVT::BRequestId::Next();
+    EXPECT_TRUE(takesLong(CVT::EReading::Get, next, 5, 1));
+    m_table->OnGet_HrStorageSize(CVT::BObjectIdentifier(1), next, size);
+    EXPECT_EQ(m_table->GetNumRows(), 5U);
+    EXPECT_FALSE(takesLong(CVT::EReading::Get, CVT::BRequestId::Next(), 5, 1));
 }
 
 TEST_F(MountFigures, OfManyDeadFileSystemsDelayTheStartUpLittleMoreThanOne) {

@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include "CVT/BPatience.h"
 #include "CVT/BRequestId.h"
 #include "tests/support/FuseServer.h"
 #include "tests/support/MadeUpHostTest.h"
@@ -291,64 +290,6 @@ TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndDelaysNoRequest) {
     m_server->Resume();
     ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
     EXPECT_EQ(Used(row), 900);
-}
-
-TEST_F(FuseMount, ThatStopsAnsweringIsQueriedOnceByImpatientCallersAndKeepsItsFiguresAfterASecond) {
-    StartUp();
-    const int row = RowOf(m_directory);
-    ASSERT_EQ(Used(row), 600);
-    m_server->FallSilent();
-    const int requests = m_server->SpaceRequests();
-    const auto begin = Clock::now();
-    int timesGivenUp = 0;
-    for (bool hasGivenUp = true; hasGivenUp; ++timesGivenUp) {
-        const CVT::BPatience patience(1);
-        const int used = Used(row);
-        hasGivenUp = patience.HasGivenUp();
-        EXPECT_TRUE(hasGivenUp || used == 600) << used;
-        ASSERT_LT(Clock::now() - begin, std::chrono::seconds(20));
-    }
-    EXPECT_GE(Clock::now() - begin, milliseconds(950));
-    EXPECT_GT(timesGivenUp, 10);
-    EXPECT_EQ(m_server->SpaceRequests(), requests + 1);
-}
-
-TEST_F(FuseMount, ThatAnswersLateAlsoAnswersAnImpatientCaller) {
-    StartUp();
-    const int row = RowOf(m_directory);
-    m_server->FallSilent();
-    m_server->SetFree(100);
-    {
-        const CVT::BPatience patience(1);
-        Used(row);
-        ASSERT_TRUE(patience.HasGivenUp());
-    }
-    m_server->Resume();
-    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
-    const int requests = m_server->SpaceRequests();
-    const CVT::BPatience patience(0);
-    EXPECT_EQ(Used(row), 900);
-    EXPECT_FALSE(patience.HasGivenUp());
-    EXPECT_EQ(m_server->SpaceRequests(), requests) << "it is the answer to the first question";
-}
-
-TEST_F(FuseMount, ThatIsNewAndSilentGetsItsRowAfterItsTimeLimit) {
-    m_server.reset();
-    StartUp();
-    const int memory = RowOf("Physical Memory");
-    m_server = std::make_unique<FuseServer>(m_directory);
-    m_server->FallSilent();
-    const auto begin = Clock::now();
-    for (bool hasGivenUp = true; hasGivenUp;) {
-        {
-            const CVT::BPatience patience(1);
-            EXPECT_GT(Used(memory), 0);
-            hasGivenUp = patience.HasGivenUp();
-        }
-        ASSERT_LT(Clock::now() - begin, std::chrono::seconds(20));
-    }
-    EXPECT_GE(Clock::now() - begin, milliseconds(950));
-    EXPECT_NE(RowOf(m_directory), 0);
 }
 
 TEST_F(FuseMount, ThatIsDeadFromTheStartGetsARowWithoutFigures) {

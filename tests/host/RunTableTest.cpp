@@ -8,10 +8,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -276,6 +278,42 @@ TEST_F(RunTable, ScansOncePerRequestAndAtMostEveryFifteenSeconds) {
     s_now += 1;
     EXPECT_EQ(Pids(), (std::vector<unsigned int>{2, 3}));
     EXPECT_EQ(s_scans, 2);
+}
+
+TEST_F(RunTable, SaysOfEitherTableThatACallTakesLongAsLongAsItWouldScan) {
+    Process("2", Stat("2", "p", 'S'));
+    const auto takesLong = [&](const CVT::BRequest& request) -> bool {
+        std::vector<bool> answers;
+        for (CVT::BMibImpl* const group : m_engine.Groups()) {
+            const std::string root(group->Oid().ToString().View());
+            for (const char* const table : {kEntry, kPerfEntry}) {
+                if (root + "." == table) {
+                    const CVT::BObjectIdentifier name{CVT::BString((root + ".1.2").c_str())};
+                    answers.push_back(group->MayTakeLong(CVT::EReading::Get, request.Id(), name));
+                    answers.push_back(group->MayTakeLong(CVT::EReading::NextInstance, request.Id(), name));
+                }
+            }
+        }
+        EXPECT_EQ(answers.size(), 4U);
+        EXPECT_EQ(std::adjacent_find(answers.begin(), answers.end(), std::not_equal_to()), answers.end());
+        return answers.at(0);
+    };
+    const CVT::BRequest first;
+    EXPECT_TRUE(takesLong(first));
+    EXPECT_EQ(s_scans, 0) << "to ask is not to do";
+    EXPECT_EQ(PidsSeenBy(first), (std::vector<unsigned int>{2}));
+    EXPECT_FALSE(takesLong(first));
+    const CVT::BRequest second;
+    EXPECT_FALSE(takesLong(second)) << "the snapshot is new";
+    s_now += 15;
+    EXPECT_TRUE(takesLong(second));
+    EXPECT_FALSE(takesLong(first)) << "it keeps the snapshot that it has seen";
+    EXPECT_EQ(PidsSeenBy(second, kPerfEntry), (std::vector<unsigned int>{2}));
+    EXPECT_FALSE(takesLong(second));
+    EXPECT_FALSE(takesLong(first));
+    s_now -= 100;
+    const CVT::BRequest third;
+    EXPECT_TRUE(takesLong(third)) << "the clock was set back";
 }
 
 TEST_F(RunTable, RemembersAThrottledRequestAndNeverScansForItLater) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
+#include <utility>
 
 #include "CVT/BMibInfo.h"
 #include "CVT/BMibSubtreeHandler.h"
@@ -14,6 +16,9 @@ enum EHandlerKind : unsigned int {
     kScalarHandler = 3,
     kTableHandler = 4,
 };
+
+/// A call of a group's that reads.
+enum class EReading { Get, NextInstance };
 
 /// One MIB group: columns bound to member functions, the constraints on them, and the lock under which they run.
 ///
@@ -58,6 +63,12 @@ public:
     bool IsActive() const { return m_active.load() != 0; }
     unsigned int HandlerKind() const { return m_handlerKind; }
 
+    /// Whether this call, made now, may take long: for a host that serves many from one thread, and makes such a call on
+    /// another. `name` is the one that the call would be given. To be asked with the request lock held; changes nothing.
+    bool MayTakeLong(EReading call, unsigned int requestId, const BObjectIdentifier& name) const {
+        return m_slowCalls && m_slowCalls(call, requestId, name);
+    }
+
     /// The textual conventions of the module that owns the group, used by the checks on SET; null means only the
     /// toolkit's. A host sets them (as BMibEngine::Add does) before it serves the group.
     void SetModuleConventions(const BConstraintEntry* conventions) { m_moduleConventions = conventions; }
@@ -69,6 +80,11 @@ protected:
     BMibImpl(BMibImpl& parent, const char* name, const char* oid, EHandlerKind kind);
 
     void SetActive(int active) { m_active.store(active); }
+
+    /// Says which calls MayTakeLong; without it none may. To be set in the constructor. It is asked before each call of a
+    /// request, so it should cost little more than a comparison as a rule. Under the request lock.
+    using SlowCalls = std::function<bool(EReading call, unsigned int requestId, const BObjectIdentifier& name)>;
+    void SetSlowCalls(SlowCalls slowCalls) { m_slowCalls = std::move(slowCalls); }
 
     /// Returns the column that `name` lies in, and sets `index` to the rest of the name. Null when no served column
     /// contains the name.
@@ -86,6 +102,7 @@ private:
     unsigned int m_handlerKind = kBareHandler;
     BMibInfo m_info;
     const BConstraintEntry* m_moduleConventions = nullptr;
+    SlowCalls m_slowCalls;
 };
 
 }  // namespace CVT

@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "CVT/BPatience.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
 namespace {
-
-constexpr std::chrono::milliseconds kRetryInterval{10};
 
 /// Against a sender who asks on and on: each costs some memory, and a look at every turn.
 constexpr std::size_t kMost = 1000;
@@ -27,24 +24,27 @@ std::size_t CountVarBinds(const GroupReader::Request* requests) {
 DelegatedRequests::~DelegatedRequests() { End(); }
 
 TimeSlice& DelegatedRequests::SliceOf(unsigned int requestId) {
-    if (m_wait == GroupReader::Wait::kShortly && !m_isRetrying && requestId != m_sliceRequestId) {
+    if (m_wait == GroupReader::Wait::kNever && !m_isRetrying && requestId != m_sliceRequestId) {
         m_slice = TimeSlice(kSlice);
         m_sliceRequestId = requestId;
     }
     return m_slice;
 }
 
-void DelegatedRequests::Add(GroupReader& reader, unsigned int requestId, Position position,
-                            GroupReader::Outcome outcome) {
+void DelegatedRequests::Add(Waiting waiting, Position position) {
     const std::size_t varBinds = CountVarBinds(position.requests);
     if (!m_hasEnded && m_entries.size() < kMost && m_varBinds + varBinds <= kMostVarBinds) {
-        m_entries.push_back({&reader, requestId, varBinds, outcome, nullptr});
-        m_entries.back().cache = ::netsnmp_create_delegated_cache(position.handler, position.registration,
-                                                                  position.info, position.requests, nullptr);
-        if (m_entries.back().cache != nullptr) {
+        m_entries.push_back({std::move(waiting), varBinds, nullptr});
+        Entry& entry = m_entries.back();
+        if (entry.waiting.call == nullptr || m_workers.Start(entry.waiting.call)) {
+            entry.cache = ::netsnmp_create_delegated_cache(position.handler, position.registration, position.info,
+                                                           position.requests, nullptr);
+        }
+        if (entry.cache != nullptr) {
             m_varBinds += varBinds;
             return;
         }
+        Forget(entry);
         m_entries.pop_back();
     }
     GroupReader::Abandon(position.requests, CVT::resourceUnavailable);
@@ -56,14 +56,13 @@ std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     if (m_entries.empty()) {
         return std::nullopt;
     }
-    const CVT::BPatience turn(static_cast<unsigned int>(kSlice.count()));
     m_slice = TimeSlice(kSlice);
     m_isRetrying = true;
     auto next = m_entries.begin();
     auto waiting = next;  // behind those that have been looked at and are not over
     do {
         if (!IsOver(*next)) {
-            *waiting++ = *next;
+            std::swap(*waiting++, *next);
         }
         ++next;
     } while (next != m_entries.end() && (m_hasEnded || !m_slice.HasPassed()));
@@ -75,29 +74,42 @@ std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     }
     m_isRetrying = false;
     m_sliceRequestId = 0;
-    if (m_entries.empty()) {
-        return std::nullopt;
-    }
-    const bool hasWork = std::any_of(m_entries.begin(), m_entries.end(),
-                                     [](const Entry& entry) { return entry.outcome == GroupReader::Outcome::kGoesOn; });
-    return hasWork ? std::chrono::milliseconds(0) : kRetryInterval;
+    const bool hasWork =
+        std::any_of(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return !entry.MustWait(); });
+    return hasWork ? std::optional(std::chrono::milliseconds(0)) : std::nullopt;
 }
 
 bool DelegatedRequests::IsOver(Entry& entry) {
     if (::netsnmp_handler_check_cache(entry.cache) != nullptr) {
         if (m_hasEnded) {
             GroupReader::Abandon(entry.cache->requests, CVT::resourceUnavailable);
-        } else {
-            entry.outcome =
-                entry.reader->GoOn(*entry.cache->reqinfo, entry.requestId, entry.cache->requests, m_wait, m_slice);
-            if (entry.outcome != GroupReader::Outcome::kDone) {
-                return false;
-            }
+        } else if (entry.MustWait() || !GoOn(entry)) {
+            return false;
         }
     }
+    Forget(entry);
     ::netsnmp_free_delegated_cache(entry.cache);
     m_varBinds -= entry.varBinds;
     return true;
+}
+
+/// Whether it has come to its end.
+bool DelegatedRequests::GoOn(Entry& entry) {
+    const Waiting& waiting = entry.waiting;
+    const GroupReader::Outcome outcome = waiting.reader->GoOn(
+        {*entry.cache->reqinfo, waiting.request, entry.cache->requests, entry.waiting.call}, m_wait, m_slice);
+    if (outcome == GroupReader::Outcome::kWaits && !m_workers.Start(waiting.call)) {
+        GroupReader::Abandon(entry.cache->requests, CVT::resourceUnavailable);
+        return true;
+    }
+    return outcome == GroupReader::Outcome::kDone;
+}
+
+/// What has not been called for it yet need not be any more.
+void DelegatedRequests::Forget(Entry& entry) {
+    if (entry.waiting.call != nullptr) {
+        entry.waiting.call->isUnwanted = true;
+    }
 }
 
 void DelegatedRequests::End() {

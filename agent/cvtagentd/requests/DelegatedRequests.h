@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <vector>
 
 #include "agent/cvtagentd/requests/GroupReader.h"
+#include "agent/cvtagentd/requests/GroupWorkers.h"
 
 struct netsnmp_mib_handler_s;
 struct netsnmp_handler_registration_s;
@@ -13,9 +15,9 @@ struct netsnmp_delegated_cache_s;
 
 namespace cvtagentd {
 
-/// The reading requests that wait for a group: for one that initialises, or for a file system that does not answer; and
-/// those that take so long that others get their turn in between. The SNMP library goes on with other requests
-/// meanwhile; the event loop calls Retry, at short intervals while there are some.
+/// The reading requests that wait for a call of a group's (GroupWorkers): one that may take long, or of a group that is
+/// busy; and those that take so long that others get their turn in between. The SNMP library goes on with other requests
+/// meanwhile; the event loop calls Retry in each turn, and wakes when a call is done.
 ///
 /// A request whose sender has gone, or that the library has dropped for another reason, is dropped here too. Used by
 /// the thread that runs the library.
@@ -29,7 +31,14 @@ public:
         netsnmp_request_info_s* requests;
     };
 
-    /// `wait`: how a request waits for a busy group. Without a limit none is ever delegated.
+    /// One of them, with what it waits for; null: its time slice is over.
+    struct Waiting {
+        GroupReader* reader;
+        std::shared_ptr<const CVT::BRequest> request;
+        std::shared_ptr<GroupCall> call;
+    };
+
+    /// `wait`: how a request waits for a busy group. With kAsLongAsItTakes none is ever delegated. Throws StartError.
     explicit DelegatedRequests(GroupReader::Wait wait) : m_wait(wait) {}
     DelegatedRequests(const DelegatedRequests&) = delete;
     DelegatedRequests& operator=(const DelegatedRequests&) = delete;
@@ -46,29 +55,38 @@ public:
     /// The time slice for a call that begins to answer varbinds of a request. Calls for the same request that come one
     /// after the other, such as those for its several groups, share one. Valid until the next call of anything here.
     TimeSlice& SliceOf(unsigned int requestId);
-    /// Takes varbinds that `reader` has marked as delegated; `outcome` says why. When there are too many it refuses
-    /// them with resourceUnavailable. `reader` must live until End.
-    void Add(GroupReader& reader, unsigned int requestId, Position position, GroupReader::Outcome outcome);
-    /// Asks the groups again, as many as a time slice allows, and lets the library go on with what is answered. Not to
-    /// be called by a handler. Returns the time until it wants to be called again, which is none while there is work to
-    /// go on with; no value when no request waits.
+    /// Takes varbinds that the reader has marked as delegated, and has the call made. When there are too many it refuses them
+    /// with resourceUnavailable. The reader must live until End.
+    void Add(Waiting waiting, Position position);
+    /// Readable when Retry has something to do; Woken is to be called then.
+    int Descriptor() const { return m_workers.Descriptor(); }
+    void Woken() const { m_workers.Drain(); }
+    /// Goes on with what need not wait any longer, as far as a time slice allows, and lets the library go on with what is
+    /// answered. Not to be called by a handler. Returns a time of none while there is work to go on with; no value when
+    /// there is none before the descriptor becomes readable.
     std::optional<std::chrono::milliseconds> Retry();
     /// Refuses all that are still put back, and whatever would be from now on.
     void End();
+    /// Waits up to `milliseconds` for the calls that are under way. False when one is not over by then: nothing that it uses
+    /// may go. Comes after End.
+    bool EndCalls(unsigned int milliseconds) { return m_workers.End(milliseconds); }
 
 private:
     struct Entry {
-        GroupReader* reader;
-        unsigned int requestId;
+        Waiting waiting;
         std::size_t varBinds;
-        GroupReader::Outcome outcome;
         netsnmp_delegated_cache_s* cache;  // owned
+
+        bool MustWait() const { return waiting.call != nullptr && !waiting.call->isDone; }
     };
 
     bool IsOver(Entry& entry);
+    bool GoOn(Entry& entry);
+    static void Forget(Entry& entry);
 
     const GroupReader::Wait m_wait;
     bool m_hasEnded = false;
+    GroupWorkers m_workers;
     std::vector<Entry> m_entries;  // whose turn is next comes first
     std::size_t m_varBinds = 0;    // of all entries
     TimeSlice m_slice;

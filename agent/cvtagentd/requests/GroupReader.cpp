@@ -6,7 +6,6 @@
 #include <string>
 #include <utility>
 
-#include "CVT/BPatience.h"
 #include "agent/cvtagentd/requests/AccessView.h"
 #include "agent/cvtagentd/requests/ReadProgress.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
@@ -15,9 +14,6 @@
 
 namespace cvtagentd {
 namespace {
-
-/// A file system across the network answers within it as a rule.
-constexpr unsigned int kPatienceMs = 20;
 
 /// What is passed over in fewer steps is not worth remembering.
 constexpr unsigned int kStepsToRemember = 8;
@@ -29,15 +25,18 @@ struct Unlock {
 }  // namespace
 
 struct GroupReader::Call {
+    const Task& task;
     const Info& info;
-    unsigned int requestId;
     TimeSlice& slice;
-    const CVT::BPatience* patience;  // null: no limit
-    bool endsWithin;  // whether the stretch asked for ends before the subtree does, where another one lies in it
-    std::optional<AccessView> view;  // none: the library looks at what it is given
-    EmptyStretches* empty;           // null: none has been met yet
+    bool mayWait;
+    bool hasLock;
+    std::shared_ptr<GroupCall> made{};  // null: none, or it has been used
+    std::optional<AccessView> view{};   // none: the library looks at what it is given
+    EmptyStretches* empty = nullptr;    // null: none has been met yet
+    bool endsWithin =
+        false;  // whether the stretch asked for ends before the subtree does, where another one lies in it
 
-    bool HasGivenUp() const { return patience != nullptr && patience->HasGivenUp(); }
+    unsigned int RequestId() const { return task.request->Id(); }
 };
 
 /// One search for the next instance to show, from m_varBind's name on.
@@ -87,40 +86,35 @@ private:
     unsigned int m_steps = 0;
 };
 
-GroupReader::Outcome GroupReader::Begin(const Info& info, unsigned int requestId, Request* requests, Wait wait,
-                                        TimeSlice& slice) {
-    for (Request* request = requests; request != nullptr; request = request->next) {
+GroupReader::Outcome GroupReader::Begin(const Task& task, Wait wait, TimeSlice& slice) {
+    for (Request* request = task.varBinds; request != nullptr; request = request->next) {
         request->delegated = request->processed == 0 ? REQUEST_IS_DELEGATED : REQUEST_IS_NOT_DELEGATED;
     }
-    return GoOn(info, requestId, requests, wait, slice);
+    return GoOn(task, wait, slice);
 }
 
 /// The lock is held from the first varbind to the last. The group's operations take it again, as it is recursive.
-GroupReader::Outcome GroupReader::GoOn(const Info& info, unsigned int requestId, Request* requests, Wait wait,
-                                       TimeSlice& slice) CVT_NO_THREAD_SAFETY_ANALYSIS {
+GroupReader::Outcome GroupReader::GoOn(const Task& task, Wait wait, TimeSlice& slice) CVT_NO_THREAD_SAFETY_ANALYSIS {
     CVT::TMutex& lock = m_group.RequestLock();
-    if (lock.Wait(wait == Wait::kShortly ? 0 : CVT::kWaitForever) != CVT::kWaitSignalled) {
-        return Outcome::kWaits;
-    }
-    const std::unique_ptr<CVT::TMutex, Unlock> held(&lock);
-    std::optional<CVT::BPatience> patience;
-    if (wait == Wait::kShortly) {
-        patience.emplace(kPatienceMs);
-    }
+    const bool mayWait = wait == Wait::kAsLongAsItTakes;
+    const bool hasLock = lock.Wait(mayWait ? CVT::kWaitForever : 0) == CVT::kWaitSignalled;
+    const std::unique_ptr<CVT::TMutex, Unlock> held(hasLock ? &lock : nullptr);
     try {
         const auto begin = TimeSlice::Clock::now();
-        Call call{info, requestId, slice, patience ? &*patience : nullptr, false, std::nullopt, nullptr};
-        if (info.mode != MODE_GET && wait == Wait::kShortly) {  // a subagent's master looks itself
-            call.view.emplace(info, m_group.Oid());
+        Call call{task, task.info, slice, mayWait, hasLock};
+        call.made.swap(task.call);
+        if (task.info.mode != MODE_GET && !mayWait) {  // a subagent's master looks itself
+            call.view.emplace(task.info, m_group.Oid());
         }
-        if (ReadProgress* const progress = ReadProgress::Find(info); progress != nullptr) {
+        if (ReadProgress* const progress = ReadProgress::Find(task.info); progress != nullptr) {
             const auto empty = progress->empty.find(&m_group);
             call.empty = empty == progress->empty.end() ? nullptr : &empty->second;
         }
-        const Outcome outcome = AnswerAll(call, requests);
-        return outcome == Outcome::kGoesOn && HasWorkedEnough(info, begin) ? GiveUp(requests) : outcome;
+        const Outcome outcome = AnswerAll(call);
+        return outcome == Outcome::kGoesOn && HasWorkedEnough(task.info, begin) ? GiveUp(task.varBinds) : outcome;
     } catch (const std::exception&) {  // out of memory: the library is C and must not be unwound
-        Abandon(requests, SNMP_ERR_GENERR);
+        task.call.reset();
+        Abandon(task.varBinds, SNMP_ERR_GENERR);
     }
     return Outcome::kDone;
 }
@@ -150,9 +144,9 @@ void GroupReader::Abandon(Request* requests, int status) {
     }
 }
 
-GroupReader::Outcome GroupReader::AnswerAll(Call& call, Request* requests) {
+GroupReader::Outcome GroupReader::AnswerAll(Call& call) {
     bool isFirst = true;
-    for (Request* request = requests; request != nullptr; request = request->next) {
+    for (Request* request = call.task.varBinds; request != nullptr; request = request->next) {
         if (request->delegated == REQUEST_IS_NOT_DELEGATED) {
             continue;
         }
@@ -162,7 +156,7 @@ GroupReader::Outcome GroupReader::AnswerAll(Call& call, Request* requests) {
         call.endsWithin =
             request->range_end != nullptr && VarBinds::IsIn(m_group.Oid(), request->range_end, request->range_end_len);
         switch (Answer(call, *request)) {
-            case Result::kAskAgain: return Outcome::kWaits;
+            case Result::kMustWait: return Outcome::kWaits;
             case Result::kOutOfTime: return Outcome::kGoesOn;
             default: request->delegated = REQUEST_IS_NOT_DELEGATED;
         }
@@ -179,16 +173,33 @@ GroupReader::Result GroupReader::Answer(Call& call, Request& request) {
     }
 }
 
-GroupReader::Result GroupReader::Get(const Call& call, Request& request) {
-    const int status = m_group.Get(call.requestId, m_varBind);
-    if (call.HasGivenUp()) {
-        return Result::kAskAgain;
+/// Returns what the group does to m_varBind, or has done to it on another thread. No value when it has to be called there
+/// first.
+std::optional<int> GroupReader::CallGroup(Call& call, CVT::EReading what) {
+    if (call.made != nullptr) {
+        const std::shared_ptr<GroupCall> made = std::move(call.made);
+        m_varBind = std::move(made->varBind);
+        return made->status;
     }
-    if (status == CVT::noError && m_varBind.IsException()) {
+    if (!call.mayWait && (!call.hasLock || m_group.MayTakeLong(what, call.RequestId(), m_varBind.name))) {
+        call.task.call = std::make_shared<GroupCall>(m_group, call.task.request, what);
+        call.task.call->varBind.name.Set(m_varBind.name);
+        return std::nullopt;
+    }
+    return what == CVT::EReading::Get ? m_group.Get(call.RequestId(), m_varBind)
+                                      : m_group.NextInstance(call.RequestId(), m_varBind);
+}
+
+GroupReader::Result GroupReader::Get(Call& call, Request& request) {
+    const std::optional<int> status = CallGroup(call, CVT::EReading::Get);
+    if (!status) {
+        return Result::kMustWait;
+    }
+    if (*status == CVT::noError && m_varBind.IsException()) {
         ::netsnmp_request_set_error(&request, m_varBind.type);  // an error in version 1: the library sees to it
         return Result::kAnswered;
     }
-    return WriteValue(request, status);
+    return WriteValue(request, *status);
 }
 
 /// At the end of the group, or of the stretch of it that lies before the next subtree, the varbind is left as it is:
@@ -229,26 +240,35 @@ GroupReader::Result GroupReader::MoveToNext(Call& call, Request& request) {
     };
     Search search(*this, call);
     for (;;) {
-        int status = m_group.NextInstance(call.requestId, m_varBind);
-        if (call.HasGivenUp()) {
-            search.End();
-            return Result::kAskAgain;
+        std::optional<int> status = CVT::noError;
+        if (call.made != nullptr && call.made->what == CVT::EReading::Get) {  // of what was found before
+            m_varBind.name.Set(call.made->varBind.name);
+        } else {
+            status = CallGroup(call, CVT::EReading::NextInstance);
         }
-        if (status == CVT::noSuchName || (status == CVT::noError && isBehindTheEnd())) {
+        bool isHidden = false;
+        if (status == CVT::noError) {
+            if (isBehindTheEnd()) {
+                status = CVT::noSuchName;
+            } else if (call.view && !call.view->Holds(m_varBind.name)) {
+                isHidden = true;
+                call.made.reset();
+            }
+        }
+        if (status == CVT::noSuchName) {
             search.End();
             return Result::kNothingBehind;
         }
-        const bool isHidden = status == CVT::noError && call.view && !call.view->Holds(m_varBind.name);
         if (status == CVT::noError && !isHidden) {
-            status = m_group.Get(call.requestId, m_varBind);
-            if (call.HasGivenUp()) {
-                search.End();
-                return Result::kAskAgain;
-            }
+            status = CallGroup(call, CVT::EReading::Get);
+        }
+        if (!status) {
+            search.End();
+            return Result::kMustWait;
         }
         if (!isHidden && (status != CVT::noError || !m_varBind.IsException())) {
             search.End();
-            return WriteValue(request, status);
+            return WriteValue(request, *status);
         }
         if (!search.Pass(isHidden)) {  // hidden, or vanished since it was found
             return Result::kOutOfTime;

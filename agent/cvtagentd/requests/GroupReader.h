@@ -1,7 +1,11 @@
 #pragma once
 
+#include <memory>
+#include <optional>
+
 #include "CVT/BMibImpl.h"
 #include "CVT/BVarBind.h"
+#include "agent/cvtagentd/requests/GroupCall.h"
 #include "agent/cvtagentd/requests/TimeSlice.h"
 
 struct netsnmp_agent_request_info_s;
@@ -16,8 +20,11 @@ namespace cvtagentd {
 /// not hold is passed over without being read, wherever possible as a whole (AccessView); the library looks only at
 /// some of what it is given for a GETBULK.
 ///
-/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there
-/// in the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
+/// What may take long is not done here. Begin and GoOn then stop at that varbind, and leave the call that the group is to
+/// get; when somebody has made it, GoOn goes on with what it found, as if the group had just been called.
+///
+/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there in
+/// the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
 ///
 /// Used by the thread that runs the library; the group must outlive it.
 class GroupReader {
@@ -27,12 +34,12 @@ public:
 
     enum class Wait {
         kAsLongAsItTakes,
-        kShortly,  ///< neither for a group that is busy nor, beyond some milliseconds, for what the group waits for
+        kNever,  ///< neither for a group that is busy nor for a call that may take long
     };
 
     enum class Outcome {
         kDone,   ///< all varbinds are answered
-        kWaits,  ///< for the group, or for what the group waits for
+        kWaits,  ///< for a call that is to be made
         kGoesOn  ///< its time slice is over: there is work that can be done at once
     };
 
@@ -43,25 +50,35 @@ public:
     GroupReader(const GroupReader&) = delete;
     GroupReader& operator=(const GroupReader&) = delete;
 
+    /// The parts of one request that lie in the group.
+    struct Task {
+        const Info& info;
+        const std::shared_ptr<const CVT::BRequest>& request;
+        Request* varBinds;
+        std::shared_ptr<GroupCall>& call;  ///< see GoOn
+    };
+
     /// Begins with the varbinds of a list. Unless kDone, those without an answer are marked as delegated.
-    Outcome Begin(const Info& info, unsigned int requestId, Request* requests, Wait wait, TimeSlice& slice);
-    /// Answers those that are marked so, or, as before, some of them.
-    Outcome GoOn(const Info& info, unsigned int requestId, Request* requests, Wait wait, TimeSlice& slice);
+    Outcome Begin(const Task& task, Wait wait, TimeSlice& slice);
+    /// Answers those that are marked so, or, as before, some of them. `task.call` is the one that was made, or null; after
+    /// kWaits it is the one to be made, and otherwise null.
+    Outcome GoOn(const Task& task, Wait wait, TimeSlice& slice);
     /// Gives those that are marked so an error-status.
     static void Abandon(Request* requests, int status);
 
 private:
     /// What is the same for all varbinds of a call.
     struct Call;
-    enum class Result { kAnswered, kRefused, kNothingBehind, kAskAgain, kOutOfTime };
+    enum class Result { kAnswered, kRefused, kNothingBehind, kMustWait, kOutOfTime };
     /// Passes over what is not to be shown.
     class Search;
 
     static bool HasWorkedEnough(const Info& info, TimeSlice::Clock::time_point begin);
     Outcome GiveUp(Request* requests);
-    Outcome AnswerAll(Call& call, Request* requests);
+    Outcome AnswerAll(Call& call);
+    std::optional<int> CallGroup(Call& call, CVT::EReading what);
     Result Answer(Call& call, Request& request);
-    Result Get(const Call& call, Request& request);
+    Result Get(Call& call, Request& request);
     Result GetNext(Call& call, Request& request);
     Result GetBulk(Call& call, Request& request);
     Result MoveToNext(Call& call, Request& request);

@@ -9,9 +9,9 @@ constexpr RequestData<std::shared_ptr<const CVT::BRequest>> kRequest("cvtagentd.
 
 }  // namespace
 
-unsigned int RequestIds::Of(netsnmp_agent_request_info_s& info) {
+std::shared_ptr<const CVT::BRequest> RequestIds::Of(netsnmp_agent_request_info_s& info) {
     if (const auto* const request = kRequest.Find(info); request != nullptr) {
-        return (*request)->Id();
+        return *request;
     }
     const long transaction = info.asp->pdu->transid;
     if (m_latest == nullptr || transaction != m_transaction) {
@@ -20,7 +20,7 @@ unsigned int RequestIds::Of(netsnmp_agent_request_info_s& info) {
         m_transaction = transaction;
     }
     kRequest.Attach(info, std::make_unique<std::shared_ptr<const CVT::BRequest>>(m_latest));
-    return m_latest->Id();
+    return m_latest;
 }
 
 }  // namespace cvtagentd

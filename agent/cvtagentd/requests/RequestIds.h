@@ -17,7 +17,8 @@ namespace cvtagentd {
 /// rest counts as a request of its own: nothing says when a master is through with one. Used by one thread.
 class RequestIds {
 public:
-    unsigned int Of(netsnmp_agent_request_info_s& info);
+    /// Never null. Throws std::bad_alloc.
+    std::shared_ptr<const CVT::BRequest> Of(netsnmp_agent_request_info_s& info);
 
     /// To be called when a master's connection begins: it counts its transactions anew.
     void NewConnection() { m_latest.reset(); }

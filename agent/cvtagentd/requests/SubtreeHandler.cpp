@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/requests/SubtreeHandler.h"
 
 #include <exception>
+#include <utility>
 #include <vector>
 
 #include "agent/cvtagentd/process/StartError.h"
@@ -38,12 +39,12 @@ int SubtreeHandler::OnRequests(netsnmp_mib_handler* handler, netsnmp_handler_reg
 }
 
 void SubtreeHandler::Answer(DelegatedRequests::Position position) {
-    const unsigned int requestId = m_requests.ids.Of(*position.info);
+    const std::shared_ptr<const CVT::BRequest> request = m_requests.ids.Of(*position.info);
     switch (position.info->mode) {
         case MODE_GET:
         case MODE_GETNEXT:
-        case MODE_GETBULK: Read(requestId, position); break;
-        case MODE_SET_RESERVE1: CheckSet(requestId, position.requests); break;
+        case MODE_GETBULK: Read(request, position); break;
+        case MODE_SET_RESERVE1: CheckSet(request->Id(), position.requests); break;
         case MODE_SET_ACTION: SetTransactions::Commit(position.requests); break;
         case MODE_SET_UNDO: SetTransactions::UndoAndRelease(position.requests); break;
         case MODE_SET_COMMIT:
@@ -52,19 +53,20 @@ void SubtreeHandler::Answer(DelegatedRequests::Position position) {
     }
 }
 
-void SubtreeHandler::Read(unsigned int requestId, DelegatedRequests::Position position) {
+void SubtreeHandler::Read(const std::shared_ptr<const CVT::BRequest>& request, DelegatedRequests::Position position) {
+    std::shared_ptr<GroupCall> call;
     const GroupReader::Outcome outcome =
-        m_reader.Begin(*position.info, requestId, position.requests, m_requests.delegated.HowToWait(),
-                       m_requests.delegated.SliceOf(requestId));
+        m_reader.Begin({*position.info, request, position.requests, call}, m_requests.delegated.HowToWait(),
+                       m_requests.delegated.SliceOf(request->Id()));
     if (outcome != GroupReader::Outcome::kDone) {
-        m_requests.delegated.Add(m_reader, requestId, position, outcome);
+        m_requests.delegated.Add({&m_reader, request, std::move(call)}, position);
     }
 }
 
 /// The lock is recursive, and held until all are checked, so that nobody takes it in between for long.
 void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) CVT_NO_THREAD_SAFETY_ANALYSIS {
     CVT::TMutex& lock = m_group.RequestLock();
-    const bool mayWait = m_requests.delegated.HowToWait() != GroupReader::Wait::kShortly;
+    const bool mayWait = m_requests.delegated.HowToWait() != GroupReader::Wait::kNever;
     if (lock.Wait(mayWait ? CVT::kWaitForever : 0) != CVT::kWaitSignalled) {
         VarBinds::Refuse(*requests, CVT::resourceUnavailable);
         return;

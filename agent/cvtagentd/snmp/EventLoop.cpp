@@ -88,6 +88,10 @@ EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longes
     ::snmp_select_info2(&count, descriptors.Get(), &librarys, &block);
     descriptors.Insert(m_signals);
     count = std::max(count, m_signals + 1);
+    for (const Watched& watched : m_watched) {
+        descriptors.Insert(watched.descriptor);
+        count = std::max(count, watched.descriptor + 1);
+    }
 
     const auto milliseconds = longest.value_or(std::chrono::milliseconds::zero()).count();
     timeval own{static_cast<time_t>(milliseconds / 1000), static_cast<suseconds_t>((milliseconds % 1000) * 1000)};
@@ -102,6 +106,12 @@ EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longes
                 return event;
             }
             descriptors.Remove(m_signals);
+        }
+        for (const Watched& watched : m_watched) {
+            if (descriptors.Has(watched.descriptor)) {
+                watched.onReadable();
+                descriptors.Remove(watched.descriptor);
+            }
         }
         if (const auto last = m_last && ready > 1 ? m_last() : std::nullopt; last) {
             descriptors.Remove(*last);

@@ -7,7 +7,7 @@
 
 namespace cvtagentd {
 
-/// Waits for packets and signals, and lets the SNMP library serve the packets.
+/// Waits for packets, signals and whatever else it is to watch, and lets the SNMP library serve the packets.
 ///
 /// The constructor blocks SIGTERM, SIGINT and SIGHUP in the calling thread, and so in every thread started afterwards,
 /// and ignores SIGPIPE. So it is made before the SNMP library is initialised and before any module is loaded. Used by
@@ -36,6 +36,29 @@ public:
         const std::list<Work>::iterator m_place;
     };
 
+private:
+    struct Watched {
+        int descriptor;
+        std::function<void()> onReadable;
+    };
+
+public:
+    /// A descriptor of the program's own, which wakes the loop when it is readable, for as long as this object exists. The
+    /// loop and the descriptor must outlive it.
+    class Watch {
+    public:
+        /// `onReadable` is called in each turn that finds the descriptor readable, and sees to it that it is not any more.
+        Watch(EventLoop& loop, int descriptor, std::function<void()> onReadable)
+            : m_loop(loop), m_place(loop.m_watched.insert(loop.m_watched.end(), {descriptor, std::move(onReadable)})) {}
+        ~Watch() { m_loop.m_watched.erase(m_place); }
+        Watch(const Watch&) = delete;
+        Watch& operator=(const Watch&) = delete;
+
+    private:
+        EventLoop& m_loop;
+        const std::list<Watched>::iterator m_place;
+    };
+
     /// Throws StartError when the system has no descriptor for signals.
     EventLoop();
     ~EventLoop();
@@ -57,6 +80,7 @@ private:
 
     int m_signals;
     std::list<Work> m_work;
+    std::list<Watched> m_watched;
     Descriptor m_last;
     unsigned int m_reads = 0;
     bool m_wasFull = false;  // the table of descriptors, at the last check

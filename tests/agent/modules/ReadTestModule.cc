@@ -1,7 +1,8 @@
-// An extension module for the tests of reading, under 1.3.6.1.4.1.32473.3: a quick scalar, a table of long values, a
-// table whose Initialize takes its time, and one whose values do. The last two wait for the files that the environment
-// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of so many
-// rows, and counts its look-ups; READ_TEST_SLEEP is how many milliseconds each of them takes, and each number.
+// An extension module for the tests of reading, under 1.3.6.1.4.1.32473.3: a quick scalar, a table of long values, a table
+// whose Initialize takes its time, and one whose values do. The last two wait for the files that the environment
+// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of so many rows, and
+// counts its look-ups; READ_TEST_SLEEP is how many milliseconds each of them takes, and each number. READ_TEST_SLEEPER adds
+// a table that says that its numbers take long, and is how many milliseconds each takes.
 
 #include <unistd.h>
 
@@ -15,7 +16,6 @@
 #include "CVT/BMibImplGroup.h"
 #include "CVT/BMibScalarGroupImpl.h"
 #include "CVT/BMibTableImpl.h"
-#include "CVT/BPatience.h"
 #include "CVT/TThread.h"
 #include "CVT/TTimer.h"
 
@@ -134,20 +134,43 @@ public:
     }
 };
 
-/// 1.3.6.1.4.1.32473.3.4: the number of row 2 is not known for a while, and 0 where nobody can wait.
+/// 1.3.6.1.4.1.32473.3.4: the number of row 2 takes its time, and it says so.
 class SlowToAnswer final : public Table {
 public:
-    SlowToAnswer() : Table("READ-TEST-MIB.slowToAnswer", "1.3.6.1.4.1.32473.3.4", 3) {}
+    SlowToAnswer() : Table("READ-TEST-MIB.slowToAnswer", "1.3.6.1.4.1.32473.3.4", 3) {
+        SetSlowCalls([this](CVT::EReading call, unsigned int /*requestId*/, const CVT::BObjectIdentifier& name) {
+            return call == CVT::EReading::Get && name == m_slow && MustWaitFor("READ_TEST_VALUE");
+        });
+    }
 
 private:
     int GetNumber(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) override {
         const int status = Table::GetNumber(index, requestId, value);
-        if (value == 2 && MustWaitFor("READ_TEST_VALUE")) {
-            value = 0;
-            CVT::BPatience::GiveUp();
+        while (value == 2 && MustWaitFor("READ_TEST_VALUE")) {
+            CVT::TTimer().Sleep(1);
         }
         return status;
     }
+
+    const CVT::BObjectIdentifier m_slow{CVT::BString("1.3.6.1.4.1.32473.3.4.1.1.2")};
+};
+
+/// 1.3.6.1.4.1.32473.3.7
+class Sleeper final : public Table {
+public:
+    Sleeper() : Table("READ-TEST-MIB.sleeper", "1.3.6.1.4.1.32473.3.7", 3) {
+        SetSlowCalls([](CVT::EReading call, unsigned int /*requestId*/, const CVT::BObjectIdentifier& name) {
+            return call == CVT::EReading::Get && name[name.NumArcs() - 2] == 1;
+        });
+    }
+
+private:
+    int GetNumber(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value) override {
+        CVT::TTimer().Sleep(m_sleepMs);
+        return Table::GetNumber(index, requestId, value);
+    }
+
+    const unsigned int m_sleepMs = NumberFrom("READ_TEST_SLEEPER");
 };
 
 /// 1.3.6.1.4.1.32473.3.5
@@ -212,6 +235,9 @@ public:
         if (NumberFrom("READ_TEST_ROWS") > 0) {
             m_groups.insert(m_groups.end(), {&m_large, &m_lookUps});
         }
+        if (NumberFrom("READ_TEST_SLEEPER") > 0) {
+            m_groups.push_back(&m_sleeper);
+        }
     }
 
     unsigned int Init() override { return ForEach(&CVT::BMibImpl::Initialize); }
@@ -234,6 +260,7 @@ private:
     Table m_table{"READ-TEST-MIB.table", "1.3.6.1.4.1.32473.3.2", 300};
     SlowToInitialize m_slowToInitialize;
     SlowToAnswer m_slowToAnswer;
+    Sleeper m_sleeper;
     Large m_large;
     LookUps m_lookUps{m_large};
     std::vector<CVT::BMibImpl*> m_groups{&m_quick, &m_table, &m_slowToInitialize, &m_slowToAnswer};
