@@ -21,8 +21,8 @@ struct DMountFigures {
 /// then on every question to that directory fails at once, until the call has returned. What came late, but before
 /// somebody looked, is an answer like any other.
 ///
-/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used from
-/// distinct threads.
+/// The constructor asks, Answer waits: several that may hang are best all asked first. Distinct objects may be used
+/// from distinct threads.
 ///
 /// The thread deletes itself and shares nothing with the module but its own record. It still runs code of this library
 /// when it comes back, so a host waits with CVT::TThread::WaitForSelfDeleting before it unloads that, and does not
@@ -42,7 +42,8 @@ public:
     /// Waits. To be called once, and not after LateAnswer.
     DMountFigures Answer();
 
-    /// What came after Answer had waited in vain, or without anybody waiting: once, as soon as it is there. Does not wait.
+    /// What came after Answer had waited in vain, or without anybody waiting: once, as soon as it is there. Does not
+    /// wait.
     std::optional<DMountFigures> LateAnswer();
     /// Whether LateAnswer may give something yet.
     bool IsOut() const { return m_call != nullptr; }

@@ -235,6 +235,22 @@ TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesWhoWaitsForACallAndWaitsForTheCallI
     EXPECT_EQ(Agent().Wait(), 0) << Log();
 }
 
+TEST_F(SlowGroupTest, ACallThatDoesNotReturnHoldsUpTheEndNoLongerThanAModuleMay) {
+    Open("initialize");
+    ASSERT_TRUE(Agent().WaitForOutput("ready after"));
+    Agent().Signal(SIGTERM);
+    ASSERT_EQ(Agent().Wait(), 0);
+    Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n"), "--timeout", "1"},
+          {"READ_TEST_VALUE=" + m_scratch / "value"});
+    const auto client = Ask("snmpget", {kSlowToAnswer + "1.2"});
+    ExpectQuickAnswers();
+    Agent().Signal(SIGTERM);
+    EXPECT_EQ(client->Wait(), 2) << client->Output();
+    EXPECT_EQ(Agent().Wait(), 1);
+    EXPECT_NE(Log().find("the modules did not close within 1 s; ending without waiting any longer"), std::string::npos)
+        << Log();
+}
+
 TEST_F(SlowGroupTest, WhoWaitsForACallAndGoesIsForgotten) {
     Open("initialize");
     ASSERT_TRUE(Agent().WaitForOutput("ready after"));

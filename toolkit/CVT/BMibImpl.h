@@ -63,8 +63,9 @@ public:
     bool IsActive() const { return m_active.load() != 0; }
     unsigned int HandlerKind() const { return m_handlerKind; }
 
-    /// Whether this call, made now, may take long: for a host that serves many from one thread, and makes such a call on
-    /// another. `name` is the one that the call would be given. To be asked with the request lock held; changes nothing.
+    /// Whether this call, made now, may take long: for a host that serves many from one thread, and makes such a call
+    /// on another. `name` is the one that the call would be given. To be asked with the request lock held; changes
+    /// nothing.
     bool MayTakeLong(EReading call, unsigned int requestId, const BObjectIdentifier& name) const {
         return m_slowCalls && m_slowCalls(call, requestId, name);
     }
@@ -81,8 +82,8 @@ protected:
 
     void SetActive(int active) { m_active.store(active); }
 
-    /// Says which calls MayTakeLong; without it none may. To be set in the constructor. It is asked before each call of a
-    /// request, so it should cost little more than a comparison as a rule. Under the request lock.
+    /// Says which calls MayTakeLong; without it none may. To be set in the constructor. It is asked before each call of
+    /// a request, so it should cost little more than a comparison as a rule. Under the request lock.
     using SlowCalls = std::function<bool(EReading call, unsigned int requestId, const BObjectIdentifier& name)>;
     void SetSlowCalls(SlowCalls slowCalls) { m_slowCalls = std::move(slowCalls); }
 

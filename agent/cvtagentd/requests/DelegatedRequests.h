@@ -16,8 +16,8 @@ struct netsnmp_delegated_cache_s;
 namespace cvtagentd {
 
 /// The reading requests that wait for a call of a group's (GroupWorkers): one that may take long, or of a group that is
-/// busy; and those that take so long that others get their turn in between. The SNMP library goes on with other requests
-/// meanwhile; the event loop calls Retry in each turn, and wakes when a call is done.
+/// busy; and those that take so long that others get their turn in between. The SNMP library goes on with other
+/// requests meanwhile; the event loop calls Retry in each turn, and wakes when a call is done.
 ///
 /// A request whose sender has gone, or that the library has dropped for another reason, is dropped here too. Used by
 /// the thread that runs the library.
@@ -55,20 +55,20 @@ public:
     /// The time slice for a call that begins to answer varbinds of a request. Calls for the same request that come one
     /// after the other, such as those for its several groups, share one. Valid until the next call of anything here.
     TimeSlice& SliceOf(unsigned int requestId);
-    /// Takes varbinds that the reader has marked as delegated, and has the call made. When there are too many it refuses them
-    /// with resourceUnavailable. The reader must live until End.
+    /// Takes varbinds that the reader has marked as delegated, and has the call made. When there are too many it
+    /// refuses them with resourceUnavailable. The reader must live until End.
     void Add(Waiting waiting, Position position);
     /// Readable when Retry has something to do; Woken is to be called then.
     int Descriptor() const { return m_workers.Descriptor(); }
     void Woken() const { m_workers.Drain(); }
-    /// Goes on with what need not wait any longer, as far as a time slice allows, and lets the library go on with what is
-    /// answered. Not to be called by a handler. Returns a time of none while there is work to go on with; no value when
-    /// there is none before the descriptor becomes readable.
+    /// Goes on with what need not wait any longer, as far as a time slice allows, and lets the library go on with what
+    /// is answered. Not to be called by a handler. Returns a time of none while there is work to go on with; no value
+    /// when there is none before the descriptor becomes readable.
     std::optional<std::chrono::milliseconds> Retry();
     /// Refuses all that are still put back, and whatever would be from now on.
     void End();
-    /// Waits up to `milliseconds` for the calls that are under way. False when one is not over by then: nothing that it uses
-    /// may go. Comes after End.
+    /// Waits up to `milliseconds` for the calls that are under way. False when one is not over by then: nothing that it
+    /// uses may go. Comes after End.
     bool EndCalls(unsigned int milliseconds) { return m_workers.End(milliseconds); }
 
 private:

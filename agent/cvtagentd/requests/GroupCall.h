@@ -10,9 +10,9 @@
 
 namespace cvtagentd {
 
-/// One call of a group's, made on another thread (GroupWorkers) because it may take long. Shared by that thread and the one
-/// that runs the library: the members before
-/// `isDone` are the latter's until the call is started, and again when it is done.
+/// One call of a group's, made on another thread (GroupWorkers) because it may take long. Shared by that thread and the
+/// one that runs the library: the members before `isDone` are the latter's until the call is started, and again when it
+/// is done.
 struct GroupCall {
     GroupCall(CVT::BMibImpl& called, std::shared_ptr<const CVT::BRequest> asking, CVT::EReading reading)
         : group(called), request(std::move(asking)), what(reading) {}

@@ -173,8 +173,8 @@ GroupReader::Result GroupReader::Answer(Call& call, Request& request) {
     }
 }
 
-/// Returns what the group does to m_varBind, or has done to it on another thread. No value when it has to be called there
-/// first.
+/// Returns what the group does to m_varBind, or has done to it on another thread. No value when it has to be called
+/// there first.
 std::optional<int> GroupReader::CallGroup(Call& call, CVT::EReading what) {
     if (call.made != nullptr) {
         const std::shared_ptr<GroupCall> made = std::move(call.made);

@@ -20,11 +20,11 @@ namespace cvtagentd {
 /// not hold is passed over without being read, wherever possible as a whole (AccessView); the library looks only at
 /// some of what it is given for a GETBULK.
 ///
-/// What may take long is not done here. Begin and GoOn then stop at that varbind, and leave the call that the group is to
-/// get; when somebody has made it, GoOn goes on with what it found, as if the group had just been called.
+/// What may take long is not done here. Begin and GoOn then stop at that varbind, and leave the call that the group is
+/// to get; when somebody has made it, GoOn goes on with what it found, as if the group had just been called.
 ///
-/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there in
-/// the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
+/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there
+/// in the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
 ///
 /// Used by the thread that runs the library; the group must outlive it.
 class GroupReader {
@@ -60,8 +60,8 @@ public:
 
     /// Begins with the varbinds of a list. Unless kDone, those without an answer are marked as delegated.
     Outcome Begin(const Task& task, Wait wait, TimeSlice& slice);
-    /// Answers those that are marked so, or, as before, some of them. `task.call` is the one that was made, or null; after
-    /// kWaits it is the one to be made, and otherwise null.
+    /// Answers those that are marked so, or, as before, some of them. `task.call` is the one that was made, or null;
+    /// after kWaits it is the one to be made, and otherwise null.
     Outcome GoOn(const Task& task, Wait wait, TimeSlice& slice);
     /// Gives those that are marked so an error-status.
     static void Abandon(Request* requests, int status);

@@ -7,12 +7,13 @@
 
 namespace cvtagentd {
 
-/// Makes the calls of groups that may take long, and those of groups whose lock is taken, on threads of their own: one for
-/// each group that has had such a call, which makes its calls in the order in which they came. A thread takes the group's
-/// lock for one call at a time, waits for it as long as it takes, and never calls the SNMP library. When a call is done
-/// the descriptor becomes readable.
+/// Makes the calls of groups that may take long, and those of groups whose lock is taken, on threads of their own: one
+/// for each group that has had such a call, which makes its calls in the order in which they came. A thread takes the
+/// group's lock for one call at a time, waits for it as long as it takes, and never calls the SNMP library. When a call
+/// is done the descriptor becomes readable.
 ///
-/// Used by the thread that runs the library, with signals blocked, which the threads inherit. The groups must outlive it.
+/// Used by the thread that runs the library, with signals blocked, which the threads inherit. The groups must outlive
+/// it.
 class GroupWorkers {
 public:
     /// Throws StartError when the system has no descriptor to give.
@@ -28,8 +29,8 @@ public:
 
     /// False when the system has no thread to give. Throws std::bad_alloc.
     bool Start(const std::shared_ptr<GroupCall>& call);
-    /// Ends the threads; calls that are not under way yet are not made. Waits up to `milliseconds` for those that are; false
-    /// when one is not over by then. No call may be started afterwards.
+    /// Ends the threads; calls that are not under way yet are not made. Waits up to `milliseconds` for those that are;
+    /// false when one is not over by then. No call may be started afterwards.
     bool End(unsigned int milliseconds);
 
 private:

@@ -43,11 +43,12 @@ private:
     };
 
 public:
-    /// A descriptor of the program's own, which wakes the loop when it is readable, for as long as this object exists. The
-    /// loop and the descriptor must outlive it.
+    /// A descriptor of the program's own, which wakes the loop when it is readable, for as long as this object exists.
+    /// The loop and the descriptor must outlive it.
     class Watch {
     public:
-        /// `onReadable` is called in each turn that finds the descriptor readable, and sees to it that it is not any more.
+        /// `onReadable` is called in each turn that finds the descriptor readable, and sees to it that it is not any
+        /// more.
         Watch(EventLoop& loop, int descriptor, std::function<void()> onReadable)
             : m_loop(loop), m_place(loop.m_watched.insert(loop.m_watched.end(), {descriptor, std::move(onReadable)})) {}
         ~Watch() { m_loop.m_watched.erase(m_place); }

@@ -1,8 +1,8 @@
-// An extension module for the tests of reading, under 1.3.6.1.4.1.32473.3: a quick scalar, a table of long values, a table
-// whose Initialize takes its time, and one whose values do. The last two wait for the files that the environment
-// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of so many rows, and
-// counts its look-ups; READ_TEST_SLEEP is how many milliseconds each of them takes, and each number. READ_TEST_SLEEPER adds
-// a table that says that its numbers take long, and is how many milliseconds each takes.
+// An extension module for the tests of reading, under 1.3.6.1.4.1.32473.3: a quick scalar, a table of long values, a
+// table whose Initialize takes its time, and one whose values do. The last two wait for the files that the environment
+// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of so many
+// rows, and counts its look-ups; READ_TEST_SLEEP is how many milliseconds each of them takes, and each number.
+// READ_TEST_SLEEPER adds a table that says that its numbers take long, and is how many milliseconds each takes.
 
 #include <unistd.h>
 

@@ -276,5 +276,23 @@ TEST(BMibImplLock, SerialisesRequestsOfManyThreads) {
     EXPECT_EQ(table.searches, 800);
 }
 
+struct SlowTable : RecordingTable {
+    using RecordingTable::SetSlowCalls;
+};
+
+TEST(BMibImplSlowCalls, AreNoneUnlessTheGroupSaysSo) {
+    SlowTable table;
+    const BObjectIdentifier name = Named("1.3.1.1.4").name;
+    EXPECT_FALSE(table.MayTakeLong(EReading::Get, 7, name));
+    EXPECT_FALSE(table.MayTakeLong(EReading::NextInstance, 7, name));
+    table.SetSlowCalls([&](EReading call, unsigned int requestId, const BObjectIdentifier& asked) {
+        return call == EReading::Get && requestId == 7 && asked == name;
+    });
+    EXPECT_TRUE(table.MayTakeLong(EReading::Get, 7, name));
+    EXPECT_FALSE(table.MayTakeLong(EReading::NextInstance, 7, name));
+    EXPECT_FALSE(table.MayTakeLong(EReading::Get, 8, name));
+    EXPECT_FALSE(table.MayTakeLong(EReading::Get, 7, Named("1.3.1.1.5").name));
+}
+
 }  // namespace
 }  // namespace CVT::test
