@@ -26,12 +26,8 @@ ServedModules::~ServedModules() {
     }
     m_handlers.clear();
     m_requests.sets.ReleaseAll();
-    for (const auto& module : m_modules) {
-        if (module->IsStarted()) {
-            m_engine.Remove(module->Group());
-        }
-    }
-    if (!agent::ExtensionModule::CloseAll(m_modules, left())) {
+    std::string error;
+    if (!m_modules.Close(left(), error)) {
         EndAtOnce();
     }
 }
@@ -43,61 +39,27 @@ void ServedModules::EndAtOnce() const {
 }
 
 void ServedModules::Start(const std::vector<std::string>& files, BuiltinModule* builtin) {
-    for (const std::string& file : files) {
-        Load(file);
+    std::string error;
+    if (!m_modules.Load(files, error) || !m_modules.Start(error)) {
+        throw StartError(error);
     }
-    for (const auto& module : m_modules) {
-        std::string error;
-        if (!module->Start(nullptr, error)) {
-            throw StartError(error);
-        }
-        Add(*module);
-    }
-    m_numSubtrees = m_engine.Groups().size();
+    m_numSubtrees = m_modules.Engine().Groups().size();
     if (builtin != nullptr) {
         Add(*builtin);
     }
 }
 
-void ServedModules::Load(const std::string& file) {
-    std::string error;
-    auto module = agent::ExtensionModule::Load(file, error);
-    if (module == nullptr) {
-        throw StartError(error + "; name an extension module with --module");
-    }
-    const auto same = [&](const auto& other) { return other->IsSameLibrary(*module); };
-    if (std::any_of(m_modules.begin(), m_modules.end(), same)) {
-        throw StartError("the module " + file + " is named twice; give --module once for each module");
-    }
-    m_modules.push_back(std::move(module));
-}
-
-void ServedModules::Add(agent::ExtensionModule& module) {
-    if (!m_engine.Add(module.Group())) {
-        throw StartError("the module " + module.File() +
-                         " serves a subtree that another module, or it itself, serves already; leave one of them out");
-    }
-}
-
 void ServedModules::Add(BuiltinModule& builtin) {
-    builtin.GiveWayTo(m_engine.Groups());
-    m_engine.Add(builtin);
-    builtin.Announce(m_engine.Groups());
+    builtin.GiveWayTo(m_modules.Engine().Groups());
+    m_modules.Engine().Add(builtin);
+    builtin.Announce(m_modules.Engine().Groups());
 }
 
-std::string ServedModules::NotReady() const {
-    std::vector<std::string> files;
-    for (const auto& module : m_modules) {
-        if (!module->IsReady()) {
-            files.push_back(module->File());
-        }
-    }
-    return agent::Joined(files);
-}
+std::string ServedModules::NotReady() const { return agent::Joined(m_modules.NotReady()); }
 
 std::string ServedModules::NotUp() const {
     std::vector<std::string> names;
-    for (const CVT::BMibImpl* const group : m_engine.Groups()) {
+    for (const CVT::BMibImpl* const group : m_modules.Engine().Groups()) {
         if (!group->IsActive()) {
             names.emplace_back(group->Name().View());
         }

@@ -1,12 +1,10 @@
 #pragma once
 
 #include <deque>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "CVT/BMibEngine.h"
-#include "agent/common/ExtensionModule.h"
+#include "agent/common/ModuleSet.h"
 #include "agent/cvtagentd/builtin/BuiltinModule.h"
 #include "agent/cvtagentd/requests/Requests.h"
 #include "agent/cvtagentd/requests/SubtreeHandler.h"
@@ -30,7 +28,7 @@ public:
     void Start(const std::vector<std::string>& files, BuiltinModule* builtin);
 
     /// All groups, in the order of their OIDs.
-    const std::vector<CVT::BMibImpl*>& Groups() const { return m_engine.Groups(); }
+    const std::vector<CVT::BMibImpl*>& Groups() const { return m_modules.Engine().Groups(); }
 
     /// Registers the subtree of one of the groups with the SNMP library. Throws StartError when the library refuses.
     void Serve(CVT::BMibImpl& group) { m_handlers.emplace_back(group, m_requests); }
@@ -50,14 +48,11 @@ public:
 
 private:
     [[noreturn]] void EndAtOnce() const;
-    void Load(const std::string& file);
-    void Add(agent::ExtensionModule& module);
     void Add(BuiltinModule& builtin);
 
     const unsigned int m_closeMs;
     Requests m_requests;
-    std::vector<std::unique_ptr<agent::ExtensionModule>> m_modules;
-    CVT::BMibEngine m_engine;  // only to add modules and find groups; the SNMP library dispatches
+    agent::ModuleSet m_modules;  // its engine only finds groups; the SNMP library dispatches
     std::size_t m_numSubtrees = 0;
     std::deque<SubtreeHandler> m_handlers;
 };

@@ -7,9 +7,9 @@
 #include <memory>
 
 #include "CVT/Warnings.h"
+#include "agent/common/ModuleSet.h"
 #include "agent/cvtwalk/program/HeldMessages.h"
 #include "agent/cvtwalk/program/Interrupts.h"
-#include "agent/cvtwalk/program/ModuleSet.h"
 #include "agent/cvtwalk/program/Options.h"
 #include "agent/cvtwalk/program/Printer.h"
 #include "agent/cvtwalk/program/PrivateOutput.h"
@@ -47,7 +47,7 @@ Options Completed(Options options, const PrivateOutput& output) {
     return options;
 }
 
-bool LoadAndStart(const Options& options, ModuleSet& modules, std::string& error) {
+bool LoadAndStart(const Options& options, agent::ModuleSet& modules, std::string& error) {
     const bool byDefault = options.modules.empty();
     if (!modules.Load(byDefault ? std::vector{agent::ExtensionModule::DefaultFile()} : options.modules, error)) {
         return false;
@@ -72,7 +72,7 @@ void SayAll(const std::vector<std::string>& remarks, Options::Format format) {
 }
 
 /// Loads, walks and writes. The modules are left to be closed.
-bool LoadAndPrint(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
+bool LoadAndPrint(const Options& options, agent::ModuleSet& modules, PrivateOutput& output, std::string& error) {
     const Display display = Display::Of(output.Descriptor());  // before modules start threads
     const auto interrupts = options.watchSeconds > 0 ? std::make_unique<Interrupts>() : nullptr;
     if (!LoadAndStart(options, modules, error)) {
@@ -104,7 +104,7 @@ bool LoadAndPrint(const Options& options, ModuleSet& modules, PrivateOutput& out
 }
 
 /// Loads, and shows the live screen. The modules are left to be closed.
-bool LoadAndShow(const Options& options, ModuleSet& modules, PrivateOutput& output, std::string& error) {
+bool LoadAndShow(const Options& options, agent::ModuleSet& modules, PrivateOutput& output, std::string& error) {
     const Display display = Display::Of(output.Descriptor());  // before modules start threads
     const Interrupts interrupts;
     if (!LoadAndStart(options, modules, error)) {
@@ -127,7 +127,7 @@ int Run(const Options& wanted) {
         return kFailed;
     }
     const Options options = Completed(wanted, output);
-    ModuleSet modules;
+    agent::ModuleSet modules;
     std::string error;
     const bool good = (options.top ? &LoadAndShow : &LoadAndPrint)(options, modules, output, error);
     if (!error.empty()) {

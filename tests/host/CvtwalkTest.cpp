@@ -190,14 +190,18 @@ TEST(Cvtwalk, ClosesTheModulesThatRunWhenALaterOneCannot) {
     const ProgramRun taken =
         Walk({"--module", kOdd, "--module", kSample, "--module", copy}, {{"ODD_MODULE_FAREWELL", "1"}});
     EXPECT_EQ(taken.status, 1);
-    EXPECT_THAT(taken.err, AllOf(HasSubstr("serves a subtree that another module serves already\n"),
-                                 EndsWith("the odd module is closed\n")));
+    EXPECT_THAT(
+        taken.err,
+        AllOf(HasSubstr("serves a subtree that another module, or it itself, serves already; leave one of them out\n"),
+              EndsWith("the odd module is closed\n")));
 }
 
 TEST(Cvtwalk, RefusesAModuleThatIsGivenTwice) {
-    ExpectOneLine(Walk({"--module", kSample, "--module", kSample}), 1, "is given twice");
+    ExpectOneLine(Walk({"--module", kSample, "--module", kSample}), 1,
+                  "is named twice; give --module once for each module");
     const std::string detour = std::string(CVHOST_BUILD_LIB_DIR) + "/../lib/libSampleModule.so.1";
-    ExpectOneLine(Walk({"--module", kSample, "--module", detour}), 1, "is given twice");
+    ExpectOneLine(Walk({"--module", kSample, "--module", detour}), 1,
+                  "is named twice; give --module once for each module");
 }
 
 TEST(Cvtwalk, WaitsForAModuleThatIsSlowAndNotForOneThatNeverIsReady) {

@@ -7,7 +7,7 @@
 
 #include "CVT/BRequestId.h"
 #include "CVT/BSetCell.h"
-#include "agent/cvtwalk/program/ModuleSet.h"
+#include "agent/common/ModuleSet.h"
 
 namespace {
 
@@ -71,7 +71,7 @@ protected:
         return maps.str().find("libSampleModule") != std::string::npos;
     }
 
-    cvtwalk::ModuleSet m_modules;
+    agent::ModuleSet m_modules;
     int m_errorIndex = -1;
 };
 

@@ -1,17 +1,10 @@
-#include "agent/cvtwalk/program/ModuleSet.h"
+#include "agent/common/ModuleSet.h"
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 
-namespace cvtwalk {
+namespace agent {
 namespace {
-
-/// Whether both are one file, under whatever names.
-bool AreSame(const std::string& a, const std::string& b) {
-    std::error_code ignored;
-    return a == b || std::filesystem::equivalent(a, b, ignored);
-}
 
 unsigned int MillisecondsUntil(std::chrono::steady_clock::time_point deadline) {
     const auto left =
@@ -26,14 +19,14 @@ bool ModuleSet::Load(const std::vector<std::string>& files, std::string& error) 
 }
 
 bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
-    for (const auto& loaded : m_modules) {
-        if (AreSame(loaded->File(), file)) {
-            error = "the module " + file + " is given twice";
-            return false;
-        }
-    }
-    auto module = agent::ExtensionModule::Load(file, error);
+    auto module = ExtensionModule::Load(file, error);
     if (module == nullptr) {
+        error += "; name an extension module with --module";
+        return false;
+    }
+    const auto same = [&](const auto& other) { return other->IsSameLibrary(*module); };
+    if (std::any_of(m_modules.begin(), m_modules.end(), same)) {
+        error = "the module " + file + " is named twice; give --module once for each module";
         return false;
     }
     m_modules.push_back(std::move(module));
@@ -45,12 +38,13 @@ bool ModuleSet::Start(std::string& error) {
                        [&](const auto& module) { return StartOne(*module, error); });
 }
 
-bool ModuleSet::StartOne(agent::ExtensionModule& module, std::string& error) {
+bool ModuleSet::StartOne(ExtensionModule& module, std::string& error) {
     if (!module.Start(nullptr, error)) {
         return false;
     }
     if (!m_engine.Add(module.Group())) {
-        error = "the module " + module.File() + " serves a subtree that another module serves already";
+        error = "the module " + module.File() +
+                " serves a subtree that another module, or it itself, serves already; leave one of them out";
         return false;
     }
     return true;
@@ -68,13 +62,23 @@ bool ModuleSet::WaitUntilReady(unsigned int milliseconds, std::string& error) co
     return true;
 }
 
+std::vector<std::string> ModuleSet::NotReady() const {
+    std::vector<std::string> files;
+    for (const auto& module : m_modules) {
+        if (!module->IsReady()) {
+            files.push_back(module->File());
+        }
+    }
+    return files;
+}
+
 bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
     for (const auto& module : m_modules) {
         if (module->IsStarted()) {
             m_engine.Remove(module->Group());
         }
     }
-    if (!agent::ExtensionModule::CloseAll(m_modules, milliseconds)) {
+    if (!ExtensionModule::CloseAll(m_modules, milliseconds)) {
         error = "the modules did not close within " + std::to_string(milliseconds / 1000) + " s";
         return false;
     }
@@ -82,4 +86,4 @@ bool ModuleSet::Close(unsigned int milliseconds, std::string& error) {
     return true;
 }
 
-}  // namespace cvtwalk
+}  // namespace agent

@@ -7,10 +7,10 @@
 #include "CVT/BMibEngine.h"
 #include "agent/common/ExtensionModule.h"
 
-namespace cvtwalk {
+namespace agent {
 
-/// The extension modules of the process, served as one tree. Life: Load, Start, WaitUntilReady, requests to Engine,
-/// Close. Used by one thread.
+/// The extension modules of a process, as one tree. Life: Load, Start, WaitUntilReady or a look at NotReady now and then,
+/// requests to the groups of Engine, Close. Used by one thread.
 class ModuleSet {
 public:
     ModuleSet() = default;
@@ -18,24 +18,29 @@ public:
     ModuleSet& operator=(const ModuleSet&) = delete;
     ~ModuleSet() = default;
 
-    /// Maps the modules' libraries. False, with one line for people in `error`, when one cannot be.
+    /// Maps the modules' libraries. False, with one line in `error`, when one cannot be, or is named
+    /// twice.
     bool Load(const std::vector<std::string>& files, std::string& error);
     /// Starts them, all of which then come up at the same time. False, with `error`, when one refuses; those before it
-    /// have started, and want to be closed.
+    /// have started, and must be closed.
     bool Start(std::string& error);
     /// Waits up to `milliseconds` until all are ready. False, with `error`, when one is not: it cannot be closed then.
     bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
+    /// The files of those that still initialise.
+    std::vector<std::string> NotReady() const;
+    /// The groups of all.
     CVT::BMibEngine& Engine() { return m_engine; }
+    const CVT::BMibEngine& Engine() const { return m_engine; }
     /// Closes the modules, all within `milliseconds`. False, with `error`, when one does not end: its code may still
     /// run, so that only std::_Exit is safe.
     bool Close(unsigned int milliseconds, std::string& error);
 
 private:
     bool LoadOne(const std::string& file, std::string& error);
-    bool StartOne(agent::ExtensionModule& module, std::string& error);
+    bool StartOne(ExtensionModule& module, std::string& error);
 
-    std::vector<std::unique_ptr<agent::ExtensionModule>> m_modules;
+    std::vector<std::unique_ptr<ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;
 };
 
-}  // namespace cvtwalk
+}  // namespace agent
