@@ -196,8 +196,8 @@ TEST_F(AgentXLifeTest, AConfigurationForTheOtherRoleIsAcceptedWithAWarning) {
     EXPECT_TRUE(IsServed(kValues + "1.0")) << Log();
     EXPECT_EQ(Warnings(), 1) << Log();
     EXPECT_EQ(InLog("warning: " + config +
-                    ": these directives have no effect with --agentx, since the master controls "
-                    "what: rocommunity, rouser, view\n"),
+                    ": these directives have no effect with --agentx, since the master controls access: "
+                    "rocommunity, rouser, view\n"),
               1)
         << Log();
 }
