@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CVT/BMibScalarGroupImpl.h"
+#include "CVT/TEvent.h"
 
 namespace cvtagentd {
 namespace {
@@ -23,10 +24,14 @@ public:
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
     std::vector<unsigned int> askedBy;  // under the request lock
+    CVT::TEvent isAsked{true};
+    CVT::TEvent mayAnswer{true};
 
 private:
     int GetValue(unsigned int requestId, unsigned int& value) {
         askedBy.push_back(requestId);
+        isAsked.Set();
+        mayAnswer.Wait(60'000);
         value = requestId;
         return CVT::noError;
     }
@@ -43,6 +48,10 @@ const CVT::BConstraintEntry Group::s_sonstraintEntries[] = {{}};
 
 class GroupWorkersTest : public testing::Test {
 protected:
+    void SetUp() override {
+        m_group.mayAnswer.Set();
+        m_other.mayAnswer.Set();
+    }
     void TearDown() override { EXPECT_TRUE(m_workers.End(60'000)); }
 
     static std::shared_ptr<GroupCall> Reading(CVT::BMibImpl& group, CVT::EReading what = CVT::EReading::Get) {
@@ -123,17 +132,17 @@ TEST_F(GroupWorkersTest, KeepTheRequestLive) {
     EXPECT_FALSE(CVT::BRequest::IsLive(id));
 }
 
-TEST_F(GroupWorkersTest, EndWhenTheCallsUnderWayAreOverAndMakeNoOthers) {
+TEST_F(GroupWorkersTest, EndWhenTheCallUnderWayIsOverAndMakeNoOther) {
     const std::vector calls{Reading(m_group), Reading(m_group)};
-    {
-        const CVT::TMutex::Guard busy(m_group.RequestLock());
-        for (const auto& call : calls) {
-            ASSERT_TRUE(m_workers.Start(call));
-        }
-        EXPECT_FALSE(m_workers.End(1));
+    m_group.mayAnswer.Reset();
+    for (const auto& call : calls) {
+        ASSERT_TRUE(m_workers.Start(call));
     }
+    ASSERT_EQ(m_group.isAsked.Wait(60'000), CVT::kWaitSignalled);
+    EXPECT_FALSE(m_workers.End(1));
+    m_group.mayAnswer.Set();
     EXPECT_TRUE(m_workers.End(60'000));
-    EXPECT_TRUE(m_group.askedBy.empty());
+    EXPECT_EQ(m_group.askedBy, std::vector{calls[0]->request->Id()});
 }
 
 }  // namespace
