@@ -5,10 +5,8 @@
 // With CVHOST_BENCH_FULL in the environment at 200 and 20,000 rows, else at 200 and 1,000.
 
 #include <benchmark/benchmark.h>
-#include <netinet/in.h>
 #include <sched.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,6 +30,7 @@
 #include "agent/cvtagentd/snmp/Listeners.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
+#include "bench/FreePort.h"
 
 namespace {
 
@@ -107,18 +106,6 @@ int FillFromArray(netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration
         }
     }
     return SNMP_ERR_NOERROR;
-}
-
-int FreePort() {
-    const int probe = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const any = reinterpret_cast<sockaddr*>(&address);
-    const bool bound = ::bind(probe, any, length) == 0 && ::getsockname(probe, any, &length) == 0;
-    ::close(probe);
-    return bound ? ntohs(address.sin_port) : 0;
 }
 
 /// A serving process, and a session to it.

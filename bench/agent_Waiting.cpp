@@ -8,12 +8,10 @@
 // With CVHOST_BENCH_FULL in the environment with 20,000 processes and for 40 s each, else with 100 and for a moment.
 
 #include <benchmark/benchmark.h>
-#include <netinet/in.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,6 +30,7 @@
 
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "bench/Crowd.h"
+#include "bench/FreePort.h"
 #include "tests/support/FuseServer.h"
 
 namespace {
@@ -51,18 +50,6 @@ constexpr milliseconds kInterval{5};
 
 bool IsFull() { return std::getenv("CVHOST_BENCH_FULL") != nullptr; }
 milliseconds Duration() { return milliseconds(IsFull() ? 40'000 : 1'000); }
-
-int FreePort() {
-    const int probe = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const any = reinterpret_cast<sockaddr*>(&address);
-    const bool bound = ::bind(probe, any, length) == 0 && ::getsockname(probe, any, &length) == 0;
-    ::close(probe);
-    return bound ? ntohs(address.sin_port) : 0;
-}
 
 /// A process that ends with this object.
 class Child {
