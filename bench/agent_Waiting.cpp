@@ -48,6 +48,9 @@ const Name kSleeper = {1, 3, 6, 1, 4, 1, 32473, 3, 7};
 
 constexpr milliseconds kInterval{5};
 
+constexpr const char* kAgentFile = CVHOST_BUILD_BIN_DIR "/cvtagentd";
+constexpr const char* kModuleFile = CVHOST_BUILD_LIB_DIR "/libCVHost.so.1";
+
 bool IsFull() { return std::getenv("CVHOST_BENCH_FULL") != nullptr; }
 milliseconds Duration() { return milliseconds(IsFull() ? 40'000 : 1'000); }
 
@@ -149,19 +152,13 @@ public:
               for (const auto& [name, value] : settings) {
                   ::setenv(name.c_str(), value.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): a process of its own
               }
-              std::vector<std::string> words = {CVHOST_BUILD_BIN_DIR "/cvtagentd",
-                                                "--log-level",
-                                                "error",
-                                                "--listen",
-                                                m_address,
-                                                "--state-dir",
-                                                m_state,
-                                                "--module",
-                                                CVHOST_BUILD_LIB_DIR "/libCVHost.so.1"};
+              std::vector<std::string> words = {kAgentFile,    "--log-level", "error",    "--listen", m_address,
+                                                "--state-dir", m_state,       "--module", kModuleFile};
               if (!module.empty()) {
                   words.insert(words.end(), {"--module", module});
               }
               std::vector<char*> arguments;
+              arguments.reserve(words.size() + 1);
               for (std::string& word : words) {
                   arguments.push_back(word.data());
               }
