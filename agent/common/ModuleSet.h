@@ -9,8 +9,8 @@
 
 namespace agent {
 
-/// The extension modules of a process, as one tree. Life: Load, Start, WaitUntilReady or a look at NotReady now and then,
-/// requests to the groups of Engine, Close. Used by one thread.
+/// The extension modules of a process, as one tree. Life: Load, Start, WaitUntilReady or a look at NotReady now and
+/// then, requests to the groups of Engine, Close. Used by one thread.
 class ModuleSet {
 public:
     ModuleSet() = default;

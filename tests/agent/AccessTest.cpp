@@ -200,7 +200,9 @@ TEST_F(AccessTest, AFileThatOthersCanWriteIsRefusedHoweverItIsIncluded) {
          {m_scratch / "plain.conf", m_scratch / "two words.conf", m_scratch / "blank.conf ", folder + "/long.conf"}) {
         std::ofstream(file) << "[cvtagentd]\nrocommunity private 127.0.0.1\n";
         for (const std::string section : {"", "[snmp]\n", "[agentx]\n"}) {
-            const std::string config = m_scratch.Write("including.conf", section + "includeFile " + file + "\n");
+            std::string lines = section;
+            lines.append("includeFile ").append(file).append("\n");
+            const std::string config = m_scratch.Write("including.conf", lines);
             Allow(file, 0600);
             EXPECT_EQ(RunAgent({"--check-config", config}).status, 0) << section << file;
             Allow(file, 0666);
@@ -239,9 +241,10 @@ TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLe
     std::filesystem::create_symlink("open/../open/agent.conf", link);
     Allow(folder, 0777);
     for (const std::string& file : {config, link}) {
-        ExpectDistrust(file, "everybody can replace the configuration " + file +
-                                 ", since everybody can write to the folder " + folder +
-                                 "; take that right away (chmod o-w " + folder + ")\n");
+        std::string refusal = "everybody can replace the configuration ";
+        refusal.append(file).append(", since everybody can write to the folder ").append(folder);
+        refusal.append("; take that right away (chmod o-w ").append(folder).append(")\n");
+        ExpectDistrust(file, refusal);
     }
     Allow(folder, 01777);
     EXPECT_EQ(RunAgent({"--check-config", link}).output, link + ": no faults\n");

@@ -166,7 +166,8 @@ protected:
         }
         int covered = 0;
         for (const std::string& folder : folders) {
-            const std::string file = folder + "/" + name;
+            std::string file = folder;
+            file.append("/").append(name);
             if (std::filesystem::exists(file)) {
                 m_host->Cover(file, "#!/bin/sh\n" + line + "\n");
                 std::filesystem::permissions(file, std::filesystem::perms(0755));

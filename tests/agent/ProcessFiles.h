@@ -35,7 +35,7 @@ inline std::string CoreLimitOf(pid_t process) {
             std::string soft;
             std::string hard;
             words >> soft >> hard;
-            return soft + " " + hard;
+            return soft.append(" ").append(hard);
         }
     }
     return {};

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 struct sockaddr;
@@ -34,7 +35,9 @@ public:
         /// No value when it is not an internet address: the files do not apply to it.
         static std::optional<Address> Of(const sockaddr& source);
 
-        auto operator<=>(const Address&) const = default;
+        bool operator<(const Address& other) const {
+            return std::tie(m_family, m_scope, m_octets) < std::tie(other.m_family, other.m_scope, other.m_octets);
+        }
 
     private:
         std::uint32_t m_family = 0;

@@ -120,7 +120,7 @@ bool IsForUs(const snmp_pdu& message) {
     if (message.contextEngineIDLen == 0) {
         return true;
     }
-    std::array<u_char, 2 * MAX_ENGINEID_LENGTH> own{};
+    std::array<u_char, 2UL * MAX_ENGINEID_LENGTH> own{};
     return ::snmpv3_get_engineID(own.data(), own.size()) == message.contextEngineIDLen &&
            std::memcmp(own.data(), message.contextEngineID, message.contextEngineIDLen) == 0;
 }

@@ -63,10 +63,10 @@ struct Terminal::Screen {
 
     attr_t AttributesOf(Style style) const {
         switch (style) {
-            case Style::kStrong: return A_BOLD;
             case Style::kBar: return colours ? A_REVERSE : A_BOLD;
             case Style::kDim: return A_DIM;
-            case Style::kWarning: return A_BOLD;
+            case Style::kStrong:
+            case Style::kWarning:
             case Style::kBad: return A_BOLD;
             default: return A_NORMAL;
         }

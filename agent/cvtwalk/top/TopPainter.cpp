@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include "agent/cvtwalk/text/AmountText.h"
@@ -42,7 +43,7 @@ Style StyleOf(double share) {
 }
 
 void PaintBar(CellGrid& grid, std::size_t row, std::size_t column, std::size_t places, double share) {
-    const auto full = std::min(places, static_cast<std::size_t>(share * static_cast<double>(places) + 0.5));
+    const auto full = std::min(places, static_cast<std::size_t>(std::lround(share * static_cast<double>(places))));
     const auto repeat = [&](std::size_t at, std::size_t count, const char* text, Style style) {
         for (std::size_t i = 0; i < count; ++i) {
             grid.Put(row, at + i, text, style);

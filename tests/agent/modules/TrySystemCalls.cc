@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     const pid_t other = std::atoi(argv[1]);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address in another process
     TryMemory(other, reinterpret_cast<void*>(std::strtoul(argv[2], nullptr, 0)));
     const long descriptor = ::syscall(SYS_pidfd_open, other, 0);
     Try("pidfd_getfd", SYS_pidfd_getfd, descriptor, 0, 0U);

@@ -22,7 +22,7 @@ protected:
         state.processes = std::move(processes);
         m_model.Take(std::move(state), now, true);
     }
-    void TakeLoads(std::vector<std::optional<int>> loads, double now) {
+    void TakeLoads(const std::vector<std::optional<int>>& loads, double now) {
         HostState state;
         for (const auto& load : loads) {
             state.processors.push_back({"a processor", load});
