@@ -9,13 +9,14 @@ namespace cvtagentd {
 /// out when the response is encoded (ResponseBuilder), so that each response is filled as far as it goes.
 ///
 /// Used by the thread that runs the library.
-class ResponseBudget {
-public:
-    /// The shortest varbind that HOST-RESOURCES-MIB has: a number of one octet under a name of eleven arcs.
-    static constexpr std::size_t kLeastVarBind = 17;
+namespace ResponseBudget {
 
-    /// Bounds the repetitions of every request from now on. To be called once.
-    static void Install();
-};
+/// The shortest varbind that HOST-RESOURCES-MIB has: a number of one octet under a name of eleven arcs.
+inline constexpr std::size_t kLeastVarBind = 17;
+
+/// Bounds the repetitions of every request from now on. To be called once.
+void Install();
+
+}  // namespace ResponseBudget
 
 }  // namespace cvtagentd

@@ -15,15 +15,15 @@ namespace cvtagentd {
 /// accepts, so it is never told that size.
 ///
 /// Used by the thread that runs the library.
-class ResponseBuilder {
-public:
-    /// Called with each message that arrives, before the library serves it.
-    static void Expect(snmp_pdu& request);
+namespace ResponseBuilder {
 
-    /// The function of a library session that encodes a message. Returns 0, or -1 when the message cannot be sent at
-    /// all.
-    static int Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
-                     std::size_t* offset);
-};
+/// Called with each message that arrives, before the library serves it.
+void Expect(snmp_pdu& request);
+
+/// The function of a library session that encodes a message. Returns 0, or -1 when the message cannot be sent at
+/// all.
+int Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length, std::size_t* offset);
+
+}  // namespace ResponseBuilder
 
 }  // namespace cvtagentd

@@ -3,9 +3,9 @@
 namespace cvtwalk {
 
 /// The parts of the page that are the same on every host.
-class HtmlAssets {
-public:
-    static constexpr const char* kHead = R"html(<!doctype html>
+namespace HtmlAssets {
+
+inline constexpr const char* kHead = R"html(<!doctype html>
 <html lang="en">
 <head>
 <meta charset="utf-8">
@@ -16,7 +16,7 @@ public:
 <meta name="referrer" content="no-referrer">
 )html";
 
-    static constexpr const char* kStyle = R"css(<style>
+inline constexpr const char* kStyle = R"css(<style>
 :root { color-scheme: light dark; --paper: #fbfbf9; --card: #ffffff; --ink: #1d2329; --soft: #525c66; --line: #d5d9dd;
   --link: #0b5cad; --bar: #2a7d4f; --warning: #96590a; --bad: #b3261e; --track: #e3e6e8; }
 @media (prefers-color-scheme: dark) {
@@ -72,8 +72,8 @@ footer { padding-bottom: 2rem; margin-top: 2rem; }
 </style>
 )css";
 
-    /// Search and sorting of tables; without scripts the page is complete, and the tools are not shown.
-    static constexpr const char* kScript = R"js(<script>
+/// Search and sorting of tables; without scripts the page is complete, and the tools are not shown.
+inline constexpr const char* kScript = R"js(<script>
 "use strict";
 for (const tools of document.querySelectorAll(".tools")) {
   const table = document.getElementById(tools.dataset.table);
@@ -120,6 +120,7 @@ for (const tools of document.querySelectorAll(".tools")) {
 }
 </script>
 )js";
-};
+
+}  // namespace HtmlAssets
 
 }  // namespace cvtwalk

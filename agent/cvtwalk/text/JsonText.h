@@ -6,13 +6,14 @@
 namespace cvtwalk {
 
 /// Strings as JSON.
-class JsonText {
-public:
-    /// The octets as a JSON string, quotes included: valid for any octets, since those that are not UTF-8 become
-    /// U+FFFD. What a terminal might not show as text is escaped.
-    static std::string Quoted(std::string_view octets);
-    /// Whether Quoted loses nothing.
-    static bool IsUtf8(std::string_view octets);
-};
+namespace JsonText {
+
+/// The octets as a JSON string, quotes included: valid for any octets, since those that are not UTF-8 become
+/// U+FFFD. What a terminal might not show as text is escaped.
+std::string Quoted(std::string_view octets);
+/// Whether Quoted loses nothing.
+bool IsUtf8(std::string_view octets);
+
+}  // namespace JsonText
 
 }  // namespace cvtwalk
