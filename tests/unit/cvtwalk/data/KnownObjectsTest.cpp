@@ -4,7 +4,7 @@
 
 namespace {
 
-using cvtwalk::KnownObjects;
+namespace KnownObjects = cvtwalk::KnownObjects;
 
 std::string_view NameOf(const char* oid) { return KnownObjects::ValueName(CVT::BObjectIdentifier(CVT::BString(oid))); }
 

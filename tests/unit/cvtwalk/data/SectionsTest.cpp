@@ -9,7 +9,7 @@
 
 namespace {
 
-using cvtwalk::CellText;
+namespace CellText = cvtwalk::CellText;
 using cvtwalk::Section;
 using cvtwalk::Sections;
 

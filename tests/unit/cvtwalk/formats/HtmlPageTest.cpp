@@ -14,7 +14,7 @@
 namespace {
 
 using cvtwalk::HtmlPage;
-using cvtwalk::HtmlText;
+namespace HtmlText = cvtwalk::HtmlText;
 using cvtwalk::ObjectMeanings;
 using testing::HasSubstr;
 using testing::Not;

@@ -4,7 +4,7 @@
 
 namespace {
 
-using cvtwalk::AmountText;
+namespace AmountText = cvtwalk::AmountText;
 
 TEST(CvtwalkAmountText, CountsOctetsInUnitsOf1024) {
     EXPECT_EQ(AmountText::Size(0, 4096), "0 B");

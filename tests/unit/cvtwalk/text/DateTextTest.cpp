@@ -4,7 +4,7 @@
 
 namespace {
 
-using cvtwalk::DateText;
+namespace DateText = cvtwalk::DateText;
 
 CVT::BOctetString Octets(const char* hex) {
     CVT::BOctetString octets;

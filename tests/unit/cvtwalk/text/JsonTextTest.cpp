@@ -6,7 +6,7 @@
 
 namespace {
 
-using cvtwalk::JsonText;
+namespace JsonText = cvtwalk::JsonText;
 using namespace std::string_view_literals;
 
 TEST(CvtwalkJsonText, EscapesWhatJsonAndTerminalsDoNotTake) {
