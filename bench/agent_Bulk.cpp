@@ -1,6 +1,6 @@
-// What serving an instance inside a GETBULK of 50 costs the agent, beside a bare handler that fills the same constants
-// from an array through the same library and the same event loop. Each is a process of its own, whose CPU time is taken
-// round walks of the same client, the two in turn; the counters give medians and ratios of medians.
+// What serving an instance inside a GETBULK of 50 costs the agent, compared with a bare handler that fills the same
+// constants from an array through the same library and the same event loop. Each is a process of its own, whose CPU
+// time is measured around walks of the same client, the two in turn; the counters show medians and ratios of medians.
 //
 // With CVHOST_BENCH_FULL in the environment at 200 and 20,000 rows, else at 200 and 1,000.
 
@@ -140,7 +140,7 @@ public:
         ::waitpid(m_pid, nullptr, 0);
     }
 
-    /// To be called when all servers have been made: the library is initialised once in each process.
+    /// Call it when all servers have been made: the library is initialised once in each process.
     void Connect() {
         static std::string community = "public";
         snmp_session session;
@@ -156,7 +156,7 @@ public:
         }
     }
 
-    /// The server's CPU time for each instance, in microseconds, over as many walks as bring `instances`.
+    /// The server's CPU time for each instance, in microseconds, over as many walks as it takes to read `instances`.
     double MicrosecondsEach(int instances) {
         const double before = CpuSeconds();
         int got = 0;
@@ -248,8 +248,8 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/// Client and servers take turns on one processor: to wake another that idles costs a virtual machine more than the
-/// request, and falls to one server more than to the other.
+/// Client and servers take turns on one processor: waking an idle one costs a virtual machine more than the request,
+/// and burdens one server more than the other.
 void StayOnOneProcessor() {
     cpu_set_t one;
     CPU_ZERO(&one);

@@ -1,6 +1,7 @@
-// How long a client waits for hrSystemUptime while another one asks for what takes the agent long. The agent that ships
-// is asked every 5 ms for the uptime; the counters give the slowest answer, 99.9 % and the median, in milliseconds,
-// beside those of a time in which nobody else asks ("quiet_", which is what the machine is worth just then).
+// How long a client waits for hrSystemUptime while another one reads what takes the agent long. The client reads the
+// uptime from the agent that ships every 5 ms; the counters show the slowest answer, 99.9 % and the median, in
+// milliseconds, next to those of a time without other clients ("quiet_", which shows what the machine can do just
+// then).
 //
 // Other clients: walk hrSWRunTable over really forked processes; walk hrStorageTable with a FUSE file system that falls
 // silent; walk hrDeviceTable while discovery takes its time; read a module whose handler sleeps for 3 s.
@@ -75,7 +76,7 @@ private:
     const pid_t m_pid;
 };
 
-/// With a session of its own: a fork must not serve those that it has inherited.
+/// A client with a session of its own: a forked process must not serve the sessions that it has inherited.
 class Client {
 public:
     explicit Client(const std::string& address, seconds timeout = seconds(60)) : m_address(address) {
@@ -115,7 +116,7 @@ public:
         return isAnswered;
     }
 
-    /// By GETBULK of 50.
+    /// Walks with GETBULK of 50.
     void Walk(const Name& root) {
         for (Name at = root; at.size() >= root.size() && std::equal(root.begin(), root.end(), at.begin());) {
             snmp_pdu* const request = ::snmp_pdu_create(SNMP_MSG_GETBULK);
@@ -143,7 +144,7 @@ private:
     void* m_session = nullptr;
 };
 
-/// The agent that ships, with the module of the host's and perhaps another one.
+/// The agent that ships, with the host module and perhaps another one.
 class Agent {
 public:
     explicit Agent(const std::string& module = {},
@@ -182,10 +183,10 @@ private:
     const Child m_child;
 };
 
-/// Waits, in milliseconds.
+/// Waiting times, in milliseconds.
 using Waits = std::vector<double>;
 
-/// Of requests that are sent every 5 ms; one whose answer comes later than that is followed by the next one at once.
+/// Measures requests that are sent every 5 ms; one whose answer comes later than that is followed by the next at once.
 Waits Ask(Client& client, Clock::duration duration) {
     Waits waits;
     const auto end = Clock::now() + duration;
@@ -257,7 +258,7 @@ void BM_SleepingModule(benchmark::State& state) {
         state, agent, [](Client& client) { client.Walk(kSleeper); }, true);
 }
 
-/// Discovery asks the command `mount`, for which a stand-in is found first.
+/// Discovery runs the command `mount`, for which a stand-in comes first in the path.
 void BM_Discovery(benchmark::State& state) {
     std::string folder = std::filesystem::temp_directory_path() / "bench-mount-XXXXXX";
     if (::mkdtemp(folder.data()) == nullptr) {
@@ -292,7 +293,7 @@ void BM_SilentFileSystem(benchmark::State& state) {
         Measure(
             state, agent, [](Client& client) { client.Walk(kStorageUsed); }, true,
             [&] {
-                server->Resume();  // or else it would be given up for good
+                server->Resume();  // otherwise it would be abandoned for good
                 std::this_thread::sleep_for(milliseconds(50));
                 server->FallSilent();
             });

@@ -5,7 +5,7 @@
 
 namespace agent {
 
-/// The texts of a range, separated by commas, as messages list them.
+/// Returns the texts of a range, separated by commas, for a message.
 template <typename Texts>
 std::string Joined(const Texts& texts) {
     std::string all;

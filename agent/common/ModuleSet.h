@@ -9,8 +9,8 @@
 
 namespace agent {
 
-/// The extension modules of a process, as one tree. Life: Load, Start, WaitUntilReady or a look at NotReady now and
-/// then, requests to the groups of Engine, Close. Used by one thread.
+/// The extension modules of a process, as one tree. Life: Load, Start, WaitUntilReady or NotReady called now and then,
+/// requests to the groups of Engine, Close. Used by one thread.
 class ModuleSet {
 public:
     ModuleSet() = default;
@@ -18,21 +18,22 @@ public:
     ModuleSet& operator=(const ModuleSet&) = delete;
     ~ModuleSet() = default;
 
-    /// Maps the modules' libraries. False, with one line in `error`, when one cannot be, or is named
+    /// Maps the modules' libraries. Returns false, with one line in `error`, when one cannot be mapped or is named
     /// twice.
     bool Load(const std::vector<std::string>& files, std::string& error);
-    /// Starts them, all of which then come up at the same time. False, with `error`, when one refuses; those before it
-    /// have started, and must be closed.
+    /// Starts them; they then initialise at the same time. Returns false, with `error`, when one refuses; those before
+    /// it have started, and must be closed.
     bool Start(std::string& error);
-    /// Waits up to `milliseconds` until all are ready. False, with `error`, when one is not: it cannot be closed then.
+    /// Waits up to `milliseconds` until all are ready. Returns false, with `error`, when one is not: it cannot be
+    /// closed then.
     bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
-    /// The files of those that still initialise.
+    /// The files of those that are still initialising.
     std::vector<std::string> NotReady() const;
-    /// The groups of all.
+    /// The groups of all modules.
     CVT::BMibEngine& Engine() { return m_engine; }
     const CVT::BMibEngine& Engine() const { return m_engine; }
-    /// Closes the modules, all within `milliseconds`. False, with `error`, when one does not end: its code may still
-    /// run, so that only std::_Exit is safe.
+    /// Closes the modules, all within `milliseconds`. Returns false, with `error`, when one does not end: its code may
+    /// still be running, so only std::_Exit is safe.
     bool Close(unsigned int milliseconds, std::string& error);
 
 private:

@@ -61,20 +61,20 @@ constexpr int kOperatingSystem = 2;
 constexpr int kInvalid = 4;
 constexpr std::time_t kSecondsBetweenScans = 15;
 
-// Of the module, not of a table: a module that is closed and initialised again in one process goes on from here. The
-// time has the clock's own width: one of 32 bits would never let the table scan again after 2038.
+// These belong to the module, not to a table: a module that is closed and initialised again in one process continues
+// from here. The time is as wide as the clock's: with 32 bits, the table would never scan again after 2038.
 unsigned int s_lastRequestId = 0xFFFFFFFFU;
 std::time_t s_lastScan = 0;
 
 /// A clock that was set back says nothing about how old the last scan is.
 bool IsTimeToScan(std::time_t now) { return now < s_lastScan || s_lastScan + kSecondsBetweenScans <= now; }
 
-/// The search for the next row has no status of its own to return; the toolkit makes genErr of what is thrown.
+/// The search for the next row has no status of its own to return; the toolkit turns an exception into genErr.
 struct SnapshotLost : std::runtime_error {
     SnapshotLost() : std::runtime_error("the request has lost its snapshot of the processes") {}
 };
 
-/// When the process that has this number now was started; absent when it cannot be read.
+/// Returns the start time of the process that has this number now; absent when it cannot be read.
 std::optional<unsigned long> StartTimeNow(unsigned int pid) {
     const int proc = ::open(kProc, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (proc < 0) {
@@ -87,7 +87,7 @@ std::optional<unsigned long> StartTimeNow(unsigned int pid) {
     return isThere ? ParseStartTime(stat) : std::nullopt;
 }
 
-/// hrSWRunStatus of a state letter; `otherwise` when it stands for none.
+/// Returns the hrSWRunStatus of a state letter; `otherwise` when the letter is unknown.
 int StatusOf(char state, int otherwise) {
     switch (state) {
         case 'R': return 1;
@@ -154,8 +154,8 @@ void DHrSWRunTable::vScan() {
     }
 }
 
-/// Makes the row of a process from its files. One that has ended since has no row; one that ends meanwhile keeps what
-/// was read before.
+/// Makes the row of a process from its files. One that has already ended gets no row; one that ends meanwhile keeps
+/// what was read before.
 void DHrSWRunTable::vAddProcess(int procDescriptor, unsigned int pid) {
     ProcessFiles files(procDescriptor, pid);
     std::string_view stat;
@@ -244,7 +244,8 @@ int DHrSWRunTable::OnSet_HrSWRunStatus(const CVT::BObjectIdentifier& index, CVT:
         return CVT::commitFailed;
     }
     const int status = i32SetPhase(phase, row == nullptr ? nullptr : &row->status, value, undo, [&] {
-        // Arcs are numbers, so nothing of the command comes from outside but a number. Its outcome shows by itself.
+        // Arcs are numbers, so a number is the only part of the command that comes from outside. Its outcome shows by
+        // itself.
         const std::string command = std::string("kill -9 ") + index.ToString().c_str();
         static_cast<void>(std::system(command.c_str()));
     });
@@ -254,7 +255,7 @@ int DHrSWRunTable::OnSet_HrSWRunStatus(const CVT::BObjectIdentifier& index, CVT:
     return status;
 }
 
-/// Lets whoever asks next see what was written, though a snapshot was taken between the phases.
+/// Lets the next request see what was written, even if a snapshot was taken between the phases.
 void DHrSWRunTable::ShowWritten(const Entry& row, const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase) {
     if (phase != CVT::ESnmpSetOpCode::Commit && phase != CVT::ESnmpSetOpCode::Undo) {
         return;

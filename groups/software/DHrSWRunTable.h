@@ -6,10 +6,10 @@
 
 /// hrSWRunTable: the processes of the host, one row each, ordered by process id.
 ///
-/// The rows are a snapshot, taken from /proc by the first call of a request that finds the newest to be 15 seconds old,
-/// or the clock set back. A request sees one snapshot from its first varbind to its last, and the others need not wait
-/// for it: see ProcessSnapshots, also for how many are held. The rows in use are those that the last request looked at
-/// sees.
+/// The rows are a snapshot, taken from /proc by the first call of a request that finds the newest snapshot 15 seconds
+/// old, or the clock set back. A request sees one snapshot from its first varbind to its last, and other requests need
+/// not wait for it: see ProcessSnapshots, also for how many are held. The rows in use are those of the snapshot that
+/// the request handled last sees.
 ///
 /// Everything is called under the request lock, which hrSWRunPerfTable shares.
 class DHrSWRunTable final : public DTable<DHrSWRunEntry> {
@@ -27,12 +27,12 @@ public:
     bool NextInstanceInColumn(unsigned int requestId, unsigned int column, const CVT::BObjectIdentifier& index,
                               CVT::BObjectIdentifier& nextIndex) override;
 
-    /// Turns to the snapshot that the request sees, which is a new one when it is time to take one. When /proc cannot
-    /// be opened it says so on standard output, and the old snapshot stays for another 15 seconds.
+    /// Switches to the snapshot that the request sees, which is a new one when it is time to take one. When /proc
+    /// cannot be opened, it says so on standard output, and the old snapshot stays for another 15 seconds.
     void vCheckUpDateTable(unsigned int requestId);
     /// Whether the next call of a handler for this request takes a snapshot.
     bool bIsScanDue(unsigned int requestId) const;
-    /// Of the rows in use.
+    /// Deletes the rows in use.
     void vDeleteAllEntries();
 
     /// The body of a get handler: copies a field of the row that the request sees. noSuchName when there is none,
@@ -52,8 +52,8 @@ public:
     int OnGet_HrSWRunStatus(const CVT::BObjectIdentifier& index, unsigned int requestId, int& value);
 
     /// Kills the process, with SIGKILL, when the value is invalid(4); every other value is refused. Whether the kill
-    /// worked is not looked at: the row goes with the next snapshot once the process is gone. Where /proc tells that
-    /// another process has got the number since, the commit fails and nobody is killed. Takes no snapshot.
+    /// worked is not checked: the row goes with the next snapshot once the process is gone. When /proc shows that the
+    /// number now belongs to another process, the commit fails and nothing is killed. Takes no snapshot.
     int OnSet_HrSWRunStatus(const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase, unsigned int requestId,
                             const int& value, void** undo);
 
@@ -63,5 +63,5 @@ private:
     void ShowWritten(const Entry& row, const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase);
 
     ProcessSnapshots m_snapshots{RowsInUse()};
-    bool m_isLost = false;  // whether the request looked at last has lost its snapshot
+    bool m_isLost = false;  // whether the request handled last has lost its snapshot
 };

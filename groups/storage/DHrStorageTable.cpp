@@ -25,7 +25,7 @@ namespace {
 /// No request has the identifier 0.
 unsigned int lastCheckedRequestId = 0;
 
-/// How many file systems are asked side by side, so that many dead ones together cost little more time than one.
+/// How many file systems are probed side by side, so that many dead ones together cost little more time than one.
 constexpr std::size_t kAskedAtOnce = 64;
 
 constexpr unsigned int kUsedColumn = 6;
@@ -103,7 +103,7 @@ DHrStorageTable::DHrStorageTable(CVT::INonVolatile* store)
 void DHrStorageTable::Initialize() {
     const bool watching = m_watch.Open();
     if (GetNumRows() != 0) {
-        m_hasNotice = watching;  // nobody has since Cleanup
+        m_hasNotice = watching;  // nothing has watched since Cleanup
     } else {
         if (const DHostFile file = OpenMountTable()) {
             ::stat(ETC_MNTTAB, &stLastMntFileStat);
@@ -124,7 +124,7 @@ void DHrStorageTable::Cleanup() {
 }
 
 void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
-    // Rows of mounts, made before the table comes up, would keep it from making those of memory.
+    // Rows of mounts that were made before the table comes up would keep it from making those of memory.
     if (!IsActive() || requestId == lastCheckedRequestId) {
         return;
     }
@@ -135,7 +135,7 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
     }
 }
 
-/// Measuring waits for a file system that may hang, and so does looking at a new one.
+/// Measuring waits for a file system that may hang, and so does probing a new one.
 bool DHrStorageTable::IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name) {
     if (call != CVT::EReading::Get) {
         return false;

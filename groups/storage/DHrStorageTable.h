@@ -13,10 +13,10 @@
 #include "groups/storage/MountProbe.h"
 #include "groups/storage/MountTableFile.h"
 
-// What outlives a table: indexes are not given out again as long as the library is loaded. All are 0 at load, and used
+// What outlives a table: indexes are not assigned again as long as the library is loaded. All are 0 at load, and used
 // under the table's request lock.
 
-extern unsigned int lastTableIndex;    ///< the last hrStorageIndex that was given out
+extern unsigned int lastTableIndex;    ///< the last hrStorageIndex that was assigned
 extern unsigned int vVMemIndex;        ///< hrStorageIndex of virtual memory
 extern unsigned int vMemIndex;         ///< hrStorageIndex of physical memory
 extern struct stat stLastMntFileStat;  ///< of the mount table, when it was last found changed
@@ -24,8 +24,8 @@ extern struct stat stLastMntFileStat;  ///< of the mount table, when it was last
 /// One row of hrStorageTable.
 struct DHrStorageEntry {
     DHrStorageEntry() = default;
-    /// A mounted file system, measured now; a null `mount` gives an empty row. `rowIndex` is its hrStorageIndex.
-    /// Nothing is known of the mounts on the way there, so it is taken to hang.
+    /// A mounted file system, measured now; a null `mount` makes an empty row. `rowIndex` is its hrStorageIndex.
+    /// Nothing is known of the mounts on the way there, so it counts as one that may hang.
     DHrStorageEntry(unsigned int rowIndex, const mntent* mount);
 
     unsigned int index = 0;
@@ -35,24 +35,24 @@ struct DHrStorageEntry {
     int size = 0;             ///< blocks, as is `used`
     int used = 0;
     unsigned int allocationFailures = 0;
-    bool mayHang = false;             ///< whether asking the file system may never come back
+    bool mayHang = false;             ///< whether a call to the file system may never return
     bool isSizeWritten = false;       ///< whether `size` is one that a manager wrote
-    bool isForbidden = false;         ///< whether the directory may not be looked at
+    bool isForbidden = false;         ///< whether access to the directory is denied
     std::optional<int> measuredSize;  ///< what `size` is otherwise; absent for memory, and before there is an answer
 
-    /// Takes up what was learnt of the file system; what is absent there stays as it is, and so does a size that a
-    /// manager wrote. Every row of a mount is filled by this.
+    /// Stores what was learnt of the file system; what is absent there stays as it is, and so does a size that a
+    /// manager wrote. Every row of a mount is filled by this function.
     void Fill(const mntent& mount, const DMountFigures& figures);
 };
 
 /// hrStorageTable: the mounted file systems, virtual memory and physical memory.
 ///
-/// Rows are made when the table comes up, file systems first, in the order of the mount table, and then only added: a
-/// file system that is mounted later gets a row at the next request, one that is unmounted keeps its row. Of all
-/// figures only `used` is measured again, each time it is read; those of a file system that answers late are taken up
-/// when they come.
+/// Rows are made when the table is initialised, file systems first, in the order of the mount table, and then only
+/// added: a file system that is mounted later gets a row at the next request, one that is unmounted keeps its row. Only
+/// `used` is measured again, each time it is read; the figures of a file system that answers late are stored when they
+/// come.
 ///
-/// Everything is called under the request lock. Whether the mount table has changed is looked at once a request.
+/// Everything is called under the request lock. Whether the mount table has changed is checked once for each request.
 ///
 /// Size and used are counts of the file system's own blocks (`f_bsize` of statfs), the allocation unit is `st_blksize`
 /// of the mount directory; all are cut to their low 32 bits.
@@ -64,26 +64,26 @@ public:
 
     explicit DHrStorageTable(CVT::INonVolatile* store);
 
-    /// Makes the rows, unless there are some.
+    /// Makes the rows, unless there are some already.
     void Initialize() override;
     void Cleanup() override;
     const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return s_rqhndlrEntries; }
     const CVT::BConstraintEntry* GetConstraintMap() const override { return s_sonstraintEntries; }
 
-    /// Adds rows for what was mounted since the last look. Looks only once for each request, and not at all while the
+    /// Adds rows for what was mounted since the last check. Checks only once for each request, and not at all while the
     /// table is not active.
     void vCheckAndUpdateTable(unsigned int requestId);
 
-    /// A row with default values that carries this index; null when the index is not valid. It is the caller's: putting
-    /// it into the table is InsertRow's work.
+    /// Returns a row with default values and this index; null when the index is not valid. The caller owns it;
+    /// InsertRow puts it into the table.
     static std::unique_ptr<Entry> CreateNewRow(const CVT::BObjectIdentifier& index);
 
     /// Adds a row for a mounted file system, or, where `mount` is null, an empty one; none when the index is taken.
     /// Whether the file system may hang is judged as for those of the mount table, together with those that were read
-    /// of it.
+    /// from it.
     void CreateDemoRow(unsigned int index, const mntent* mount);
 
-    /// The index of the first row with this description; 0 when there is none.
+    /// Returns the index of the first row with this description; 0 when there is none.
     unsigned int FindRow(const char* name) const;
     bool bIsInTable(const char* name) const;
 
@@ -113,26 +113,26 @@ private:
 
     bool IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name);
     void FillLateRows();
-    /// Whether it was changed, or exchanged, since it was read last.
+    /// Whether the mount table was changed or replaced since it was last read.
     bool HasMountTableChanged();
     void AddNewMounts();
     void AddMounts(std::vector<DMountEntry> mounts, EWhich which);
     void AddMemory(unsigned int row, const char* descr, const char* type, unsigned int totalSelector,
                    unsigned int usedSelector);
-    /// Waits for the answer, and comes back to it at later requests where there is none yet.
+    /// Waits for the answer; where there is none yet, later requests check for it again.
     void AddMount(unsigned int index, DMountEntry mount, DMountProbe question);
     DMountProbe QuestionTo(const DMountEntry& mount) const;
-    /// Fills a row, and says so, once for each directory, when it may not be looked at.
+    /// Fills a row. When access to the directory is denied, says so once for each directory.
     void Fill(Entry& row, const mntent& mount, const DMountFigures& figures) const;
-    /// False, and no row, when the index is taken.
+    /// Returns false, and adds no row, when the index is taken.
     bool Add(std::unique_ptr<Entry> row);
     const Entry* RowOf(const char* name) const;
-    /// Null when it cannot be opened, which is said once.
+    /// Returns null when the mount table cannot be opened, and says so once.
     DHostFile OpenMountTable();
 
     DMountsThatMayHang m_mayHang;  // of the last reading of the mount table
     std::vector<Unanswered> m_unanswered;
     DMountTableWatch m_watch;
-    bool m_hasNotice = false;           // the watch saw a change that is not read yet
+    bool m_hasNotice = false;           // the watch saw a change that has not been read yet
     bool m_hasSaidItIsMissing = false;  // the mount table
 };

@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Two system calls need little; the sanitizers want some.
+/// Two system calls need little; the sanitizers need some more.
 constexpr unsigned int kStackBytes = 256 * 1024;
 
 std::optional<struct stat> AskDirectory(const char* path, bool& isForbidden) {
@@ -37,8 +37,8 @@ std::optional<struct statfs> AskSpace(const char* path) {
 
 }  // namespace
 
-/// What the asking thread and the one that waits share, for as long as either needs it. Each event hands the members
-/// above it over to the one that waits.
+/// What the probing thread and the waiting one share, for as long as either needs it. Each event hands the members
+/// above it over to the waiting thread.
 struct DMountProbe::Call {
     Call(const char* path, EWhat question) : directory(path), what(question) {}
 
@@ -92,9 +92,9 @@ private:
 
 namespace {
 
-/// The directories whose questions were left behind, each with a way to see whether it has come back. Several who asked
-/// at once may all be stuck, and each counts. Cleared by those who ask again: what is left behind must not reach for
-/// anything of the module.
+/// The directories whose probes were abandoned, each with a way to see whether the call has returned. Several probes
+/// made at once may all be stuck, and each counts. Later probes of the directory clear them, because an abandoned
+/// thread must not use anything of the module.
 class Stuck {
 public:
     using HasReturned = std::function<bool()>;

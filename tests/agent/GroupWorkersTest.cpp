@@ -13,7 +13,7 @@
 namespace cvtagentd {
 namespace {
 
-/// Notes who asks for its one value, which is the number of the request.
+/// Records the requests for its one value, which is the number of the request.
 class Group final : public CVT::BMibScalarGroupImpl {
 public:
     Group() : CVT::BMibScalarGroupImpl("WORKERS-TEST-MIB.group", "1.3.6.1.4.1.32473.8") {}

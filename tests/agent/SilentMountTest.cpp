@@ -1,4 +1,4 @@
-// A mounted file system that stops answering holds up those who ask for it and nobody else.
+// A mounted file system that stops answering holds up the requests that read it and no others.
 
 #include <filesystem>
 
@@ -34,7 +34,7 @@ protected:
         ASSERT_NE(m_row, "");
     }
     void TearDown() override {
-        m_server.reset();  // what the agent has left behind comes back
+        m_server.reset();  // the calls that the agent has abandoned return
         AgentTest::TearDown();
     }
 

@@ -1,4 +1,4 @@
-// A group that takes its time holds up its own requests and nobody else's.
+// A slow group holds up its own requests and no others.
 
 #include <chrono>
 #include <thread>
@@ -11,7 +11,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// With a module that waits for two files, which do not exist at first.
+/// The agent serves a module that waits for two files, which do not exist at first.
 class SlowGroupTest : public AgentTest {
 protected:
     void SetUp() override {
@@ -49,7 +49,7 @@ protected:
         EXPECT_EQ(Names(client.Output()), names) << client.Output();
     }
 
-    std::string m_quick;  // an instance that can be had at once
+    std::string m_quick;  // an instance that can be read at once
 
 private:
     const int m_tcpPort = FreePort();
@@ -268,7 +268,7 @@ TEST_F(SlowGroupTest, WhoWaitsForACallAndGoesIsForgotten) {
     EXPECT_EQ(Set({kTable + "1.1", "i", "1"}).status, 0);
 }
 
-/// With a view that holds little of the groups that take their time.
+/// The client's view holds little of the slow groups.
 class NarrowSlowGroupTest : public SlowGroupTest {
 protected:
     void SetUp() override {
@@ -302,7 +302,7 @@ TEST_F(NarrowSlowGroupTest, WhatWasWaitedForShowsNoMoreThanTheView) {
                  {kSlowToInitialize + "2.2", kSlowToAnswer + "1.1", kSlowToAnswer + "1.3", kSlowToAnswer + "2.1"});
 }
 
-/// With a table whose numbers take three seconds each.
+/// The agent serves a table whose numbers take three seconds each.
 class SleepingGroupTest : public SlowGroupTest {
 protected:
     void SetUp() override {
@@ -310,7 +310,7 @@ protected:
               {"READ_TEST_SLEEPER=3000"});
         m_quick = kQuick + "1.0";
     }
-    /// Asks, and whatever else is asked for until the answer comes must be answered at once.
+    /// Sends the request; until its answer comes, every other request must be answered at once.
     std::string AnswerWhileOthersAreAnswered(const std::string& program, const Arguments& names,
                                              const Arguments& options = {}) {
         const auto client = Ask(program, names, options);
@@ -340,7 +340,7 @@ TEST_F(SleepingGroupTest, HoldsUpNobodyElseAndItsAnswersAreRight) {
     EXPECT_NE(absent.find("No Such Instance"), std::string::npos) << absent;
 }
 
-/// The module of the host's, whose discovery asks a stand-in for the command `mount`, which waits for a file.
+/// The agent serves the host module, whose discovery runs a stand-in for the command `mount`, which waits for a file.
 class SlowDiscoveryTest : public SlowGroupTest {
 protected:
     void SetUp() override {
@@ -357,7 +357,7 @@ protected:
 };
 
 TEST_F(SlowDiscoveryTest, TheUptimeIsToldAllTheWhileAndDevicesWhenItIsOver) {
-    // Discovery has begun when a device is not answered for at once.
+    // Discovery has begun when a request for a device is not answered at once.
     while (V2c("snmpgetnext", {kDevices + "1"}, {"-t", "0.2", "-r", "0"}).status == 0) {
         ASSERT_EQ(Log().find("ready after"), std::string::npos)
             << "this host has nothing that is asked for in discovery";

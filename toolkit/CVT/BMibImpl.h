@@ -17,7 +17,7 @@ enum EHandlerKind : unsigned int {
     kTableHandler = 4,
 };
 
-/// A call of a group's that reads.
+/// The reading calls to a group.
 enum class EReading { Get, NextInstance };
 
 /// One MIB group: columns bound to member functions, the constraints on them, and the lock under which they run.
@@ -63,9 +63,9 @@ public:
     bool IsActive() const { return m_active.load() != 0; }
     unsigned int HandlerKind() const { return m_handlerKind; }
 
-    /// Whether this call, made now, may take long: for a host that serves many from one thread, and makes such a call
-    /// on another. `name` is the one that the call would be given. To be asked with the request lock held; changes
-    /// nothing.
+    /// Whether this call, made now, may take long: for a host that serves many clients from one thread, and makes such
+    /// a call on another. `name` is the one that would be passed to the call. Call it with the request lock held; it
+    /// changes nothing.
     bool MayTakeLong(EReading call, unsigned int requestId, const BObjectIdentifier& name) const {
         return m_slowCalls && m_slowCalls(call, requestId, name);
     }
@@ -82,8 +82,8 @@ protected:
 
     void SetActive(int active) { m_active.store(active); }
 
-    /// Says which calls MayTakeLong; without it none may. To be set in the constructor. It is asked before each call of
-    /// a request, so it should cost little more than a comparison as a rule. Under the request lock.
+    /// Decides which calls MayTakeLong; without it, none may. Set it in the constructor. It is called before each call
+    /// of a request, with the request lock held, so as a rule it should cost little more than a comparison.
     using SlowCalls = std::function<bool(EReading call, unsigned int requestId, const BObjectIdentifier& name)>;
     void SetSlowCalls(SlowCalls slowCalls) { m_slowCalls = std::move(slowCalls); }
 

@@ -27,8 +27,8 @@ bool AccessView::HoldsOne(const CVT::BObjectIdentifier& name) const {
     return m_extent == Extent::kSome && VarBinds::IsInView(name, *m_info.asp->pdu);
 }
 
-/// The highest arc after a subtree's root is as good as its end: at worst, instances that begin with just that are
-/// looked at one by one. Subtrees that the name shares with the one stepped over last have been asked for.
+/// The highest arc after a subtree's root is as good as its end: at worst, instances whose names begin with exactly
+/// that are checked one by one. Subtrees that the name shares with the one stepped over last have been checked already.
 bool AccessView::LeaveHidden(CVT::BObjectIdentifier& name) {
     const auto arcs = name.Arcs();
     const auto stepped = m_stepped.Arcs();

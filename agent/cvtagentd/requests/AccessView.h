@@ -17,9 +17,10 @@ public:
     /// Whether an instance of the subtree may be seen.
     bool Holds(const CVT::BObjectIdentifier& name) const { return m_extent == Extent::kAll || HoldsOne(name); }
 
-    /// Moves the name of an instance that may not be seen to the end of the widest subtree round it, a column say, that
-    /// lies wholly outside the view: the next instance after it is the first that needs another look. Never passes over
-    /// an instance that may be seen. False, and unchanged, when the instance has no such subtree round it.
+    /// Moves the name of an instance that may not be seen to the end of the widest subtree around it, such as a column,
+    /// that lies wholly outside the view: the next instance after it is the first that needs another check. Never
+    /// passes over an instance that may be seen. Returns false, with the name unchanged, when there is no such subtree
+    /// around the instance.
     bool LeaveHidden(CVT::BObjectIdentifier& name);
 
 private:
@@ -31,7 +32,7 @@ private:
     const netsnmp_agent_request_info_s& m_info;
     const CVT::BObjectIdentifier& m_subtree;
     Extent m_extent;
-    CVT::BObjectIdentifier m_stepped;  // each subtree round it may hold something that may be seen; empty: not known
+    CVT::BObjectIdentifier m_stepped;  // each subtree around it may hold something visible; empty: not known
 };
 
 }  // namespace cvtagentd

@@ -8,7 +8,7 @@
 namespace cvtagentd {
 namespace {
 
-/// Against a sender who asks on and on: each costs some memory, and a look at every turn.
+/// Limits a sender that keeps asking: each request costs some memory, and a check in every turn.
 constexpr std::size_t kMost = 1000;
 
 std::size_t CountVarBinds(const GroupReader::Request* requests) {
@@ -50,8 +50,8 @@ void DelegatedRequests::Add(Waiting waiting, Position position) {
     GroupReader::Abandon(position.requests, CVT::resourceUnavailable);
 }
 
-/// The library may put others back as soon as it goes on, but not before these have been looked at. Those that the time
-/// slice leaves no time for come first in the next.
+/// The library may delegate others as soon as it continues, but not before these have been checked. Those that do not
+/// fit in this time slice come first in the next.
 std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     if (m_entries.empty()) {
         return std::nullopt;
@@ -59,7 +59,7 @@ std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     m_slice = TimeSlice(kSlice);
     m_isRetrying = true;
     auto next = m_entries.begin();
-    auto waiting = next;  // behind those that have been looked at and are not over
+    auto waiting = next;  // after those that have been checked and are not over
     do {
         if (!IsOver(*next)) {
             std::swap(*waiting++, *next);
@@ -93,7 +93,7 @@ bool DelegatedRequests::IsOver(Entry& entry) {
     return true;
 }
 
-/// Whether it has come to its end.
+/// Whether the request is finished.
 bool DelegatedRequests::GoOn(Entry& entry) {
     const Waiting& waiting = entry.waiting;
     const GroupReader::Outcome outcome = waiting.reader->GoOn(
@@ -105,7 +105,7 @@ bool DelegatedRequests::GoOn(Entry& entry) {
     return outcome == GroupReader::Outcome::kDone;
 }
 
-/// What has not been called for it yet need not be any more.
+/// A call that has not been made for it yet is no longer needed.
 void DelegatedRequests::Forget(Entry& entry) {
     if (entry.waiting.call != nullptr) {
         entry.waiting.call->isUnwanted = true;

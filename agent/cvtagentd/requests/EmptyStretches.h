@@ -7,7 +7,7 @@
 namespace cvtagentd {
 
 /// The stretches of one group in which a request has found nothing to show, so that it walks through none of them
-/// twice, however many of its varbinds lead there and however often it is put back.
+/// twice, however many of its varbinds lead there and however often it is delegated.
 ///
 /// A stretch holds all names after its beginning up to its last, inclusive. Stretches neither overlap nor touch. A
 /// plain value.

@@ -10,7 +10,7 @@
 
 namespace cvtagentd {
 
-/// One call of a group's, made on another thread (GroupWorkers) because it may take long. Shared by that thread and the
+/// One call to a group, made on another thread (GroupWorkers) because it may take long. Shared by that thread and the
 /// one that runs the library: the members before `isDone` are the latter's until the call is started, and again when it
 /// is done.
 struct GroupCall {
@@ -18,13 +18,13 @@ struct GroupCall {
         : group(called), request(std::move(asking)), what(reading) {}
 
     CVT::BMibImpl& group;
-    std::shared_ptr<const CVT::BRequest> request;  ///< on whose behalf; live as long as the call
+    std::shared_ptr<const CVT::BRequest> request;  ///< the request that needs the call; live as long as the call
     CVT::EReading what;
     CVT::BVarBind varBind;  ///< its name goes in, what was found comes out
     int status = CVT::genErr;
 
     std::atomic<bool> isDone = false;
-    std::atomic<bool> isUnwanted = false;  ///< nobody waits for it any more, so it need not be made
+    std::atomic<bool> isUnwanted = false;  ///< no request waits for it any more, so it need not be made
 };
 
 }  // namespace cvtagentd

@@ -15,7 +15,7 @@
 namespace cvtagentd {
 namespace {
 
-/// What is passed over in fewer steps is not worth remembering.
+/// A stretch that is passed over in fewer steps is not worth remembering.
 constexpr unsigned int kStepsToRemember = 8;
 
 struct Unlock {
@@ -31,10 +31,9 @@ struct GroupReader::Call {
     bool mayWait;
     bool hasLock;
     std::shared_ptr<GroupCall> made{};  // null: none, or it has been used
-    std::optional<AccessView> view{};   // none: the library looks at what it is given
-    EmptyStretches* empty = nullptr;    // null: none has been met yet
-    bool endsWithin =
-        false;  // whether the stretch asked for ends before the subtree does, where another one lies in it
+    std::optional<AccessView> view{};   // none: the library checks what it gets
+    EmptyStretches* empty = nullptr;    // null: none has been found yet
+    bool endsWithin = false;            // whether the requested stretch ends in the subtree, before a nested one
 
     unsigned int RequestId() const { return task.request->Id(); }
 };
@@ -49,7 +48,7 @@ public:
         reader.m_searchBegin.Set(reader.m_varBind.name);
     }
 
-    /// Leaves the instance that m_varBind names, which is not to be shown. False when time is up.
+    /// Steps past the instance that m_varBind names, which must not be shown. Returns false when time is up.
     bool Pass(bool isHidden) {
         CVT::BObjectIdentifier& at = m_reader.m_varBind.name;
         ++m_steps;
@@ -82,7 +81,7 @@ private:
 
     GroupReader& m_reader;
     Call& m_call;
-    CVT::BObjectIdentifier m_last;  // up to which nothing is to be shown
+    CVT::BObjectIdentifier m_last;  // nothing up to here is to be shown
     unsigned int m_steps = 0;
 };
 
@@ -103,7 +102,7 @@ GroupReader::Outcome GroupReader::GoOn(const Task& task, Wait wait, TimeSlice& s
         const auto begin = TimeSlice::Clock::now();
         Call call{task, task.info, slice, mayWait, hasLock};
         call.made.swap(task.call);
-        if (task.info.mode != MODE_GET && !mayWait) {  // a subagent's master looks itself
+        if (task.info.mode != MODE_GET && !mayWait) {  // a subagent's master checks the view itself
             call.view.emplace(task.info, m_group.Oid());
         }
         if (ReadProgress* const progress = ReadProgress::Find(task.info); progress != nullptr) {
@@ -119,7 +118,7 @@ GroupReader::Outcome GroupReader::GoOn(const Task& task, Wait wait, TimeSlice& s
     return Outcome::kDone;
 }
 
-/// Of a request whose time slice is over, in which it has worked since `begin`.
+/// For a request whose time slice is over, in which it has worked since `begin`.
 bool GroupReader::HasWorkedEnough(const Info& info, TimeSlice::Clock::time_point begin) {
     auto& worked = ReadProgress::Of(info).worked;
     worked += TimeSlice::Clock::now() - begin;
@@ -173,8 +172,8 @@ GroupReader::Result GroupReader::Answer(Call& call, Request& request) {
     }
 }
 
-/// Returns what the group does to m_varBind, or has done to it on another thread. No value when it has to be called
-/// there first.
+/// Returns the status of the group's call for m_varBind, made here or before on another thread. No value when another
+/// thread has to make the call first.
 std::optional<int> GroupReader::CallGroup(Call& call, CVT::EReading what) {
     if (call.made != nullptr) {
         const std::shared_ptr<GroupCall> made = std::move(call.made);
@@ -196,14 +195,14 @@ GroupReader::Result GroupReader::Get(Call& call, Request& request) {
         return Result::kMustWait;
     }
     if (*status == CVT::noError && m_varBind.IsException()) {
-        ::netsnmp_request_set_error(&request, m_varBind.type);  // an error in version 1: the library sees to it
+        ::netsnmp_request_set_error(&request, m_varBind.type);  // in version 1 an error, which the library makes of it
         return Result::kAnswered;
     }
     return WriteValue(request, *status);
 }
 
 /// At the end of the group, or of the stretch of it that lies before the next subtree, the varbind is left as it is:
-/// the library then goes on with the next handler.
+/// the library then continues with the next handler.
 GroupReader::Result GroupReader::GetNext(Call& call, Request& request) {
     const Result result = MoveToNext(call, request);
     if (result == Result::kAnswered && !VarBinds::WriteName(m_varBind.name, *request.requestvb)) {
@@ -213,8 +212,8 @@ GroupReader::Result GroupReader::GetNext(Call& call, Request& request) {
     return result;
 }
 
-/// Leaves the library what is still to be filled, by the next handler or when the group is asked again, beginning
-/// behind the last name there is.
+/// Leaves the library what is still to be filled, by the next handler or when the group is called again, beginning
+/// after the last name there is.
 GroupReader::Result GroupReader::GetBulk(Call& call, Request& request) {
     Result result = GetNext(call, request);
     while (result == Result::kAnswered && request.repeat > 0) {
@@ -230,7 +229,7 @@ GroupReader::Result GroupReader::GetBulk(Call& call, Request& request) {
     return result;
 }
 
-/// Moves m_varBind from instance to instance until one may be seen, has a value, and that could be stored.
+/// Moves m_varBind from instance to instance until one may be seen and has a value, and the value could be stored.
 GroupReader::Result GroupReader::MoveToNext(Call& call, Request& request) {
     if (call.view && call.view->IsEmpty()) {
         return Result::kNothingBehind;
@@ -241,7 +240,7 @@ GroupReader::Result GroupReader::MoveToNext(Call& call, Request& request) {
     Search search(*this, call);
     for (;;) {
         std::optional<int> status = CVT::noError;
-        if (call.made != nullptr && call.made->what == CVT::EReading::Get) {  // of what was found before
+        if (call.made != nullptr && call.made->what == CVT::EReading::Get) {  // for an instance found before
             m_varBind.name.Set(call.made->varBind.name);
         } else {
             status = CallGroup(call, CVT::EReading::NextInstance);

@@ -16,15 +16,15 @@ namespace cvtagentd {
 
 /// Reads one group for GET, GETNEXT and GETBULK: the varbinds of one request that lie in the group's subtree.
 ///
-/// A GETBULK is answered in one go: a varbind's repetitions are filled by walking the group. What the asker's view does
-/// not hold is passed over without being read, wherever possible as a whole (AccessView); the library looks only at
-/// some of what it is given for a GETBULK.
+/// A GETBULK is answered in one go: a varbind's repetitions are filled by walking the group. What the sender's view
+/// does not hold is passed over without being read, in whole subtrees wherever possible (AccessView); the library
+/// checks only some of what it gets for a GETBULK.
 ///
-/// What may take long is not done here. Begin and GoOn then stop at that varbind, and leave the call that the group is
-/// to get; when somebody has made it, GoOn goes on with what it found, as if the group had just been called.
+/// A call that may take long is not made here. Begin and GoOn then stop at that varbind, and return the call to make;
+/// once it has been made, GoOn continues with its result, as if the group had just been called.
 ///
-/// One call works no longer than its time slice, but for the one step that goes beyond; the request goes on from there
-/// in the next (ReadProgress). A request that has worked for kMostWork all in all gets resourceUnavailable.
+/// One call works no longer than its time slice, except for the step during which it ends; the request continues from
+/// there in the next (ReadProgress). A request that has worked for kMostWork in total gets resourceUnavailable.
 ///
 /// Used by the thread that runs the library; the group must outlive it.
 class GroupReader {
@@ -39,8 +39,8 @@ public:
 
     enum class Outcome {
         kDone,   ///< all varbinds are answered
-        kWaits,  ///< for a call that is to be made
-        kGoesOn  ///< its time slice is over: there is work that can be done at once
+        kWaits,  ///< for a call that has yet to be made
+        kGoesOn  ///< its time slice is over, and more can be done at once
     };
 
     /// Far more than the largest request takes on a slow host.
@@ -60,17 +60,17 @@ public:
 
     /// Begins with the varbinds of a list. Unless kDone, those without an answer are marked as delegated.
     Outcome Begin(const Task& task, Wait wait, TimeSlice& slice);
-    /// Answers those that are marked so, or, as before, some of them. `task.call` is the one that was made, or null;
-    /// after kWaits it is the one to be made, and otherwise null.
+    /// Answers the varbinds marked as delegated, or some of them, as Begin does. `task.call` is the one that was made,
+    /// or null; after kWaits it is the one to make, and otherwise null.
     Outcome GoOn(const Task& task, Wait wait, TimeSlice& slice);
-    /// Gives those that are marked so an error-status.
+    /// Answers the varbinds marked as delegated with an error-status.
     static void Abandon(Request* requests, int status);
 
 private:
     /// What is the same for all varbinds of a call.
     struct Call;
     enum class Result { kAnswered, kRefused, kNothingBehind, kMustWait, kOutOfTime };
-    /// Passes over what is not to be shown.
+    /// Passes over what must not be shown.
     class Search;
 
     static bool HasWorkedEnough(const Info& info, TimeSlice::Clock::time_point begin);

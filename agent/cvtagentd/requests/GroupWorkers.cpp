@@ -58,8 +58,7 @@ private:
         return call;
     }
 
-    /// Whether the call is still wanted is looked at with the lock held: a SET that has begun since must not wait for
-    /// it.
+    /// Whether the call is still wanted is checked with the lock held: a SET that has begun since must not wait for it.
     void Make(GroupCall& call) const {
         if (call.isUnwanted || m_mustEnd) {
             return;

@@ -14,7 +14,7 @@ class BMibImpl;
 
 namespace cvtagentd {
 
-/// How far a request for reading has come that was more than a moment's work, kept with the request from one call of a
+/// The progress of a reading request that did not finish in one time slice, kept with the request from one call of a
 /// handler to the next. Used by the thread that runs the library.
 struct ReadProgress {
     /// Null when nothing has been kept for this request.
@@ -22,7 +22,7 @@ struct ReadProgress {
     /// Throws std::bad_alloc.
     static ReadProgress& Of(const netsnmp_agent_request_info_s& info);
 
-    TimeSlice::Clock::duration worked{};  ///< in calls that ended before all was answered; without waiting in between
+    TimeSlice::Clock::duration worked{};  ///< in calls that ended with varbinds unanswered; without the waits between
     std::map<const CVT::BMibImpl*, EmptyStretches> empty;  ///< by group
 };
 

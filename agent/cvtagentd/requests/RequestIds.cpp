@@ -15,7 +15,7 @@ std::shared_ptr<const CVT::BRequest> RequestIds::Of(netsnmp_agent_request_info_s
     }
     const long transaction = info.asp->pdu->transid;
     if (m_latest == nullptr || transaction != m_transaction) {
-        m_latest.reset();  // a new request must not find the one before it live
+        m_latest.reset();  // the previous request must not live on beside a new one
         m_latest = std::make_shared<const CVT::BRequest>();
         m_transaction = transaction;
     }

@@ -15,9 +15,9 @@ struct Requests {
     DelegatedRequests delegated;
     SetTransactions sets;
 
-    /// Called when a master's connection begins: it numbers its requests anew.
+    /// Called when a master's connection begins: it then numbers its requests from the start again.
     void NewConnection() { ids.NewConnection(); }
-    /// Called when it ends: the master comes back to none of them.
+    /// Called when the connection ends: the master continues none of them.
     void ConnectionLost() { sets.ReleaseAll(); }
 };
 

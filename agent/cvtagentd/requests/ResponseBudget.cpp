@@ -15,7 +15,7 @@ std::size_t Room(const netsnmp_pdu& pdu) {
     return limit - std::min(limit, MessageSize::WithoutVarBinds(pdu));
 }
 
-/// The library asks so whether a request that has just come may be served at all.
+/// The library calls it to find out whether a request that has just come may be served at all.
 int OnRequest(int /*major*/, int /*minor*/, void* serverArgument, void* /*clientArgument*/) {
     netsnmp_pdu* const pdu = static_cast<view_parameters*>(serverArgument)->pdu;
     if (pdu == nullptr || pdu->command != SNMP_MSG_GETBULK || pdu->version != SNMP_VERSION_3) {

@@ -5,8 +5,8 @@
 namespace cvtagentd {
 
 /// Bounds the work for a GETBULK of version 3 by the size that the messages of its sender may have: no repetition is
-/// read for which the response cannot have room, however short its values are. What is too long all the same is left
-/// out when the response is encoded (ResponseBuilder), so that each response is filled as far as it goes.
+/// read for which the response cannot have room, however short its values are. What still does not fit is left out when
+/// the response is encoded (ResponseBuilder), so that each response is as full as possible.
 ///
 /// Used by the thread that runs the library.
 namespace ResponseBudget {
@@ -14,7 +14,7 @@ namespace ResponseBudget {
 /// The shortest varbind that HOST-RESOURCES-MIB has: a number of one octet under a name of eleven arcs.
 inline constexpr std::size_t kLeastVarBind = 17;
 
-/// Bounds the repetitions of every request from now on. To be called once.
+/// Bounds the repetitions of every request from now on. Call it once.
 void Install();
 
 }  // namespace ResponseBudget

@@ -7,13 +7,13 @@
 
 namespace cvtagentd {
 
-/// What one request of the library's holds of a varbind. It may outlive the SetTransactions that made it.
+/// What one request of the library keeps for a varbind. It may outlive the SetTransactions that made it.
 struct SetTransactions::HeldCell {
     static constexpr RequestData<HeldCell> kAttached{"cvtagentd.setCell"};
 
     HeldCell(std::shared_ptr<LiveCells> live, Cell held) : liveCells(std::move(live)), cell(std::move(held)) {}
     ~HeldCell() {
-        if (cell.use_count() <= 2) {  // this and the list hold it, and no other attempt
+        if (cell.use_count() <= 2) {  // held by this and the list, and by no other attempt
             Release();
         }
     }
@@ -32,7 +32,7 @@ struct SetTransactions::HeldCell {
 /// Null when the varbind was not checked, because one before it was refused.
 SetTransactions::HeldCell* SetTransactions::CellOf(Request& request) { return HeldCell::kAttached.Find(request); }
 
-/// The cell of an earlier attempt, or else a new one.
+/// Returns the cell of an earlier attempt, or else a new one.
 CVT::BSetCell& SetTransactions::MakeCell(CVT::BMibImpl& group, unsigned int requestId, Request& request) {
     Cell& cell = (*m_live)[{request.agent_req_info->asp->pdu->transid, request.index}];
     if (cell == nullptr) {

@@ -63,7 +63,7 @@ void SubtreeHandler::Read(const std::shared_ptr<const CVT::BRequest>& request, D
     }
 }
 
-/// The lock is recursive, and held until all are checked, so that nobody takes it in between for long.
+/// The lock is recursive, and held until all are checked, so that no other thread takes it in between for long.
 void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) CVT_NO_THREAD_SAFETY_ANALYSIS {
     CVT::TMutex& lock = m_group.RequestLock();
     const bool mayWait = m_requests.delegated.HowToWait() != GroupReader::Wait::kNever;

@@ -17,14 +17,14 @@ namespace cvtagentd {
 ///
 /// The library calls it with one or more varbinds of one request that lie in the group's subtree, once for GET, for
 /// each step of GETNEXT and for GETBULK (GroupReader), once for each phase of a SET (SetTransactions). A request that
-/// would have to wait for the group, or takes long, is put back (DelegatedRequests); a SET is refused with
-/// resourceUnavailable, because the library serves nobody else while one is under way. Used by the thread that runs the
-/// library. The group and the object of all requests under way must outlive it.
+/// would have to wait for the group, or takes long, is delegated (DelegatedRequests); a SET is refused with
+/// resourceUnavailable, because the library serves nothing else while a SET is under way. Used by the thread that runs
+/// the library. The group and the object of all requests under way must outlive it.
 class SubtreeHandler {
 public:
     /// Registers the group's subtree. Throws StartError when the library refuses.
     SubtreeHandler(CVT::BMibImpl& group, Requests& requests);
-    /// Unregisters it. The library must still run, and no request to it be put back.
+    /// Unregisters it. The library must still run, and no request to it be delegated.
     ~SubtreeHandler();
     SubtreeHandler(const SubtreeHandler&) = delete;
     SubtreeHandler& operator=(const SubtreeHandler&) = delete;

@@ -14,9 +14,9 @@ public:
     /// Begins now.
     explicit TimeSlice(Clock::duration length) : m_end(Clock::now() + length) {}
 
-    /// To be asked after each small step of work: looks at the clock only now and then.
+    /// Call it after each small step of work: it reads the clock only now and then.
     bool IsOver() { return ++m_steps % kStepsToALook == 0 ? HasPassed() : m_hasPassed; }
-    /// Looks at the clock.
+    /// Reads the clock.
     bool HasPassed() {
         m_hasPassed = m_hasPassed || Clock::now() >= m_end;
         return m_hasPassed;

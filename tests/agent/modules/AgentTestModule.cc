@@ -1,8 +1,8 @@
 // An extension module for the tests of the agent, under 1.3.6.1.4.1.32473.2 (and .0). It serves what real modules
 // seldom do, and keeps a record of the phases of every SET. The environment variable AGENT_TEST_MODULE makes it
-// misbehave: "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group does not come
-// up) or "system" (it serves the system group, too). "tell" makes it print the record in the end, and "gate" makes one
-// group initialise until the working directory holds a file of that name.
+// misbehave: "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group fails to
+// initialise) or "system" (it serves the system group, too). "tell" makes it print the record at the end, and "gate"
+// makes one group keep initialising until the working directory holds a file of that name.
 
 #include <unistd.h>
 
@@ -213,8 +213,8 @@ const CVT::BConstraintEntry Values::s_sonstraintEntries[] = {
     {},
 };
 
-/// 1.3.6.1.4.1.32473.0: get operations that fail. It lies before the others, so that a GETBULK that runs on behind one
-/// of those does not meet it.
+/// 1.3.6.1.4.1.32473.0: get operations that fail. It lies before the others, so that a GETBULK that runs past the end
+/// of one of those does not reach it.
 class Failures final : public CVT::BMibScalarGroupImpl {
 public:
     Failures() : CVT::BMibScalarGroupImpl("AGENT-TEST-MIB.failures", "1.3.6.1.4.1.32473.0") {}
@@ -332,7 +332,7 @@ const CVT::BRqHndlrEntry Inner::s_rqhndlrEntries[] = {
 
 const CVT::BConstraintEntry Inner::s_sonstraintEntries[] = {{}};
 
-/// 1.3.6.1.2.1.1: what the agent would else serve itself.
+/// 1.3.6.1.2.1.1: what the agent would otherwise serve itself.
 class System final : public CVT::BMibScalarGroupImpl {
 public:
     System() : CVT::BMibScalarGroupImpl("AGENT-TEST-MIB.system", "1.3.6.1.2.1.1") {}
@@ -377,7 +377,7 @@ private:
                 const CVT::TMutex::Guard guard(group->RequestLock());
                 try {
                     (group->*operation)();
-                } catch (const std::runtime_error&) {  // as a good module does: the others still come up
+                } catch (const std::runtime_error&) {  // as a good module does: the others still initialise
                 }
             }
         }

@@ -1,5 +1,5 @@
-// Preloaded into a program it puts the wall clock forward by as many seconds as the file named by CLOCK_JUMP_FILE says;
-// while there is no such file the clock is right. Clocks that do not tell the date are left alone.
+// Preloaded into a program, it sets the wall clock forward by as many seconds as the file named by CLOCK_JUMP_FILE
+// says; while there is no such file, the clock is right. Clocks that do not tell the date are unchanged.
 
 #include <fcntl.h>
 #include <sys/syscall.h>

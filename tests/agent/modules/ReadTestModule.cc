@@ -1,8 +1,8 @@
 // An extension module for the tests of reading, under 1.3.6.1.4.1.32473.3: a quick scalar, a table of long values, a
-// table whose Initialize takes its time, and one whose values do. The last two wait for the files that the environment
-// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of so many
+// table whose Initialize is slow, and one whose values are. The last two wait for the files that the environment
+// variables READ_TEST_INITIALIZE and READ_TEST_VALUE name, if they do. READ_TEST_ROWS adds a large table of that many
 // rows, and counts its look-ups; READ_TEST_SLEEP is how many milliseconds each of them takes, and each number.
-// READ_TEST_SLEEPER adds a table that says that its numbers take long, and is how many milliseconds each takes.
+// READ_TEST_SLEEPER adds a table that says that its numbers take long; its value is how many milliseconds each takes.
 
 #include <unistd.h>
 
@@ -117,7 +117,7 @@ const CVT::BRqHndlrEntry Table::s_rqhndlrEntries[] = {
     {},
 };
 
-/// 1.3.6.1.4.1.32473.3.3: it has no rows before it is initialised, which it holds its lock for.
+/// 1.3.6.1.4.1.32473.3.3: it has no rows before it is initialised, and holds its lock while it initialises.
 class SlowToInitialize final : public Table {
 public:
     SlowToInitialize() : Table("READ-TEST-MIB.slowToInitialize", "1.3.6.1.4.1.32473.3.3", 3) {}
@@ -134,7 +134,7 @@ public:
     }
 };
 
-/// 1.3.6.1.4.1.32473.3.4: the number of row 2 takes its time, and it says so.
+/// 1.3.6.1.4.1.32473.3.4: the number of row 2 is slow, and the table says so.
 class SlowToAnswer final : public Table {
 public:
     SlowToAnswer() : Table("READ-TEST-MIB.slowToAnswer", "1.3.6.1.4.1.32473.3.4", 3) {
@@ -199,7 +199,7 @@ private:
     }
 
     const unsigned int m_sleepMs = NumberFrom("READ_TEST_SLEEP");
-    std::atomic<unsigned int> m_lookUps = 0;  // asked for by another group, under another lock
+    std::atomic<unsigned int> m_lookUps = 0;  // read by another group, under another lock
 };
 
 /// 1.3.6.1.4.1.32473.3.6: how often an instance of the large table was looked for.

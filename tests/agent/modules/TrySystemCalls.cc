@@ -1,5 +1,5 @@
-// A program that a module of the agent's starts in tests: tries system calls that lead out of the agent, and prints the
-// number of the error of each, 0 when it worked. Arguments: another process, and the address of eight octets in it.
+// A program that a test module starts: tries system calls that reach outside the agent, and prints the error number of
+// each, 0 when it succeeded. Arguments: another process, and the address of eight octets in it.
 
 #include <linux/bpf.h>
 #include <sys/mman.h>
@@ -33,7 +33,7 @@ void TryMemory(pid_t other, void* address) {
     Try("process_vm_readv", SYS_process_vm_readv, other, &here, 1UL, &there, 1UL, 0UL);
 }
 
-/// In a process of its own, since it may make one, or end by a signal.
+/// Runs in a process of its own, since the call may create one, or end it by a signal.
 template <class Call>
 void TryApart(const char* name, Call call) {
     std::fflush(stdout);
@@ -57,7 +57,7 @@ int Clone(unsigned long flags) {
 #if defined(__x86_64__)
 constexpr long kX32 = 0x40000000;
 
-/// getpid by the numbers of 32-bit programs.
+/// Calls getpid by its number for 32-bit programs.
 int CallAs32Bit() {
     long outcome = 20;
     asm volatile("int $0x80" : "+a"(outcome) : : "memory", "r8", "r9", "r10", "r11");
