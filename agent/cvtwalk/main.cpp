@@ -32,14 +32,14 @@ int Print(const char* text) {
     return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0 ? EXIT_SUCCESS : kFailed;
 }
 
-/// A module may keep state in its working directory. Somebody who only has a look shall find nothing left behind.
+/// A module may keep state in its working directory. Just viewing a host must not leave any files.
 void GoWhereNoFileCanBeMade() {
     if (::chdir("/proc") != 0) {
         Say("cannot go to /proc: modules may leave files here");
     }
 }
 
-/// What the command line leaves open, by what the output is.
+/// Fills in what the command line leaves open, depending on the output.
 Options Completed(Options options, const PrivateOutput& output) {
     if (options.anyFormat && output.IsTerminal()) {
         options.format = Options::Format::kTable;
@@ -71,7 +71,7 @@ void SayAll(const std::vector<std::string>& remarks, Options::Format format) {
     }
 }
 
-/// Loads, walks and writes. The modules are left to be closed.
+/// Loads, walks and writes. The caller closes the modules.
 bool LoadAndPrint(const Options& options, agent::ModuleSet& modules, PrivateOutput& output, std::string& error) {
     const Display display = Display::Of(output.Descriptor());  // before modules start threads
     const auto interrupts = options.watchSeconds > 0 ? std::make_unique<Interrupts>() : nullptr;
@@ -103,7 +103,7 @@ bool LoadAndPrint(const Options& options, agent::ModuleSet& modules, PrivateOutp
     return good;
 }
 
-/// Loads, and shows the live screen. The modules are left to be closed.
+/// Loads modules and shows the live screen. The caller closes the modules.
 bool LoadAndShow(const Options& options, agent::ModuleSet& modules, PrivateOutput& output, std::string& error) {
     const Display display = Display::Of(output.Descriptor());  // before modules start threads
     const Interrupts interrupts;
@@ -165,6 +165,6 @@ int main(int argc, char** argv) {
         return cvtwalk::Main(argc, argv);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "cvtwalk: %s\n", failure.what());
-        std::_Exit(1);  // modules may be running
+        std::_Exit(1);  // modules may still be running
     }
 }

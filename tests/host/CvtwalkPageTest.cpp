@@ -1,5 +1,5 @@
-// The page of cvtwalk --format html, whole, on this machine: with hostile names, in a browser, and held against a
-// checker of accessibility. The last two need programs that few machines have; a test says why it was skipped.
+// The page of cvtwalk --format html, whole, on this machine: with hostile names, in a browser, and against an
+// accessibility checker. The last two need programs that few machines have; a skipped test says why.
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -26,14 +26,14 @@ const std::string kProgram = std::string(CVHOST_BUILD_BIN_DIR) + "/cvtwalk";
 const std::string kFirst = std::string(CVHOST_BUILD_LIB_DIR) + "/libCVHost.so.1";
 constexpr const char* kBrowser = "/usr/bin/chromium";
 
-/// A process whose name and arguments are markup, for as long as this lives.
+/// A process whose name and arguments are markup, for the lifetime of this object.
 class HostileProcess {
 public:
     HostileProcess() {
         EXPECT_EQ(::symlink("/usr/bin/tail", (m_folder / "<script>x").c_str()), 0);
         m_child = ::fork();
         if (m_child == 0) {
-            ::close(STDERR_FILENO);  // it will say that there is no such file, and go on with the other
+            ::close(STDERR_FILENO);  // it reports the missing file and continues with the other
             ::execl((m_folder / "<script>x").c_str(), "tail", "-f", "/dev/null",
                     "</td><script>document.title='owned'</script><img src=x onerror=document.title='owned'>", nullptr);
             ::_exit(127);
@@ -82,7 +82,7 @@ protected:
             GTEST_SKIP() << "there is no " << kFirst;
         }
     }
-    /// The document as it is when the page's scripts have run.
+    /// The document after the page's scripts have run.
     std::string InBrowser(const std::string& page) const {
         return ProgramRun::Of(
                    {kBrowser, "--headless=new", "--no-sandbox", "--disable-gpu", "--user-data-dir=" + m_folder / "user",
@@ -139,7 +139,7 @@ TEST_F(CvtwalkPage, PassesACheckOfAccessibility) {
     if (const std::string reason = BrowserReason(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
-    const char* const axe = std::getenv("CVHOST_AXE");  // NOLINT(concurrency-mt-unsafe): nobody writes the environment
+    const char* const axe = std::getenv("CVHOST_AXE");  // NOLINT(concurrency-mt-unsafe): the environment is constant
     if (axe == nullptr) {
         GTEST_SKIP() << "CVHOST_AXE does not say where axe.min.js is: npm install --prefix DIR axe-core, then "
                         "CVHOST_AXE=DIR/node_modules/axe-core/axe.min.js";

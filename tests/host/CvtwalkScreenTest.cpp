@@ -24,7 +24,7 @@ const std::string kProgram = std::string(CVHOST_BUILD_BIN_DIR) + "/cvtwalk";
 const std::string kFirst = std::string(CVHOST_BUILD_LIB_DIR) + "/libCVHost.so.1";
 constexpr const char* kTmux = "/usr/bin/tmux";
 
-/// A terminal of a test's own.
+/// A terminal for one test.
 class CvtwalkScreen : public testing::Test {
 protected:
     void SetUp() override {
@@ -44,7 +44,7 @@ protected:
         }
     }
 
-    /// Runs the shell's command in a terminal of that size, and says its exit status on the screen in the end.
+    /// Runs the shell command in a terminal of that size, and finally prints its exit status on the screen.
     void Open(const std::string& command, int width = 80, int height = 24, const std::string& locale = "C.UTF-8") {
         m_open = true;
         ++m_terminals;
@@ -66,11 +66,11 @@ protected:
     void Resize(int width, int height) {
         Tmux({"resize-window", "-x", std::to_string(width), "-y", std::to_string(height)});
     }
-    /// With the escape sequences of attributes if wanted.
+    /// Includes the escape sequences of attributes if wanted.
     std::string Captured(bool attributes = false) {
         return attributes ? Tmux({"capture-pane", "-p", "-e"}) : Tmux({"capture-pane", "-p"});
     }
-    /// The first screen of which the condition is true, or the last one after a minute without.
+    /// The first screen that satisfies the condition, or the last one after a minute.
     std::string Await(const std::function<bool(const std::string&)>& condition) {
         std::string screen;
         for (int i = 0; i < 600; ++i) {
@@ -98,7 +98,7 @@ private:
         return ProgramRun::Of(arguments, {{"LC_ALL", "C.UTF-8"}}).out;
     }
 
-    /// Each terminal has a server of its own: one that ends and one that starts do not get into each other's way.
+    /// Each terminal has a server of its own, so that one that ends and one that starts do not interfere.
     std::string Socket() const { return m_folder / ("socket" + std::to_string(m_terminals)); }
 
     bool m_open = false;

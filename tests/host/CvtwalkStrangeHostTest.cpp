@@ -1,4 +1,4 @@
-// cvtwalk on hosts of the test's making: mount points that no sane person has, and more of them than fit a screen.
+// cvtwalk on contrived hosts: absurd mount points, and more of them than fit a screen.
 
 #include <gmock/gmock.h>
 #include <sys/mount.h>
@@ -23,7 +23,7 @@ using testing::Not;
 const std::string kProgram = std::string(CVHOST_BUILD_BIN_DIR) + "/cvtwalk";
 const std::string kFirst = std::string(CVHOST_BUILD_LIB_DIR) + "/libCVHost.so.1";
 
-/// Of UTF-8; each takes one place here.
+/// Counts the characters of UTF-8 text; each takes one place here.
 std::ptrdiff_t Characters(std::string_view text) {
     return std::count_if(text.begin(), text.end(),
                          [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; });
@@ -42,7 +42,7 @@ protected:
             EXPECT_EQ(::umount2(directory.c_str(), MNT_DETACH), 0);
         }
     }
-    /// Mounts a directory of that name upon itself, in the host's own mount table.
+    /// Bind-mounts a directory of that name on itself, in the host's own mount table.
     void Mount(const std::string& name) {
         const std::string directory = m_host->Directory() + "/" + name;
         std::filesystem::create_directories(directory);

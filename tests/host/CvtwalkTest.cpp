@@ -1,4 +1,4 @@
-// bin/cvtwalk as a person or a script runs it, on the sample module and on one of odd habits.
+// bin/cvtwalk as a person or a script runs it, on the sample module and on one that misbehaves.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -44,7 +44,7 @@ ProgramRun WalkOdd(const std::string& habit, std::vector<std::string> arguments 
     return Walk(std::move(arguments), {{"ODD_MODULE", habit}});
 }
 
-/// What a failure says: one line, and nothing on standard output.
+/// The message of a failure: one line, and nothing on standard output.
 void ExpectOneLine(const ProgramRun& run, int status, const std::string& part) {
     EXPECT_EQ(run.status, status);
     EXPECT_EQ(run.out, "");

@@ -10,7 +10,7 @@
 namespace cvtwalk {
 namespace {
 
-/// The row's octets to a unit; nothing where the column is no amount, or its units are not there.
+/// The octets per unit in this row; nothing where the column is not an amount or the row has no unit.
 std::optional<long long> UnitsOf(const Section& section, const Section::Row& row, const std::string& column) {
     const KnownObjects::Amounts* const amounts = KnownObjects::AmountsOf(section.Name());
     if (amounts == nullptr || (column != amounts->size && column != amounts->used)) {

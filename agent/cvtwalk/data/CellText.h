@@ -6,12 +6,12 @@
 
 namespace cvtwalk {
 
-/// A section's cells in units that people read: amounts of storage and memory as sizes, processor time in seconds.
-/// Whatever is not known to have such a unit reads as Section::TextAt has it. No output holds a control character.
+/// A section's cells in readable units: amounts of storage and memory as sizes, processor time in seconds. Values
+/// without a known unit read as Section::TextAt returns them. No output holds a control character.
 namespace CellText {
 
 std::string ForPeople(const Section& section, const Section::Row& row, std::size_t column);
-/// Whether it reads as a number, so that a table sets it to the right. The cell is there.
+/// Whether the cell reads as a number, which a table aligns to the right. The cell must exist.
 bool IsNumber(const Section& section, const Section::Row& row, std::size_t column);
 
 }  // namespace CellText

@@ -20,7 +20,7 @@ constexpr KnownObjects::Node kBranches[] = {
     {kHostResources, "hrSWInstalled", "1.3.6.1.2.1.25.6"},
 };
 
-/// The values under one node, by their last arc.
+/// The values under one node, indexed by their last arc.
 struct Value {
     unsigned int arc;
     const char* name;
@@ -72,8 +72,8 @@ constexpr KnownObjects::JoinedTables kJoins[] = {
     {"HOST-RESOURCES-MIB.hrSWRunTable", "HOST-RESOURCES-MIB.hrSWRunPerfTable"},
 };
 
-/// An object that is measured at intervals. The module takes its first sample one interval after its start; a busy
-/// machine is given a second more.
+/// An object that is measured at intervals. The module takes its first sample one interval after its start; one more
+/// second allows for a busy machine.
 struct Sampled {
     const char* object;
     double seconds;

@@ -11,7 +11,7 @@ constexpr std::size_t kSourceAt = 5;
 constexpr std::size_t kRefreshedAt = 6;
 constexpr std::size_t kCells = 7;
 
-/// The cells of a line "| a | b |", without the marks of code and emphasis; none when it is no such line.
+/// The cells of a line "| a | b |", without the marks of code and emphasis; empty for other lines.
 std::vector<std::string> Cells(std::string_view line) {
     std::vector<std::string> cells;
     if (!line.starts_with("| ")) {

@@ -6,19 +6,19 @@
 
 namespace cvtwalk {
 
-/// What docs/objects.md says of each object, which is part of this program as it was when it was built.
+/// What docs/objects.md says about each object. The document is compiled into the program.
 class ObjectMeanings {
 public:
     struct Meaning {
         std::string object;
-        std::string unit;       ///< range, unit, and what is really served
+        std::string unit;       ///< range, unit, and what is actually served
         std::string source;     ///< where the value comes from
-        std::string refreshed;  ///< when it is read anew
+        std::string refreshed;  ///< when it is refreshed
     };
 
     /// The rows of the tables whose first column is "object", as plain text.
     static std::vector<Meaning> Parse(std::string_view document);
-    /// Those of docs/objects.md.
+    /// The meanings from docs/objects.md.
     static std::vector<Meaning> All() { return Parse(Document()); }
 
 private:

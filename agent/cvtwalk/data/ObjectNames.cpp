@@ -13,7 +13,7 @@ constexpr std::string_view kEntry = "Entry";
 
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// What an argument that is not an OID is made of.
+/// The parts of an argument that is not an OID.
 struct Words {
     std::string module;
     std::string name;
@@ -134,7 +134,7 @@ std::string ObjectNames::Unknown(std::string_view name) const {
     for (const Entry& entry : m_entries) {
         known.push_back(entry.name);
     }
-    // Behind a module's name, or else before a wrong instance.
+    // After a module's name, or else before a wrong instance.
     const auto dot = name.rfind('.');
     std::vector<std::string> near = NearNames(known, dot == std::string_view::npos ? name : name.substr(dot + 1));
     if (near.empty() && dot != std::string_view::npos) {

@@ -13,16 +13,16 @@ namespace cvtwalk {
 /// The names of what an engine serves, and the object identifiers that they stand for: groups, tables, and their
 /// columns.
 ///
-/// Made from the groups that the engine has at that moment, which must outlive it. Constant afterwards.
+/// Built from the groups that the engine has at that moment; they must outlive it. Constant afterwards.
 class ObjectNames {
 public:
     explicit ObjectNames(const CVT::BMibEngine& engine);
 
-    /// What an argument stands for: an OID ("1.3.6", ".1.3.6"), or a name, if wanted after its module's
-    /// ("hrStorageTable", "HOST-RESOURCES-MIB.hrStorage", "HOST-RESOURCES-MIB::hrStorageDescr"), each with ".instance"
-    /// if wanted. A table's entry has the table's name with "Entry" for "Table"; a branch under which something is
-    /// served ("hrDevice") may be meant too. Nothing, and one line for people in `error`, when it is neither, or nobody
-    /// serves an object of that name.
+    /// What an argument stands for: an OID ("1.3.6", ".1.3.6"), or a name, optionally qualified by its module
+    /// ("hrStorageTable", "HOST-RESOURCES-MIB.hrStorage", "HOST-RESOURCES-MIB::hrStorageDescr"), each with an optional
+    /// ".instance". A table's entry has the table's name with "Entry" for "Table". A branch under which something is
+    /// served ("hrDevice") works too. Returns nothing, with a one-line message in `error`, when the text is neither, or
+    /// no object of that name is served.
     std::optional<CVT::BObjectIdentifier> Resolve(std::string_view text, std::string& error) const;
 
     /// Whether a column is served at or under `root`, with or without instances at the moment.

@@ -68,7 +68,7 @@ std::size_t Section::ColumnOf(const ServedObject& object) {
     return m_columns.size() - 1;
 }
 
-/// A walk goes through a column in the order of the rows, so most often it is the row after the last.
+/// A walk visits a column in the order of the rows, so this is most often the row after the previous one.
 Section::Row& Section::RowOf(const CVT::BObjectIdentifier& index) {
     if (m_next >= m_rows.size() || !(m_rows[m_next].index == index)) {
         const auto place =

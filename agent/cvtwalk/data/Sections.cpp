@@ -56,7 +56,7 @@ void Sections::MarkUnmeasured(double secondsReady) {
                 return !row.cells[place] || row.cells[place]->number == 0;
             };
             if (!std::all_of(section.Rows().begin(), section.Rows().end(), zero)) {
-                continue;  // one is measured, so all are
+                continue;  // one is measured, so all of them are
             }
             for (Section::Row& row : section.Rows()) {
                 if (row.cells[place]) {

@@ -6,16 +6,16 @@
 
 namespace cvtwalk {
 
-/// What walks found, a section for each stretch of instances of one group, in the order in which they came.
+/// What the walks found: a section for each run of instances of one group, in the order of the walk.
 class Sections {
 public:
     void Add(const CVT::BVarBind& instance, const ServedObject& object);
 
-    /// Marks what a module serves before it has measured as such: of the objects that are known to be measured at
-    /// intervals, the zeros, as long as the modules have been ready for less than `seconds` need be.
+    /// Marks values that are served before the module has measured them. Until its first measurement is due, an object
+    /// that is known to be measured at intervals counts as not measured while all its values are 0.
     void MarkUnmeasured(double secondsReady);
-    /// Makes one section of the two tables that are one for people (KnownObjects::Joins), row by row, wherever both
-    /// are.
+    /// Joins each pair of tables that belong together (KnownObjects::Joins) into one section, row by row, where both
+    /// are present.
     void Join();
     static constexpr long long kWholeUse = 1'000'000;
     /// Adds to tables of amounts the share in use, as a derived column in millionths (kWholeUse).

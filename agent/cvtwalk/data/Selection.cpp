@@ -13,15 +13,14 @@ namespace {
 
 constexpr std::string_view kIndex = "index";
 
-/// What a cell is sorted by. Absent comes last.
+/// A cell's sort key. Absent values come last.
 struct Key {
     bool absent = true;
     double number = 0;
     std::string text;
 };
 
-/// How many octets a unit of the row has, where the column is an amount of such; 1 for all else, nothing when it is
-/// unknown.
+/// The octets per unit in this row if the column is an amount; 1 for other columns, nothing when it is unknown.
 std::optional<double> ScaleOf(const Section& section, const Section::Row& row, const std::string& column) {
     const KnownObjects::Amounts* const amounts = KnownObjects::AmountsOf(section.Name());
     if (amounts == nullptr || (column != amounts->size && column != amounts->used)) {
@@ -47,7 +46,7 @@ Key KeyOf(const Section& section, const Section::Row& row, std::size_t place) {
         const KnownObjects::Amounts* const amounts = KnownObjects::AmountsOf(section.Name());
         const bool amount = amounts != nullptr && (column == amounts->size || column == amounts->used);
         if (!scale || (amount && *number < 0)) {
-            return key;  // a number that wrapped says nothing of the size
+            return key;  // a wrapped number says nothing about the size
         }
         key.number = static_cast<double>(*number) * *scale;
     } else {
@@ -191,7 +190,7 @@ void Selection::Limit(Section& section) const {
     section.Rows().erase(section.Rows().begin() + static_cast<std::ptrdiff_t>(limit), section.Rows().end());
 }
 
-/// Brings the columns into the order asked for, and hides the others, which amounts may be computed with.
+/// Puts the columns into the requested order and hides the others, which amounts may still be computed from.
 void Selection::Choose(Section& section) const {
     std::vector<std::size_t> order;
     for (const std::string& name : columns) {

@@ -9,14 +9,14 @@
 
 namespace cvtwalk {
 
-/// Which rows and columns of tables somebody wants to see, and in what order. Columns are named as a table shows them
-/// or as the object is called, in any case. Groups of scalars, and tables without such a column, stay as they are.
+/// Which rows and columns of tables to show, and in what order. A column is named by its heading or by its object's
+/// name, ignoring case. Groups of scalars, and tables without such a column, stay unchanged.
 ///
 /// A plain value.
 struct Selection {
     std::string sort = {};  ///< a column, or "index"; empty: by index
     bool reverse = false;
-    /// A column, and a text that its cells contain, in any case. Rows satisfy all of them.
+    /// A column, and a text that its cells must contain, ignoring case. Rows must satisfy all filters.
     std::vector<std::pair<std::string, std::string>> filters = {};
     std::vector<std::string> columns = {};  ///< empty: all
     std::size_t limit = 0;                  ///< rows of each table; 0: all
@@ -24,8 +24,8 @@ struct Selection {
 
     bool IsEmpty() const;
 
-    /// Rows without a value in the column come last, however the others are sorted; amounts are compared by their
-    /// octets. False, with one line for people in `error`, when no table has a column of a name that is asked for.
+    /// Rows without a value in the column come last, in either order; amounts are compared by their octets. Returns
+    /// false, with a one-line message in `error`, when no table has a requested column.
     bool Apply(Sections& sections, std::string& error) const;
 
 private:

@@ -7,11 +7,11 @@
 
 namespace cvtwalk {
 
-/// The object that an instance belongs to: the column that serves it, and the index that follows. Looks at the group,
+/// The object that an instance belongs to: the column that serves it, and the index that follows. Refers to the group,
 /// which must outlive it.
 class ServedObject {
 public:
-    /// An instance that no group's column holds.
+    /// An instance that belongs to no group's column.
     ServedObject() = default;
     ServedObject(CVT::BMibImpl& group, const CVT::BRqHndlrEntry& column, CVT::BObjectIdentifier index)
         : m_group(&group), m_column(&column), m_index(std::move(index)) {}

@@ -22,7 +22,7 @@ std::string Hex(const CVT::BOctetString& octets, const char* separator) {
     return hex;
 }
 
-/// A letter that stands for a control character in text, behind a backslash; 0 for other characters.
+/// The letter that stands for a control character after a backslash; 0 for other characters.
 char EscapeLetter(char32_t character) {
     switch (character) {
         case '\n': return 'n';
@@ -32,9 +32,9 @@ char EscapeLetter(char32_t character) {
     }
 }
 
-/// The octets as text with line feeds, carriage returns and tabs written \n, \r and \t, since many a file of the host
-/// ends with one; in quotes if wanted, with a backslash before quotes and backslashes. Nothing when there are other
-/// characters that are not printable, or none that is.
+/// The octets as text with line feeds, carriage returns and tabs written \n, \r and \t, since many files of a host end
+/// with one. In quotes if wanted, with a backslash before quotes and backslashes. Nothing when any other character is
+/// not printable, or no character is.
 std::optional<std::string> AsText(const CVT::BOctetString& octets, bool quoted) {
     std::string text;
     bool anyPrintable = octets.IsEmpty();
@@ -77,7 +77,7 @@ std::string Dotted(const CVT::BObjectIdentifier& oid) { return oid.IsEmpty() ? "
 
 std::string UnknownType(CVT::ESnmpType type) { return "unknown type " + std::to_string(static_cast<int>(type)); }
 
-/// The words for exceptions and null; null for a type that has a value.
+/// The words for exceptions and null; null for types that have a value.
 const char* WordsFor(CVT::ESnmpType type) {
     switch (type) {
         case CVT::kNull: return "NULL";

@@ -8,22 +8,22 @@
 
 namespace cvtwalk {
 
-/// Walks through what an engine serves, all in one request of the caller's: groups that work once for a request show
-/// one state of affairs. Looks at its arguments, which must outlive it.
+/// Walks through what an engine serves, all within one request of the caller: groups that refresh once per request show
+/// one consistent state. Refers to its arguments, which must outlive it.
 class Walk {
 public:
-    /// Takes an instance; false ends the walk.
+    /// Receives an instance; returning false ends the walk.
     using Visitor = std::function<bool(const CVT::BVarBind& instance, const ServedObject& object)>;
 
     Walk(CVT::BMibEngine& engine, const ObjectNames& names, unsigned int request)
         : m_engine(engine), m_names(names), m_request(request) {}
 
-    /// Visits the instance that `root` names exactly, or else all that lie under it. None is as good as any where
-    /// columns are served. False, with one line for people in `error`, when nothing can lie there, or the walk could
-    /// not go on.
+    /// Visits the instance that `root` names exactly, or else all instances under it. Finding none is a success where
+    /// columns are served. Returns false, with a one-line message in `error`, when nothing is served there or the walk
+    /// could not continue.
     bool Run(const CVT::BObjectIdentifier& root, const Visitor& visitor, std::string& error);
 
-    /// How many instances were found by all runs.
+    /// The number of instances found by all runs.
     unsigned long long Instances() const { return m_instances; }
 
 private:

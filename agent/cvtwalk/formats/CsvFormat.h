@@ -6,10 +6,10 @@
 
 namespace cvtwalk {
 
-/// A block of comma-separated values for each section, with an empty line between two: a line of object names, the
-/// first of a table is "index", and a line for each row. Numbers are as they are served, enumerated values by name;
-/// what is missing or not measured yet is empty. Fields with commas or quotes are quoted as in RFC 4180, lines end with
-/// a line feed, and no field holds a control character.
+/// A block of comma-separated values for each section, with an empty line between two: a line of object names, with
+/// "index" first for a table, and a line for each row. Numbers are as served, enumerated values by name; values that
+/// are missing or not measured yet are empty. Fields with commas or quotes are quoted as in RFC 4180, lines end with a
+/// line feed, and no field holds a control character.
 class CsvFormat final : public OutputFormat {
 public:
     void Write(const Section& section, std::string& out) override;

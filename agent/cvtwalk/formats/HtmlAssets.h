@@ -72,7 +72,7 @@ footer { padding-bottom: 2rem; margin-top: 2rem; }
 </style>
 )css";
 
-/// Search and sorting of tables; without scripts the page is complete, and the tools are not shown.
+/// Search and sorting of tables; without scripts the page is still complete, and the tools are hidden.
 inline constexpr const char* kScript = R"js(<script>
 "use strict";
 for (const tools of document.querySelectorAll(".tools")) {

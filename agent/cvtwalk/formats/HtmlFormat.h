@@ -6,7 +6,7 @@
 namespace cvtwalk {
 
 /// One page about the host, in one file that needs nothing else: no server, no network, no other file. See HtmlPage for
-/// what stands on it. Written when the last section has come.
+/// its contents. Written after the last section.
 class HtmlFormat final : public OutputFormat {
 public:
     void Write(const Section& section, std::string& out) override;

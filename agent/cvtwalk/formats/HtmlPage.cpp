@@ -23,7 +23,7 @@ std::string Number(double value, const char* rest) {
 
 std::string Escaped(std::string_view text) { return HtmlText::Escaped(text); }
 
-/// Without the first letters, which only name the table.
+/// The name without the prefix, which only names the table.
 std::string WithoutPrefix(const std::string& text, std::string_view prefix) {
     return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
 }
@@ -74,7 +74,7 @@ std::string HtmlPage::ClockText() const {
     std::string text = DateText::AsIso8601(octets).value_or("");
     if (const auto place = text.find('T'); place != std::string::npos) {
         text[place] = ' ';
-        text.erase(text.find('.'));  // nobody wants tenths, and the host is in its own zone
+        text.erase(text.find('.'));  // drop the tenths, and the offset of the host's own zone
     }
     return text;
 }
@@ -289,7 +289,7 @@ void HtmlPage::WriteNetwork(std::string& out) const {
     out += kCloseSection;
 }
 
-/// Tables that have no place above, from whatever module.
+/// Tables not shown above, from any module.
 void HtmlPage::WriteOthers(std::string& out) const {
     std::size_t count = 0;
     for (const Section& section : m_sections.All()) {

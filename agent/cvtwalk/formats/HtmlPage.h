@@ -10,11 +10,11 @@
 namespace cvtwalk {
 
 /// The page about a host: at a glance, storage with bars, processors, processes with search and sorting, devices,
-/// network, other tables of whatever module, and what the values mean. Everything that came from the host is escaped.
-/// Looks at the sections, which must outlive it.
+/// network, tables of other modules, and what the values mean. Everything that comes from the host is escaped. Refers
+/// to the sections, which must outlive it.
 class HtmlPage {
 public:
-    /// Processes are joined with what they use, and amounts have their share.
+    /// The sections must have processes joined with what they use, and amounts with their share.
     explicit HtmlPage(const Sections& sections) : m_sections(sections) {}
 
     std::string Text() const;
@@ -23,8 +23,8 @@ private:
     /// A column of a table on the page.
     struct Cell {
         std::string html;
-        std::optional<double> number = std::nullopt;  ///< what it is sorted by, to the right
-        bool bar = false;                             ///< to the left although it has a number
+        std::optional<double> number = std::nullopt;  ///< the sort key; aligns the cell to the right
+        bool bar = false;                             ///< aligned to the left although it has a number
     };
     struct Head {
         std::string name;

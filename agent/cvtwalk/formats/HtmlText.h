@@ -5,10 +5,11 @@
 
 namespace cvtwalk {
 
-/// Text as it stands in HTML, between tags and in attributes.
+/// Text for HTML, between tags and in attributes.
 namespace HtmlText {
 
-/// Valid for any octets: what HTML gives a meaning is escaped, and what is no printable UTF-8 becomes U+FFFD.
+/// Valid for any octets: characters that are special in HTML are escaped, and octets that are not printable UTF-8
+/// become U+FFFD.
 std::string Escaped(std::string_view text);
 
 }  // namespace HtmlText

@@ -4,13 +4,13 @@
 
 namespace cvtwalk {
 
-/// A format with something for each instance: column by column, as a walk goes, in the order of the rows.
+/// A format that writes each instance by itself: column by column, as in a walk, in the order of the rows.
 class InstanceFormat : public OutputFormat {
 public:
     void Write(const Section& section, std::string& out) final;
 
 protected:
-    /// `measured` is false for a stand-in, whose value says nothing.
+    /// `measured` is false for a placeholder, whose value is meaningless.
     virtual void Add(const CVT::BVarBind& instance, const ServedObject& object, bool measured, std::string& out) = 0;
 };
 

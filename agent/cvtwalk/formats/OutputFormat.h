@@ -8,13 +8,13 @@
 
 namespace cvtwalk {
 
-/// How what was walked is written. Each operation appends to `out`: Begin, Write for each section, End. Whatever was
-/// written, what stands between Begin and End is complete output of its kind.
+/// Writes what was walked. Each operation appends to `out`: Begin, then Write for each section, then End. The output
+/// from Begin to End is well-formed, whatever the sections hold.
 class OutputFormat {
 public:
     enum class Kind { kText, kJson, kTable, kCsv, kPrometheus, kHtml };
 
-    /// `display` matters to tables only.
+    /// Only tables use `display`.
     static std::unique_ptr<OutputFormat> Make(Kind kind, const Display& display);
 
     OutputFormat() = default;

@@ -11,18 +11,18 @@
 namespace cvtwalk {
 namespace {
 
-constexpr int kMostEnumerated = 64;  // how far names of enumerated values are looked for
+constexpr int kMostEnumerated = 64;  // looks up names of enumerated values below this
 
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsLowerOrDigit(char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); }
 
-/// How a column's numbers become a metric's.
+/// How a column's numbers become a metric's values.
 struct Metric {
     std::string name;
     bool counter = false;
     double factor = 1;
-    const char* unit = "";  ///< for people
-    bool octets = false;    ///< negative numbers say nothing
+    const char* unit = "";  ///< as text for the help line
+    bool octets = false;    ///< negative numbers are meaningless
     bool byRow = false;     ///< times the row's allocation units
 };
 
@@ -30,7 +30,7 @@ bool IsNumberType(unsigned int type) {
     return type == CVT::kInteger || type == CVT::kCounter32 || type == CVT::kGauge32 || type == CVT::kTimeTicks;
 }
 
-/// The type of the first cell that is there.
+/// The type of the first cell that is present.
 CVT::ESnmpType TypeOf(const Section& section, std::size_t column) {
     for (const Section::Row& row : section.Rows()) {
         if (row.cells[column]) {
@@ -107,8 +107,8 @@ bool IsVaried(const Section& section, std::size_t column) {
     return section.Rows().size() == 1;
 }
 
-/// The columns that become labels: the first text that differs from row to row, and identifiers that are known by name.
-/// Never all texts: a process's arguments may be secret, and there is no end to their number.
+/// The columns that become labels: the first text that differs from row to row, and identifiers with known names. Never
+/// all texts: a process's arguments may be secret, and their number is unbounded.
 std::vector<std::size_t> LabelColumns(const Section& section) {
     std::vector<std::size_t> labels;
     bool named = false;

@@ -40,14 +40,14 @@ TextTable::Kind KindOf(const Section& section, std::size_t place) {
     return words ? TextTable::Kind::kWord : TextTable::Kind::kText;
 }
 
-/// Names of values are long by the name of their table, too: "hrStorageFixedDisk".
+/// Names of values also carry the name of their table: "hrStorageFixedDisk".
 std::string WithoutPrefix(const std::string& cell, std::string_view prefix) {
     const bool begins = !prefix.empty() && cell.size() > prefix.size() && cell.starts_with(prefix) &&
                         cell[prefix.size()] >= 'A' && cell[prefix.size()] <= 'Z';
     return cell.substr(begins ? prefix.size() : 0);
 }
 
-/// The first text that differs from row to row tells them apart.
+/// The key is the first text that differs from row to row.
 void MarkTheKey(std::vector<TextTable::Column>& columns) {
     for (TextTable::Column& column : columns) {
         const std::set<std::string> values(column.cells.begin(), column.cells.end());
@@ -109,7 +109,7 @@ void TableFormat::WriteTable(const Section& section, std::string& out) const {
     out += same;
 }
 
-/// Returns the line that stands in the place of the columns it takes out; empty when there is room for all.
+/// Returns the line that replaces the columns it removes; empty when all columns fit.
 std::string TableFormat::TakeOutTheSame(const TextTable::Column& index, std::vector<TextTable::Column>& columns) const {
     std::size_t width = TextTable::WidthOf(index);
     for (const TextTable::Column& column : columns) {

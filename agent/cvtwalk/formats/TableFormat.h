@@ -8,12 +8,12 @@
 
 namespace cvtwalk {
 
-/// For people: each section under its group's name. A table has a header with its columns and a row for each index,
-/// numbers to the right; a group of scalars has a line for each, the name and the value.
+/// Tables for reading: each section under its group's name. A table has a header with its columns and a row for each
+/// index, with numbers aligned to the right. A group of scalars has a line with name and value for each.
 ///
-/// A column's name goes without the table's ("Descr" in hrStorageTable), and a column that repeats the index is left
-/// out. Object identifiers that are known as values read by name; amounts read as sizes, with a bar. Where lines would
-/// be too long, columns that hold the same in every row become a line below, unless somebody chose the columns.
+/// Column names omit the table's name ("Descr" in hrStorageTable), and a column that repeats the index is left out.
+/// Known object identifiers read by name; amounts read as sizes, with a bar. Where lines would be too long, columns
+/// with the same value in every row become a line below, unless the user chose the columns.
 class TableFormat final : public OutputFormat {
 public:
     explicit TableFormat(const Display& display) : m_display(display) {}

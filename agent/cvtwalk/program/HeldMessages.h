@@ -5,9 +5,9 @@
 
 namespace cvtwalk {
 
-/// Keeps what is written to standard output and standard error, by modules and the commands that they run, while a
-/// screen has the terminal, and says it on standard error in the end: without control characters, and of very much only
-/// the end. One at a time.
+/// Holds back what modules, and the commands that they run, write to standard output and standard error while a screen
+/// owns the terminal. Prints it on standard error afterwards, without control characters; of a very long text only the
+/// end. Only one may exist at a time.
 class HeldMessages {
 public:
     HeldMessages();
@@ -15,15 +15,15 @@ public:
     HeldMessages& operator=(const HeldMessages&) = delete;
     ~HeldMessages();
 
-    /// Ends of lines stay, and everything else that a terminal might not show as text becomes a question mark.
+    /// Keeps line ends. Everything else that a terminal might not show as text becomes a question mark.
     static std::string Harmless(std::string_view text);
 
 private:
     std::string Held() const;
 
     int m_memory = -1;
-    int m_error = -1;   // standard error as it was
-    int m_output = -1;  // standard output as it was
+    int m_error = -1;   // the original standard error
+    int m_output = -1;  // the original standard output
 };
 
 }  // namespace cvtwalk

@@ -12,7 +12,7 @@
 namespace cvtwalk {
 namespace {
 
-// Signal handlers can reach nothing else.
+// Signal handlers can use nothing else.
 std::atomic<int> s_writeEnd = -1;
 
 constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
@@ -20,7 +20,7 @@ constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
 void Note(int /*signal*/) {
     const int saved = errno;
     const char byte = 0;
-    [[maybe_unused]] const ssize_t written = ::write(s_writeEnd, &byte, 1);  // a full pipe says it already
+    [[maybe_unused]] const ssize_t written = ::write(s_writeEnd, &byte, 1);  // a full pipe is readable already
     errno = saved;
 }
 

@@ -4,8 +4,9 @@
 
 namespace cvtwalk {
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a wish to end, so that a program that runs until then can close its modules.
-/// Commands that a module runs have the signals' own effect. Make it before any thread is started; one at a time.
+/// Turns SIGINT, SIGTERM and SIGHUP into a request to stop, so that the program can close its modules first. Commands
+/// that a module runs keep the signals' default effect. Create it before any thread starts; only one may exist at a
+/// time.
 class Interrupts {
 public:
     Interrupts();
@@ -13,9 +14,9 @@ public:
     Interrupts& operator=(const Interrupts&) = delete;
     ~Interrupts();
 
-    /// Waits so long, or until somebody wishes the program to end: then, and ever after, true at once.
+    /// Waits for that long, or until a stop is requested. Once it is requested, returns true at once.
     bool Wait(int milliseconds) const;
-    /// Becomes readable when somebody does; owned by this.
+    /// Becomes readable when a stop is requested. Owned by this object.
     int Descriptor() const { return m_pipe[0]; }
 
 private:

@@ -127,7 +127,7 @@ bool TakeColumns(Options& options, std::string& error) {
     }
 }
 
-/// Takes up one option with its argument, `optarg`. False, with `error`, when the argument is bad.
+/// Applies one option with its argument, `optarg`. Returns false, with `error`, when the argument is bad.
 bool Apply(int option, Options& options, std::string& error) {
     unsigned int rows = 0;
     switch (option) {
@@ -165,7 +165,7 @@ bool Apply(int option, Options& options, std::string& error) {
     }
 }
 
-/// What contradicts itself, or would be ignored; empty when all is well.
+/// An error about options that contradict each other or would be ignored; empty when there are none.
 std::string Contradiction(const Options& options, bool interval) {
     const bool chosen = !options.objects.empty() || !options.selection.IsEmpty();
     if (options.top && (chosen || !options.anyFormat || options.watchSeconds > 0 || options.join || options.all)) {
@@ -185,7 +185,7 @@ std::string Contradiction(const Options& options, bool interval) {
 std::optional<Options> Options::Parse(int argc, char* const* argv, std::string& error) {
     Options options;
     bool interval = false;
-    ::optind = 0;  // getopt starts afresh
+    ::optind = 0;  // restarts getopt
     ::opterr = 0;
     for (;;) {
         // Before the call: getopt may have moved on inside a word when it complains.

@@ -29,7 +29,7 @@ bool Printer::Resolve(std::string& error) {
     return true;
 }
 
-/// Whoever asks for one of two tables that are one for people gets both.
+/// Adds the other table of a joined pair when only one was requested.
 void Printer::AddPartners() {
     const auto find = [&](std::string_view name) -> CVT::BMibImpl* {
         const auto& groups = m_engine.Groups();
@@ -46,7 +46,7 @@ void Printer::AddPartners() {
     }
 }
 
-/// Whether all of the group is asked for.
+/// Whether all of the group was requested.
 bool Printer::Covers(const CVT::BMibImpl& group) const {
     return std::any_of(m_roots.begin(), m_roots.end(),
                        [&](const CVT::BObjectIdentifier& root) { return group.Oid().StartsWith(root); });
@@ -123,7 +123,7 @@ bool Printer::Print(std::string& text, std::string& error) {
 }
 
 bool Printer::Collect(Sections& sections, std::string& error) {
-    const CVT::BRequest whole;  // one request, so that it sees one snapshot of whatever moves
+    const CVT::BRequest whole;  // one request, so that it sees one consistent snapshot
     Walk walk(m_engine, m_names, whole.Id());
     bool good = true;
     for (std::size_t place = 0; place < m_roots.size() && good; ++place) {

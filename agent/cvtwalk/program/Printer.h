@@ -11,27 +11,27 @@
 
 namespace cvtwalk {
 
-/// Prints what the command line asks for, from modules that are ready. Looks at its arguments, which must
-/// outlive it. Used by one thread.
+/// Prints what the command line asks for, from modules that are ready. Refers to its arguments, which must outlive it.
+/// Used by one thread.
 class Printer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `ready` is when the modules were.
+    /// `ready` is when the modules became ready.
     Printer(const Options& options, CVT::BMibEngine& engine, const Display& display, Clock::time_point ready);
 
-    /// The terminal has this size now.
+    /// Sets the terminal's current size.
     void Fit(const Display& display) { m_display = display; }
-    /// Finds the objects. False, with one line for people in `error`, when one is not known.
+    /// Resolves the objects' names. Returns false, with a one-line message in `error`, when one is unknown.
     bool Resolve(std::string& error);
-    /// Whether something is asked for that the modules may not have measured yet.
+    /// Whether a requested object may not have been measured yet.
     bool WantsTheLoad() const;
-    /// Whether all of it is measured.
+    /// Whether all requested objects have been measured.
     bool IsMeasured();
-    /// Appends to `text` what one request finds. False, with `error`, when something could not be found or walked; what
-    /// was found until then is printed nevertheless.
+    /// Appends to `text` what one request finds. Returns false, with `error`, when something could not be found or
+    /// walked; what was found before that is printed anyway.
     bool Print(std::string& text, std::string& error);
-    /// What is empty, for people, a line each: known after Print.
+    /// One-line messages about what turned out to be empty. Valid after Print.
     const std::vector<std::string>& Remarks() const { return m_remarks; }
 
 private:

@@ -27,7 +27,7 @@ PrivateOutput::PrivateOutput() : m_fd(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, ST
         m_error = errno;
     }
     if (::dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
-        ::close(STDOUT_FILENO);  // no standard error: nobody hears what modules say
+        ::close(STDOUT_FILENO);  // no standard error: discard what modules print
     }
     m_terminal = m_fd >= 0 && ::isatty(m_fd) == 1;
     LetPipesBreak();

@@ -5,10 +5,11 @@
 
 namespace cvtwalk {
 
-/// The program's standard output, kept for the program alone: whatever a module, or a command that it runs, prints on
-/// file descriptor 1 goes to standard error instead. Make it before any module is loaded.
+/// The program's standard output, reserved for the program: what a module, or a command that it runs, prints on file
+/// descriptor 1 goes to standard error instead. Create it before any module is loaded.
 ///
-/// While it exists a reader that goes away ends the output and not the program. One at a time; used by one thread.
+/// While it exists, a reader that goes away ends the output but not the program. Only one may exist at a time, used by
+/// one thread.
 class PrivateOutput {
 public:
     PrivateOutput();
@@ -16,19 +17,19 @@ public:
     PrivateOutput& operator=(const PrivateOutput&) = delete;
     ~PrivateOutput();
 
-    /// Writes through when it is a terminal, else when there is enough. Nothing is written any more after a failure.
+    /// Writes immediately to a terminal, otherwise when the buffer is full enough. Writes nothing more after a failure.
     void Write(std::string_view text);
-    /// False when something could not be written, now or before; errno's number is in Error.
+    /// Returns false when something could not be written, now or earlier; Error then returns the errno.
     bool Flush();
 
-    /// The descriptor that is written to, owned by the output; negative when there is none.
+    /// The descriptor that is written to, owned by this object; negative when there is none.
     int Descriptor() const { return m_fd; }
     bool IsTerminal() const { return m_terminal; }
-    /// 0 while all is well.
+    /// 0 if nothing has failed.
     int Error() const { return m_error; }
-    /// What Error means to people; empty when the reader has just gone away.
+    /// Error as text; empty when the reader merely went away.
     std::string ErrorText() const;
-    /// The same as a line that says what failed.
+    /// The same, as a line that says what failed.
     std::string WriteError() const { return ErrorText().empty() ? std::string() : "cannot write: " + ErrorText(); }
 
 private:

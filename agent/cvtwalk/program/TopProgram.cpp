@@ -21,10 +21,10 @@ void TopProgram::Run(const Interrupts& interrupts) {
             Read();
         }
         if (due) {
-            next = std::max(next + m_interval, now);  // none is made up for when one took long
+            next = std::max(next + m_interval, now);  // missed readings are not made up for
         }
         Draw();
-        // Once a second at least, since the screen tells an age.
+        // At least once a second, since the screen shows an age.
         if (!WaitUntil(std::min(next, now + 1), interrupts) || !TakeKeys()) {
             return;
         }
@@ -57,7 +57,7 @@ bool TopProgram::TakeKeys() {
 bool TopProgram::WaitUntil(double time, const Interrupts& interrupts) const {
     const double left = std::max(0.0, time - Now());
     std::array<struct pollfd, 2> events{{{STDIN_FILENO, POLLIN, 0}, {interrupts.Descriptor(), POLLIN, 0}}};
-    ::poll(events.data(), events.size(), static_cast<int>(std::ceil(left * 1000)));  // a resize ends it too
+    ::poll(events.data(), events.size(), static_cast<int>(std::ceil(left * 1000)));  // a resize interrupts it too
     const bool hungUp = (events[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
     return events[1].revents == 0 && !hungUp;
 }

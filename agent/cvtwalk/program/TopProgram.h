@@ -11,13 +11,13 @@
 
 namespace cvtwalk {
 
-/// The live screen in a terminal: reads the host at intervals, draws, and takes keys, until somebody leaves. Looks at
-/// its arguments, which must outlive it. Used by one thread.
+/// The live screen in a terminal: reads the host at intervals, draws, and handles keys, until the user leaves. Refers
+/// to its arguments, which must outlive it. Used by one thread.
 class TopProgram {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `ready` is when the modules were.
+    /// `ready` is when the modules became ready.
     TopProgram(CVT::BMibEngine& engine, Terminal& terminal, unsigned int intervalSeconds, bool utf8,
                Clock::time_point ready)
         : m_probe(engine), m_terminal(terminal), m_interval(intervalSeconds), m_utf8(utf8), m_ready(ready) {}
@@ -29,7 +29,7 @@ private:
     void Read();
     void Draw();
     bool TakeKeys();
-    /// Until a key, an interrupt, or the time comes. False when somebody wishes an end.
+    /// Waits for a key, an interrupt, or the given time. Returns false when a stop is requested.
     bool WaitUntil(double time, const Interrupts& interrupts) const;
 
     HostProbe m_probe;

@@ -58,7 +58,7 @@ bool Watch::Run(const Interrupts& interrupts, std::string& error) {
     const bool forPeople = m_options.format == Format::kTable || m_options.format == Format::kText;
     bool again = false;
     for (;;) {
-        const Display display = Display::Of(m_output.Descriptor());  // it may have been resized
+        const Display display = Display::Of(m_output.Descriptor());  // the terminal may have been resized
         m_printer.Fit(display);
         std::string text;
         if (!m_printer.Print(text, error)) {

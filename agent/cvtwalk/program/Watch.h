@@ -10,18 +10,18 @@
 
 namespace cvtwalk {
 
-/// Prints again and again. Tables and text on a terminal stay in place, cut to its size; all else goes on below one
-/// another. Looks at its arguments, which must outlive it.
+/// Prints repeatedly. On a terminal, tables and text are redrawn in place, cut to its size; all other output is
+/// appended. Refers to its arguments, which must outlive it.
 class Watch {
 public:
     Watch(Printer& printer, const Options& options, PrivateOutput& output)
         : m_printer(printer), m_options(options), m_output(output) {}
 
-    /// Until somebody wishes an end, which is a success. False, with `error`, when it cannot go on; `error` is empty
-    /// when the reader has just gone away.
+    /// Runs until a stop is requested, which is a success. Returns false, with `error`, when it cannot continue;
+    /// `error` is empty when the reader merely went away.
     bool Run(const Interrupts& interrupts, std::string& error);
 
-    /// The heading and as many lines as the display has room for, drawn over what is there, and the rest wiped.
+    /// The heading and as many lines as fit the display, drawn over the previous ones, with the rest erased.
     static std::string Frame(std::string_view heading, std::string_view text, const Display& display);
 
 private:

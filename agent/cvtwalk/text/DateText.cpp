@@ -3,7 +3,7 @@
 namespace cvtwalk {
 namespace {
 
-constexpr unsigned int kZoneAt = 8;  // the length of a date without distance from UTC
+constexpr unsigned int kZoneAt = 8;  // the length of a date without an offset from UTC
 constexpr unsigned int kWithZone = 11;
 
 bool HasForm(const CVT::BOctetString& octets) {

@@ -1,7 +1,7 @@
 #include "agent/cvtwalk/text/Display.h"
 
 #include <langinfo.h>
-#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is no C++
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is not in <clocale>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 /// 0 when the variable does not hold a number of columns.
 std::size_t ColumnsOfEnvironment() {
-    const char* const columns = std::getenv("COLUMNS");  // NOLINT(concurrency-mt-unsafe): nobody else runs
+    const char* const columns = std::getenv("COLUMNS");  // NOLINT(concurrency-mt-unsafe): no other thread runs
     const std::string_view text = columns == nullptr ? std::string_view() : columns;
     std::size_t width = 0;
     const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), width);
@@ -37,7 +37,7 @@ std::size_t HeightOf(int descriptor) {
     return ::isatty(descriptor) != 0 && ::ioctl(descriptor, TIOCGWINSZ, &window) == 0 ? window.ws_row : 0;
 }
 
-/// Asks a locale of its own: modules keep the one that they would have in an agent.
+/// Queries a separate locale: modules keep the one that they would have in an agent.
 bool LocaleIsUtf8() {
     const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
     if (locale == nullptr) {

@@ -4,13 +4,14 @@
 
 namespace cvtwalk {
 
-/// What the output's reader can show. A plain value.
+/// What the output can show. A plain value.
 struct Display {
-    std::size_t width = 0;   ///< places in a line of the terminal; 0 where lines may have any length
+    std::size_t width = 0;   ///< columns of the terminal; 0 where lines may have any length
     bool utf8 = false;       ///< whether the locale's characters are UTF-8
-    std::size_t height = 0;  ///< lines of the terminal; 0 where there is no end to them
+    std::size_t height = 0;  ///< lines of the terminal; 0 for no limit
 
-    /// Of the descriptor, and of the environment's COLUMNS and locale: call it while no other thread runs.
+    /// Determined from the descriptor, and from COLUMNS and the locale in the environment. Call it while no other
+    /// thread runs.
     static Display Of(int descriptor);
 };
 

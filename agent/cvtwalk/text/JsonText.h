@@ -11,7 +11,7 @@ namespace JsonText {
 /// The octets as a JSON string, quotes included: valid for any octets, since those that are not UTF-8 become
 /// U+FFFD. What a terminal might not show as text is escaped.
 std::string Quoted(std::string_view octets);
-/// Whether Quoted loses nothing.
+/// Whether Quoted preserves every octet.
 bool IsUtf8(std::string_view octets);
 
 }  // namespace JsonText

@@ -10,11 +10,11 @@ namespace cvtwalk {
 namespace {
 
 constexpr std::size_t kMostNames = 5;
-constexpr std::size_t kLeastPart = 3;  // letters; less is contained in too many names
+constexpr std::size_t kLeastPart = 3;  // letters; shorter parts are contained in too many names
 constexpr std::size_t kMostEdits = 3;
 constexpr std::size_t kFar = 1'000'000;  // not near at all
 
-/// How many letters have to be put in, left out or replaced to make `b` of `a`.
+/// How many letters must be inserted, removed or replaced to turn `a` into `b`.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -29,7 +29,7 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
     return row.back();
 }
 
-/// 0 is nearest.
+/// A smaller number is nearer; 0 is the nearest.
 std::size_t Distance(const std::string& name, const std::string& wanted) {
     if (name == wanted) {
         return 0;

@@ -6,8 +6,8 @@
 
 namespace cvtwalk {
 
-/// Those of the `known` names that somebody may have meant who wrote `wanted`, the nearest first, five at most: the
-/// same but for case or one letter, those that begin with it, those with a few letters wrong, those that contain it.
+/// Returns at most five of the `known` names that `wanted` may have been meant as, the nearest first: names that differ
+/// in case or one letter only, that begin with it, that differ in a few letters, or that contain it.
 std::vector<std::string> NearNames(const std::vector<std::string>& known, std::string_view wanted);
 
 }  // namespace cvtwalk

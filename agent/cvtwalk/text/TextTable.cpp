@@ -9,8 +9,8 @@ namespace cvtwalk {
 namespace {
 
 constexpr std::string_view kGap = "  ";
-// Places that a column keeps: texts are cut to what still tells most of them apart, then names of numbers, then texts
-// again.
+// The least widths of columns. Texts are cut to a width that still tells most of them apart, then names of numbers are
+// cut, then texts again.
 constexpr std::size_t kReadable = 16;
 constexpr std::size_t kLeastName = 5;
 constexpr std::size_t kLeastText = 8;
@@ -24,7 +24,7 @@ std::size_t CellWidth(const TextTable::Column& column) {
     return width;
 }
 
-/// Takes places from the widest columns that are wider than their floor, one at a time.
+/// Shrinks the widest columns that are wider than their floor, one place at a time.
 void Shrink(std::vector<std::size_t>& widths, const std::vector<std::size_t>& floors, std::size_t& excess) {
     while (excess > 0) {
         std::size_t* widest = nullptr;
@@ -104,7 +104,7 @@ std::string TextTable::FittedAtBothEnds(std::string_view text, std::size_t width
     return fitted.append(rest);
 }
 
-/// Whether two cells that differ would not after they were cut at their ends.
+/// Whether two different cells would become the same by being cut at their ends.
 bool TextTable::LooksTheSameCut(const Column& column, std::size_t width, bool utf8) {
     const std::set<std::string_view> cells(column.cells.begin(), column.cells.end());
     std::set<std::string> cut;
@@ -149,7 +149,7 @@ std::vector<std::size_t> TextTable::Widths(std::size_t limit) const {
     return widths;
 }
 
-/// The names as they fit. Where two would be cut to the same, they are cut in their midst, and become wider until they
+/// The names, cut to fit. Names that would become the same are cut in the middle instead, and widened until they
 /// differ.
 std::vector<std::string> TextTable::Headings(std::vector<std::size_t>& widths, bool utf8) const {
     std::vector<std::string> headings;

@@ -7,38 +7,39 @@
 
 namespace cvtwalk {
 
-/// Columns of text side by side under a header. Knows nothing of what they mean.
+/// Columns of text side by side under a header. Knows nothing about their meaning.
 class TextTable {
 public:
     enum class Kind {
-        kText,    ///< to the left; may be cut
-        kWord,    ///< to the left; cut when nothing else helps
-        kNumber,  ///< to the right; only its name may be cut
-        kWhole,   ///< to the left; never cut
+        kText,    ///< left-aligned; may be cut
+        kWord,    ///< left-aligned; cut when nothing else helps
+        kNumber,  ///< right-aligned; only its name may be cut
+        kWhole,   ///< left-aligned; never cut
     };
     struct Column {
         std::string name;
         Kind kind = Kind::kText;
-        std::vector<std::string> cells;  ///< as many in each column
-        /// What to show in place of `cells` where lines would be too long; as many, or none when they have no short
+        std::vector<std::string> cells;  ///< the same number in each column
+        /// Shown instead of `cells` where lines would be too long: the same number, or none when there is no short
         /// form.
         std::vector<std::string> shortCells = {};
-        bool isKey = false;  ///< tells the rows apart: keeps its width as long as another column can give way, and is
-                             ///< cut where rows stay different
+        bool isKey = false;  ///< tells rows apart: keeps its width while another column can shrink, and is
+                             ///< cut only where rows stay distinct
     };
 
     void Add(Column column) { m_columns.push_back(std::move(column)); }
 
-    /// Appends the header and the rows, each as a line without blanks at its end. Where a line is too long for the
-    /// display, columns take their short form, and the widest that may be cut are, as far as they stay readable; lines
-    /// may be longer still then. Names that are cut stay different from each other.
+    /// Appends the header and the rows, each as a line without trailing blanks. Where a line is too long for the
+    /// display, columns take their short form, and then the widest columns that may be cut are cut, as far as they stay
+    /// readable; lines may still be too long after that. Names that are cut stay distinct.
     void Write(const Display& display, std::string& out);
 
-    /// The places that the column takes where there is room.
+    /// The width that the column takes where there is room.
     static std::size_t WidthOf(const Column& column);
-    /// The text, or what goes before an ellipsis in so many places.
+    /// The text, cut with an ellipsis at the end if it is wider than that.
     static std::string Fitted(std::string_view text, std::size_t width, bool utf8);
-    /// The text, or its beginning and more of its end round an ellipsis: paths differ at their ends.
+    /// The text, cut with an ellipsis that keeps more of the end than of the beginning, because paths differ at their
+    /// ends.
     static std::string FittedAtBothEnds(std::string_view text, std::size_t width, bool utf8);
 
 private:

@@ -21,7 +21,7 @@ constexpr Span kNoPlace[] = {{0x300, 0x36F},   {0x483, 0x489},   {0x591, 0x5BD},
                              {0x93C, 0x93C},   {0x94D, 0x94D},   {0xE31, 0xE31},   {0xE34, 0xE3A},   {0xE47, 0xE4E},
                              {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
 
-// East Asian characters of full width, and pictures.
+// Full-width East Asian characters, and pictographs.
 constexpr Span kTwoPlaces[] = {{0x1100, 0x115F},  {0x2E80, 0x303E},   {0x3041, 0x4DBF},   {0x4E00, 0xA4CF},
                                {0xAC00, 0xD7A3},  {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},
                                {0xFFE0, 0xFFE6},  {0x1F300, 0x1F64F}, {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF},
@@ -33,11 +33,11 @@ bool IsIn(const Span (&spans)[N], char32_t character) {
                        [=](const Span& span) { return span.first <= character && character <= span.last; });
 }
 
-/// The number of octets that follow a lead octet, and the least number that so many may stand for.
+/// The number of octets that follow a lead octet, and the least number that a sequence of this length may encode.
 struct Form {
     std::size_t followers;
     char32_t least;
-    unsigned int bits;  // the lead octet's share of the number
+    unsigned int bits;  // the lead octet's bits of the number
 };
 
 constexpr Form FormOf(unsigned int lead) {

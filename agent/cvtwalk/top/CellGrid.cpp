@@ -6,7 +6,7 @@
 
 namespace cvtwalk {
 
-/// Marks that combine belong to the character before them.
+/// Combining marks belong to the character before them.
 std::vector<CellGrid::Character> CellGrid::Characters(std::string_view text) const {
     std::vector<Character> characters;
     for (Utf8 reader(text); !reader.AtEnd();) {

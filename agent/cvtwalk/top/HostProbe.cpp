@@ -21,7 +21,7 @@ std::string TextAt(const Section& section, const Section::Row& row, std::string_
     return place && row.cells[*place] ? section.TextAt(row, *place) : std::string();
 }
 
-/// Nothing for a negative number, which wrapped.
+/// Nothing for a negative number, which has wrapped.
 std::optional<long long> Times(std::optional<long long> number, std::optional<long long> scale) {
     return number && scale && *number >= 0 && *scale >= 0 ? std::optional(*number * *scale) : std::nullopt;
 }
@@ -57,7 +57,7 @@ void HostProbe::ReadStorage(const Section& section, HostState& state) {
         if (type == "hrStorageRam") {
             state.memory = std::move(amount);
         } else if (type == "hrStorageVirtualMemory") {
-            continue;  // the kernel's address space, which tells people nothing
+            continue;  // the kernel's address space, not memory in use
         } else if (amount.size == 0) {
             ++state.withoutSize;
         } else {
@@ -105,7 +105,7 @@ void HostProbe::ReadProcessors(const Sections& sections, HostState& state) const
 }
 
 HostState HostProbe::Read(double secondsReady, bool withProcesses) {
-    const CVT::BRequest whole;  // one request, so that it sees one snapshot of whatever moves
+    const CVT::BRequest whole;  // one request, so that it sees one consistent snapshot
     Walk walk(m_engine, m_names, whole.Id());
     Sections sections;
     const auto take = [&](const char* object) {

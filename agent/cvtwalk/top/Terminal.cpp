@@ -20,9 +20,9 @@ using Style = CellGrid::Style;
 
 enum Pair : short { kGreen = 1, kYellow, kRed };
 
-/// Colours unless the terminal has none or somebody wants none (https://no-color.org).
+/// Whether to use colours: the terminal has them, and NO_COLOR does not disable them (https://no-color.org).
 bool WantsColours() {
-    const char* const none = std::getenv("NO_COLOR");  // NOLINT(concurrency-mt-unsafe): nobody writes the environment
+    const char* const none = std::getenv("NO_COLOR");  // NOLINT(concurrency-mt-unsafe): the environment is constant
     return ::has_colors() && (none == nullptr || *none == '\0');
 }
 
@@ -96,7 +96,7 @@ std::unique_ptr<Terminal> Terminal::Open(int output, std::string& error) {
     screen->out = ::fdopen(::fcntl(output, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "w");
     screen->curses = screen->out == nullptr ? nullptr : ::newterm(nullptr, screen->out, stdin);
     if (screen->curses == nullptr) {
-        const char* const term = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nobody writes the environment
+        const char* const term = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): the environment is constant
         error = std::string("--top cannot use a terminal of the kind TERM=") + (term == nullptr ? "(not set)" : term) +
                 "; --watch SECONDS works on any";
         if (screen->out != nullptr) {
@@ -142,8 +142,7 @@ void Terminal::Show(const CellGrid& grid) {
                 continue;
             }
             ::wattr_set(stdscr, m_screen->AttributesOf(cell.style), m_screen->PairOf(cell.style), nullptr);
-            // The last place of the screen is written as well; that the cursor cannot go on from there is no error to
-            // us.
+            // Writes the last place of the screen too; that the cursor cannot advance from there is not an error here.
             ::wmove(stdscr, static_cast<int>(row), static_cast<int>(column));
             ::waddnstr(stdscr, cell.text.c_str(), -1);
         }

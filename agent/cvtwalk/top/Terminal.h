@@ -10,13 +10,13 @@
 
 namespace cvtwalk {
 
-/// The terminal as a screen of its own, by the distribution's ncurses. While it exists the terminal shows what is drawn
-/// here and gives each key at once; afterwards it is as before. One at a time; used by one thread.
+/// The terminal as a full screen, through ncurses. While it exists, the terminal shows what is drawn here and delivers
+/// each key at once; its destructor restores the terminal. Only one may exist at a time, used by one thread.
 class Terminal {
 public:
-    /// On the terminal that `output` writes to, with the keys of standard input. Null, with one line for people in
-    /// `error`, when one of both is no terminal, the kind of terminal is not known, or this program was built without
-    /// ncurses. Sets the process's locale for characters to the environment's.
+    /// Opens the terminal that `output` writes to, with keys from standard input. Returns null, with a one-line message
+    /// in `error`, when either is not a terminal, the terminal type is unknown, or the program was built without
+    /// ncurses. Sets the process's LC_CTYPE from the environment.
     static std::unique_ptr<Terminal> Open(int output, std::string& error);
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
@@ -24,10 +24,10 @@ public:
 
     std::size_t Width() const;
     std::size_t Height() const;
-    /// Shows the grid, which has the terminal's size.
+    /// Shows the grid, which must have the terminal's size.
     void Show(const CellGrid& grid);
-    /// The next key that was pressed; nothing when there is none at the moment. Does not wait: poll(2) standard input
-    /// for that.
+    /// Returns the next key that was pressed, or nothing if there is none. Does not wait: poll(2) standard input for
+    /// that.
     std::optional<TopKey> Key();
 
 private:

@@ -2,7 +2,7 @@
 
 namespace cvtwalk {
 
-/// A key that somebody pressed. A plain value.
+/// A key press. A plain value.
 struct TopKey {
     enum class Kind { kCharacter, kUp, kDown, kPageUp, kPageDown, kHome, kEnd, kEnter, kEscape, kBackspace, kResized };
 

@@ -11,9 +11,9 @@ namespace {
 constexpr double kSlack = 0.05;  // seconds
 constexpr std::size_t kLongestFilter = 200;
 
-constexpr int kAbsence = 2;  // one is absent, which comes last however the others are ordered
+constexpr int kAbsence = 2;  // one is absent, which comes last in either order
 
-/// Numbers the largest first.
+/// Orders numbers with the largest first.
 template <typename T>
 int Compare(const std::optional<T>& a, const std::optional<T>& b) {
     if (a == b) {
@@ -104,7 +104,7 @@ void TopModel::TakeProcesses(std::vector<HostState::Process> processes, double n
     for (HostState::Process& process : processes) {
         const auto old = before.find(process.id);
         std::optional<double> share;
-        // Another name, or less time than before, is another process that got the same number.
+        // A process with another name, or less time than before, is another one that reuses the PID.
         if (m_span && old != before.end() && old->second.name == process.name && process.childSeconds &&
             old->second.childSeconds && *process.childSeconds >= *old->second.childSeconds) {
             share = (*process.childSeconds - *old->second.childSeconds) / *m_span;
@@ -113,7 +113,7 @@ void TopModel::TakeProcesses(std::vector<HostState::Process> processes, double n
     }
 }
 
-/// The first sample is an average since the host was started, and no part of a history.
+/// The first sample is an average since the host was started, so it does not belong in the history.
 void TopModel::TakeLoads(double now) {
     const auto measured = [](const HostState::Processor& processor) { return processor.load.has_value(); };
     if (!m_measured && std::any_of(m_state.processors.begin(), m_state.processors.end(), measured)) {
@@ -229,7 +229,7 @@ void TopModel::PressCharacter(char32_t character) {
     }
 }
 
-/// The same key again turns the order round.
+/// The same key again reverses the order.
 void TopModel::SortBy(SortKey key) {
     m_reversed = key == m_sort && !m_reversed;
     m_sort = key;

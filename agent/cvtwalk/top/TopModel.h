@@ -11,11 +11,11 @@
 
 namespace cvtwalk {
 
-/// What the live screen shows, and how the keys change it. Knows neither a terminal nor a clock: times are seconds that
-/// its owner counts from any moment. Used by one thread.
+/// What the live screen shows, and how the keys change it. Knows neither a terminal nor a clock: times are seconds from
+/// a moment of the caller's choice. Used by one thread.
 ///
-/// The module reads processes and loads anew every 15 seconds only, so that both have an age of their own, which the
-/// screen tells.
+/// The module refreshes processes and loads only every 15 seconds, so both have an age of their own, which the screen
+/// shows.
 class TopModel {
 public:
     enum class SortKey { kShare, kMemory, kId, kName, kStatus };
@@ -27,32 +27,32 @@ public:
         std::optional<double> share;
     };
 
-    /// How old what the module serves of processes and loads may become, in seconds.
+    /// The maximum age, in seconds, of the processes and loads that the module serves.
     static constexpr double kRefreshSeconds = 15;
     static constexpr std::size_t kMostHistory = 240;  // an hour
 
-    /// Takes up what was read. Processes stay as they are unless they were read too.
+    /// Updates the model with a new reading. Processes stay unchanged unless they were read too.
     void Take(HostState state, double now, bool withProcesses);
-    /// Whether reading processes now shows new ones.
+    /// Whether reading processes now returns new data.
     bool WantsProcesses(double now) const;
 
-    /// Changes what is shown. False when somebody wants to leave.
+    /// Handles a key. Returns false when the user wants to leave.
     bool Press(const TopKey& key);
-    /// How many processes are shown at once.
+    /// Sets how many processes are shown at once.
     void SetPage(std::size_t rows);
 
     const HostState& State() const { return m_state; }
-    /// In their order, and only those that pass the filter.
+    /// In the chosen order, and only those that pass the filter.
     const std::vector<const Process*>& Shown() const { return m_shown; }
     std::size_t Total() const { return m_processes.size(); }
     std::size_t Offset() const { return m_offset; }
-    /// Percent, the latest last, one for each 15 seconds, of the processor at that place.
+    /// The load history of the processor at that position, in percent: one value for every 15 seconds, the latest last.
     const std::vector<int>& History(std::size_t processor) const;
-    /// Whether loads are still the average since the host was started, which is what the first sample is.
+    /// Whether loads are still the first sample, which is the average since the host was started.
     bool LoadIsSinceStart(double now) const { return m_measured && now < *m_measured + kRefreshSeconds + 1; }
-    /// Seconds since the processes were read; absent until they were.
+    /// Seconds since the processes were read; absent until then.
     std::optional<double> Age(double now) const;
-    /// Seconds between the last two readings of them; absent until there are two.
+    /// Seconds between the last two readings of the processes; absent until there are two.
     std::optional<double> Span() const { return m_span; }
 
     SortKey Sort() const { return m_sort; }
@@ -76,8 +76,8 @@ private:
     std::vector<const Process*> m_shown;
     std::vector<std::vector<int>> m_history;
     std::optional<double> m_measured;  // when loads were first seen
-    std::optional<double> m_noted;     // when one went to the history
-    std::optional<double> m_read;      // when processes were
+    std::optional<double> m_noted;     // when a load was last added to the history
+    std::optional<double> m_read;      // when processes were last read
     std::optional<double> m_span;
     SortKey m_sort = SortKey::kMemory;
     bool m_reversed = false;

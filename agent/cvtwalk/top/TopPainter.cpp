@@ -16,11 +16,11 @@ using Style = CellGrid::Style;
 
 constexpr std::size_t kLeastWidth = 40;
 constexpr std::size_t kLeastHeight = 10;
-constexpr std::size_t kProcessorWidth = 38;  // places, the least with a history
+constexpr std::size_t kProcessorWidth = 38;  // places, the least width with a history
 constexpr std::size_t kNameWidth = 18;
 constexpr std::size_t kBarWidth = 20;
 
-// Columns of the processes, by where they end; what comes last takes the rest.
+// Columns of the processes, by where they end; the last one takes the rest.
 constexpr std::size_t kIdEnd = 8;
 constexpr std::size_t kShareEnd = 16;
 constexpr std::size_t kMemoryEnd = 27;
@@ -191,7 +191,7 @@ void TopPainter::PaintFileSystems(CellGrid& grid, const Layout& layout, std::siz
     }
 }
 
-/// Which file systems are not shown, in words if there is room.
+/// Tells which file systems are not shown, in words if there is room.
 std::string TopPainter::HiddenFileSystems(const Layout& layout, std::size_t room) const {
     const std::size_t more = m_model.State().fileSystems.size() - layout.fileSystemRows;
     const std::size_t without = m_model.State().withoutSize;

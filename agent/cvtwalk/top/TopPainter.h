@@ -8,14 +8,14 @@
 namespace cvtwalk {
 
 /// Draws the live screen into a grid: a line about the host, the processors, memory, file systems by fullness,
-/// processes, a line about the keys. Looks at the model, which must outlive it.
+/// processes, a line about the keys. Refers to the model, which must outlive it.
 class TopPainter {
 public:
-    /// `now` counts as the model's times do.
+    /// `now` is on the model's time scale.
     TopPainter(const TopModel& model, double now) : m_model(model), m_now(now) {}
 
     void Paint(CellGrid& grid) const;
-    /// How many processes there is room for on a screen of this size.
+    /// The number of processes that fit a screen of this size.
     std::size_t ProcessRows(std::size_t width, std::size_t height) const;
 
     /// "1 day 2:03" for seconds.

@@ -63,7 +63,7 @@ protected:
         EXPECT_EQ(Engine().Get(request, varBind), CVT::noError);
         return varBind;
     }
-    /// The error-status of a SET of all of them, and in `m_errorIndex` the place of the one to blame.
+    /// Returns the error-status of a SET of all of them, and stores the index of the failed one in `m_errorIndex`.
     int Set(const CVT::BVarBindList& varBinds) { return Engine().Set(CVT::BRequestId::Next(), varBinds, m_errorIndex); }
     static bool IsMapped() {
         std::stringstream maps;

@@ -13,7 +13,7 @@ using cvtwalk::Sections;
 using cvtwalk::Selection;
 using testing::ElementsAre;
 
-/// Rows of the made-up table, with a size and a name each.
+/// Rows of the test's table, each with a size and a name.
 class CvtwalkSelection : public testing::Test {
 protected:
     void Row(unsigned int index, std::optional<int> size, const char* name) {
@@ -116,7 +116,7 @@ TEST_F(CvtwalkSelection, NamesTheColumnThatNobodyHas) {
     EXPECT_EQ(Refused({.filters = {{"x", "y"}}}), "no column is called 'x'; there are Size, Name");
 }
 
-/// Rows of the table of amounts that is known: unit, size, used.
+/// Rows of hrStorageTable: unit, size, used.
 class CvtwalkAmountSelection : public testing::Test {
 protected:
     void Row(unsigned int index, int units, int size, int used) {

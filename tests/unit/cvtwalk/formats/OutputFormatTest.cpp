@@ -13,7 +13,7 @@ namespace {
 using cvtwalk::Options;
 using cvtwalk::OutputFormat;
 
-/// Shows made-up instances of the made-up groups.
+/// Formats invented instances of the test's groups.
 class CvtwalkOutputFormat : public testing::Test {
 protected:
     void Begin(Options::Format format, const cvtwalk::Display& display = {}) {

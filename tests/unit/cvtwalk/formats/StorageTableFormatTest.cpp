@@ -1,4 +1,4 @@
-// Sizes and bars in the table of amounts that is known, with figures as real hosts have them.
+// Sizes and bars in hrStorageTable, with realistic figures.
 
 #include <gtest/gtest.h>
 

@@ -29,7 +29,7 @@ protected:
         }
         m_model.Take(std::move(state), now, false);
     }
-    /// True while nobody wants to leave.
+    /// True until the user wants to leave.
     bool Press(std::string_view characters) {
         bool stays = true;
         for (const char c : characters) {

@@ -1,4 +1,4 @@
-// Screens as they are shown, line by line.
+// Painted screens, compared line by line.
 
 #include "agent/cvtwalk/top/TopPainter.h"
 
