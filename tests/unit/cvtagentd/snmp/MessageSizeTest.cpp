@@ -74,7 +74,9 @@ const Arcs kName = {1, 3, 6, 1, 2, 1, 25};
 
 TEST(MessageSize, ANumberTakesNoMoreThanItsComputedSizeWhateverItsWordHolds) {
     for (unsigned int bits = 0; bits < 64; ++bits) {
-        for (const long number : {1L << bits, (1L << bits) - 1, -(1L << bits), -1 - (1L << bits)}) {
+        const unsigned long word = 1UL << bits;
+        for (const unsigned long pattern : {word, word - 1, 0 - word, ~word}) {
+            const auto number = static_cast<long>(pattern);
             Sample(kName, ASN_INTEGER, static_cast<int>(number)).ExpectFits();
             for (const unsigned int type : {unsigned{ASN_COUNTER}, unsigned{ASN_GAUGE}, unsigned{ASN_TIMETICKS}}) {
                 Sample(kName, type, number).ExpectFits();
