@@ -65,7 +65,8 @@ TEST_F(LongRequestTest, AnswersThatTookManyTurnsAreComplete) {
 
 TEST_F(LongRequestTest, WaitingRequestsHoldABoundedNumberOfVarBinds) {
     const Arguments gate = {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", kLibraryLeaks};
-    Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n")}, gate, "serves");
+    Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n")}, gate,
+          "slowToInitialize waits");
     const Arguments names(3000, kSlowToInitialize + "1");
     std::deque<WideRequest> requests;
     for (int i = 0; i < 8; ++i) {  // 24,000 varbinds

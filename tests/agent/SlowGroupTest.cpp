@@ -18,7 +18,7 @@ protected:
         Start({"--module", kReadModule, "--config", WriteConfig("rwcommunity private 127.0.0.1\n"), "--listen", Tcp()},
               {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", "READ_TEST_VALUE=" + m_scratch / "value",
                kLibraryLeaks},
-              "serves");
+              "slowToInitialize waits");
         m_quick = kQuick + "1.0";
     }
     void TearDown() override {
@@ -30,13 +30,14 @@ protected:
 
     std::string Tcp() const { return "tcp:127.0.0.1:" + std::to_string(m_tcpPort); }
 
-    /// The agent has taken a request once it has answered a later one.
+    /// The agent has taken a request once it has answered a later one. The limit is below the shortest time that a call
+    /// here holds up its group, and far above what a client takes on a busy host.
     void ExpectQuickAnswers() const {
         for (int i = 0; i < 5; ++i) {
             const auto begin = steady_clock::now();
             const Outcome outcome = V2c("snmpget", {m_quick});
             EXPECT_EQ(outcome.status, 0) << outcome.output;
-            EXPECT_LT(steady_clock::now() - begin, milliseconds(1000)) << "a second is what the client needs at most";
+            EXPECT_LT(steady_clock::now() - begin, milliseconds(2500));
         }
     }
     static void ExpectUnanswered(const std::vector<std::unique_ptr<Program>>& clients) {
@@ -279,7 +280,8 @@ protected:
                            "view some included .1.3.6.1.4.1.32473.3.4\n"
                            "view some excluded .1.3.6.1.4.1.32473.3.4.1.1.2\n"
                            "access readers \"\" any noauth exact some none none\n")},
-              {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", "READ_TEST_VALUE=" + m_scratch / "value"}, "serves");
+              {"READ_TEST_INITIALIZE=" + m_scratch / "initialize", "READ_TEST_VALUE=" + m_scratch / "value"},
+              "slowToInitialize waits");
         m_quick = kQuick + "1.0";
     }
 };

@@ -18,6 +18,7 @@
 #include "CVT/BMibTableImpl.h"
 #include "CVT/TThread.h"
 #include "CVT/TTimer.h"
+#include "CVT/Warnings.h"
 
 #define MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -117,12 +118,16 @@ const CVT::BRqHndlrEntry Table::s_rqhndlrEntries[] = {
     {},
 };
 
-/// 1.3.6.1.4.1.32473.3.3: it has no rows before it is initialised, and holds its lock while it initialises.
+/// 1.3.6.1.4.1.32473.3.3: it has no rows before it is initialised, and holds its lock while it initialises. The log says
+/// when it has begun to wait.
 class SlowToInitialize final : public Table {
 public:
     SlowToInitialize() : Table("READ-TEST-MIB.slowToInitialize", "1.3.6.1.4.1.32473.3.3", 3) {}
 
     void Initialize() override {
+        if (MustWaitFor("READ_TEST_INITIALIZE")) {
+            CVT::Warn("slowToInitialize waits");
+        }
         while (MustWaitFor("READ_TEST_INITIALIZE")) {
             CVT::TTimer().Sleep(1);
         }
