@@ -112,7 +112,7 @@ equal() {
 
 # install_build: installs the build into the system, as cmake --install does on a host.
 install_build() {
-  DESTDIR=$system cmake --install "$build" >"$scratch/install.log"
+  DESTDIR=$system flock "$build/install.lock" cmake --install "$build" >"$scratch/install.log"
 }
 
 # documented HEADING: the first block of code below that heading in docs/cvtagentd.md.
