@@ -17,6 +17,24 @@ show_help() {
   awk 'NR == 1 { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
 }
 
+# project_version: the version in CMakeLists.txt, the one place where it stands.
+project_version() {
+  sed -nE 's/^project\(CVHost VERSION ([0-9.]+) .*/\1/p' "$root/CMakeLists.txt"
+}
+
+# project_files: the files of the project, ended by NUL; without a repository, all but the build folder.
+project_files() {
+  if [[ $(git -C "$root" rev-parse --show-toplevel 2>/dev/null) == "$root" ]]; then
+    git -C "$root" ls-files -z --cached --others --exclude-standard | while IFS= read -r -d '' file; do
+      if [[ -e $root/$file ]]; then
+        printf '%s\0' "$file"
+      fi
+    done
+  else
+    (cd "$root" && find . -path ./build -prune -o -type f -printf '%P\0')
+  fi
+}
+
 # build_preset PRESET [TARGET...]: configures and builds as much as possible. Prints one line, and on failure the tools'
 # output.
 build_preset() {

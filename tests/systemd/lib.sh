@@ -117,8 +117,8 @@ install_build() {
 
 # documented HEADING: the first block of code below that heading in docs/cvtagentd.md.
 documented() {
-  awk -v heading="## $1" '
-    $0 == heading { found = 1 }
+  awk -v heading="$1" '
+    /^##+ / { found = $0; sub(/^##+ /, "", found); found = found == heading }
     found && /^```/ { if (inside) exit; inside = 1; next }
     inside
   ' "$source_dir/docs/cvtagentd.md"
