@@ -26,7 +26,7 @@ bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
     }
     const auto same = [&](const auto& other) { return other->IsSameLibrary(*module); };
     if (std::any_of(m_modules.begin(), m_modules.end(), same)) {
-        error = "the module " + file + " is named twice; give --module once for each module";
+        error = "the module " + file + " is named twice; name each module once";
         return false;
     }
     m_modules.push_back(std::move(module));
@@ -35,17 +35,16 @@ bool ModuleSet::LoadOne(const std::string& file, std::string& error) {
 
 bool ModuleSet::Start(std::string& error) {
     return std::all_of(m_modules.begin(), m_modules.end(),
-                       [&](const auto& module) { return StartOne(*module, error); });
+                       [&](const auto& module) { return module->Start(nullptr, error); });
 }
 
-bool ModuleSet::StartOne(ExtensionModule& module, std::string& error) {
-    if (!module.Start(nullptr, error)) {
-        return false;
-    }
-    if (!m_engine.Add(module.Group())) {
-        error = "the module " + module.File() +
-                " serves a subtree that another module, or it itself, serves already; leave one of them out";
-        return false;
+bool ModuleSet::Join(std::string& error) {
+    for (const auto& module : m_modules) {
+        if (!m_engine.Add(module->Group())) {
+            error = "the module " + module->File() +
+                    " serves a subtree that another module, or it itself, serves already; leave one of them out";
+            return false;
+        }
     }
     return true;
 }

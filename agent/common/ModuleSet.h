@@ -9,8 +9,8 @@
 
 namespace agent {
 
-/// The extension modules of a process, as one tree. Life: Load, Start, WaitUntilReady or NotReady called now and then,
-/// requests to the groups of Engine, Close. Used by one thread.
+/// The extension modules of a process, as one tree. Life: Load, Start, Join, WaitUntilReady or NotReady called now and
+/// then, requests to the groups of Engine, Close. Used by one thread.
 class ModuleSet {
 public:
     ModuleSet() = default;
@@ -24,6 +24,9 @@ public:
     /// Starts them; they then initialise at the same time. Returns false, with `error`, when one refuses; those before
     /// it have started, and must be closed.
     bool Start(std::string& error);
+    /// Makes their groups one tree. Returns false, with `error`, when two serve the same subtree; all of them must then
+    /// be closed.
+    bool Join(std::string& error);
     /// Waits up to `milliseconds` until all are ready. Returns false, with `error`, when one is not: it cannot be
     /// closed then.
     bool WaitUntilReady(unsigned int milliseconds, std::string& error) const;
@@ -38,7 +41,6 @@ public:
 
 private:
     bool LoadOne(const std::string& file, std::string& error);
-    bool StartOne(ExtensionModule& module, std::string& error);
 
     std::vector<std::unique_ptr<ExtensionModule>> m_modules;
     CVT::BMibEngine m_engine;

@@ -40,8 +40,14 @@ void ServedModules::EndAtOnce() const {
 
 void ServedModules::Start(const std::vector<std::string>& files, BuiltinModule* builtin) {
     std::string error;
-    if (!m_modules.Load(files, error) || !m_modules.Start(error)) {
+    if (!m_modules.Load(files, error)) {
+        throw ConfigError(error);
+    }
+    if (!m_modules.Start(error)) {
         throw StartError(error);
+    }
+    if (!m_modules.Join(error)) {
+        throw ConfigError(error);
     }
     m_numSubtrees = m_modules.Engine().Groups().size();
     if (builtin != nullptr) {

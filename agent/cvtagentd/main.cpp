@@ -13,10 +13,9 @@
 #include "agent/cvtagentd/access/CreateUser.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/StartError.h"
 
 namespace {
-
-constexpr int kUsageStatus = 2;
 
 /// Called before a key or a pass phrase is read. An agent that an ordinary user starts without --user can still be
 /// inspected by that user, since it has no more rights than they have.
@@ -30,7 +29,7 @@ void ProtectKeys(const cvtagentd::Options& options) {
 
 int Run(const cvtagentd::Options& options) {
     ProtectKeys(options);
-    cvtagentd::Log::Open(options.logLevel, options.syslog);
+    cvtagentd::Log::Open(options.logLevel, options.syslog, options.action == cvtagentd::Options::Action::kServe);
     switch (options.action) {
         case cvtagentd::Options::Action::kShowHelp: std::fputs(cvtagentd::Options::Help(), stdout); return EXIT_SUCCESS;
         case cvtagentd::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
@@ -60,13 +59,17 @@ void OpenStandardStreams() {
 
 int main(int argc, char** argv) {
     OpenStandardStreams();
+    cvtagentd::Log::Begin();
     try {
         return Run(cvtagentd::Options::Parse(argc, argv));
     } catch (const cvtagentd::UsageError& error) {
         cvtagentd::Log::Fatal(std::string(error.what()) + " (cvtagentd --help lists the options)");
-        return kUsageStatus;
+        return cvtagentd::ExitStatus::kUsage;
+    } catch (const cvtagentd::ConfigError& error) {
+        cvtagentd::Log::Fatal(error.what());
+        return cvtagentd::ExitStatus::kConfig;
     } catch (const std::exception& error) {
         cvtagentd::Log::Fatal(error.what());
-        return EXIT_FAILURE;
+        return cvtagentd::ExitStatus::kFailed;
     }
 }

@@ -53,7 +53,7 @@ bool LoadAndStart(const Options& options, agent::ModuleSet& modules, std::string
         return false;
     }
     GoWhereNoFileCanBeMade();
-    if (!modules.Start(error)) {
+    if (!modules.Start(error) || !modules.Join(error)) {
         return false;
     }
     if (!modules.WaitUntilReady(options.timeoutSeconds * 1000, error)) {

@@ -30,7 +30,7 @@ protected:
     }
     /// Expects that no agent starts with this configuration, and that --check-config finds the same fault.
     void ExpectDistrust(const std::string& config, const std::string& text) const {
-        ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), 1, text);
+        ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), kFaulty, text);
         const Outcome check = RunAgent({"--check-config", config});
         EXPECT_EQ(check.status, 1) << check.output;
         EXPECT_NE(check.output.find("cvtagentd: " + text), std::string::npos) << check.output;
@@ -215,7 +215,7 @@ TEST_F(AccessTest, AFileThatOthersCanWriteIsRefusedWhenTheStateDirectoryIsSearch
     const std::string file = m_scratch.Write("state/more.conf", "rocommunity private 127.0.0.1\n");
     const std::string config = m_scratch.Write("searching.conf", "includeSearch more\n");
     Allow(file, 0646);
-    ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), 1, OthersCanWrite(file));
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--config", config}), kFaulty, OthersCanWrite(file));
     Allow(file, 0644);
     Start({"--module", kTestModule, "--config", config});
     ExpectReader("private");
@@ -276,17 +276,17 @@ TEST_F(AccessTest, StateThatOthersCanWriteIsRefused) {
         const std::string file = m_scratch.Write("state/" + std::string(name), "");
         Allow(file, 0620);
         const Outcome outcome = RunAgent(start);
-        EXPECT_EQ(outcome.status, 1) << name << ": " << outcome.output;
+        EXPECT_EQ(outcome.status, kFaulty) << name << ": " << outcome.output;
         EXPECT_NE(outcome.output.find("can write to the state"), std::string::npos) << outcome.output;
         const Outcome create =
             RunToEnd({kAgentFile, "--create-user", "reader", "--state-dir", m_scratch / "state"}, m_scratch, {},
                      m_scratch.Write("input", "the first secret\nthe second secret\n"));
-        EXPECT_EQ(create.status, 1) << name << ": " << create.output;
+        EXPECT_EQ(create.status, kFaulty) << name << ": " << create.output;
         EXPECT_NE(create.output.find("can write to the state"), std::string::npos) << create.output;
         std::filesystem::remove(file);
     }
     Allow(m_scratch / "state", 0777);
-    ExpectRefusal(start, 1, "can write to the state directory");
+    ExpectRefusal(start, kFaulty, "can write to the state directory");
 }
 
 TEST_F(AccessTest, TheStateOfAThirdUserIsRefused) {
@@ -295,7 +295,7 @@ TEST_F(AccessTest, TheStateOfAThirdUserIsRefused) {
     }
     const std::string file = m_scratch.Write("state/cvtagentd.local.conf", "rwcommunity strange 127.0.0.1\n");
     ASSERT_EQ(::chown(file.c_str(), 1, 1), 0);
-    ExpectRefusal(WithOwn({"--module", kTestModule}), 1,
+    ExpectRefusal(WithOwn({"--module", kTestModule}), kFaulty,
                   "the state file " + file +
                       " belongs to the user daemon, who must not control the agent; give it to root (chown)");
 }

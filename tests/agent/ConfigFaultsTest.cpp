@@ -16,7 +16,7 @@ protected:
 
 TEST_F(ConfigFaultsTest, TheAgentDoesNotStartWithAnUndefinedView) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1 -V some\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, UndefinedView(file));
+    ExpectRefusal(WithOwn({"--config", file}), kFaulty, UndefinedView(file));
 }
 
 TEST_F(ConfigFaultsTest, CheckConfigPrintsFaultsAndRemarks) {

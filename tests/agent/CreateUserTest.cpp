@@ -164,10 +164,10 @@ TEST_F(CreateUserTest, RefusesWhileAnAgentUsesTheStateDirectory) {
 
 TEST_F(CreateUserTest, RefusesAFaultyConfigurationAndAMissingStateDirectory) {
     const Outcome faulty = Create("new", Phrases(), {"--config", WriteConfig("rwcomunity private\n")});
-    EXPECT_EQ(faulty.status, 1);
+    EXPECT_EQ(faulty.status, kFaulty);
     EXPECT_NE(faulty.output.find("Unknown token: rwcomunity"), std::string::npos) << faulty.output;
-    EXPECT_EQ(Create("new", Phrases(), {"--config", m_scratch / "none"}).status, 1);
-    EXPECT_EQ(Create("new", Phrases(), {"--state-dir", m_scratch / "none"}).status, 1);
+    EXPECT_EQ(Create("new", Phrases(), {"--config", m_scratch / "none"}).status, kFaulty);
+    EXPECT_EQ(Create("new", Phrases(), {"--state-dir", m_scratch / "none"}).status, kFaulty);
     EXPECT_EQ(Kept(), "");
 }
 

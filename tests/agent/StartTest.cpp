@@ -23,28 +23,28 @@ TEST_F(StartTest, AWrongCommandLineEndsItWithStatus2) {
     ExpectRefusal({"--agentx", "--listen", Udp()}, 2, "--listen and --agentx exclude each other");
 }
 
-TEST_F(StartTest, AConfigurationThatCannotBeReadEndsItWithStatus1) {
-    ExpectRefusal(WithOwn({"--config", m_scratch / "none.conf"}), 1, "No such file or directory");
-    ExpectRefusal(WithOwn({"--config", m_scratch.Path()}), 1, "is not a regular file");
+TEST_F(StartTest, AConfigurationThatCannotBeReadEndsItWithStatus78) {
+    ExpectRefusal(WithOwn({"--config", m_scratch / "none.conf"}), kFaulty, "No such file or directory");
+    ExpectRefusal(WithOwn({"--config", m_scratch.Path()}), kFaulty, "is not a regular file");
 }
 
 TEST_F(StartTest, AFaultyConfigurationEndsItWithTheLineThatIsWrong) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\nrwcomunity private\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": line 2: Warning: Unknown token: rwcomunity");
+    ExpectRefusal(WithOwn({"--config", file}), kFaulty, file + ": line 2: Warning: Unknown token: rwcomunity");
 }
 
 TEST_F(StartTest, OfSeveralFaultsItPrintsTheFirstAndHowToSeeTheOthers) {
     const std::string file = WriteConfig("rwcomunity private\nrouser me maybe\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, "(and more: cvtagentd --check-config " + file);
+    ExpectRefusal(WithOwn({"--config", file}), kFaulty, "(and more: cvtagentd --check-config " + file);
 }
 
 TEST_F(StartTest, AConfigurationThatGrantsAccessToNobodyIsFaulty) {
-    ExpectRefusal(WithOwn({"--config", WriteConfig("# nothing\n")}), 1, "grants access to nobody");
+    ExpectRefusal(WithOwn({"--config", WriteConfig("# nothing\n")}), kFaulty, "grants access to nobody");
 }
 
 TEST_F(StartTest, AConfigurationThatCrashesTheLibraryIsReportedLikeAnyOther) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\ncreateUser me SHA\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": this file crashes the SNMP library");
+    ExpectRefusal(WithOwn({"--config", file}), kFaulty, file + ": this file crashes the SNMP library");
 }
 
 TEST_F(StartTest, CheckConfigPrintsEveryFaultOnItsOwnLine) {
@@ -83,13 +83,13 @@ TEST_F(StartTest, ThePackagedConfigurationHasNoFaults) {
     EXPECT_EQ(outcome.status, 0) << outcome.output;
 }
 
-TEST_F(StartTest, AMissingModuleEndsItWithStatus1) {
-    ExpectRefusal(WithOwn({"--module", m_scratch / "none.so"}), 1, "cannot load the module");
+TEST_F(StartTest, AMissingModuleEndsItWithStatus78) {
+    ExpectRefusal(WithOwn({"--module", m_scratch / "none.so"}), kFaulty, "cannot load the module");
 }
 
-TEST_F(StartTest, AFileThatIsNotAModuleEndsItWithStatus1) {
-    ExpectRefusal(WithOwn({"--module", m_scratch.Write("text.so", "text\n")}), 1, "cannot load the module");
-    ExpectRefusal(WithOwn({"--module", CVHOST_BUILD_LIB_DIR "/libCVT.so.1"}), 1, "is not an extension module");
+TEST_F(StartTest, AFileThatIsNotAModuleEndsItWithStatus78) {
+    ExpectRefusal(WithOwn({"--module", m_scratch.Write("text.so", "text\n")}), kFaulty, "cannot load the module");
+    ExpectRefusal(WithOwn({"--module", CVHOST_BUILD_LIB_DIR "/libCVT.so.1"}), kFaulty, "is not an extension module");
 }
 
 TEST_F(StartTest, AModuleThatRefusesToStartEndsItWithStatus1) {
@@ -97,24 +97,28 @@ TEST_F(StartTest, AModuleThatRefusesToStartEndsItWithStatus1) {
 }
 
 TEST_F(StartTest, EveryModuleIsLoadedBeforeTheFirstOneStarts) {
-    ExpectRefusal(WithOwn({"--module", kSampleModule, "--module", m_scratch / "none.so"}), 1, "cannot load the module");
+    ExpectRefusal(WithOwn({"--module", kSampleModule, "--module", m_scratch / "none.so"}), kFaulty,
+                  "cannot load the module");
 }
 
 TEST_F(StartTest, TheSameModuleTwiceIsRefused) {
-    ExpectRefusal(WithOwn({"--module", kTestModule, "--module", kTestModule}), 1, "is named twice");
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--module", kTestModule}), kFaulty, "is named twice");
 }
 
 TEST_F(StartTest, TwoModulesForOneSubtreeAreRefused) {
     const std::string copy = m_scratch / "libCopy.so";
     std::filesystem::copy_file(kTestModule, copy);
-    ExpectRefusal(WithOwn({"--module", kTestModule, "--module", copy}), 1, "the module " + copy + " serves a subtree");
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--module", copy}), kFaulty,
+                  "the module " + copy + " serves a subtree");
 }
 
-TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsItWithStatus1) {
+TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsIt) {
     const Arguments module = {"--module", kTestModule, "--state-dir", m_scratch / "state"};
     ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:port"}, 1, "not a valid address");
+    ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:99999"}, kFaulty, "not a valid address");
     ExpectRefusal(module + Arguments{"--listen", "udp:192.0.2.1:1161"}, 1, "this host has no such address");
-    ExpectRefusal(module + Arguments{"--listen", "unix:" + m_scratch / "no/where"}, 1, "No such file or directory");
+    ExpectRefusal(module + Arguments{"--listen", "unix:" + m_scratch / "no/where"}, kFaulty,
+                  "No such file or directory");
 }
 
 TEST_F(StartTest, APortThatIsInUseEndsItWithStatus1) {
@@ -123,11 +127,11 @@ TEST_F(StartTest, APortThatIsInUseEndsItWithStatus1) {
     ExpectRefusal(other + Arguments{"--listen", Udp()}, 1, "the port is in use");
 }
 
-TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus1) {
+TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus78) {
     const Arguments module = {"--module", kTestModule, "--listen", Udp()};
-    ExpectRefusal(module + Arguments{"--state-dir", m_scratch / "none"}, 1, "No such file or directory");
-    ExpectRefusal(module + Arguments{"--state-dir", m_scratch.Write("file", "")}, 1, "Not a directory");
-    ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, 1, "cannot write to the state directory");
+    ExpectRefusal(module + Arguments{"--state-dir", m_scratch / "none"}, kFaulty, "No such file or directory");
+    ExpectRefusal(module + Arguments{"--state-dir", m_scratch.Write("file", "")}, kFaulty, "Not a directory");
+    ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, kFaulty, "cannot write to the state directory");
 }
 
 TEST_F(StartTest, ClosedStandardStreamsAreNotReused) {
@@ -141,7 +145,7 @@ TEST_F(StartTest, ClosedStandardStreamsAreNotReused) {
 
 TEST_F(StartTest, AFileThatIsNotASocketIsNotReplacedByOne) {
     const std::string file = m_scratch.Write("precious", "somebody's\n");
-    ExpectRefusal({"--module", kTestModule, "--state-dir", m_scratch / "state", "--listen", "unix:" + file}, 1,
+    ExpectRefusal({"--module", kTestModule, "--state-dir", m_scratch / "state", "--listen", "unix:" + file}, kFaulty,
                   "that file is not a socket; choose another name");
     EXPECT_TRUE(std::filesystem::is_regular_file(file));
 }
@@ -162,7 +166,7 @@ TEST_F(StartTest, TheLibrarysFilesAreInTheStateFolderAndNotInTheRootFolder) {
 }
 
 TEST_F(StartTest, AStateFolderWithAColonInItsNameIsRefused) {
-    ExpectRefusal({"--state-dir", m_scratch.MakeFolder("a:b")}, 1, "has a colon in its name");
+    ExpectRefusal({"--state-dir", m_scratch.MakeFolder("a:b")}, kFaulty, "has a colon in its name");
 }
 
 TEST_F(StartTest, TheDefaultStateFolderIsCreatedForItsOwnerOnly) {

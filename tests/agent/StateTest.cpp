@@ -58,7 +58,8 @@ protected:
         EXPECT_NE(outcome.output.find("the user " + name + " already exists"), std::string::npos) << outcome.output;
     }
     void ExpectRefusedFor(const std::string& why, const std::string& file = kMain) const {
-        ExpectRefusal(WithOwn({"--module", kTestModule}), 1, "the state file " + State(file) + " is damaged (" + why);
+        ExpectRefusal(WithOwn({"--module", kTestModule}), kFaulty,
+                      "the state file " + State(file) + " is damaged (" + why);
     }
     /// A start, and its end.
     void StartAndEnd() {
@@ -170,8 +171,8 @@ TEST_F(FullDiskTest, AReadOnlyFileSystemIsNamedAndTheUsersStay) {
         return ::mount(nullptr, State("").c_str(), nullptr, MS_REMOUNT | MS_BIND | flags, nullptr);
     };
     ASSERT_EQ(remount(MS_RDONLY), 0) << std::strerror(errno);
-    ExpectRefused("other", Phrases(), "Read-only file system");
-    ExpectRefusal(WithOwn({"--module", kTestModule}), 1, "Read-only file system");
+    ExpectRefused("other", Phrases(), "Read-only file system", kFaulty);
+    ExpectRefusal(WithOwn({"--module", kTestModule}), kFaulty, "Read-only file system");
     EXPECT_EQ(Kept(), before);
     ASSERT_EQ(remount(0), 0) << std::strerror(errno);
     ExpectWorks("reader");
@@ -231,7 +232,7 @@ TEST_F(StateTest, SighupDoesNotReadADamagedState) {
 TEST_F(StateTest, AnUnknownLineInTheStateIsNotAFaultOfTheConfiguration) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     Put(kMain, "nonsense 1\n" + Kept());
-    ExpectRefusal(WithOwn({"--module", kTestModule, "--config", WriteConfig("rouser reader authpriv\n")}), 1,
+    ExpectRefusal(WithOwn({"--module", kTestModule, "--config", WriteConfig("rouser reader authpriv\n")}), kFaulty,
                   "Unknown token: nonsense; that file is in the state directory");
 }
 
@@ -258,7 +259,8 @@ TEST_F(StateTest, UsersOfEachKindSurviveARestart) {
     EXPECT_EQ(Log().find("warning"), std::string::npos) << Log();
     EXPECT_EQ(Content().EngineId(), "ABCDE");
     ExpectUsers(names);
-    StartAndEnd();
+    Start({"--module", kTestModule, "--config", WriteConfig("rouser SHA.AES authpriv\n")});
+    ExpectCleanEnd();
     EXPECT_EQ(Log().find("warning"), std::string::npos) << Log();
     ExpectUsers(names);
 }

@@ -110,10 +110,11 @@ TEST_F(SystemGroupTest, SighupWithAValueThatIsTooLongChangesNothing) {
 
 TEST_F(SystemGroupTest, AValueThatTheObjectsCannotHoldIsAFaultWithItsLine) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\nsysName " + std::string(256, 'x') + "\n");
-    ExpectRefusal(WithOwn({"--config", file}), 1, file + ": line 2: Error: sysName holds at most 255 octets, not 256");
+    ExpectRefusal(WithOwn({"--config", file}), kFaulty,
+                  file + ": line 2: Error: sysName holds at most 255 octets, not 256");
     for (const char* const services : {"128", "-1", "7x", "many", "99999999999999999999"}) {
         WriteConfig("rocommunity public 127.0.0.1\n\nsysServices " + std::string(services) + "\n");
-        ExpectRefusal(WithOwn({"--config", file}), 1,
+        ExpectRefusal(WithOwn({"--config", file}), kFaulty,
                       file + ": line 3: Error: sysServices needs a number from 0 to 127");
     }
 }

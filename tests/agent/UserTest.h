@@ -27,11 +27,12 @@ protected:
         std::ifstream in(m_scratch / "state/cvtagentd.conf", std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    /// Expects one line that contains `text`, status 1, and an unchanged state.
-    void ExpectRefused(const std::string& name, const std::string& lines, const std::string& text) const {
+    /// Expects one line that contains `text`, and an unchanged state.
+    void ExpectRefused(const std::string& name, const std::string& lines, const std::string& text,
+                       int status = 1) const {
         const std::string before = Kept();
         const Outcome outcome = Create(name, lines);
-        EXPECT_EQ(outcome.status, 1) << outcome.output;
+        EXPECT_EQ(outcome.status, status) << outcome.output;
         EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
         EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
         EXPECT_EQ(Kept(), before);

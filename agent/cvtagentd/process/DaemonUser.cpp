@@ -44,7 +44,7 @@ void DaemonUser::Assume(const std::string& configFile) {
         m_remarks.push_back(why);
     }
     if (const std::string why = configFile.empty() ? "" : ReadableFile::WhyNot(configFile); !why.empty()) {
-        throw StartError(
+        throw ConfigError(
             "as the user " + m_user->Label() + " it " + why +
             "; let that user read it (chgrp to the user's group, chmod 0640) and enter the folders above it");
     }

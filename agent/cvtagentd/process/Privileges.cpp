@@ -46,8 +46,8 @@ std::uint64_t WantedBits(std::uint64_t asked) {
 }
 
 [[noreturn]] void Fail(const User& user, const char* what) {
-    throw StartError("cannot run as the user " + user.Label() + ": " + what + ": " +
-                     std::generic_category().message(errno));
+    throw ConfigError("cannot run as the user " + user.Label() + ": " + what + ": " +
+                      std::generic_category().message(errno));
 }
 
 /// In two halves, as the kernel expects them.
@@ -141,8 +141,8 @@ std::vector<std::string> PhrasesForMissing(bool mustBeAskedFor) {
 
 void Privileges::CheckMayBecome(const User& user) {
     if (!Is(user) && ::geteuid() != 0) {
-        throw StartError("only root can run the agent as the user " + user.Label() + "; start it as root, or as " +
-                         user.Label());
+        throw ConfigError("only root can run the agent as the user " + user.Label() + "; start it as root, or as " +
+                          user.Label());
     }
 }
 

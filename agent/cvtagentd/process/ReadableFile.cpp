@@ -21,7 +21,7 @@ std::string ReadableFile::WhyNot(const std::string& file) {
 void ReadableFile::Require(const std::string& file) {
     const std::string why = file.empty() ? std::string() : WhyNot(file);
     if (!why.empty()) {
-        throw StartError(why + "; name a readable one with --config");
+        throw ConfigError(why + "; name a readable one with --config");
     }
 }
 

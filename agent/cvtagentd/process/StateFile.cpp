@@ -251,7 +251,7 @@ void StateFile::Recover() {
     }
     if (bestName.empty()) {
         if (damage) {
-            throw StartError(*damage);
+            throw ConfigError(*damage);
         }
         return;
     }

@@ -48,8 +48,9 @@ StateLock::StateLock() : m_file(::open(kFile, O_RDWR | O_CREAT | O_CLOEXEC | O_N
                              "; stop that agent, or name another directory with --state-dir");
         }
         const std::string advice = error == EACCES ? "give it to the user who runs the agent (chown), or " : "";
-        throw StartError("cannot lock the state directory " + StateDir::Path() + " by " + kFile + ": " +
-                         std::generic_category().message(error) + "; " + advice + "name another one with --state-dir");
+        FailToStart("cannot lock the state directory " + StateDir::Path() + " by " + kFile + ": " +
+                        std::generic_category().message(error) + "; " + advice + "name another one with --state-dir",
+                    error == EMLINK ? EPERM : error);
     }
     const std::string pid = std::to_string(::getpid()) + "\n";
     [[maybe_unused]] const bool told = ::ftruncate(m_file, 0) == 0 && ::pwrite(m_file, pid.data(), pid.size(), 0) >

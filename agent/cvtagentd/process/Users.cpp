@@ -19,8 +19,8 @@ User Users::Named(const std::string& name) {
     passwd entry{};
     passwd* found = nullptr;
     if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-        throw StartError("this host has no user " + name + "; name an existing one, or create it (useradd --system " +
-                         name + ")");
+        throw ConfigError("this host has no user " + name + "; name an existing one, or create it (useradd --system " +
+                          name + ")");
     }
     return {found->pw_name, found->pw_uid, found->pw_gid, found->pw_dir};
 }

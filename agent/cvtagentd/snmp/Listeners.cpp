@@ -6,7 +6,9 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -33,6 +35,14 @@ std::string Advice(int error) {
         case EACCES: return "not permitted; choose a port above 1023, or start the agent with more rights";
         default: return std::generic_category().message(error);
     }
+}
+
+/// Whether the address may hold the name of a host, which the resolver may know later.
+bool HasName(const std::string& address) {
+    const std::size_t colon = address.find(':');
+    const bool isTransport = address.starts_with("udp") || address.starts_with("tcp");
+    const std::string rest = isTransport && colon != std::string::npos ? address.substr(colon) : address;
+    return std::any_of(rest.begin(), rest.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
 }
 
 /// Whether the address of a Unix socket names a file that is not a socket.
@@ -148,14 +158,18 @@ Listeners::~Listeners() {
 
 void Listeners::Listen(const std::string& address) {
     if (IsOtherFile(address)) {  // the library would delete it
-        throw StartError("cannot listen on " + address + ": that file is not a socket; choose another name");
+        throw ConfigError("cannot listen on " + address + ": that file is not a socket; choose another name");
     }
     const LibraryLog::Collector collector;
     errno = 0;
     // The empty address would mean port 161 on all of the host's.
     if (address.empty() || !Open(address)) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
-        throw StartError("cannot listen on " + address + ": " + Advice(error));
+        const std::string text = "cannot listen on " + address + ": " + Advice(error);
+        if (error == 0 && !HasName(address)) {
+            throw ConfigError(text);
+        }
+        FailToStart(text, error);
     }
     Descriptors::KeepFromChildren();  // programs that a module starts must not keep the agent's sockets open
 }

@@ -38,9 +38,10 @@ SnmpLibrary::SnmpLibrary(const Setup& setup) {
     SetUp(setup);
     const LibraryLog::Collector collector;
     const CrashMessage onCrash(
-        "cvtagentd: " + setup.configFile +
-        ": this file crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
-        "but no passphrase after it");
+        setup.configFile +
+            ": this file crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
+            "but no passphrase after it",
+        setup.crashStatus);
     ::init_agent(kApplication);
     if (setup.beforeConfiguration) {
         setup.beforeConfiguration();

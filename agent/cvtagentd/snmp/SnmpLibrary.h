@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 
 namespace cvtagentd {
@@ -25,6 +26,7 @@ public:
         /// Called after the library has set its defaults and before it reads any configuration: to add directives and
         /// callbacks.
         std::function<void()> beforeConfiguration = {};
+        int crashStatus = ExitStatus::kConfig;  ///< of this process, if the configuration crashes the library
     };
 
     /// Throws StartError when the state is damaged and no backup can take its place.

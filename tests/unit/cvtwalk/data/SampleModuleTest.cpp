@@ -50,6 +50,7 @@ protected:
         std::string error;
         ASSERT_TRUE(m_modules.Load({std::string(CVHOST_BUILD_LIB_DIR) + "/libSampleModule.so.1"}, error)) << error;
         ASSERT_TRUE(m_modules.Start(error)) << error;
+        ASSERT_TRUE(m_modules.Join(error)) << error;
         ASSERT_TRUE(m_modules.WaitUntilReady(kPatienceMs, error)) << error;
     }
     void TearDown() override {
