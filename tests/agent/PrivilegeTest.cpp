@@ -110,7 +110,7 @@ protected:
     void ExpectNoStart(const Arguments& more, const std::string& text) const {
         const Outcome outcome =
             RunToEnd(m_command + WithOwn(Arguments{"--module", m_module, "--config", m_config} + more), m_scratch);
-        EXPECT_EQ(outcome.status, 1) << outcome.output;
+        EXPECT_EQ(outcome.status, kFaulty) << outcome.output;
         EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
         EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << outcome.output;
     }
@@ -493,10 +493,13 @@ TEST_F(PrivilegeTest, AFailedStartLeavesNoFileOfRootsInTheState) {
 
 TEST_F(PrivilegeTest, RootsFilesInThatUsersStateAreNamed) {
     BecomeFirst(Without());
-    for (const char* const name : {"state/cvtagentd.conf", "state/cvtagentd.lock"}) {
+    for (const char* const name : {"state/cvtagentd.conf", "state/cvtagentd.lock", "state/CVHostPersist.txt"}) {
         const std::string file = m_scratch.Write(name, "");
         std::filesystem::permissions(file, std::filesystem::perms(0600));
-        ExpectNoStart({}, "give it to the user who runs the agent (chown)");
+        ExpectNoStart({},
+                      "cannot read what the user root has left in the state directory; give it to the user who "
+                      "runs the agent (chown -R nobody " +
+                          file + ")");
         std::filesystem::remove(file);
     }
 }

@@ -127,12 +127,78 @@ TEST_F(ServiceTest, SystemdAcceptsTheInstalledUnit) {
     }
     std::ifstream in(CVHOST_BUILD_BIN_DIR "/../packaging/cvtagentd.service");
     std::string unit{std::istreambuf_iterator<char>(in), {}};
-    unit = std::regex_replace(unit, std::regex("\nExecStart=[^ ]+"), std::string("\nExecStart=") + kAgentFile);
+    unit = std::regex_replace(unit, std::regex("\n(Exec(Start|Reload)=)/[^ ]*cvtagentd "),
+                              std::string("\n$1") + kAgentFile + " ");
     const Outcome outcome = RunToEnd({analyze, "verify", m_scratch.Write("cvtagentd.service", unit)}, m_scratch);
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_EQ(outcome.output, "");
     EXPECT_NE(unit.find("\nType=notify\n"), std::string::npos) << unit;
     EXPECT_EQ(unit.find('@' + std::string("CMAKE")), std::string::npos) << unit;
+}
+
+/// The values of the unit's lines that begin with `name` and a sign, in order.
+std::vector<std::string> InUnit(const std::string& name) {
+    std::ifstream in(CVHOST_BUILD_BIN_DIR "/../packaging/cvtagentd.service");
+    std::vector<std::string> values;
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with(name + "=")) {
+            values.push_back(line.substr(name.size() + 1));
+        }
+    }
+    return values;
+}
+
+/// The service manager ends a reload at the first command that fails.
+TEST_F(ServiceTest, AReloadChecksTheServicesConfigurationBeforeItSignalsTheAgent) {
+    const std::vector<std::string> commands = InUnit("ExecReload");
+    ASSERT_EQ(commands.size(), 2U);
+    std::smatch start;
+    const std::string starts = InUnit("ExecStart").at(0);
+    ASSERT_TRUE(std::regex_search(starts, start, std::regex("^(/[^ ]+/cvtagentd) .*--config (/[^ ]+) "))) << starts;
+    EXPECT_EQ(commands[0], start.str(1) + " --check-config " + start.str(2));
+    EXPECT_EQ(commands[1], "/bin/kill -HUP $MAINPID");
+
+    const std::string good = "rwcommunity private 127.0.0.1\n";
+    const std::string file = WriteConfig(good);
+    const auto reload = [&] {
+        const std::string check = std::regex_replace(commands[0], std::regex("^[^ ]+"), kAgentFile);
+        const Outcome outcome =
+            RunToEnd({"/bin/sh", "-c", std::regex_replace(check, std::regex("[^ ]+$"), file)}, m_scratch);
+        if (outcome.status == 0) {
+            Agent().Signal(SIGHUP);
+        }
+        return outcome.status;
+    };
+    StartWritable();
+    WriteConfig("nonsense\n");
+    EXPECT_NE(reload(), 0);
+    EXPECT_EQ(Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+    EXPECT_EQ(Log().find("configuration"), std::string::npos) << "the agent was not even asked: " << Log();
+    WriteConfig(good);
+    EXPECT_EQ(reload(), 0);
+    EXPECT_TRUE(Agent().WaitForOutput("read the configuration " + file + " again")) << Log();
+}
+
+TEST_F(ServiceTest, TheUnitDoesNotRestartAnAgentThatWouldFailAgain) {
+    EXPECT_EQ(InUnit("Restart"), std::vector<std::string>{"on-failure"});
+    const std::string statuses = " " + InUnit("RestartPreventExitStatus").at(0) + " ";
+    const auto isRestarted = [&](const Arguments& arguments) {
+        const int status = RunAgent(arguments).status;
+        EXPECT_NE(status, 0);
+        return statuses.find(" " + std::to_string(status) + " ") == std::string::npos;
+    };
+    EXPECT_FALSE(isRestarted({"--frobnicate"}));
+    EXPECT_FALSE(isRestarted(WithOwn({"--config", WriteConfig("nonsense\n")})));
+    EXPECT_FALSE(isRestarted(WithOwn({"--config", WriteConfig("createUser me SHA\n")})));
+    EXPECT_FALSE(isRestarted(WithOwn({"--module", m_scratch / "none"})));
+    EXPECT_FALSE(isRestarted(WithOwn({"--user", "no-such-user"})));
+    StartWritable();
+    EXPECT_TRUE(isRestarted({"--listen", Udp(), "--module", kTestModule, "--state-dir", m_scratch.MakeFolder("new")}))
+        << "the port may become free";
+    EXPECT_TRUE(isRestarted(WithOwn({"--module", kTestModule}))) << "the other agent may end";
+    const std::string damaged = m_scratch.MakeFolder("damaged");
+    m_scratch.Write("damaged/cvtagentd.conf", "");
+    EXPECT_FALSE(isRestarted({"--listen", Udp(), "--module", kTestModule, "--state-dir", damaged}));
 }
 
 TEST_F(ServiceTest, TheUnitRefusesEscapeRoutesAndLeavesTracingToTheOperator) {

@@ -26,8 +26,9 @@ std::string PathFrom(const char* variable) {
 }
 
 [[noreturn]] void Fail(const std::string& what, const std::string& folder, const std::error_code& error) {
-    throw StartError(what + " the state directory " + folder + ": " + error.message() +
-                     "; name a writable one with --state-dir");
+    FailToStart(
+        what + " the state directory " + folder + ": " + error.message() + "; name a writable one with --state-dir",
+        error.value());
 }
 
 void Create(const std::string& folder) {
@@ -104,8 +105,39 @@ void CheckWritable() {
 void RequireClosedToStrangers() {
     struct stat status {};
     if (::stat(".", &status) == 0 && (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0) {
-        throw StartError("everybody can write to the state directory " + StateDir::Path() +
-                         "; take that right away (chmod 700), or name another one with --state-dir");
+        throw ConfigError("everybody can write to the state directory " + StateDir::Path() +
+                          "; take that right away (chmod 700), or name another one with --state-dir");
+    }
+}
+
+/// Whether this process can use a file of the agent or of a module, or a folder of the library. Files with a second
+/// name are left to those who open them: the name may mean any file.
+bool IsUsable(const std::filesystem::path& file, const struct stat& status) {
+    if (S_ISDIR(status.st_mode)) {
+        return !IsTheLibrarys(file.filename().string()) || ::access(file.c_str(), R_OK | W_OK | X_OK) == 0;
+    }
+    return !S_ISREG(status.st_mode) || status.st_nlink > 1 || ::access(file.c_str(), R_OK) == 0;
+}
+
+/// An agent that another user, such as root, has tried out in this directory leaves files behind that keep this one
+/// from its keys and values.
+void RequireUsableFiles() {
+    std::string files;
+    uid_t owner = 0;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(".", error)) {
+        struct stat status {};
+        if (::lstat(entry.path().c_str(), &status) == 0 && status.st_uid != ::geteuid() &&
+            !IsUsable(entry.path(), status)) {
+            files.append(" ").append(StateDir::Path()).append("/").append(entry.path().filename().string());
+            owner = status.st_uid;
+        }
+    }
+    if (!files.empty()) {
+        const std::string us = Users::WithId(::geteuid()).Label();
+        throw ConfigError("cannot read what the user " + Users::WithId(owner).Label() +
+                          " has left in the state directory; give it to the user who runs the agent (chown -R " + us +
+                          files + "), or name another directory with --state-dir");
     }
 }
 
@@ -117,13 +149,13 @@ void RequireRootsAlone() {
             continue;
         }
         if (status.st_uid != 0) {
-            throw StartError("the state directory " + StateDir::Path() + " belongs to the user " +
-                             Users::WithId(status.st_uid).Label() +
-                             "; run the agent as that user (--user), or name another directory with --state-dir");
+            throw ConfigError("the state directory " + StateDir::Path() + " belongs to the user " +
+                              Users::WithId(status.st_uid).Label() +
+                              "; run the agent as that user (--user), or name another directory with --state-dir");
         }
         if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-            throw StartError("users other than root can write to the state directory " + StateDir::Path() +
-                             "; take that right away (chmod 700), or name another one with --state-dir");
+            throw ConfigError("users other than root can write to the state directory " + StateDir::Path() +
+                              "; take that right away (chmod 700), or name another one with --state-dir");
         }
     }
 }
@@ -143,7 +175,7 @@ std::string StateDir::Default() {
     if (const std::string home = PathFrom("HOME"); !home.empty()) {
         return home + "/.local/state/" + kName;
     }
-    throw StartError("there is no home directory to keep the state in: name a state directory with --state-dir");
+    throw ConfigError("there is no home directory to keep the state in: name a state directory with --state-dir");
 }
 
 void StateDir::Enter(const std::string& folder) {
@@ -156,9 +188,9 @@ void StateDir::Enter(const std::string& folder) {
         Fail("cannot use", chosen, {errno, std::generic_category()});
     }
     if (Path().find(':') != std::string::npos) {
-        throw StartError("the state directory " + Path() +
-                         " has a colon in its name, which the SNMP library cannot handle; name another one with "
-                         "--state-dir");
+        throw ConfigError("the state directory " + Path() +
+                          " has a colon in its name, which the SNMP library cannot handle; name another one with "
+                          "--state-dir");
     }
 }
 
@@ -189,8 +221,9 @@ void StateDir::CheckUsable() {
     }
     RequireClosedToStrangers();
     CheckWritable();
+    RequireUsableFiles();
     if (::access(StateFile::kName, R_OK) != 0 && errno != ENOENT) {
-        throw StartError(
+        throw ConfigError(
             "cannot read " + Path() + "/" + StateFile::kName + ": " + std::generic_category().message(errno) +
             "; give it to the user who runs the agent (chown), or name another directory with --state-dir");
     }

@@ -28,8 +28,8 @@ std::string Default();
 /// /etc); and files that have a second name. Throws StartError when the system refuses.
 void GiveTo(uid_t user, gid_t group);
 
-/// Throws StartError when this process cannot create a file in the working directory, cannot read what the SNMP library
-/// keeps there, or when everybody can write to it. For root, also when any other user can: root would obey that user's
+/// Throws StartError when this process cannot create a file in the working directory, cannot read what is
+/// kept there, or when everybody can write to it. For root, also when any other user can: root would obey that user's
 /// directives, and lock the user out. Called before anything is read or written there.
 void CheckUsable();
 
