@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "agent/common/ExtensionModule.h"
+#include "agent/common/OptionFault.h"
 
 namespace cvtagentd {
 namespace {
@@ -95,7 +96,9 @@ void Apply(int option, const char* argument, Options& options) {
         case kTimeout: options.timeoutSeconds = Seconds(argument); break;
         case kLogLevel: options.logLevel = Level(argument); break;
         case kSyslog: options.syslog = true; break;
+        case 'V':
         case kVersion: options.action = Options::Action::kShowVersion; break;
+        case 'h':
         case kHelp: options.action = Options::Action::kShowHelp; break;
         case kCheckConfig:
             options.action = Options::Action::kCheckConfig;
@@ -136,17 +139,13 @@ Options Options::Parse(int argc, char* const* argv) {
     ::optind = 0;  // parse from the start on every call
     ::opterr = 0;
     for (;;) {
-        const int at = ::optind == 0 ? 1 : ::optind;
         // NOLINTNEXTLINE(concurrency-mt-unsafe): called before there is a second thread
-        const int option = ::getopt_long(argc, argv, "+:", kOptions, nullptr);
+        const int option = ::getopt_long(argc, argv, "+:hV", kOptions, nullptr);
         if (option == -1) {
             break;
         }
-        if (option == ':') {
-            throw UsageError("the option " + std::string(argv[at]) + " needs a value");
-        }
-        if (option == '?') {
-            throw UsageError("the option " + std::string(argv[at]) + " is unknown, ambiguous or takes no value");
+        if (option == ':' || option == '?') {
+            throw UsageError(agent::OptionFault(option, argv, kOptions));
         }
         Apply(option, ::optarg, options);
         seen.insert(option);
@@ -190,8 +189,8 @@ Usage: cvtagentd [OPTION]...
   --timeout SECONDS    how long modules may take to initialise, and to close (default: 30)
   --log-level LEVEL    error, warning, info or debug (default: info)
   --syslog             log to syslog instead of standard error
-  --version            print the version
-  --help               print this text
+  -V, --version        print the version
+  -h, --help           print this text
 
   --check-config FILE  load FILE, print each fault in it on its own line, and exit: status 0 when there is none,
                        otherwise 1
@@ -199,7 +198,8 @@ Usage: cvtagentd [OPTION]...
                        reads them as two lines of standard input; the agent must not be running
 
 SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
-Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line.
+Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line, 78 when the
+configuration, the state or a right is at fault, so that another attempt would fail, too.
 )";
 }
 

@@ -128,7 +128,7 @@ TEST(Cvtwalk, NamesTheNearNamesOfAnUnknownObject) {
 }
 
 TEST(Cvtwalk, EndsWithTwoForAWrongCommandLine) {
-    ExpectOneLine(Walk({"--bogus"}), 2, "wrong option --bogus (try --help)");
+    ExpectOneLine(Walk({"--bogus"}), 2, "the option --bogus is unknown (try --help)");
     ExpectOneLine(Walk({"--format", "xml"}), 2, "--format wants text, json, table, csv, prometheus or html, not 'xml'");
     ExpectOneLine(Walk({"--timeout", "0"}), 2, "--timeout wants a number of seconds from 1 to 86400, not '0'");
     ExpectOneLine(Walk({"--module", ""}), 2, "--module wants the file of a module");

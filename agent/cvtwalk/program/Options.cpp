@@ -7,6 +7,8 @@
 #include <charconv>
 #include <string_view>
 
+#include "agent/common/OptionFault.h"
+
 namespace cvtwalk {
 namespace {
 
@@ -138,7 +140,9 @@ bool Apply(int option, Options& options, std::string& error) {
             }
             options.modules.emplace_back(::optarg);
             return true;
+        case 'V':
         case kVersion: options.version = true; return true;
+        case 'h':
         case kHelp: options.help = true; return true;
         case kReverse: options.selection.reverse = true; return true;
         case kAll: options.all = true; return true;
@@ -188,18 +192,12 @@ std::optional<Options> Options::Parse(int argc, char* const* argv, std::string& 
     ::optind = 0;  // restarts getopt
     ::opterr = 0;
     for (;;) {
-        // Before the call: getopt may have moved on inside a word when it complains.
-        const char* const word = argv[::optind == 0 ? 1 : ::optind];
-        const int option = ::getopt_long(argc, argv, ":", kOptions.data(), nullptr);  // NOLINT(concurrency-mt-unsafe)
+        const int option = ::getopt_long(argc, argv, ":hV", kOptions.data(), nullptr);  // NOLINT(concurrency-mt-unsafe)
         if (option == -1) {
             break;
         }
-        if (option == ':') {
-            error = std::string("the option ") + argv[::optind - 1] + " wants an argument";
-            return std::nullopt;
-        }
-        if (option == '?') {
-            error = std::string("wrong option ") + (word == nullptr || *word != '-' ? argv[::optind - 1] : word);
+        if (option == ':' || option == '?') {
+            error = agent::OptionFault(option, argv, kOptions.data());
             return std::nullopt;
         }
         if (!Apply(option, options, error)) {
@@ -247,8 +245,8 @@ const char* Options::Help() {
            "\n"
            "  --module FILE        an extension module; may be repeated (default: libCVHost.so.1)\n"
            "  --timeout SECONDS    how long to wait until the modules are ready (default: 30)\n"
-           "  --version            print the version and exit\n"
-           "  --help               print this and exit\n"
+           "  -V, --version        print the version and exit\n"
+           "  -h, --help           print this and exit\n"
            "\n"
            "Exit status: 0 printed, or served and empty; 1 it could not be; 2 wrong command line.\n"
            "\n"

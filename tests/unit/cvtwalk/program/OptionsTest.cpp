@@ -80,15 +80,17 @@ TEST(CvtwalkOptions, RefuseEmptyWords) {
 TEST(CvtwalkOptions, NameTheWordThatIsWrong) {
     std::string error;
     EXPECT_FALSE(Parse({"--bogus"}, &error));
-    EXPECT_EQ(error, "wrong option --bogus");
+    EXPECT_EQ(error, "the option --bogus is unknown");
     EXPECT_FALSE(Parse({"-x"}, &error));
-    EXPECT_EQ(error, "wrong option -x");
+    EXPECT_EQ(error, "the option -x is unknown");
     EXPECT_FALSE(Parse({"--version=1"}, &error));
-    EXPECT_EQ(error, "wrong option --version=1");
+    EXPECT_EQ(error, "the option --version takes no value");
     EXPECT_FALSE(Parse({"--module"}, &error));
-    EXPECT_EQ(error, "the option --module wants an argument");
+    EXPECT_EQ(error, "the option --module needs a value");
+    EXPECT_FALSE(Parse({"hrStorage", "--wa"}, &error));
+    EXPECT_EQ(error, "the option --wa is ambiguous: it may mean --wait-for-load, --watch");
     EXPECT_FALSE(Parse({"hrStorage", "--bogus"}, &error));
-    EXPECT_EQ(error, "wrong option --bogus");
+    EXPECT_EQ(error, "the option --bogus is unknown");
 }
 
 TEST(CvtwalkOptions, TakeSeveralObjects) {
