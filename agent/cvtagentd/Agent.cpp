@@ -1,13 +1,18 @@
 #include "agent/cvtagentd/Agent.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "agent/common/ExtensionModule.h"
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/StandAlone.h"
 #include "agent/cvtagentd/Subagent.h"
+#include "agent/cvtagentd/access/ModuleFiles.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/ReadableFile.h"
@@ -27,6 +32,26 @@ std::unique_ptr<Role> MakeRole(const Options& options) {
         return std::make_unique<Subagent>(options);
     }
     return std::make_unique<StandAlone>(options);
+}
+
+std::vector<std::string> ModulesToLoad(const Options& options) {
+    std::vector<std::string> files = options.modules;
+    const std::vector<std::string> named = ModuleFiles::Named();
+    files.insert(files.end(), named.begin(), named.end());
+    return files;
+}
+
+/// --module replaces the module that comes with the agent, which is easily overlooked.
+void ReportMissingDefault(const std::vector<std::string>& files) {
+    const std::string standard = agent::ExtensionModule::DefaultFile();
+    const std::filesystem::path name = std::filesystem::path(standard).filename();
+    if (std::none_of(files.begin(), files.end(),
+                     [&](const std::string& file) { return std::filesystem::path(file).filename() == name; })) {
+        Log::Info(name.string() +
+                  ", which comes with the agent, is not loaded, since --module names another one; add "
+                  "--module " +
+                  standard + " to serve both");
+    }
 }
 
 /// Undoes StartServing, even when that has thrown halfway.
@@ -52,11 +77,15 @@ int Agent::Run() {
     user.GiveUpPorts();
     role->StoreState();
     {
+        const std::vector<std::string> files = ModulesToLoad(m_options);
         ServedModules modules(m_options.timeoutSeconds * 1000, role->HowToWait());
-        modules.Start(m_options.modules, role->Builtin());
+        modules.Start(files, role->Builtin());
         const StopServing atEnd{*role};
         role->StartServing(modules, loop);
-        Log::Info("version " CVHOST_VERSION " serves " + std::to_string(modules.NumSubtrees()) + " subtrees " + where);
+        const std::size_t subtrees = modules.NumSubtrees();
+        Log::Info("version " CVHOST_VERSION " serves " + std::to_string(subtrees) +
+                  (subtrees == 1 ? " subtree " : " subtrees ") + where);
+        ReportMissingDefault(files);
         user.Report();
         manager.Status("waiting for the modules to get ready");
         Serve(loop, *role, modules, manager);

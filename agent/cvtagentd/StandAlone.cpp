@@ -6,7 +6,9 @@
 #include "agent/common/Joined.h"
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/access/Admission.h"
 #include "agent/cvtagentd/access/AuthFailures.h"
+#include "agent/cvtagentd/access/ModuleFiles.h"
 #include "agent/cvtagentd/builtin/SystemConfig.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
 #include "agent/cvtagentd/process/Log.h"
@@ -30,7 +32,10 @@ bool StoreOrWarn() {
 
 }  // namespace
 
-void StandAlone::BeforeConfiguration() { SystemConfig::Register(); }
+void StandAlone::BeforeConfiguration() {
+    SystemConfig::Register();
+    ModuleFiles::Register();
+}
 
 /// The library obeys the files in the state directory, so it must read them as the user, not as root.
 void StandAlone::ReadConfiguration(DaemonUser& user) {
@@ -85,6 +90,8 @@ void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
     m_listeners->RefuseSetsWhile([&] { return !delegated.IsEmpty(); });
     m_retries.emplace(loop, [&] { return delegated.Retry(); });
     m_doneCalls.emplace(loop, delegated.Descriptor(), [&] { delegated.Woken(); });
+    m_modulesAtStart = ModuleFiles::Named();
+    Admission::WarnIfNobody();
 }
 
 void StandAlone::StopServing() {
@@ -104,6 +111,10 @@ void StandAlone::Reload() {
     AccessConfig::Reload(m_options.config);
     if (!m_isStartCounted) {  // a reload may have added users
         m_isStartCounted = StoreOrWarn();
+    }
+    Admission::WarnIfNobody();
+    if (ModuleFiles::ReadFolder(m_options.config).empty() && ModuleFiles::Named() != m_modulesAtStart) {
+        Log::Warning("the configuration names other modules than at the start; restart the agent to load them");
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "agent/cvtagentd/Options.h"
 #include "agent/cvtagentd/Role.h"
@@ -37,6 +39,7 @@ private:
     std::optional<BuiltinModule> m_builtin;
     std::optional<EventLoop::Task> m_retries;
     std::optional<EventLoop::Watch> m_doneCalls;
+    std::vector<std::string> m_modulesAtStart;  // those that the configuration names
     bool m_isStartCounted = true;
 };
 

@@ -4,6 +4,7 @@
 
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/access/ModuleFiles.h"
 #include "agent/cvtagentd/builtin/SystemConfig.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
 #include "agent/cvtagentd/process/Log.h"
@@ -21,15 +22,18 @@ void Subagent::ReadConfiguration(DaemonUser& user) {
     AccessConfig::RequireTrusted(m_options.config);
     SnmpLibrary::Setup setup{m_options.config};
     setup.beforeConfiguration = [this] {
+        ModuleFiles::Register();
         SystemConfig::Register();  // accepted, although this role does not serve them
         m_master.BeforeConfiguration();
     };
     m_library.emplace(setup);
     m_master.AfterConfiguration();
     std::vector<std::string> faults = AccessConfig::Faults(m_options.config, m_library->Messages());
+    const std::vector<std::string> ofModules = ModuleFiles::ReadFolder(m_options.config);
+    faults.insert(faults.end(), ofModules.begin(), ofModules.end());
     m_ignored = AccessConfig::TakeUnknownDirectives(faults);
     if (!faults.empty()) {
-        throw StartError(AccessConfig::Summary(m_options.config, faults));
+        throw ConfigError(AccessConfig::Summary(m_options.config, faults));
     }
     user.Assume();
     m_lock.emplace();

@@ -22,6 +22,7 @@
 #include "agent/common/Joined.h"
 #include "agent/cvtagentd/access/ConfigFiles.h"
 #include "agent/cvtagentd/access/ConfigReview.h"
+#include "agent/cvtagentd/access/ModuleFiles.h"
 #include "agent/cvtagentd/process/Privileges.h"
 #include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/StartError.h"
@@ -160,13 +161,13 @@ std::string AccessConfig::WhyNotToRead(const std::string& file) {
 void AccessConfig::RequireTrusted(const std::string& file) {
     const std::string why = file.empty() ? std::string() : WhyNotToRead(file);
     if (!why.empty()) {
-        throw StartError(why);
+        throw ConfigError(why);
     }
 }
 
 void AccessConfig::RequireTrustedState() {
     if (const std::string why = ConfigFiles::WhyNotTrusted(kStateFile, ConfigFiles::InState()); !why.empty()) {
-        throw StartError(why);
+        throw ConfigError(why);
     }
 }
 
@@ -209,6 +210,8 @@ std::vector<std::string> AccessConfig::AllFaults(const std::string& file,
     std::vector<std::string> faults = Faults(file, said);
     const std::vector<std::string> more = ConfigReview::Of(file).faults;
     faults.insert(faults.end(), more.begin(), more.end());
+    const std::vector<std::string> ofModules = ModuleFiles::ReadFolder(file);
+    faults.insert(faults.end(), ofModules.begin(), ofModules.end());
     return faults;
 }
 
@@ -216,12 +219,12 @@ void AccessConfig::RequireFaultless(const std::string& file, const std::vector<L
     const std::string state = StateDir::Path() + "/";
     for (const LibraryLog::Message& message : said) {
         if (message.text.starts_with(state) && !message.text.starts_with(file + ":")) {
-            throw StartError(message.text +
-                             "; that file is in the state directory: remove the line, or restore a complete copy");
+            throw ConfigError(message.text +
+                              "; that file is in the state directory: remove the line, or restore a complete copy");
         }
     }
     if (const std::vector<std::string> faults = AllFaults(file, said); !faults.empty()) {
-        throw StartError(Summary(file, faults));
+        throw ConfigError(Summary(file, faults));
     }
 }
 
@@ -254,6 +257,7 @@ int AccessConfig::Check(const std::string& file, std::function<void()> beforeCon
     } else {
         SnmpLibrary::Setup setup{file};
         setup.beforeConfiguration = std::move(beforeConfiguration);
+        setup.crashStatus = ExitStatus::kFailed;
         faults = AllFaults(file, SnmpLibrary(setup).Messages());
     }
     for (const std::string& fault : faults) {
