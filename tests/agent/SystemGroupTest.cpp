@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <regex>
+#include <set>
 
 #include <sys/utsname.h>
 
@@ -63,10 +64,13 @@ TEST_F(SystemGroupTest, IsWalkedInOrderInEachVersion) {
         for (std::string line; std::getline(lines, line);) {
             names += line.substr(kSystem.size(), line.find(' ') - kSystem.size()) + " ";
         }
-        EXPECT_EQ(names,
-                  "1.0 2.0 3.0 4.0 5.0 6.0 7.0 8.0 9.1.2.1 9.1.2.2 9.1.2.3 9.1.3.1 9.1.3.2 9.1.3.3 9.1.4.1 "
-                  "9.1.4.2 9.1.4.3 ")
-            << walk.output;
+        std::string expected = "1.0 2.0 3.0 4.0 5.0 6.0 7.0 8.0 ";
+        for (const std::string column : {"2", "3", "4"}) {
+            for (int row = 1; row <= 6; ++row) {
+                expected.append("9.1.").append(column).append(".").append(std::to_string(row)).append(" ");
+            }
+        }
+        EXPECT_EQ(names, expected) << walk.output;
     }
 }
 
@@ -144,6 +148,8 @@ TEST_F(SystemGroupTest, TheTableOfMibsNamesEachWithTheSubtreeThatHoldsItsGroups)
     for (const auto& [name, root] :
          std::vector<std::pair<std::string, std::string>>{{"AGENT-TEST-MIB", ".1.3.6.1.4.1.32473"},
                                                           {"HOST-RESOURCES-MIB", ".1.3.6.1.2.1.25"},
+                                                          {"SNMP-MPD-MIB", ".1.3.6.1.6.3.11.2.1"},
+                                                          {"SNMP-USER-BASED-SM-MIB", ".1.3.6.1.6.3.15.1.1"},
                                                           {"SNMP-FRAMEWORK-MIB", kEngine.substr(0, kEngine.size() - 1)},
                                                           {"SNMPv2-MIB", kSystem.substr(0, kSystem.size() - 1)}}) {
         std::smatch row;
@@ -154,8 +160,47 @@ TEST_F(SystemGroupTest, TheTableOfMibsNamesEachWithTheSubtreeThatHoldsItsGroups)
     const long change = Number(kSystem + "8.0");
     EXPECT_EQ(change, Number(kSystem + "9.1.4.1"));
     EXPECT_LE(change, Number(kSystem + "3.0"));
-    EXPECT_EQ(Get(kSystem + "9.1.3.5"), kSystem + "9.1.3.5 = No Such Instance currently exists at this OID\n");
+    EXPECT_EQ(Get(kSystem + "9.1.3.8"), kSystem + "9.1.3.8 = No Such Instance currently exists at this OID\n");
     EXPECT_EQ(Get(kSystem + "9.1.3.0"), kSystem + "9.1.3.0 = No Such Instance currently exists at this OID\n");
+}
+
+TEST_F(SystemGroupTest, AMibWhoseGroupsLieApartHasARowForEach) {
+    Start({"--module", kMainModule});
+    const std::string table = V2c("snmpwalk", {kSystem + "9.1"}).output;
+    std::set<std::string> roots;
+    const std::regex row("9\\.1\\.3\\.([0-9]+) = STRING: \"SNMPv2-MIB\"");
+    for (auto found = std::sregex_iterator(table.begin(), table.end(), row); found != std::sregex_iterator(); ++found) {
+        roots.insert(Get(kSystem + "9.1.2." + found->str(1)).substr((kSystem + "9.1.2.6 = OID: ").size()));
+    }
+    EXPECT_EQ(roots, (std::set<std::string>{".1.3.6.1.2.1.1\n", ".1.3.6.1.2.1.11\n"})) << table;
+}
+
+TEST_F(SystemGroupTest, SysObjectIdComesFromTheConfigurationAndReturnsToTheDefaultWithIt) {
+    const std::string object = kSystem + "2.0";
+    StartWith("sysObjectID 1.3.6.1.4.1.8072.3.2.10\n");
+    EXPECT_EQ(Get(object), object + " = OID: .1.3.6.1.4.1.8072.3.2.10\n");
+    ReloadWith("sysObjectID .1.3.6.1.4.1.32473.4294967295  \n", "agent.conf again");
+    EXPECT_EQ(Get(object), object + " = OID: .1.3.6.1.4.1.32473.4294967295\n");
+    ReloadWith("sysObjectID linux\n", "line 2: Error: sysObjectID needs an object identifier in numbers");
+    EXPECT_EQ(Get(object), object + " = OID: .1.3.6.1.4.1.32473.4294967295\n");
+    WriteConfig("rwcommunity public 127.0.0.1\n");
+    Agent().Signal(SIGHUP);
+    const std::string ours = object + " = OID: .1.3.6.1.4.1.32473.100.1\n";
+    for (int tries = 0; tries < 500 && Get(object) != ours; ++tries) {
+        ASSERT_FALSE(Agent().HasEnded());
+    }
+    EXPECT_EQ(Get(object), ours);
+}
+
+TEST_F(SystemGroupTest, ASysObjectIdThatCannotBeSentIsAFault) {
+    for (const char* const id : {"1", "3.1", "1.40", "1.3..6", "1.3.4294967296", "1.3 6", "iso.3.6", "1.3.6x"}) {
+        const std::string file = WriteConfig("rocommunity public 127.0.0.1\nsysObjectID " + std::string(id) + "\n");
+        const Outcome outcome = RunAgent({"--check-config", file});
+        EXPECT_EQ(outcome.status, 1) << id;
+        EXPECT_NE(outcome.output.find(file + ": line 2: Error: sysObjectID needs an object identifier"),
+                  std::string::npos)
+            << id << ": " << outcome.output;
+    }
 }
 
 TEST_F(SystemGroupTest, TheEngineReportsItsIdentifierBootsTimeAndLongestMessage) {

@@ -5,13 +5,17 @@
 
 #include "CVT/BMibImplGroup.h"
 #include "agent/cvtagentd/builtin/SnmpEngineGroup.h"
+#include "agent/cvtagentd/builtin/SnmpGroup.h"
+#include "agent/cvtagentd/builtin/SnmpMpdStatsGroup.h"
 #include "agent/cvtagentd/builtin/SysOrTable.h"
 #include "agent/cvtagentd/builtin/SystemGroup.h"
+#include "agent/cvtagentd/builtin/UsmStatsGroup.h"
 
 namespace cvtagentd {
 
-/// What a stand-alone agent itself serves, besides the modules: the system group with sysORTable, and snmpEngine. Ready
-/// from the beginning. Made while the SNMP library runs, and used by the thread that runs it.
+/// What a stand-alone agent itself serves, besides the modules: the system group with sysORTable, snmpEngine, and the
+/// SNMP library's counters. Ready from the beginning. Made while the SNMP library runs, and used by the thread that
+/// runs it.
 class BuiltinModule final : public CVT::BMibImplGroup {
 public:
     BuiltinModule();
@@ -33,8 +37,12 @@ public:
 private:
     SystemGroup m_system;
     SysOrTable m_orTable;
+    SnmpGroup m_snmp;
     SnmpEngineGroup m_engine;
-    std::array<CVT::BMibImpl*, 3> m_groups{&m_system, &m_orTable, &m_engine};  // null: left out
+    SnmpMpdStatsGroup m_mpdStats;
+    UsmStatsGroup m_usmStats;
+    std::array<CVT::BMibImpl*, 6> m_groups{&m_system, &m_orTable,  &m_snmp,
+                                           &m_engine, &m_mpdStats, &m_usmStats};  // null: left out
 };
 
 }  // namespace cvtagentd

@@ -17,20 +17,42 @@ using CVT::Column;
 
 namespace {
 
-void CutToCommon(BObjectIdentifier& prefix, const BObjectIdentifier& other) {
-    while (!other.StartsWith(prefix)) {
-        prefix.Truncate(prefix.NumArcs() - 1);
+/// By name of the MIB.
+using Roots = std::map<std::string, std::vector<BObjectIdentifier>>;
+
+BObjectIdentifier CommonPart(const std::vector<BObjectIdentifier>& roots) {
+    BObjectIdentifier common = roots.front();
+    for (const BObjectIdentifier& root : roots) {
+        while (!root.StartsWith(common)) {
+            common.Truncate(common.NumArcs() - 1);
+        }
     }
+    return common;
 }
 
-std::map<std::string, BObjectIdentifier> MibsOf(const std::vector<CVT::BMibImpl*>& groups) {
-    std::map<std::string, BObjectIdentifier> mibs;
+/// The subtrees to enter for a MIB: one, or, where that would be a registry of many MIBs, its groups' own.
+std::vector<BObjectIdentifier> SubtreesOf(const std::vector<BObjectIdentifier>& roots) {
+    constexpr unsigned int kRegistry = 6;  // arcs of mib-2, enterprises and snmpModules
+    const BObjectIdentifier common = CommonPart(roots);
+    if (common.NumArcs() > kRegistry) {
+        return {common};
+    }
+    std::vector<BObjectIdentifier> outermost;
+    for (const BObjectIdentifier& root : roots) {
+        const bool isInner = std::any_of(roots.begin(), roots.end(),
+                                         [&](const auto& other) { return root != other && root.StartsWith(other); });
+        if (!isInner) {
+            outermost.push_back(root);
+        }
+    }
+    return outermost;
+}
+
+Roots MibsOf(const std::vector<CVT::BMibImpl*>& groups) {
+    Roots mibs;
     for (const CVT::BMibImpl* const group : groups) {
         const std::string_view name = group->Name().View();
-        const auto [mib, isNew] = mibs.try_emplace(std::string(name.substr(0, name.find('.'))), group->Oid());
-        if (!isNew) {
-            CutToCommon(mib->second, group->Oid());
-        }
+        mibs[std::string(name.substr(0, name.find('.')))].push_back(group->Oid());
     }
     return mibs;
 }
@@ -58,9 +80,11 @@ SysOrTable::~SysOrTable() {
 }
 
 void SysOrTable::Enter(const std::vector<CVT::BMibImpl*>& groups) {
-    for (const auto& [name, root] : MibsOf(groups)) {
-        std::vector<oid>& id = m_entered.emplace_back(root.Arcs().begin(), root.Arcs().end());
-        ::register_sysORTable(id.data(), id.size(), name.c_str());
+    for (const auto& [name, roots] : MibsOf(groups)) {
+        for (const BObjectIdentifier& root : SubtreesOf(roots)) {
+            std::vector<oid>& id = m_entered.emplace_back(root.Arcs().begin(), root.Arcs().end());
+            ::register_sysORTable(id.data(), id.size(), name.c_str());
+        }
     }
 }
 

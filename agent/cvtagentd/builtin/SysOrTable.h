@@ -15,7 +15,8 @@ public:
     ~SysOrTable() override;
 
     /// Enters each MIB that these groups belong to: the part of a group's name before the dot, and the smallest subtree
-    /// that holds all its groups. Called once.
+    /// that holds all its groups. Where that subtree would be one in which many MIBs lie, such as 1.3.6.1.2.1, the MIB
+    /// has a row for each of its groups instead, so that no row claims what is not served. Called once.
     void Enter(const std::vector<CVT::BMibImpl*>& groups);
 
     /// sysORLastChange, hundredths of a second.

@@ -1,9 +1,13 @@
 #include "agent/cvtagentd/builtin/SystemConfig.h"
 
 #include <charconv>
+#include <cstdlib>
 #include <string_view>
 
+#include "CVT/BObjectIdentifier.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+#include <net-snmp/agent/agent_trap.h>
 
 namespace cvtagentd {
 namespace {
@@ -53,7 +57,39 @@ void TakeServices(const char* directive, char* rest) {
     s_values.services = services;
 }
 
-void ForgetAll() { s_values = {}; }
+/// What BER can encode: at least two arcs, the first 0 to 2, and the second below 40 unless the first is 2.
+void TakeObjectId(const char* directive, char* rest) {
+    std::string text(rest);
+    text.erase(0, text.starts_with('.') ? 1 : 0);
+    text.erase(text.find_last_not_of(" \t\r") + 1);
+    CVT::BObjectIdentifier id;
+    constexpr unsigned int kJoint = 2;
+    constexpr unsigned int kMostSecond = 39;
+    if (!id.AssignFromDottedDecimalStr(text.c_str()) || id.NumArcs() < 2 || id[0] > kJoint ||
+        (id[0] < kJoint && id[1] > kMostSecond)) {
+        Report(directive, "needs an object identifier in numbers, such as 1.3.6.1.4.1.8072.3.2.10");
+        return;
+    }
+    s_values.objectId = text;
+}
+
+void PassOnAuthenTraps(bool enabled) {
+    std::string value = enabled ? "1" : "2";
+    ::snmpd_parse_config_authtrap("authtrapenable", value.data());
+}
+
+/// The library's own handler, which checks the value, does not say what it has taken, and keeps it when the directive
+/// is removed.
+void TakeAuthenTraps(const char* directive, char* rest) {
+    const std::string text(rest);
+    ::snmpd_parse_config_authtrap(directive, rest);
+    s_values.authenTraps = ::strcasecmp(text.c_str(), "enable") == 0 || std::atoi(text.c_str()) == 1;
+}
+
+void ForgetAll() {
+    s_values = {};
+    PassOnAuthenTraps(s_values.authenTraps);
+}
 
 }  // namespace
 
@@ -62,8 +98,15 @@ void SystemConfig::Register() {
         ::snmpd_register_config_handler(entry.name, &TakeText, &ForgetAll, "TEXT");
     }
     ::snmpd_register_config_handler("sysServices", &TakeServices, &ForgetAll, "NUMBER");
+    ::snmpd_register_config_handler("sysObjectID", &TakeObjectId, &ForgetAll, "OID");
+    ::snmpd_register_config_handler("authtrapenable", &TakeAuthenTraps, &ForgetAll, "1 | 2");
 }
 
 const SystemConfig::Values& SystemConfig::Get() { return s_values; }
+
+void SystemConfig::SetAuthenTraps(bool enabled) {
+    s_values.authenTraps = enabled;
+    PassOnAuthenTraps(enabled);
+}
 
 }  // namespace cvtagentd

@@ -13,10 +13,6 @@ using CVT::Column;
 
 namespace {
 
-/// sysObjectID, by which a manager tells kinds of hosts apart. The enterprise number is the one reserved for
-/// documentation.
-constexpr const char* kSysObjectId = "1.3.6.1.4.1.32473.100.1";
-
 /// "Linux" comes first: managers look for it.
 std::string KernelDescription() {
     utsname names{};
@@ -60,8 +56,9 @@ int SystemGroup::GetDescr(unsigned int /*requestId*/, CVT::BOctetString& value) 
     return CVT::noError;
 }
 
+/// Managers choose their templates by it, so a site can name another kind of host.
 int SystemGroup::GetObjectId(unsigned int /*requestId*/, CVT::BObjectIdentifier& value) {
-    value.AssignFromDottedDecimalStr(kSysObjectId);
+    value.AssignFromDottedDecimalStr(SystemConfig::Get().objectId.c_str());
     return CVT::noError;
 }
 
