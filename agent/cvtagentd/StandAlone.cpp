@@ -16,6 +16,7 @@
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/requests/ResponseBudget.h"
+#include "agent/cvtagentd/snmp/RequestTrace.h"
 
 namespace cvtagentd {
 namespace {
@@ -48,6 +49,10 @@ void StandAlone::ReadConfiguration(DaemonUser& user) {
         m_options.config.empty() ? AccessConfig::BuiltIn() : std::vector<std::string>{}, &BeforeConfiguration});
     AccessConfig::RequireFaultless(m_options.config, m_library->Messages());
     AuthFailures::Watch();
+    AuthFailures::LearnCommunities(m_options.config);
+    if (m_options.logLevel == LogLevel::kDebug) {
+        RequestTrace::Start();
+    }
     ResponseBudget::Install();
 }
 
@@ -108,7 +113,9 @@ void StandAlone::StoreStateAtEnd() {
 }
 
 void StandAlone::Reload() {
-    AccessConfig::Reload(m_options.config);
+    if (AccessConfig::Reload(m_options.config)) {
+        AuthFailures::LearnCommunities(m_options.config);
+    }
     if (!m_isStartCounted) {  // a reload may have added users
         m_isStartCounted = StoreOrWarn();
     }

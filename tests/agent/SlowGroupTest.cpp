@@ -72,6 +72,17 @@ TEST_F(SlowGroupTest, RequestsToAGroupThatInitialisesAreCompletedWhenItIsUp) {
     ExpectAnswer(*clients[3], {kSlowToInitialize + "3.1"});
 }
 
+TEST_F(SlowGroupTest, AGroupThatTakesLongerThanASecondIsLogged) {
+    Open("initialize");
+    ASSERT_TRUE(Agent().WaitForOutput("ready after"));
+    const std::unique_ptr<Program> client = Ask("snmpget", {kSlowToAnswer + "1.2"});
+    ::poll(nullptr, 0, 1'200);
+    Open("value");
+    ExpectAnswer(*client, {kSlowToAnswer + "1.2"});
+    EXPECT_TRUE(Agent().WaitForOutput("cvtagentd: slow group ")) << Log();
+    EXPECT_NE(Log().find(" ms to answer\n"), std::string::npos) << Log();
+}
+
 TEST_F(SlowGroupTest, RequestsThatAGroupCannotAnswerYetAreCompletedWhenItCan) {
     Open("initialize");
     ASSERT_TRUE(Agent().WaitForOutput("ready after"));

@@ -275,10 +275,10 @@ int AccessConfig::Check(const std::string& file, std::function<void()> beforeCon
     return faults.empty() ? 0 : 1;
 }
 
-void AccessConfig::Reload(const std::string& file) {
+bool AccessConfig::Reload(const std::string& file) {
     if (file.empty()) {
         Log::Info("no configuration file to read again");
-        return;
+        return false;
     }
     std::vector<std::string> faults;
     if (const std::string why = WhyNotToRead(file); !why.empty()) {
@@ -293,10 +293,11 @@ void AccessConfig::Reload(const std::string& file) {
     }
     if (!faults.empty()) {
         Log::Error("the configuration stays as it was: " + Summary(file, faults));
-        return;
+        return false;
     }
     ::update_config();
     Log::Info("read the configuration " + file + " again");
+    return true;
 }
 
 }  // namespace cvtagentd

@@ -46,9 +46,9 @@ void RequireFaultless(const std::string& file, const std::vector<LibraryLog::Mes
 /// `beforeConfiguration`: as in SnmpLibrary::Setup.
 int Check(const std::string& file, std::function<void()> beforeConfiguration);
 
-/// Makes the library read the file again. If it has faults, the access rules stay as they were. Logs the result. If
-/// `file` is empty, nothing is read.
-void Reload(const std::string& file);
+/// Makes the library read the file again, and returns whether it has. If it has faults, the access rules stay as they
+/// were. Logs the result. If `file` is empty, nothing is read.
+bool Reload(const std::string& file);
 
 }  // namespace AccessConfig
 

@@ -1,12 +1,11 @@
 #include "agent/cvtagentd/access/AuthFailures.h"
 
-#include <netdb.h>
-#include <sys/socket.h>
-
-#include <array>
+#include <set>
 #include <string>
 
+#include "agent/cvtagentd/access/Communities.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
+#include "agent/cvtagentd/snmp/Refusals.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 #include <net-snmp/agent/agent_callbacks.h>
@@ -14,25 +13,27 @@
 namespace cvtagentd {
 namespace {
 
-/// Where a packet came from. Any address that is not an internet address is a socket on this host.
-std::string Origin(const netsnmp_pdu& pdu) {
-    if (pdu.transport_data == nullptr || pdu.transport_data_length != sizeof(netsnmp_indexed_addr_pair)) {
-        return "this host";
+std::set<std::string> s_communities;
+
+void LogCommunity(const snmp_pdu& message) {
+    const std::string community(reinterpret_cast<const char*>(message.community), message.community_len);
+    if (s_communities.count(community) == 0) {
+        Refusals::Log(message, "unknown community");
+    } else {
+        Refusals::Log(message, "community not granted to that address", "allow the address as its SOURCE");
     }
-    const auto& addresses = *static_cast<const netsnmp_indexed_addr_pair*>(pdu.transport_data);
-    const sockaddr& remote = addresses.remote_addr.sa;
-    const socklen_t length = remote.sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
-    std::array<char, NI_MAXHOST> host{};
-    const int failed = ::getnameinfo(&remote, length, host.data(), host.size(), nullptr, 0, NI_NUMERICHOST);
-    return failed == 0 ? host.data() : "an unknown address";
 }
 
 int OnCheck(int /*majorId*/, int /*minorId*/, void* parameters, void* /*unused*/) {
     const auto& check = *static_cast<const view_parameters*>(parameters);
-    const bool hasCommunity = check.pdu->version == SNMP_VERSION_1 || check.pdu->version == SNMP_VERSION_2c;
-    if (hasCommunity && check.errorcode == VACM_NOSECNAME) {
-        LibraryLog::WriteLimited(LogLevel::kWarning, "Authentication failure",
-                                 "Authentication failure: wrong community from " + Origin(*check.pdu));
+    switch (check.errorcode) {
+        case VACM_NOSECNAME: LogCommunity(*check.pdu); break;
+        case VACM_NOGROUP: Refusals::Log(*check.pdu, "no access granted", "add rouser or rwuser"); break;
+        case VACM_NOACCESS:
+            Refusals::Log(*check.pdu, "security level too low", "the configuration demands auth or priv");
+            break;
+        case VACM_NOSUCHCONTEXT: Refusals::Log(*check.pdu, "unknown context"); break;
+        default: break;
     }
     return SNMP_ERR_NOERROR;
 }
@@ -43,6 +44,10 @@ void AuthFailures::Watch() {
     // Registered after the check itself, whose result it reads.
     ::netsnmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, &OnCheck, nullptr,
                                 NETSNMP_CALLBACK_LOWEST_PRIORITY);
+    LibraryLog::Demote("Authentication failed for ");
+    LibraryLog::Demote("security service 3 error parsing ScopedPDU");
 }
+
+void AuthFailures::LearnCommunities(const std::string& file) { s_communities = Communities::In(file); }
 
 }  // namespace cvtagentd

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <utility>
 
@@ -22,6 +23,7 @@ struct GroupCall {
     CVT::EReading what;
     CVT::BVarBind varBind;  ///< its name goes in, what was found comes out
     int status = CVT::genErr;
+    std::chrono::steady_clock::duration took{};  ///< without the wait for the group's lock
 
     std::atomic<bool> isDone = false;
     std::atomic<bool> isUnwanted = false;  ///< no request waits for it any more, so it need not be made

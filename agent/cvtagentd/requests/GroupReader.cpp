@@ -18,6 +18,19 @@ namespace {
 /// A stretch that is passed over in fewer steps is not worth remembering.
 constexpr unsigned int kStepsToRemember = 8;
 
+/// A group that keeps a request waiting for so long is worth a look.
+constexpr std::chrono::seconds kSlow{1};
+
+void LogIfSlow(CVT::BMibImpl& group, TimeSlice::Clock::duration took) {
+    if (took >= kSlow) {
+        const std::string kind = "slow group " + std::string(group.ToString().View());
+        LibraryLog::WriteLimited(
+            LogLevel::kInfo, kind,
+            kind + " took " + std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(took).count()) +
+                " ms to answer");
+    }
+}
+
 struct Unlock {
     void operator()(CVT::TMutex* lock) const CVT_NO_THREAD_SAFETY_ANALYSIS { lock->Done(); }
 };
@@ -110,6 +123,7 @@ GroupReader::Outcome GroupReader::GoOn(const Task& task, Wait wait, TimeSlice& s
             call.empty = empty == progress->empty.end() ? nullptr : &empty->second;
         }
         const Outcome outcome = AnswerAll(call);
+        LogIfSlow(m_group, TimeSlice::Clock::now() - begin);
         return outcome == Outcome::kGoesOn && HasWorkedEnough(task.info, begin) ? GiveUp(task.varBinds) : outcome;
     } catch (const std::exception&) {  // out of memory: the library is C and must not be unwound
         task.call.reset();
@@ -177,6 +191,7 @@ GroupReader::Result GroupReader::Answer(Call& call, Request& request) {
 std::optional<int> GroupReader::CallGroup(Call& call, CVT::EReading what) {
     if (call.made != nullptr) {
         const std::shared_ptr<GroupCall> made = std::move(call.made);
+        LogIfSlow(m_group, made->took);
         m_varBind = std::move(made->varBind);
         return made->status;
     }

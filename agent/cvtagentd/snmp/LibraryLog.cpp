@@ -91,7 +91,7 @@ void LibraryLog::Install() {
 }
 
 void LibraryLog::WriteLimited(LogLevel level, const std::string& kind, const std::string& text) {
-    if (level > LogLevel::kWarning) {
+    if (level > LogLevel::kInfo) {
         Log::Write(level, text);
         return;
     }

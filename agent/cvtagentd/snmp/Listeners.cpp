@@ -20,6 +20,8 @@
 #include "agent/cvtagentd/snmp/DescriptorSet.h"
 #include "agent/cvtagentd/snmp/HostAccess.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
+#include "agent/cvtagentd/snmp/Refusals.h"
+#include "agent/cvtagentd/snmp/RequestTrace.h"
 #include "agent/cvtagentd/snmp/ResponseBuilder.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
@@ -118,6 +120,12 @@ int CheckPacket(snmp_session* session, netsnmp_transport* transport, void* opaqu
     return AdmitsHost(session, transport, opaque, length) ? 1 : 0;
 }
 
+/// Every message that has been parsed comes here, and those that could not be. Returns 0 for one to drop.
+int CheckParse(snmp_session* session, snmp_pdu* message, int result) {
+    Refusals::AfterParse(*message, result);
+    return ::netsnmp_agent_check_parse(session, message, result);
+}
+
 /// Whether a version 3 message names a context that exists: of this engine, or of none. The name must hold no null
 /// octet, since for the library a name ends at the first one.
 bool IsForUs(const snmp_pdu& message) {
@@ -143,6 +151,9 @@ void Refuse(snmp_session& session, snmp_pdu& message) {
     response->command = SNMP_MSG_RESPONSE;
     response->errstat = message.version == SNMP_VERSION_1 ? CVT::genErr : CVT::resourceUnavailable;
     response->errindex = 1;
+    for (const int statistic : {STAT_SNMPINSETREQUESTS, STAT_SNMPOUTPKTS, STAT_SNMPOUTGETRESPONSES}) {
+        ::snmp_increment_statistic(statistic);  // the library counts what it answers itself
+    }
     if (::snmp_send(&session, response) == 0) {
         ::snmp_free_pdu(response);
     }
@@ -189,10 +200,10 @@ bool Listeners::Open(const std::string& address) {
     if (transport->f_open != nullptr) {
         transport = transport->f_open(transport);
     }
-    snmp_session* const opened =
-        transport == nullptr ? nullptr
-                             : ::snmp_add_full(&session, transport, &CheckPacket, nullptr, &::netsnmp_agent_check_parse,
-                                               nullptr, &ResponseBuilder::Build, nullptr, nullptr);
+    snmp_session* const opened = transport == nullptr
+                                     ? nullptr
+                                     : ::snmp_add_full(&session, transport, &CheckPacket, nullptr, &CheckParse, nullptr,
+                                                       &ResponseBuilder::Build, nullptr, nullptr);
     if (opened == nullptr) {  // it has freed the transport
         return false;
     }
@@ -211,9 +222,11 @@ int Listeners::OnMessage(int operation, snmp_session* session, int requestId, sn
     }
     if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) {
         if (!IsForUs(*message)) {
+            Refusals::Log(*message, "unknown context");
             return 1;
         }
         ResponseBuilder::Expect(*message);
+        RequestTrace::Begin(*message);
         if (static_cast<Listeners*>(self)->Refuses(*message)) {
             Refuse(*session, *message);
             return 1;

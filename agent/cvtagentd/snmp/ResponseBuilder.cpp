@@ -4,6 +4,7 @@
 
 #include "CVT/SnmpTypes.h"
 #include "agent/cvtagentd/snmp/MessageSize.h"
+#include "agent/cvtagentd/snmp/RequestTrace.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
@@ -12,6 +13,8 @@ namespace {
 /// A flag of a request and of its response: it is a GETBULK. The library has no such flag; its own
 /// UCD_MSG_FLAG_BULK_TOOBIG is also set for a GETNEXT, whose response must have all varbinds.
 constexpr u_long kIsBulk = 0x40000000;
+/// The same for a SET.
+constexpr u_long kIsSet = 0x20000000;
 
 /// A message with the varbinds that are to be sent. The destructor restores the message that the library made, so that
 /// the library frees all of it.
@@ -75,6 +78,7 @@ private:
         if (m_message.command == SNMP_MSG_RESPONSE) {
             m_message.errstat = CVT::tooBig;
             m_message.errindex = 0;
+            ::snmp_increment_statistic(STAT_SNMPOUTTOOBIGS);
         }
     }
 
@@ -84,11 +88,27 @@ private:
     variable_list* m_rest = nullptr;
 };
 
+/// What the library does not count: reports, and the varbinds of a SET, which it takes for those of a GET.
+void Count(const snmp_pdu& message) {
+    if (message.command == SNMP_MSG_REPORT) {
+        ::snmp_increment_statistic(STAT_SNMPOUTPKTS);
+    } else if ((message.flags & kIsSet) != 0 && message.errstat == CVT::noError) {
+        int count = 0;
+        for (const variable_list* next = message.variables; next != nullptr; next = next->next_variable) {
+            ++count;
+        }
+        ::snmp_increment_statistic_by(STAT_SNMPINTOTALREQVARS, -count);
+        ::snmp_increment_statistic_by(STAT_SNMPINTOTALSETVARS, count);
+    }
+}
+
 }  // namespace
 
 void ResponseBuilder::Expect(snmp_pdu& request) {
     if (request.command == SNMP_MSG_GETBULK) {
         request.flags |= kIsBulk;
+    } else if (request.command == SNMP_MSG_SET) {
+        request.flags |= kIsSet;
     }
     if (request.version == SNMP_VERSION_3) {
         MessageSize::KeepFromLibrary(request);
@@ -97,7 +117,9 @@ void ResponseBuilder::Expect(snmp_pdu& request) {
 
 int ResponseBuilder::Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
                            std::size_t* offset) {
+    Count(*message);
     const Fitted fitted(*message);
+    RequestTrace::End(*message);
     // Whatever the configuration says: encoding forwards, the library would write into a block of fixed size.
     ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_REVERSE_ENCODE, 1);
     const int failed = ::snmp_build(packet, length, offset, session, message);
