@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "CVT/SnmpTypes.h"
+#include "agent/cvtagentd/snmp/AskedNames.h"
 #include "agent/cvtagentd/snmp/MessageSize.h"
 #include "agent/cvtagentd/snmp/RequestTrace.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
@@ -107,6 +108,7 @@ void Count(const snmp_pdu& message) {
 void ResponseBuilder::Expect(snmp_pdu& request) {
     if (request.command == SNMP_MSG_GETBULK) {
         request.flags |= kIsBulk;
+        AskedNames::Keep(request);
     } else if (request.command == SNMP_MSG_SET) {
         request.flags |= kIsSet;
     }
@@ -118,6 +120,9 @@ void ResponseBuilder::Expect(snmp_pdu& request) {
 int ResponseBuilder::Build(snmp_session* session, snmp_pdu* message, unsigned char** packet, std::size_t* length,
                            std::size_t* offset) {
     Count(*message);
+    if ((message->flags & kIsBulk) != 0) {
+        AskedNames::Restore(*message);
+    }
     const Fitted fitted(*message);
     RequestTrace::End(*message);
     // Whatever the configuration says: encoding forwards, the library would write into a block of fixed size.

@@ -9,6 +9,8 @@ namespace cvtagentd {
 
 /// Encodes everything that the agent sends to a client: responses, refusals and reports, in every version.
 ///
+/// A GETBULK response names where each column has ended (AskedNames).
+///
 /// No message is longer than MessageSize::Limit. A response to GETBULK loses varbinds at its end until it fits; any
 /// other response that does not fit becomes tooBig without varbinds. This happens before the SNMP library encodes the
 /// message. In version 3 the library would write past its own memory instead of stopping at the size that the client
