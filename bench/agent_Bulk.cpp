@@ -212,6 +212,7 @@ private:
         const cvtagentd::EventLoop::Task retries(loop, [&] { return requests.delegated.Retry(); });
         const cvtagentd::EventLoop::Watch doneCalls(loop, requests.delegated.Descriptor(),
                                                     [&] { requests.delegated.Woken(); });
+        const cvtagentd::EventLoop::Steady steady(loop);
         const auto keep = [&](const auto& registered) {
             static_cast<void>(registered);
             static_cast<void>(::write(ready, "", 1));

@@ -95,11 +95,13 @@ void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
     m_listeners->RefuseSetsWhile([&] { return !delegated.IsEmpty(); });
     m_retries.emplace(loop, [&] { return delegated.Retry(); });
     m_doneCalls.emplace(loop, delegated.Descriptor(), [&] { delegated.Woken(); });
+    m_steady.emplace(loop);
     m_modulesAtStart = ModuleFiles::Named();
     Admission::WarnIfNobody();
 }
 
 void StandAlone::StopServing() {
+    m_steady.reset();
     m_doneCalls.reset();
     m_retries.reset();
     m_listeners->RefuseSetsWhile({});

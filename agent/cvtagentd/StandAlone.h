@@ -39,6 +39,7 @@ private:
     std::optional<BuiltinModule> m_builtin;
     std::optional<EventLoop::Task> m_retries;
     std::optional<EventLoop::Watch> m_doneCalls;
+    std::optional<EventLoop::Steady> m_steady;
     std::vector<std::string> m_modulesAtStart;  // those that the configuration names
     bool m_isStartCounted = true;
 };

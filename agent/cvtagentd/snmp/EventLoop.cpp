@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/signalfd.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 
 #include "agent/cvtagentd/process/Log.h"
@@ -35,7 +37,87 @@ EventLoop::EventLoop() {
     }
 }
 
-EventLoop::~EventLoop() { ::close(m_signals); }
+EventLoop::~EventLoop() {
+    ForgetPolled();
+    ::close(m_signals);
+}
+
+EventLoop::Steady::Steady(EventLoop& loop) : m_loop(loop) {
+    int count = 0;
+    int block = 1;
+    timeval unused{};
+    loop.m_steady = std::make_unique<DescriptorSet>();
+    ::snmp_select_info2(&count, loop.m_steady->Get(), &unused, &block);
+}
+
+EventLoop::Steady::~Steady() {
+    m_loop.m_steady.reset();
+    m_loop.ForgetPolled();
+}
+
+void EventLoop::ForgetPolled() {
+    if (m_polled >= 0) {
+        ::close(m_polled);
+        m_polled = -1;
+    }
+}
+
+/// Whether there is an epoll of all that the loop waits for while the library waits for m_steady.
+bool EventLoop::HasPolled() {
+    if (m_polled >= 0) {
+        return true;
+    }
+    m_polled = ::epoll_create1(EPOLL_CLOEXEC);
+    bool isComplete = m_polled >= 0;
+    const auto add = [&](int descriptor) {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.fd = descriptor;
+        isComplete = isComplete && ::epoll_ctl(m_polled, EPOLL_CTL_ADD, descriptor, &event) == 0;
+    };
+    add(m_signals);
+    for (const Watched& watched : m_watched) {
+        add(watched.descriptor);
+    }
+    for (int descriptor = 0; descriptor < m_steady->End(); ++descriptor) {
+        if (m_steady->Has(descriptor)) {
+            add(descriptor);
+        }
+    }
+    if (!isComplete) {  // no descriptor is left, for example
+        ForgetPolled();
+    }
+    return isComplete;
+}
+
+/// Returns how many are ready, and leaves those in the set, like Select. A timeout is rounded up to milliseconds.
+int EventLoop::Poll(DescriptorSet& descriptors, const timeval* timeout) {
+    constexpr int kMost = 16;  // at a time; the others come first in the next turn
+    std::array<epoll_event, kMost> events{};
+    int milliseconds = -1;
+    if (timeout != nullptr) {
+        constexpr long kLongestSeconds = 1'000'000;
+        milliseconds =
+            static_cast<int>(std::min<long>(timeout->tv_sec, kLongestSeconds) * 1000 + (timeout->tv_usec + 999) / 1000);
+    }
+    const int ready = ::epoll_wait(m_polled, events.data(), kMost, milliseconds);
+    descriptors.Clear();
+    for (int i = 0; i < ready; ++i) {
+        descriptors.Insert(events[static_cast<std::size_t>(i)].data.fd);
+    }
+    return ready;
+}
+
+/// `descriptors`: those of the library, of which none is `count` or higher.
+int EventLoop::Select(DescriptorSet& descriptors, int count, timeval* timeout) {
+    descriptors.Insert(m_signals);
+    count = std::max(count, m_signals + 1);
+    for (const Watched& watched : m_watched) {
+        descriptors.Insert(watched.descriptor);
+        count = std::max(count, watched.descriptor + 1);
+    }
+    return ::netsnmp_large_fd_set_select(count, descriptors.Get(), nullptr, nullptr, timeout);
+}
 
 EventLoop::Event EventLoop::TakeSignal() {
     signalfd_siginfo info{};
@@ -86,12 +168,6 @@ EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longes
     int block = 1;  // stays so when the library waits for nothing but packets
     timeval librarys{};
     ::snmp_select_info2(&count, descriptors.Get(), &librarys, &block);
-    descriptors.Insert(m_signals);
-    count = std::max(count, m_signals + 1);
-    for (const Watched& watched : m_watched) {
-        descriptors.Insert(watched.descriptor);
-        count = std::max(count, watched.descriptor + 1);
-    }
 
     const auto milliseconds = longest.value_or(std::chrono::milliseconds::zero()).count();
     timeval own{static_cast<time_t>(milliseconds / 1000), static_cast<suseconds_t>((milliseconds % 1000) * 1000)};
@@ -99,7 +175,8 @@ EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longes
     if (block == 0 && (timeout == nullptr || timercmp(&librarys, &own, <))) {
         timeout = &librarys;
     }
-    const int ready = ::netsnmp_large_fd_set_select(count, descriptors.Get(), nullptr, nullptr, timeout);
+    const bool isSteady = m_steady != nullptr && descriptors.Equals(*m_steady) && HasPolled();
+    const int ready = isSteady ? Poll(descriptors, timeout) : Select(descriptors, count, timeout);
     if (ready > 0) {
         if (descriptors.Has(m_signals)) {
             if (const Event event = TakeSignal(); event != Event::kNone) {

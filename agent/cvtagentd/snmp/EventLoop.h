@@ -3,9 +3,14 @@
 #include <chrono>
 #include <functional>
 #include <list>
+#include <memory>
 #include <optional>
 
+struct timeval;
+
 namespace cvtagentd {
+
+class DescriptorSet;
 
 /// Waits for packets, signals and whatever else it is to watch, and lets the SNMP library serve the packets.
 ///
@@ -50,14 +55,35 @@ public:
         /// `onReadable` is called in each turn that finds the descriptor readable, and sees to it that it is not any
         /// more.
         Watch(EventLoop& loop, int descriptor, std::function<void()> onReadable)
-            : m_loop(loop), m_place(loop.m_watched.insert(loop.m_watched.end(), {descriptor, std::move(onReadable)})) {}
-        ~Watch() { m_loop.m_watched.erase(m_place); }
+            : m_loop(loop), m_place(loop.m_watched.insert(loop.m_watched.end(), {descriptor, std::move(onReadable)})) {
+            m_loop.ForgetPolled();
+        }
+        ~Watch() {
+            m_loop.m_watched.erase(m_place);
+            m_loop.ForgetPolled();
+        }
         Watch(const Watch&) = delete;
         Watch& operator=(const Watch&) = delete;
 
     private:
         EventLoop& m_loop;
         const std::list<Watched>::iterator m_place;
+    };
+
+    /// A promise that what the library waits for when this object is made stays open for as long as the object exists,
+    /// such as the sockets that the agent listens on. While the library waits for nothing else, the loop polls with
+    /// epoll(7), whose set of descriptors it then keeps from turn to turn. Otherwise, as with connections over TCP, it
+    /// uses select(2), because a descriptor that is closed and opened again with the same number would be missed. The
+    /// loop must outlive it; at most one at a time.
+    class Steady {
+    public:
+        explicit Steady(EventLoop& loop);
+        ~Steady();
+        Steady(const Steady&) = delete;
+        Steady& operator=(const Steady&) = delete;
+
+    private:
+        EventLoop& m_loop;
     };
 
     /// Throws StartError when the system has no descriptor for signals.
@@ -78,11 +104,17 @@ private:
     Event Wait(std::optional<std::chrono::milliseconds> longest);
     Event TakeSignal();
     void PauseWhenTableIsFull();
+    int Select(DescriptorSet& descriptors, int count, timeval* timeout);
+    int Poll(DescriptorSet& descriptors, const timeval* timeout);
+    bool HasPolled();
+    void ForgetPolled();
 
     int m_signals;
     std::list<Work> m_work;
     std::list<Watched> m_watched;
     Descriptor m_last;
+    std::unique_ptr<DescriptorSet> m_steady;  // null: nothing has been promised
+    int m_polled = -1;                        // the epoll of m_steady, signals and watches; -1: to be made
     unsigned int m_reads = 0;
     bool m_wasFull = false;  // the table of descriptors, at the last check
 };

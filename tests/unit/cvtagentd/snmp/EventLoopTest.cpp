@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <optional>
 #include <string>
 
 namespace cvtagentd {
@@ -63,6 +65,95 @@ TEST(EventLoop, ReturnsASignalOnceEvenWhenNoTaskIsDue) {
     EXPECT_EQ(loop.Turn(), EventLoop::Event::kStop);
     const EventLoop::Task awake(loop, [] { return std::optional(milliseconds::zero()); });
     EXPECT_EQ(loop.Turn(), EventLoop::Event::kNone);
+}
+
+/// A pipe that the loop watches. What arrives is taken out and counted.
+class WatchedPipe {
+public:
+    explicit WatchedPipe(EventLoop& loop) { Open(loop); }
+    WatchedPipe(const WatchedPipe&) = delete;
+    WatchedPipe& operator=(const WatchedPipe&) = delete;
+    ~WatchedPipe() { Close(); }
+
+    /// Closes the pipe and opens another, most likely with the same descriptors.
+    void Replace(EventLoop& loop) {
+        Close();
+        Open(loop);
+    }
+    void Write() const { EXPECT_EQ(::write(m_ends[1], "x", 1), 1); }
+    int Taken() const { return m_taken; }
+
+private:
+    void Open(EventLoop& loop) {
+        EXPECT_EQ(::pipe(m_ends.data()), 0);
+        m_watch.emplace(loop, m_ends[0], [this] {
+            char octet = 0;
+            m_taken += ::read(m_ends[0], &octet, 1) == 1 ? 1 : 0;
+        });
+    }
+    void Close() {
+        m_watch.reset();
+        ::close(m_ends[0]);
+        ::close(m_ends[1]);
+    }
+
+    std::array<int, 2> m_ends{};
+    int m_taken = 0;
+    std::optional<EventLoop::Watch> m_watch;
+};
+
+TEST(EventLoop, ServesWhatItWatchesWhileTheLibrarysDescriptorsAreSteady) {
+    EventLoop loop;
+    const EventLoop::Task awake(loop, [] { return std::optional(milliseconds::zero()); });
+    WatchedPipe before(loop);
+    const EventLoop::Steady steady(loop);
+    loop.Turn();
+    WatchedPipe after(loop);
+    before.Write();
+    after.Write();
+    loop.Turn();
+    EXPECT_EQ(before.Taken(), 1);
+    EXPECT_EQ(after.Taken(), 1);
+}
+
+TEST(EventLoop, NoticesAWatchedDescriptorThatIsClosedAndOpenedAgain) {
+    EventLoop loop;
+    const EventLoop::Task awake(loop, [] { return std::optional(milliseconds::zero()); });
+    const EventLoop::Steady steady(loop);
+    WatchedPipe pipe(loop);
+    for (int times = 1; times <= 3; ++times) {
+        loop.Turn();
+        pipe.Replace(loop);
+        pipe.Write();
+        loop.Turn();
+        EXPECT_EQ(pipe.Taken(), times);
+    }
+}
+
+TEST(EventLoop, SleepsAndReturnsSignalsWhileTheLibrarysDescriptorsAreSteady) {
+    EventLoop loop;
+    const EventLoop::Steady steady(loop);
+    {
+        const EventLoop::Task impatient(loop, [] { return std::optional(milliseconds(30)); });
+        const auto begin = steady_clock::now();
+        EXPECT_EQ(loop.Turn(), EventLoop::Event::kNone);
+        EXPECT_GE(steady_clock::now() - begin, milliseconds(29));
+    }
+    ::kill(::getpid(), SIGTERM);
+    EXPECT_EQ(loop.Turn(), EventLoop::Event::kStop);
+}
+
+TEST(EventLoop, WorksAsBeforeWhenTheDescriptorsAreNoLongerSteady) {
+    EventLoop loop;
+    const EventLoop::Task awake(loop, [] { return std::optional(milliseconds::zero()); });
+    WatchedPipe pipe(loop);
+    {
+        const EventLoop::Steady steady(loop);
+        loop.Turn();
+    }
+    pipe.Write();
+    loop.Turn();
+    EXPECT_EQ(pipe.Taken(), 1);
 }
 
 }  // namespace
