@@ -1,9 +1,12 @@
 #include "groups/system/DHrSystem.h"
 
+#include <fcntl.h>
 #include <sys/sysinfo.h>
+#include <unistd.h>
 #include <utmp.h>
 
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -46,6 +49,18 @@ namespace {
 
 constexpr int kUnknownDevice = -1;
 
+/// Every manager polls this file, so it is read without a stream: one open, one read and one close.
+bool ReadUptime(long& seconds, long& hundredths) {
+    const int file = ::open("/proc/uptime", O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    std::array<char, 128> text{};
+    const ssize_t count = ::read(file, text.data(), text.size() - 1);
+    ::close(file);
+    return count > 0 && std::sscanf(text.data(), "%ld.%ld", &seconds, &hundredths) == 2;
+}
+
 }  // namespace
 
 DHrSystem::DHrSystem(CVT::INonVolatile* store)
@@ -58,12 +73,10 @@ void DHrSystem::Initialize() {
 }
 
 int DHrSystem::OnGet_HrSystemUptime(unsigned int /*requestId*/, unsigned int& value) {
-    if (const DHostFile file = OpenHostFile("/proc/uptime")) {
-        long seconds = 0;
-        long hundredths = 0;
-        if (std::fscanf(file.get(), "%ld.%ld", &seconds, &hundredths) == 2) {
-            m_uptime = static_cast<unsigned int>(seconds) * 100U + static_cast<unsigned int>(hundredths);
-        }
+    long seconds = 0;
+    long hundredths = 0;
+    if (ReadUptime(seconds, hundredths)) {
+        m_uptime = static_cast<unsigned int>(seconds) * 100U + static_cast<unsigned int>(hundredths);
     }
     value = m_uptime;
     return CVT::noError;
