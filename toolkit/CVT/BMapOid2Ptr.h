@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <memory>
+#include <span>
 #include <vector>
 
 #include "CVT/Api.h"
@@ -40,13 +42,30 @@ public:
     void* DataAt(unsigned int position) const {
         return position < m_entries.size() ? m_entries[position].data : nullptr;
     }
-    /// `position` must be below GetCount(). Valid until the next change of the map.
-    const BObjectIdentifier& KeyAt(unsigned int position) const { return m_entries[position].key; }
+    /// `position` must be below GetCount().
+    BObjectIdentifier KeyAt(unsigned int position) const;
 
 private:
-    struct Entry {
-        BObjectIdentifier key;
+    /// A key with its data. Most tables are indexed by one integer, which lies in the entry itself.
+    class Entry {
+    public:
+        Entry(const BObjectIdentifier& key, void* value);
+
+        bool IsKey(const BObjectIdentifier& key) const {
+            return key.NumArcs() == m_count && (m_count == 0 || (key[0] == m_first && (m_count == 1 || HasRest(key))));
+        }
+        bool IsBefore(const BObjectIdentifier& key) const;
+        void ReadKey(BObjectIdentifier& key) const;
+
         void* data;
+
+    private:
+        bool HasRest(const BObjectIdentifier& key) const;
+        std::span<const unsigned int> Rest() const;
+
+        unsigned int m_count;
+        unsigned int m_first = 0;
+        std::unique_ptr<unsigned int[]> m_rest;  // the arcs after the first; null: none
     };
 
     /// The first key not less than the given one, and whether the two are equal.
@@ -57,7 +76,7 @@ private:
 
     Place Find(const BObjectIdentifier& key) const;
     bool HoldsAt(std::size_t position, const BObjectIdentifier& key) const {
-        return position < m_entries.size() && m_entries[position].key == key;
+        return position < m_entries.size() && m_entries[position].IsKey(key);
     }
 
     std::vector<Entry> m_entries;
