@@ -12,7 +12,6 @@ struct DHrSWRunEntry {
 
     unsigned int index = 0;
     CVT::BOctetString name;
-    CVT::BObjectIdentifier id = s_noId;
     CVT::BOctetString path;
     CVT::BOctetString parameters;
     int type = 4;                            ///< hrSWRunType: operatingSystem(2), application(4)
@@ -27,5 +26,5 @@ struct DHrSWRunEntry {
         return !startTime || !otherStart || *startTime == *otherStart;
     }
 
-    static const CVT::BObjectIdentifier s_noId;  ///< 0.0
+    static const CVT::BObjectIdentifier id;  ///< 0.0; shared, because it would be half of a row
 };

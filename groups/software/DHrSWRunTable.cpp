@@ -18,7 +18,7 @@
 #include "groups/software/ProcessFiles.h"
 #include "groups/software/ProcessLines.h"
 
-const CVT::BObjectIdentifier DHrSWRunEntry::s_noId{CVT::BString("0.0")};
+const CVT::BObjectIdentifier DHrSWRunEntry::id{CVT::BString("0.0")};
 
 const CVT::BRqHndlrEntry DHrSWRunTable::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kIntValue>(1, "hrSWRunIndex", CVT::kInteger, &DHrSWRunTable::OnGet_HrSWRunIndex),
@@ -205,7 +205,12 @@ int DHrSWRunTable::OnGet_HrSWRunName(const CVT::BObjectIdentifier& index, unsign
 
 int DHrSWRunTable::OnGet_HrSWRunID(const CVT::BObjectIdentifier& index, unsigned int requestId,
                                    CVT::BObjectIdentifier& value) {
-    return GetCurrent(index, requestId, &Entry::id, value);
+    unsigned int pid = 0;
+    const int status = GetCurrent(index, requestId, &Entry::index, pid);
+    if (status == CVT::noError) {
+        value.Set(Entry::id);
+    }
+    return status;
 }
 
 int DHrSWRunTable::OnGet_HrSWRunPath(const CVT::BObjectIdentifier& index, unsigned int requestId,
