@@ -27,17 +27,11 @@ int LockWithin(pthread_mutex_t& mutex, unsigned int milliseconds) {
 
 }  // namespace
 
-TMutex::TMutex(bool recursive) {
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, recursive ? PTHREAD_MUTEX_RECURSIVE : PTHREAD_MUTEX_NORMAL);
-    pthread_mutex_init(&m_mutex, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-}
+TMutex::TMutex(bool recursive) : m_isRecursive(recursive) { pthread_mutex_init(&m_mutex, nullptr); }
 
 TMutex::~TMutex() { pthread_mutex_destroy(&m_mutex); }
 
-unsigned int TMutex::Wait(unsigned int milliseconds) {
+unsigned int TMutex::WaitForOthers(unsigned int milliseconds) {
     int failure = 0;
     if (milliseconds == kWaitForever) {
         failure = pthread_mutex_lock(&m_mutex);
@@ -46,11 +40,18 @@ unsigned int TMutex::Wait(unsigned int milliseconds) {
     } else {
         failure = LockWithin(m_mutex, milliseconds);
     }
-    return failure == 0 ? kWaitSignalled : kWaitTimeout;
+    if (failure != 0) {
+        return kWaitTimeout;
+    }
+    if (m_isRecursive) {
+        m_holder.store(pthread_self(), std::memory_order_relaxed);
+    }
+    return kWaitSignalled;
 }
 
-void TMutex::Done() { pthread_mutex_unlock(&m_mutex); }
-
-void TMutex::Lock() { pthread_mutex_lock(&m_mutex); }
+void TMutex::Release() {
+    m_holder.store(kNobody, std::memory_order_relaxed);
+    pthread_mutex_unlock(&m_mutex);
+}
 
 }  // namespace CVT

@@ -87,6 +87,25 @@ TEST(TMutex, IsTakenByAWaiterOnceItIsReleased) {
     }
 }
 
+TEST(TMutex, ExcludesOtherThreadsUntilItsHolderHasReleasedItAsOftenAsTaken) {
+    TMutex lock(true);
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 2000; ++round) {
+                const TMutex::Guard guard(lock);
+                { const TMutex::Guard again(lock); }
+                ++count;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(count, 8000);
+}
+
 TEST(TMutex, ExcludesOtherThreads) {
     TMutex lock(false);
     int count = 0;
