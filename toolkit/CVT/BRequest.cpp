@@ -1,6 +1,7 @@
 #include "CVT/BRequest.h"
 
-#include <unordered_set>
+#include <algorithm>
+#include <vector>
 
 #include "CVT/BRequestId.h"
 #include "CVT/TMutex.h"
@@ -17,7 +18,8 @@ struct LiveRequests {
     }
 
     TMutex lock{false};
-    std::unordered_set<unsigned int> ids CVT_GUARDED_BY(lock);
+    /// In ascending order. Few requests are live at a time, and the latest mostly has the highest identifier.
+    std::vector<unsigned int> ids CVT_GUARDED_BY(lock);
 };
 
 }  // namespace
@@ -25,19 +27,19 @@ struct LiveRequests {
 BRequest::BRequest() : m_id(BRequestId::Next()) {
     LiveRequests& live = LiveRequests::Instance();
     const TMutex::Guard guard(live.lock);
-    live.ids.insert(m_id);
+    live.ids.insert(std::upper_bound(live.ids.begin(), live.ids.end(), m_id), m_id);
 }
 
 BRequest::~BRequest() {
     LiveRequests& live = LiveRequests::Instance();
     const TMutex::Guard guard(live.lock);
-    live.ids.erase(m_id);
+    live.ids.erase(std::lower_bound(live.ids.begin(), live.ids.end(), m_id));
 }
 
 bool BRequest::IsLive(unsigned int requestId) {
     LiveRequests& live = LiveRequests::Instance();
     const TMutex::Guard guard(live.lock);
-    return live.ids.contains(requestId);
+    return std::binary_search(live.ids.begin(), live.ids.end(), requestId);
 }
 
 }  // namespace CVT
