@@ -50,7 +50,7 @@ std::span<const BRqHndlrEntry>::iterator BMibImpl::FirstCandidate(const BObjectI
         return m_info.Columns().begin();
     }
     const auto column = m_info.ColumnFrom(name[root]);
-    if (column != m_info.Columns().end() && column->subId == name[root]) {
+    if (column->subId == name[root] && !column->IsEnd()) {  // the table's last entry comes after its columns
         index.Set(name.Arcs().subspan(root + 1));
     }
     return column;

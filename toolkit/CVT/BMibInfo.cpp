@@ -28,13 +28,17 @@ std::span<const BRqHndlrEntry> BMibInfo::Columns() const {
 
 std::span<const BRqHndlrEntry>::iterator BMibInfo::ColumnFrom(unsigned int subId) const {
     const auto columns = Columns();
+    // Most groups number their columns from 1 without a gap.
+    if (subId - 1 < columns.size() && columns[subId - 1].subId == subId) {
+        return columns.begin() + (subId - 1);
+    }
     return std::lower_bound(columns.begin(), columns.end(), subId,
                             [](const BRqHndlrEntry& entry, unsigned int id) { return entry.subId < id; });
 }
 
 const BRqHndlrEntry* BMibInfo::FindColumn(unsigned int subId) const {
     const auto at = ColumnFrom(subId);
-    return at != Columns().end() && at->subId == subId ? &*at : nullptr;
+    return at->subId == subId && !at->IsEnd() ? &*at : nullptr;  // the table's last entry comes after its columns
 }
 
 const char* BMibInfo::EnumerationName(unsigned int subId, int value) const {

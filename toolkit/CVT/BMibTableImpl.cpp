@@ -48,10 +48,9 @@ int BMibTableImpl::FindNext(unsigned int requestId, BObjectIdentifier& at) {
     BObjectIdentifier index;
     BObjectIdentifier next;
     auto column = FirstCandidate(at, index);
-    const auto end = GetIMibInfo()->Columns().end();
     const unsigned int root = Oid().NumArcs() + 1;
     bool isInColumn = !index.IsEmpty();  // whether `at` begins with the column's name
-    while (column != end) {
+    while (!column->IsEnd()) {
         // A row that does not come after the previous one would make the walk endless.
         if (!NextInstanceInColumn(requestId, column->subId, index, next) || next <= index) {
             ++column;

@@ -61,7 +61,15 @@ CVT::BVarBind VarBinds::ReadOffer(const variable_list& from) {
     return to;
 }
 
+/// Most names go where the library would copy them to, without a copy in between.
 bool VarBinds::WriteName(const CVT::BObjectIdentifier& name, variable_list& to) {
+    if (oid* const room = to.name_loc; to.name == nullptr || to.name == room) {
+        const auto arcs = name.Arcs();
+        std::copy(arcs.begin(), arcs.end(), room);
+        to.name = room;
+        to.name_length = arcs.size();
+        return true;
+    }
     const WideOid wide(name);
     return ::snmp_set_var_objid(&to, wide.arcs.data(), wide.length) == 0;
 }
