@@ -19,6 +19,7 @@
 #include "agent/cvtagentd/process/ServiceManager.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/UnusedPages.h"
 #include "agent/cvtagentd/snmp/EventLoop.h"
 
 namespace cvtagentd {
@@ -101,6 +102,7 @@ void Agent::Serve(EventLoop& loop, Role& role, const ServedModules& modules, Ser
     const EventLoop::Task readiness(loop, [&] {
         if (!ready && LookWhetherReady(modules, begin)) {
             ready = true;
+            UnusedPages::Release();
             manager.Ready(kServing);
         }
         return ready ? std::nullopt : std::optional(kReadyPoll);
