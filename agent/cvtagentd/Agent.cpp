@@ -102,7 +102,6 @@ void Agent::Serve(EventLoop& loop, Role& role, const ServedModules& modules, Ser
     const EventLoop::Task readiness(loop, [&] {
         if (!ready && LookWhetherReady(modules, begin)) {
             ready = true;
-            UnusedPages::Release();
             manager.Ready(kServing);
         }
         return ready ? std::nullopt : std::optional(kReadyPoll);
@@ -133,6 +132,7 @@ bool Agent::LookWhetherReady(const ServedModules& modules, std::chrono::steady_c
     const std::string notReady = modules.NotReady();
     const auto passed = std::chrono::steady_clock::now() - since;
     if (notReady.empty()) {
+        UnusedPages::Release();
         const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
         Log::Info("ready after " + std::to_string(milliseconds) + " ms");
         if (const std::string notUp = modules.NotUp(); !notUp.empty()) {
