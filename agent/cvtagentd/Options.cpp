@@ -29,6 +29,9 @@ enum Option : int {
     kHelp,
     kCheckConfig,
     kCreateUser,
+    kChangeUser,
+    kDeleteUser,
+    kListUsers,
 };
 
 constexpr option kOptions[] = {
@@ -45,6 +48,9 @@ constexpr option kOptions[] = {
     {"help", no_argument, nullptr, kHelp},
     {"check-config", required_argument, nullptr, kCheckConfig},
     {"create-user", required_argument, nullptr, kCreateUser},
+    {"change-user", required_argument, nullptr, kChangeUser},
+    {"delete-user", required_argument, nullptr, kDeleteUser},
+    {"list-users", no_argument, nullptr, kListUsers},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -81,6 +87,28 @@ LogLevel Level(const char* name) {
     return *level;
 }
 
+struct UserOption {
+    int option;
+    const char* name;
+    Options::Action action;
+};
+
+constexpr UserOption kUserOptions[] = {
+    {kCreateUser, "--create-user", Options::Action::kCreateUser},
+    {kChangeUser, "--change-user", Options::Action::kChangeUser},
+    {kDeleteUser, "--delete-user", Options::Action::kDeleteUser},
+    {kListUsers, "--list-users", Options::Action::kListUsers},
+};
+
+void ApplyUserCommand(int option, const char* argument, Options& options) {
+    for (const UserOption& command : kUserOptions) {
+        if (command.option == option) {
+            options.action = command.action;
+            options.snmpUser = argument == nullptr ? "" : NotEmpty(command.name, argument);
+        }
+    }
+}
+
 /// `argument` is the option's own, or null.
 void Apply(int option, const char* argument, Options& options) {
     switch (option) {
@@ -90,9 +118,9 @@ void Apply(int option, const char* argument, Options& options) {
         case kStateDir: options.stateDir = NotEmpty("--state-dir", argument); break;
         case kUser: options.user = NotEmpty("--user", argument); break;
         case kCreateUser:
-            options.action = Options::Action::kCreateUser;
-            options.newUser = NotEmpty("--create-user", argument);
-            break;
+        case kChangeUser:
+        case kDeleteUser:
+        case kListUsers: ApplyUserCommand(option, argument, options); break;
         case kTimeout: options.timeoutSeconds = Seconds(argument); break;
         case kLogLevel: options.logLevel = Level(argument); break;
         case kSyslog: options.syslog = true; break;
@@ -117,17 +145,19 @@ void CheckActions(const Options& options, std::set<int> seen) {
     if (options.action == Options::Action::kServe) {
         return;
     }
-    const bool creates = seen.erase(kCreateUser) != 0;
     const bool checks = seen.erase(kCheckConfig) != 0;
     seen.erase(kLogLevel);
-    if (creates && !checks) {
-        seen.erase(kConfig);
-        seen.erase(kStateDir);
-        if (!seen.empty()) {
-            throw UsageError("--create-user can be combined only with --config and --state-dir");
-        }
-    } else if (creates || !seen.empty()) {
+    if (checks && !seen.empty()) {
         throw UsageError("--check-config cannot be combined with other options");
+    }
+    for (const UserOption& command : kUserOptions) {
+        if (seen.erase(command.option) != 0) {
+            seen.erase(kConfig);
+            seen.erase(kStateDir);
+            if (!seen.empty()) {
+                throw UsageError(std::string(command.name) + " can be combined only with --config and --state-dir");
+            }
+        }
     }
 }
 
@@ -171,7 +201,8 @@ const char* Options::Help() {
 
 Usage: cvtagentd [OPTION]...
        cvtagentd --check-config FILE
-       cvtagentd --create-user NAME [--config FILE] [--state-dir DIR]
+       cvtagentd --create-user NAME | --change-user NAME | --delete-user NAME | --list-users
+                 [--config FILE] [--state-dir DIR]
 
   --module FILE        an extension module to serve; may be repeated
                        (default: libCVHost.so.1, which comes with the agent)
@@ -195,7 +226,12 @@ Usage: cvtagentd [OPTION]...
   --check-config FILE  load FILE, print each fault in it on its own line, and exit: status 0 when there is none,
                        otherwise 1
   --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or
-                       reads them as two lines of standard input; the agent must not be running
+                       reads them as two lines of standard input
+  --change-user NAME   give the user new pass phrases, in the same way
+  --delete-user NAME   delete the user
+  --list-users         list the users, and how their messages are protected
+
+A running agent is told to take a change of its users in; otherwise it counts from the next start.
 
 SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
 Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line, 78 when the

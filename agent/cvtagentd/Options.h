@@ -16,7 +16,16 @@ public:
 
 /// What the command line asks for. A plain value.
 struct Options {
-    enum class Action { kServe, kCheckConfig, kCreateUser, kShowHelp, kShowVersion };
+    enum class Action {
+        kServe,
+        kCheckConfig,
+        kCreateUser,
+        kChangeUser,
+        kDeleteUser,
+        kListUsers,
+        kShowHelp,
+        kShowVersion
+    };
 
     Action action = Action::kServe;
     std::vector<std::string> modules;  ///< never empty after Parse
@@ -26,7 +35,7 @@ struct Options {
     std::string config;    ///< absolute; empty: the built-in read-only access from this host
     std::string stateDir;  ///< empty: StateDir's choice
     std::string user;      ///< empty: the user who started the agent
-    std::string newUser;   ///< for kCreateUser
+    std::string snmpUser;  ///< for kCreateUser, kChangeUser and kDeleteUser
     unsigned int timeoutSeconds = 30;
     LogLevel logLevel = LogLevel::kInfo;
     bool syslog = false;

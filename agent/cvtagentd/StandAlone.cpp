@@ -21,13 +21,24 @@
 namespace cvtagentd {
 namespace {
 
-bool StoreOrWarn() {
+bool StoreOrWarn(const StateContent::Users& deleted = {}) {
     try {
-        SnmpLibrary::Store();
+        SnmpLibrary::Store(deleted);
         return true;
     } catch (const StateNotStored& error) {
         Log::Warning(std::string(error.what()) + " (what was stored before is still there)");
         return false;
+    }
+}
+
+/// A configuration that creates a user brings it back.
+void WarnOfReturned(const StateContent::Users& deleted) {
+    const StateContent::Users now = SnmpLibrary::Users();
+    for (const StateContent::User& user : deleted) {
+        if (now.count(user) != 0) {
+            Log::Warning("the configuration has created the deleted user " + user.name +
+                         " again; remove its createUser line and reload");
+        }
     }
 }
 
@@ -41,13 +52,15 @@ void StandAlone::BeforeConfiguration() {
 /// The library obeys the files in the state directory, so it must read them as the user, not as root.
 void StandAlone::ReadConfiguration(DaemonUser& user) {
     user.Assume(m_options.config);
-    m_lock.emplace();
+    m_lock.emplace(StateLock::Holder::kAgent);
     AccessConfig::RequireTrustedState();
     AccessConfig::RequireTrusted(m_options.config);
     m_library.emplace(SnmpLibrary::Setup{
         m_options.config, SnmpLibrary::State::kWorkingDirectory,
         m_options.config.empty() ? AccessConfig::BuiltIn() : std::vector<std::string>{}, &BeforeConfiguration});
     AccessConfig::RequireFaultless(m_options.config, m_library->Messages());
+    m_changes.emplace(UserChanges::For::kTakingIn);
+    m_deleted = m_changes->ApplyAll();
     AuthFailures::Watch();
     AuthFailures::LearnCommunities(m_options.config);
     if (m_options.logLevel == LogLevel::kDebug) {
@@ -76,9 +89,10 @@ std::string StandAlone::Open() {
 /// start that cannot be counted serves no users. Without users, the count is not needed.
 void StandAlone::StoreState() {
     try {
-        SnmpLibrary::Store();
+        SnmpLibrary::Store(m_deleted);
+        m_changes->Discard();
     } catch (const StateNotStored& error) {
-        if (SnmpLibrary::HasUsers()) {
+        if (!SnmpLibrary::Users().empty()) {
             throw StartError(std::string(error.what()) +
                              " and start the agent again (SNMPv3 users are not served unless the start is counted)");
         }
@@ -96,6 +110,8 @@ void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
     m_retries.emplace(loop, [&] { return delegated.Retry(); });
     m_doneCalls.emplace(loop, delegated.Descriptor(), [&] { delegated.Woken(); });
     m_steady.emplace(loop);
+    m_changes->Report();
+    m_changes.reset();  // from now on commands can leave others
     m_modulesAtStart = ModuleFiles::Named();
     Admission::WarnIfNobody();
 }
@@ -114,12 +130,35 @@ void StandAlone::StoreStateAtEnd() {
     }
 }
 
+/// The state is stored before the library reads the configuration again, because it then also reads the state.
 void StandAlone::Reload() {
+    try {
+        UserChanges changes(UserChanges::For::kTakingIn);
+        const StateContent::Users deleted = changes.ApplyAll();
+        const bool stored = !changes.IsEmpty() && StoreOrWarn(deleted);
+        if (stored) {
+            m_isStartCounted = true;
+            changes.Discard();
+        }
+        ReadConfigurationAgain();
+        if (!stored) {
+            changes.ApplyAll();
+        }
+        changes.Report();
+        WarnOfReturned(deleted);
+    } catch (const StartError& error) {
+        Log::Error("the users stay as they were: " + std::string(error.what()));
+        ReadConfigurationAgain();
+    }
+}
+
+void StandAlone::ReadConfigurationAgain() {
+    const StateContent::Users before = SnmpLibrary::Users();
     if (AccessConfig::Reload(m_options.config)) {
         AuthFailures::LearnCommunities(m_options.config);
     }
-    if (!m_isStartCounted) {  // a reload may have added users
-        m_isStartCounted = StoreOrWarn();
+    if (!m_isStartCounted || SnmpLibrary::Users() != before) {
+        m_isStartCounted = StoreOrWarn() || m_isStartCounted;
     }
     Admission::WarnIfNobody();
     if (ModuleFiles::ReadFolder(m_options.config).empty() && ModuleFiles::Named() != m_modulesAtStart) {

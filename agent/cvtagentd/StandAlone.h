@@ -6,6 +6,7 @@
 
 #include "agent/cvtagentd/Options.h"
 #include "agent/cvtagentd/Role.h"
+#include "agent/cvtagentd/access/UserChanges.h"
 #include "agent/cvtagentd/process/StateLock.h"
 #include "agent/cvtagentd/snmp/EventLoop.h"
 #include "agent/cvtagentd/snmp/Listeners.h"
@@ -32,6 +33,8 @@ public:
     void Reload() override;
 
 private:
+    void ReadConfigurationAgain();
+
     const Options& m_options;
     std::optional<StateLock> m_lock;
     std::optional<SnmpLibrary> m_library;
@@ -41,6 +44,8 @@ private:
     std::optional<EventLoop::Watch> m_doneCalls;
     std::optional<EventLoop::Steady> m_steady;
     std::vector<std::string> m_modulesAtStart;  // those that the configuration names
+    std::optional<UserChanges> m_changes;       // from the start until they are stored
+    StateContent::Users m_deleted;
     bool m_isStartCounted = true;
 };
 

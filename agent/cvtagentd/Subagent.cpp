@@ -36,7 +36,7 @@ void Subagent::ReadConfiguration(DaemonUser& user) {
         throw ConfigError(AccessConfig::Summary(m_options.config, faults));
     }
     user.Assume();
-    m_lock.emplace();
+    m_lock.emplace(StateLock::Holder::kSubagent);
 }
 
 std::string Subagent::Open() { return "through the master at " + m_master.Address(); }

@@ -10,7 +10,7 @@
 #include "agent/cvtagentd/Options.h"
 #include "agent/cvtagentd/StandAlone.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
-#include "agent/cvtagentd/access/CreateUser.h"
+#include "agent/cvtagentd/access/UserCommand.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/Privileges.h"
 #include "agent/cvtagentd/process/StartError.h"
@@ -27,6 +27,14 @@ void ProtectKeys(const cvtagentd::Options& options) {
     }
 }
 
+using Kind = cvtagentd::UserCommand::Kind;
+
+int RunUserCommand(Kind kind, const cvtagentd::Options& options) {
+    return cvtagentd::UserCommand(
+               {kind, options.snmpUser, options.config, options.stateDir, &cvtagentd::StandAlone::BeforeConfiguration})
+        .Run();
+}
+
 int Run(const cvtagentd::Options& options) {
     ProtectKeys(options);
     cvtagentd::Log::Open(options.logLevel, options.syslog, options.action == cvtagentd::Options::Action::kServe);
@@ -35,10 +43,10 @@ int Run(const cvtagentd::Options& options) {
         case cvtagentd::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
         case cvtagentd::Options::Action::kCheckConfig:
             return cvtagentd::AccessConfig::Check(options.config, &cvtagentd::StandAlone::BeforeConfiguration);
-        case cvtagentd::Options::Action::kCreateUser:
-            return cvtagentd::CreateUser(
-                       {options.newUser, options.config, options.stateDir, &cvtagentd::StandAlone::BeforeConfiguration})
-                .Run();
+        case cvtagentd::Options::Action::kCreateUser: return RunUserCommand(Kind::kCreate, options);
+        case cvtagentd::Options::Action::kChangeUser: return RunUserCommand(Kind::kChange, options);
+        case cvtagentd::Options::Action::kDeleteUser: return RunUserCommand(Kind::kDelete, options);
+        case cvtagentd::Options::Action::kListUsers: return RunUserCommand(Kind::kList, options);
         case cvtagentd::Options::Action::kServe: break;
     }
     CVT::SetWarningReceiver(&cvtagentd::Log::Warning);

@@ -154,11 +154,18 @@ TEST_F(CreateUserTest, RefusesNamesThatTheConfigurationCannotHold) {
     EXPECT_EQ(Create(std::string(32, 'x'), Phrases()).status, 0);
 }
 
-TEST_F(CreateUserTest, RefusesWhileAnAgentUsesTheStateDirectory) {
-    ASSERT_EQ(Create("reader", Phrases()).status, 0);
-    StartFor("reader");
-    ExpectRefused("new", Phrases(), "is in use by another agent, process " + std::to_string(Agent().Pid()));
-    ExpectCleanEnd();
+/// The other one asks for its pass phrases just then, and is not told to reload, which would end it.
+TEST_F(CreateUserTest, RefusesWhileAnotherCommandUsesTheStateDirectory) {
+    OnTerminal other(Command("reader"));
+    ASSERT_TRUE(other.WaitFor("pass phrase: ")) << other.Shown();
+    ExpectRefused("new", Phrases(), "is in use by another");
+    for (const char* const next : {"privacy pass phrase: ", ""}) {
+        other.Type(std::string(kAuthentication) + "\n");
+        ASSERT_TRUE(other.WaitFor("repeat it: ")) << other.Shown();
+        other.Type(std::string(kAuthentication) + "\n");
+        ASSERT_TRUE(other.WaitFor(next)) << other.Shown();
+    }
+    EXPECT_EQ(other.End(), 0) << other.Shown();
     EXPECT_EQ(Create("new", Phrases()).status, 0);
 }
 
@@ -185,12 +192,35 @@ TEST_F(CreateUserTest, OnATerminalItAsksTwiceWithoutEcho) {
     ExpectWorks("reader");
 }
 
-TEST_F(CreateUserTest, OnATerminalTwoDifferentPassPhrasesChangeNothing) {
+TEST_F(CreateUserTest, OnATerminalItAsksAgainWhenTwoPassPhrasesDifferOrOneIsNotSuitable) {
     OnTerminal terminal(Command("reader"));
     ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
-    terminal.Type("the first secret\n");
+    terminal.Type(std::string(kAuthentication) + "\n");
     ASSERT_TRUE(terminal.WaitFor("repeat it: ")) << terminal.Shown();
     terminal.Type("the first sceret\n");
+    ASSERT_TRUE(terminal.WaitFor("pass phrases differ; nothing is changed; try again")) << terminal.Shown();
+    ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
+    terminal.Type("short\n");
+    ASSERT_TRUE(terminal.WaitFor("is too short")) << terminal.Shown();
+    for (const char* const phrase : {kAuthentication, kPrivacy}) {
+        ASSERT_TRUE(terminal.WaitFor("pass phrase: ")) << terminal.Shown();
+        EXPECT_FALSE(terminal.Echoes());
+        terminal.Type(std::string(phrase) + "\n");
+        ASSERT_TRUE(terminal.WaitFor("repeat it: ")) << terminal.Shown();
+        terminal.Type(std::string(phrase) + "\n");
+    }
+    EXPECT_EQ(terminal.End(), 0) << terminal.Shown();
+    ExpectWorks("reader");
+}
+
+TEST_F(CreateUserTest, OnATerminalPassPhrasesThatDifferThriceChangeNothing) {
+    OnTerminal terminal(Command("reader"));
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        ASSERT_TRUE(terminal.WaitFor("authentication pass phrase: ")) << terminal.Shown();
+        terminal.Type("the first secret\n");
+        ASSERT_TRUE(terminal.WaitFor("repeat it: ")) << terminal.Shown();
+        terminal.Type("the first sceret\n");
+    }
     EXPECT_EQ(terminal.End(), 1);
     EXPECT_NE(terminal.Shown().find("pass phrases differ; nothing is changed"), std::string::npos) << terminal.Shown();
     EXPECT_EQ(Kept(), "");

@@ -452,6 +452,19 @@ TEST_F(PrivilegeTest, RootDoesNotObeyWhatThatUserWritesIntoTheState) {
     }
 }
 
+TEST_F(PrivilegeTest, RootAddsAUserToAServingAgentOfThatUser) {
+    StartAs("nobody");
+    const Outcome create = RunToEnd(m_command + Arguments{"--create-user", "new", "--state-dir", m_scratch / "state"},
+                                    m_scratch, {}, m_scratch.Write("input", "the first secret\nthe second secret\n"));
+    EXPECT_EQ(create.status, 0) << create.output;
+    EXPECT_NE(create.output.find("was told to reload, and has taken it in"), std::string::npos)
+        << create.output << Log();
+    for (const auto& entry : std::filesystem::directory_iterator(m_scratch / "state")) {
+        EXPECT_EQ(OwnerOf(entry.path()), kNobody) << entry.path();
+    }
+    EXPECT_EQ(V3("snmpget", {kMemorySize}).status, 0);
+}
+
 TEST_F(PrivilegeTest, NoDirectiveChoosesTheUserToRunAs) {
     const std::string config = m_config;
     m_config = WriteConfig(Content(config) + "agentuser daemon\n");

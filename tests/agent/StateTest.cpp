@@ -164,6 +164,17 @@ TEST_F(FullDiskTest, AnEndThatCannotStoreTheStateWarnsAndLosesNothing) {
     ExpectWorks("reader");
 }
 
+TEST_F(FullDiskTest, AnAgentThatServesIsLeftNoUserThatItCouldNotKeep) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    StartFor("reader");
+    Fill();
+    ExpectRefused("other", Phrases(), "No space left on device");
+    EXPECT_EQ(Ask("reader", kAuthentication, kPrivacy).status, 0);
+    MakeRoom();
+    EXPECT_EQ(Create("other", Phrases()).status, 0);
+    ExpectUsers({"other", "reader"});
+}
+
 TEST_F(FullDiskTest, AReadOnlyFileSystemIsNamedAndTheUsersStay) {
     ASSERT_EQ(Create("reader", Phrases()).status, 0);
     const std::string before = Kept();

@@ -20,6 +20,12 @@ void Show(const std::string& text) {
 
 void OnSignal(int /*signal*/) {}
 
+/// Another attempt may be better.
+class Unsuitable : public StartError {
+public:
+    using StartError::StartError;
+};
+
 }  // namespace
 
 /// While one exists the terminal does not echo what is typed. A signal that would end the program ends only the wait
@@ -74,14 +80,26 @@ PassPhrase PassPhrase::Read(const std::string& purpose) {
         return phrase;
     }
     const MuteTerminal mute;
+    for (int attempt = 1; attempt < kAttempts; ++attempt) {
+        try {
+            return AskTwice(purpose, mute);
+        } catch (const Unsuitable& error) {
+            Show("\n" + std::string(error.what()) + "; try again\n");
+        }
+    }
+    return AskTwice(purpose, mute);
+}
+
+PassPhrase PassPhrase::AskTwice(const std::string& purpose, const MuteTerminal& terminal) {
+    PassPhrase phrase;
     Show(purpose + " pass phrase: ");
-    phrase.ReadLine(purpose, &mute);
+    phrase.ReadLine(purpose, &terminal);
     phrase.Check(purpose);
     PassPhrase again;
     Show("\nrepeat it: ");
-    again.ReadLine(purpose, &mute);
+    again.ReadLine(purpose, &terminal);
     if (again.m_text != phrase.m_text) {
-        throw StartError("the two " + purpose + " pass phrases differ; nothing is changed");
+        throw Unsuitable("the two " + purpose + " pass phrases differ; nothing is changed");
     }
     return phrase;
 }
@@ -112,13 +130,13 @@ void PassPhrase::ReadLine(const std::string& purpose, const MuteTerminal* termin
 void PassPhrase::Check(const std::string& purpose) const {
     const std::string which = "the " + purpose + " pass phrase ";
     if (m_text.size() < kShortest) {
-        throw StartError(which + "is too short; nothing is changed (it needs at least 8 characters)");
+        throw Unsuitable(which + "is too short; nothing is changed (it needs at least 8 characters)");
     }
     if (m_text.size() > kLongest) {
-        throw StartError(which + "is too long; nothing is changed (it may have up to 256 characters)");
+        throw Unsuitable(which + "is too long; nothing is changed (it may have up to 256 characters)");
     }
     if (std::any_of(m_text.begin(), m_text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
-        throw StartError(which + "has a control character in it; nothing is changed (leave out tabs and the like)");
+        throw Unsuitable(which + "has a control character in it; nothing is changed (leave out tabs and the like)");
     }
 }
 

@@ -17,20 +17,23 @@ constexpr int kNonVolatile = 3;  // StorageType
 struct Protocol {
     std::string_view oid;
     std::size_t keyOctets;
+    const char* name;
 };
 
 /// Authentication keys are as long as the hash.
 constexpr Protocol kAuthentication[] = {
-    {"1.3.6.1.6.3.10.1.1.1", 0},  {"1.3.6.1.6.3.10.1.1.2", 16}, {"1.3.6.1.6.3.10.1.1.3", 20},
-    {"1.3.6.1.6.3.10.1.1.4", 28}, {"1.3.6.1.6.3.10.1.1.5", 32}, {"1.3.6.1.6.3.10.1.1.6", 48},
-    {"1.3.6.1.6.3.10.1.1.7", 64},
+    {"1.3.6.1.6.3.10.1.1.1", 0, "none"},     {"1.3.6.1.6.3.10.1.1.2", 16, "MD5"},
+    {"1.3.6.1.6.3.10.1.1.3", 20, "SHA"},     {"1.3.6.1.6.3.10.1.1.4", 28, "SHA-224"},
+    {"1.3.6.1.6.3.10.1.1.5", 32, "SHA-256"}, {"1.3.6.1.6.3.10.1.1.6", 48, "SHA-384"},
+    {"1.3.6.1.6.3.10.1.1.7", 64, "SHA-512"},
 };
 
 /// Privacy keys are at least as long as the cipher's, and for DES include half of the initial vector.
 constexpr Protocol kPrivacy[] = {
-    {"1.3.6.1.6.3.10.1.2.1", 0},    {"1.3.6.1.6.3.10.1.2.2", 16},   {"1.3.6.1.6.3.10.1.2.4", 16},
-    {"1.3.6.1.4.1.14832.1.3", 24},  {"1.3.6.1.4.1.14832.1.4", 32},  {"1.3.6.1.4.1.9.12.6.1.1", 24},
-    {"1.3.6.1.4.1.9.12.6.1.2", 32}, {"1.3.6.1.4.1.9.12.6.1.3", 24},
+    {"1.3.6.1.6.3.10.1.2.1", 0, "none"},        {"1.3.6.1.6.3.10.1.2.2", 16, "DES"},
+    {"1.3.6.1.6.3.10.1.2.4", 16, "AES"},        {"1.3.6.1.4.1.14832.1.3", 24, "AES-192"},
+    {"1.3.6.1.4.1.14832.1.4", 32, "AES-256"},   {"1.3.6.1.4.1.9.12.6.1.1", 24, "AES-192C"},
+    {"1.3.6.1.4.1.9.12.6.1.2", 32, "AES-256C"}, {"1.3.6.1.4.1.9.12.6.1.3", 24, "3DES"},
 };
 
 int HexDigit(char c) {
@@ -235,6 +238,8 @@ void StateContent::ParseUser(std::string_view rest) {
     }
     if (*storage == kNonVolatile) {
         m_users.insert({*engine, *name});
+        m_methods[{*engine, *name}] = {auth != nullptr ? auth->name : "unknown",
+                                       priv != nullptr ? priv->name : "unknown"};
     }
 }
 

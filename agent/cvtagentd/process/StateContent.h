@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -32,6 +33,14 @@ public:
     /// The users that the library keeps when the agent ends.
     const Users& NonVolatileUsers() const { return m_users; }
 
+    /// How a user's messages are protected, as createUser names it ("SHA-256", "AES"); "none", or "unknown".
+    struct Methods {
+        std::string authentication;
+        std::string privacy;
+    };
+    /// Those of NonVolatileUsers.
+    const std::map<User, Methods>& MethodsOfUsers() const { return m_methods; }
+
     /// The octets; empty in a file that a person has written.
     const std::string& EngineId() const { return m_engineId; }
 
@@ -46,6 +55,7 @@ private:
 
     std::string m_fault;
     Users m_users;
+    std::map<User, Methods> m_methods;
     std::string m_engineId;
     std::uint32_t m_engineBoots = 0;
     bool m_hasEngineBoots = false;

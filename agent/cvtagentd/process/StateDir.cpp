@@ -178,11 +178,13 @@ std::string StateDir::Default() {
     throw ConfigError("there is no home directory to keep the state in: name a state directory with --state-dir");
 }
 
-void StateDir::Enter(const std::string& folder) {
+void StateDir::Enter(const std::string& folder, bool mayCreate) {
     std::string chosen = folder;
     if (chosen.empty()) {
         chosen = Default();
-        Create(chosen);
+        if (mayCreate) {
+            Create(chosen);
+        }
     }
     if (::chdir(chosen.c_str()) != 0) {
         Fail("cannot use", chosen, {errno, std::generic_category()});

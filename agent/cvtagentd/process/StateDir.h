@@ -12,8 +12,8 @@ namespace StateDir {
 
 /// Makes `folder` the working directory. Empty means the default: the first of $STATE_DIRECTORY, as systemd sets it;
 /// for root /var/lib/cvtagentd; for other users cvtagentd in $XDG_STATE_HOME or in ~/.local/state. A missing default
-/// folder is created, for its owner only; a folder that is given must exist. Throws StartError.
-void Enter(const std::string& folder);
+/// folder is created if `mayCreate`, for its owner only; a folder that is given must exist. Throws StartError.
+void Enter(const std::string& folder, bool mayCreate = true);
 
 /// Whether the state directory has been removed.
 bool IsGone();

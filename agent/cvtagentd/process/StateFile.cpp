@@ -211,12 +211,16 @@ void CheckStaged(const Found& staged, const StateContent::Users& users, const st
 }
 
 /// Checks that nothing in the old file gets lost. If it is damaged now, the library read it before.
-void CompareWithOld(const Found& staged) {
+void CompareWithOld(const Found& staged, const StateContent::Users& removed) {
     const Found old = Read(StateFile::kName);
     if (!old.IsComplete()) {
         return;
     }
-    if (const std::string missing = MissingUser(old.content.NonVolatileUsers(), staged.content); !missing.empty()) {
+    StateContent::Users expected = old.content.NonVolatileUsers();
+    for (const StateContent::User& user : removed) {
+        expected.erase(user);
+    }
+    if (const std::string missing = MissingUser(expected, staged.content); !missing.empty()) {
         Fail("the file has the user " + missing +
              ", which this agent has not read; restart the agent, and change the file only while no agent runs");
     }
@@ -270,6 +274,17 @@ std::string StateFile::WhyDamaged() {
     return found.isThere && !found.IsComplete() ? DamageOf(kName, found) : std::string();
 }
 
+StateContent StateFile::Content() {
+    const Found found = Read(kName);
+    if (!found.isThere) {
+        throw ConfigError("there is no state in " + PathOf(kName) + "; start the agent once, or look into its log");
+    }
+    if (!found.IsComplete()) {
+        throw ConfigError(DamageOf(kName, found));
+    }
+    return found.content;
+}
+
 StateFile::Staging::Staging() {
     RemoveStaging();
     if (::mkdir(kStagingName, 0700) != 0) {
@@ -284,10 +299,11 @@ StateFile::Staging::~Staging() { RemoveStaging(); }
 
 std::string StateFile::Staging::Folder() const { return PathOf(kStagingName); }
 
-void StateFile::Staging::Commit(const StateContent::Users& users, const std::string& engineId) {
+void StateFile::Staging::Commit(const StateContent::Users& users, const std::string& engineId,
+                                const StateContent::Users& removed) {
     const Found staged = Read(kStagedFile);
     CheckStaged(staged, users, engineId);
-    CompareWithOld(staged);
+    CompareWithOld(staged, removed);
     {
         const Descriptor file(kStagedFile, O_RDONLY | O_NOFOLLOW);
         if (file.Get() < 0 || ::fchmod(file.Get(), 0600) != 0 || ::fsync(file.Get()) != 0) {

@@ -33,6 +33,9 @@ public:
     /// Why the file should not be read, in one line that says what to do; empty when it is complete or missing.
     static std::string WhyDamaged();
 
+    /// What the file says. Throws ConfigError when it is damaged or missing.
+    static StateContent Content();
+
     /// One attempt at writing the file. The destructor removes what has been written and not committed.
     class Staging {
     public:
@@ -47,8 +50,9 @@ public:
 
         /// Makes the file written here the state. When this returns, it survives a crash. Throws StateNotStored, with
         /// the old state in place, when the file is not complete, lacks one of `users` or a user of the old file,
-        /// belongs to another engine than `engineId` (octets), or has fewer boots than the old one.
-        void Commit(const StateContent::Users& users, const std::string& engineId);
+        /// belongs to another engine than `engineId` (octets), or has fewer boots than the old one. Users in
+        /// `removed` may be missing.
+        void Commit(const StateContent::Users& users, const std::string& engineId, const StateContent::Users& removed);
     };
 };
 

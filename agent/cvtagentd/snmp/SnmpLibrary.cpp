@@ -98,8 +98,8 @@ std::vector<std::string> SnmpLibrary::ConfiguredAddresses() {
     return addresses;
 }
 
-void SnmpLibrary::Store() { StateStore::Write(kApplication); }
+void SnmpLibrary::Store(const StateContent::Users& removed) { StateStore::Write(kApplication, removed); }
 
-bool SnmpLibrary::HasUsers() { return !StateStore::Users().empty(); }
+StateContent::Users SnmpLibrary::Users() { return StateStore::Users(); }
 
 }  // namespace cvtagentd

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateContent.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 
 namespace cvtagentd {
@@ -42,12 +43,13 @@ public:
     static std::vector<std::string> ConfiguredAddresses();
 
     /// Stores what must survive this process, even a crash; nothing else stores it. Called as the user who is to own
-    /// the state: before the agent serves, since it must not serve twice with the same engineBoots, and at its end.
+    /// the state: before the agent serves, since it must not serve twice with the same engineBoots, when its users
+    /// change, and at its end. Users in `removed` are gone on purpose; a state that lacks another one is not stored.
     /// Throws StateNotStored, with the previous state still in place.
-    static void Store();
+    static void Store(const StateContent::Users& removed = {});
 
-    /// Whether there is an SNMPv3 user, whose messages could be replayed after a start that was not counted.
-    static bool HasUsers();
+    /// The SNMPv3 users that the library keeps. Their messages could be replayed after a start that was not counted.
+    static StateContent::Users Users();
 
 private:
     static void SetUp(const Setup& setup);

@@ -28,12 +28,6 @@ private:
     }
 };
 
-std::string EngineId() {
-    std::size_t size = 0;
-    const std::unique_ptr<u_char, void (*)(void*)> id(::snmpv3_generate_engineID(&size), &std::free);
-    return id == nullptr ? std::string() : std::string(reinterpret_cast<const char*>(id.get()), size);
-}
-
 }  // namespace
 
 StateContent::Users StateStore::Users() {
@@ -46,14 +40,20 @@ StateContent::Users StateStore::Users() {
     return users;
 }
 
-void StateStore::Write(const char* name) {
+std::string StateStore::EngineId() {
+    std::size_t size = 0;
+    const std::unique_ptr<u_char, void (*)(void*)> id(::snmpv3_generate_engineID(&size), &std::free);
+    return id == nullptr ? std::string() : std::string(reinterpret_cast<const char*>(id.get()), size);
+}
+
+void StateStore::Write(const char* name, const StateContent::Users& removed) {
     StateFile::Staging staging;
     {
         const LibraryLog::Collector saysLess;  // than a check of the file does
         const StoringInto folder(staging.Folder());
         ::snmp_store(name);
     }
-    staging.Commit(Users(), EngineId());
+    staging.Commit(Users(), EngineId(), removed);
 }
 
 }  // namespace cvtagentd

@@ -13,8 +13,12 @@ namespace StateStore {
 /// The users that the library keeps, those of the configuration's createUser among them.
 StateContent::Users Users();
 
-/// Makes the library write the state of the application `name`. Throws StateNotStored.
-void Write(const char* name);
+/// This agent's engine identifier, in octets; empty when the library has none.
+std::string EngineId();
+
+/// Makes the library write the state of the application `name`. Users in `removed` are gone on purpose. Throws
+/// StateNotStored.
+void Write(const char* name, const StateContent::Users& removed);
 
 }  // namespace StateStore
 

@@ -79,9 +79,13 @@ TEST(CvtagentdOptions, KnowsTheActionsThatAreNotServing) {
     EXPECT_EQ(check.config, "/etc/agent.conf");
     const Options create = Parse({"--create-user", "reader", "--config", "/etc/agent.conf", "--state-dir", "/state"});
     EXPECT_EQ(create.action, Options::Action::kCreateUser);
-    EXPECT_EQ(create.newUser, "reader");
+    EXPECT_EQ(create.snmpUser, "reader");
     EXPECT_EQ(create.config, "/etc/agent.conf");
     EXPECT_EQ(create.stateDir, "/state");
+    EXPECT_EQ(Parse({"--change-user", "reader"}).action, Options::Action::kChangeUser);
+    EXPECT_EQ(Parse({"--delete-user", "reader"}).action, Options::Action::kDeleteUser);
+    EXPECT_EQ(Parse({"--delete-user", "reader"}).snmpUser, "reader");
+    EXPECT_EQ(Parse({"--list-users", "--state-dir", "/state"}).action, Options::Action::kListUsers);
 }
 
 TEST(CvtagentdOptions, SaysWhatIsWrongWithEachCommandLine) {
@@ -89,8 +93,8 @@ TEST(CvtagentdOptions, SaysWhatIsWrongWithEachCommandLine) {
     EXPECT_EQ(ErrorOf({"-x"}), "the option -x is unknown");
     EXPECT_EQ(ErrorOf({"--syslog=yes"}), "the option --syslog takes no value");
     EXPECT_EQ(ErrorOf({"--listen"}), "the option --listen needs a value");
-    EXPECT_EQ(ErrorOf({"--lis"}), "the option --listen needs a value");
-    EXPECT_EQ(ErrorOf({"--l", "udp:161"}), "the option --l is ambiguous: it may mean --listen, --log-level");
+    EXPECT_EQ(ErrorOf({"--conf"}), "the option --config needs a value");
+    EXPECT_EQ(ErrorOf({"--lis", "udp:161"}), "the option --lis is ambiguous: it may mean --listen, --list-users");
     EXPECT_EQ(ErrorOf({"--user", ""}), "--user needs a value that is not empty");
     EXPECT_EQ(ErrorOf({"--create-user", ""}), "--create-user needs a value that is not empty");
     EXPECT_EQ(ErrorOf({"--listen", ""}), "--listen needs a value that is not empty");
@@ -112,6 +116,9 @@ TEST(CvtagentdOptions, ActionsOtherThanServingAcceptFewOptions) {
               "--check-config cannot be combined with other options");
     EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--create-user", "bob"}),
               "--create-user can be combined only with --config and --state-dir");
+    EXPECT_EQ(ErrorOf({"--list-users", "--delete-user", "bob"}),
+              "--delete-user can be combined only with --config and --state-dir");
+    EXPECT_EQ(ErrorOf({"--delete-user", ""}), "--delete-user needs a value that is not empty");
     EXPECT_EQ(ErrorOf({"--log-level", "debug", "--check-config", "F"}), "");
 }
 

@@ -1,0 +1,235 @@
+#include "agent/cvtagentd/access/UserChanges.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "agent/cvtagentd/access/UserLine.h"
+#include "agent/cvtagentd/process/Log.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/TrustedFile.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/StateStore.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr const char* kFreshName = "cvtagentd.users.new";
+constexpr std::string_view kUser = "usmUser ";
+constexpr std::string_view kDeleted = "deletedUser ";  // goes on like a line for the user
+constexpr int kLockTries = 200;
+constexpr int kLockPauseMs = 10;
+
+std::string Path() { return StateDir::Path() + "/" + UserChanges::kName; }
+
+std::string Message(int error) { return std::generic_category().message(error); }
+
+bool IsThere() {
+    struct stat status {};
+    return ::lstat(UserChanges::kName, &status) == 0;
+}
+
+/// Commands hold the lock for as long as they write.
+int LockFolder() {
+    const int folder = ::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int tries = 0; folder >= 0 && tries < kLockTries; ++tries) {
+        if (::flock(folder, LOCK_EX | LOCK_NB) == 0) {
+            return folder;
+        }
+        ::poll(nullptr, 0, kLockPauseMs);
+    }
+    const int error = errno;
+    if (folder >= 0) {
+        ::close(folder);
+    }
+    throw StartError("cannot lock the changes of users in " + StateDir::Path() + ": " + Message(error) +
+                     "; try again when no other command changes users there");
+}
+
+/// The user that a line of the library's is about.
+StateContent::User UserOf(const std::string& line) {
+    const StateContent content(line + "\n");
+    return content.NonVolatileUsers().empty() ? StateContent::User{} : *content.NonVolatileUsers().begin();
+}
+
+[[noreturn]] void RefuseDamaged(const std::string& why) {
+    throw ConfigError("the changes of users in " + Path() + " are damaged (" + why +
+                      "); remove that file, and repeat the commands that changed users");
+}
+
+UserChanges::Lines Parse(const std::string& text) {
+    if (const StateContent content(text); !content.Fault().empty()) {
+        RefuseDamaged(content.Fault());
+    }
+    UserChanges::Lines lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        const bool isDeleted = line.starts_with(kDeleted);
+        if (isDeleted) {
+            line.replace(0, kDeleted.size(), kUser);
+        }
+        if (line.starts_with(kUser)) {
+            const StateContent::User user = UserOf(line);
+            if (user.name.empty()) {
+                RefuseDamaged("a user is incomplete");
+            }
+            lines[user] = isDeleted ? std::string() : line;
+        }
+    }
+    return lines;
+}
+
+/// A complete file ends as the library's state does, by which StateContent knows that nothing is cut off.
+std::string TextOf(const UserChanges::Lines& lines) {
+    std::string text = "# Changes of SNMPv3 users that the agent takes in at its next start or reload.\n";
+    for (const auto& [user, line] : lines) {
+        std::string whole = line.empty() ? UserLine::Without(user) : line;
+        if (line.empty()) {
+            whole.replace(0, kUser.size(), kDeleted);
+        }
+        text += whole + "\n";
+    }
+    return text + "engineBoots 0\noldEngineID " + UserLine::Hex(lines.begin()->first.engine) + "\n";
+}
+
+/// Returns 0, or errno. The file survives a crash when this has returned.
+int WriteFresh(const std::string& text) {
+    ::unlink(kFreshName);
+    const int file = ::open(kFreshName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0) {
+        return errno;
+    }
+    errno = EIO;  // for a write that is cut short
+    const bool whole =
+        ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) && ::fsync(file) == 0;
+    const int error = whole ? 0 : errno;
+    ::close(file);
+    return error;
+}
+
+bool IsOwnEngine(const StateContent::User& user) { return user.engine == StateStore::EngineId(); }
+
+}  // namespace
+
+UserChanges::UserChanges(For purpose) : m_folder(purpose == For::kAdding || IsThere() ? LockFolder() : -1) {
+    try {
+        m_lines = Look();
+    } catch (...) {
+        Unlock();
+        throw;
+    }
+}
+
+UserChanges::~UserChanges() {
+    for (auto& [user, line] : m_lines) {
+        ::explicit_bzero(line.data(), line.size());
+    }
+    Unlock();
+}
+
+void UserChanges::Unlock() {
+    if (m_folder >= 0) {
+        ::close(m_folder);
+        m_folder = -1;
+    }
+}
+
+UserChanges::Lines UserChanges::Look() {
+    struct stat status {};
+    if (::lstat(kName, &status) != 0) {
+        return {};
+    }
+    if (!S_ISREG(status.st_mode) || status.st_nlink > 1) {
+        throw ConfigError("the changes of users in " + Path() + " are not a file of their own; remove it");
+    }
+    if (const std::string why = TrustedFile::WhyNot("the changes of users in", Path()); !why.empty()) {
+        throw ConfigError(why);
+    }
+    std::ifstream in(kName, std::ios::binary);
+    if (!in) {
+        const int error = errno;
+        if (error == ENOENT) {  // taken in meanwhile
+            return {};
+        }
+        throw ConfigError("cannot read the changes of users in " + Path() + ": " + Message(error));
+    }
+    std::string text{std::istreambuf_iterator<char>(in), {}};
+    Lines lines = Parse(text);
+    ::explicit_bzero(text.data(), text.size());
+    return lines;
+}
+
+void UserChanges::Add(const StateContent::User& user, const std::string& line) {
+    m_lines[user] = line;
+    std::string text = TextOf(m_lines);
+    int error = WriteFresh(text);
+    ::explicit_bzero(text.data(), text.size());
+    if (error == 0 && ::rename(kFreshName, kName) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        ::unlink(kFreshName);
+        throw StartError("cannot write the changes of users to " + Path() + ": " + Message(error) +
+                         "; nothing is changed");
+    }
+    ::fsync(m_folder);  // some file systems cannot
+}
+
+void UserChanges::Apply(const StateContent::User& user, const std::string& line) {
+    usmUser* const old =
+        ::usm_get_user(reinterpret_cast<const u_char*>(user.engine.data()), user.engine.size(), user.name.c_str());
+    if (old != nullptr) {
+        ::usm_remove_user(old);
+        ::usm_free_user(old);
+    }
+    if (!line.empty()) {
+        std::string rest = line.substr(kUser.size());
+        ::usm_parse_config_usmUser("usmUser", rest.data());
+        ::explicit_bzero(rest.data(), rest.size());
+    }
+}
+
+StateContent::Users UserChanges::ApplyAll() const {
+    StateContent::Users deleted;
+    for (const auto& [user, line] : m_lines) {
+        if (IsOwnEngine(user)) {
+            Apply(user, line);
+            if (line.empty()) {
+                deleted.insert(user);
+            }
+        }
+    }
+    return deleted;
+}
+
+void UserChanges::Report() const {
+    for (const auto& [user, line] : m_lines) {
+        if (IsOwnEngine(user)) {
+            Log::Info((line.empty() ? "deleted the user " : "took in the keys of the user ") + user.name);
+        } else {
+            Log::Warning("the engine identifier has changed since the keys of the user " + user.name +
+                         " were made, so they were dropped; repeat the command that changed that user");
+        }
+    }
+}
+
+void UserChanges::Discard() {
+    if (m_folder >= 0) {
+        ::unlink(kName);
+        ::fsync(m_folder);
+    }
+    Unlock();
+}
+
+}  // namespace cvtagentd

@@ -1,0 +1,250 @@
+#include "agent/cvtagentd/access/UserCommand.h"
+
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+
+#include "agent/cvtagentd/access/AccessConfig.h"
+#include "agent/cvtagentd/access/ConfigLine.h"
+#include "agent/cvtagentd/access/PassPhrase.h"
+#include "agent/cvtagentd/access/UserChanges.h"
+#include "agent/cvtagentd/access/UserLine.h"
+#include "agent/cvtagentd/process/Privileges.h"
+#include "agent/cvtagentd/process/ReadableFile.h"
+#include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/process/StateDir.h"
+#include "agent/cvtagentd/process/StateFile.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+#include "agent/cvtagentd/snmp/SnmpLibrary.h"
+#include "agent/cvtagentd/snmp/StateStore.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr std::size_t kLongestName = 32;  // SnmpAdminString (SIZE(1..32))
+
+/// How long the agent may take to take a change in before the command goes without.
+constexpr int kPollMs = 20;
+constexpr int kPolls = 250;
+
+/// For root: another user's state is read and written as that user. The files stay that user's, and root neither obeys
+/// them nor follows a link that the user may have placed there.
+void BecomeOwnerOfState() {
+    struct stat folder {};
+    if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
+        StateDir::GiveTo(folder.st_uid, folder.st_gid);
+        Privileges::Become({{}, folder.st_uid, folder.st_gid});
+        Privileges::GiveUpPorts();
+    }
+}
+
+bool IsKnownToLibrary(const StateContent::User& user) {
+    return ::usm_get_user(reinterpret_cast<const u_char*>(user.engine.data()), user.engine.size(), user.name.c_str()) !=
+           nullptr;
+}
+
+/// Whether the agent has the user, or will have it once it has taken in these changes.
+bool Exists(const StateContent::User& user, const StateContent& state, const UserChanges::Lines& changes) {
+    const auto change = changes.find(user);
+    return change != changes.end() ? !change->second.empty() : state.NonVolatileUsers().count(user) != 0;
+}
+
+std::string Label(const StateLock::Agent& agent) {
+    return agent.pid > 0 ? "the agent (process " + std::to_string(agent.pid) + ")" : "the agent";
+}
+
+}  // namespace
+
+int UserCommand::Run() const {
+    if (m_request.kind == Kind::kCreate) {
+        CheckName();
+    }
+    StateDir::Enter(m_request.stateDir, m_request.kind == Kind::kCreate);
+    BecomeOwnerOfState();
+    ReadableFile::Require(m_request.configFile);
+    StateDir::CheckUsable();
+    if (m_request.kind == Kind::kList) {
+        List();
+        return EXIT_SUCCESS;
+    }
+    std::optional<StateLock> lock;
+    std::optional<StateLock::Agent> agent;
+    try {
+        lock.emplace(StateLock::Holder::kCommand);
+    } catch (const StateInUse&) {
+        agent = StateLock::FindAgent();
+        if (!agent) {  // another command
+            throw;
+        }
+    }
+    if (agent) {
+        Report(LeaveFor(*agent));
+    } else {
+        ChangeState();
+        Report({});
+    }
+    return EXIT_SUCCESS;
+}
+
+void UserCommand::ChangeState() const {
+    AccessConfig::RequireTrusted(m_request.configFile);
+    AccessConfig::RequireTrustedState();
+    // The first user may be added before any access is granted. That is not a fault here, hence the built-in access.
+    const SnmpLibrary library({m_request.configFile, SnmpLibrary::State::kWorkingDirectory, AccessConfig::BuiltIn(),
+                               m_request.beforeConfiguration});
+    AccessConfig::RequireFaultless(m_request.configFile, library.Messages());
+    UserChanges changes(UserChanges::For::kTakingIn);
+    StateContent::Users deleted = changes.ApplyAll();
+    const StateContent::User user{StateStore::EngineId(), m_request.name};
+    if (user.engine.empty()) {
+        throw StartError("the SNMP library has no engine identifier; check engineID in the configuration");
+    }
+    CheckExistence(IsKnownToLibrary(user));
+    RefuseUserOfConfiguration();
+    std::string line = AskForLine(user);
+    UserChanges::Apply(user, line);
+    ::explicit_bzero(line.data(), line.size());
+    if (m_request.kind == Kind::kDelete) {
+        deleted.insert(user);
+    }
+    SnmpLibrary::Store(deleted);
+    changes.Discard();
+}
+
+/// Returns what became of the change.
+std::string UserCommand::LeaveFor(const StateLock::Agent& agent) const {
+    if (agent.isSubagent) {
+        throw StartError(Label(agent) + " that uses the state directory " + StateDir::Path() +
+                         " serves through a master, which has users of its own; change them there");
+    }
+    AccessConfig::RequireTrustedState();
+    const StateContent state = StateFile::Content();
+    const SnmpLibrary cryptography({});
+    const StateContent::User user{state.EngineId(), m_request.name};
+    CheckExistence(Exists(user, state, UserChanges::Look()));
+    RefuseUserOfConfiguration();
+    std::string line = AskForLine(user);
+    {
+        UserChanges changes(UserChanges::For::kAdding);
+        CheckExistence(Exists(user, StateFile::Content(), changes.All()));  // another command may have been quicker
+        changes.Add(user, line);
+    }
+    ::explicit_bzero(line.data(), line.size());
+    if (!StateLock::TellToReload(agent)) {
+        return "; it waits there until " + Label(agent) + " is told to reload (SIGHUP, systemctl reload cvtagentd)";
+    }
+    if (!IsTakenIn(user)) {
+        return "; " + Label(agent) + " was told to reload, and has not taken it in yet: see its log";
+    }
+    return "; " + Label(agent) + " was told to reload, and has taken it in";
+}
+
+bool UserCommand::IsTakenIn(const StateContent::User& user) const {
+    for (int polls = 0; polls < kPolls; ++polls) {
+        if (UserChanges::Look().count(user) == 0) {
+            return true;
+        }
+        ::poll(nullptr, 0, kPollMs);
+    }
+    return false;
+}
+
+std::string UserCommand::AskForLine(const StateContent::User& user) const {
+    if (m_request.kind == Kind::kDelete) {
+        return {};
+    }
+    const PassPhrase authentication = PassPhrase::Read("authentication");
+    const PassPhrase privacy = PassPhrase::Read("privacy");
+    return UserLine::For(user, authentication, privacy);
+}
+
+void UserCommand::Report(const std::string& how) const {
+    const std::string& name = m_request.name;
+    std::string text = m_request.kind == Kind::kDelete   ? "deleted the user " + name
+                       : m_request.kind == Kind::kChange ? "changed the user " + name + " (SHA-256, AES)"
+                                                         : "added the user " + name + " (SHA-256, AES)";
+    text += " in " + StateDir::Path() + how;
+    if (m_request.kind == Kind::kCreate) {
+        text += "; to give it read access, add this line to the configuration and ";
+        text += how.empty() ? "start the agent" : "reload";
+        text += ": rouser " + name + " authpriv";
+    }
+    std::puts(text.c_str());
+}
+
+void UserCommand::List() {
+    const bool isNew = ::access(StateFile::kName, F_OK) != 0;
+    const StateContent state = isNew ? StateContent(std::string_view()) : StateFile::Content();
+    const UserChanges::Lines changes = UserChanges::Look();
+    StateContent::Users users = state.NonVolatileUsers();
+    for (const auto& [user, line] : changes) {
+        users.insert(user);
+    }
+    std::printf("users in %s:\n", StateDir::Path().c_str());
+    for (const StateContent::User& user : users) {
+        if (user.engine != state.EngineId()) {  // for messages to other engines
+            continue;
+        }
+        const auto change = changes.find(user);
+        const auto known = state.MethodsOfUsers().find(user);
+        StateContent::Methods methods{"SHA-256", "AES"};
+        const char* remark = "";
+        if (known != state.MethodsOfUsers().end()) {
+            methods = known->second;
+        }
+        if (change != changes.end()) {
+            remark = change->second.empty()                  ? "  deleted at the agent's next reload"
+                     : known == state.MethodsOfUsers().end() ? "  added at the agent's next reload"
+                                                             : "  changed at the agent's next reload";
+        }
+        std::printf("%-32s  %-8s  %-8s%s\n", user.name.c_str(), methods.authentication.c_str(), methods.privacy.c_str(),
+                    remark);
+    }
+}
+
+/// Accepts a name that the configuration's directives can hold, too.
+void UserCommand::CheckName() const {
+    const std::string& name = m_request.name;
+    const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
+        return c > ' ' && c < 0x7F && c != '"' && c != '\'' && c != '\\' && c != '#';
+    });
+    if (!plain || name.size() > kLongestName || name.front() == '-') {
+        throw StartError(
+            "the name of an SNMPv3 user has 1 to 32 letters, digits or signs, with no space, quote, "
+            "backslash or #, and no leading -; \"" +
+            name + "\" is not such a name");
+    }
+}
+
+void UserCommand::CheckExistence(bool exists) const {
+    if (m_request.kind == Kind::kCreate && exists) {
+        throw StartError("the user " + m_request.name +
+                         " already exists; nothing is changed (choose another name, or use --change-user)");
+    }
+    if (m_request.kind != Kind::kCreate && !exists) {
+        throw StartError("there is no user " + m_request.name + " in " + StateDir::Path() +
+                         "; nothing is changed (--list-users lists those that exist)");
+    }
+}
+
+/// A change of such a user would last until the configuration is read again.
+void UserCommand::RefuseUserOfConfiguration() const {
+    if (m_request.configFile.empty()) {
+        return;
+    }
+    for (const ConfigLine& line : ConfigLine::AllOf(m_request.configFile)) {
+        const std::size_t place = !line.words.empty() && line.words.front() == "-e" ? 2 : 0;  // after an engine
+        if (line.directive == "createuser" && place < line.words.size() && line.words[place] == m_request.name) {
+            throw StartError(m_request.configFile + ": line " + std::to_string(line.number) + ": creates the user " +
+                             m_request.name + "; change or remove that line instead (nothing is changed)");
+        }
+    }
+}
+
+}  // namespace cvtagentd
