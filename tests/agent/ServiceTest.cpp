@@ -129,7 +129,8 @@ TEST_F(ServiceTest, SystemdAcceptsTheInstalledUnit) {
     std::string unit{std::istreambuf_iterator<char>(in), {}};
     unit = std::regex_replace(unit, std::regex("\n(Exec(Start|Reload)=)/[^ ]*cvtagentd "),
                               std::string("\n$1") + kAgentFile + " ");
-    const Outcome outcome = RunToEnd({analyze, "verify", m_scratch.Write("cvtagentd.service", unit)}, m_scratch);
+    const Outcome outcome =
+        RunToEnd({analyze, "verify", "--man=no", m_scratch.Write("cvtagentd.service", unit)}, m_scratch);
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_EQ(outcome.output, "");
     EXPECT_NE(unit.find("\nType=notify\n"), std::string::npos) << unit;
