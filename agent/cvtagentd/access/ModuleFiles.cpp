@@ -76,7 +76,8 @@ void ReadFile(const std::string& file, std::vector<std::string>& faults) {
         if (why.empty()) {
             Add(line.words.front(), s_inFolder);
         } else {
-            faults.push_back(file + ": line " + std::to_string(line.number) + ": Error: " + why);
+            why.insert(0, ": line " + std::to_string(line.number) + ": Error: ");
+            faults.push_back(file + why);
         }
     }
 }
