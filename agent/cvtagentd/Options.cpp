@@ -46,7 +46,7 @@ constexpr option kOptions[] = {
     {"syslog", no_argument, nullptr, kSyslog},
     {"version", no_argument, nullptr, kVersion},
     {"help", no_argument, nullptr, kHelp},
-    {"check-config", required_argument, nullptr, kCheckConfig},
+    {"check-config", optional_argument, nullptr, kCheckConfig},
     {"create-user", required_argument, nullptr, kCreateUser},
     {"change-user", required_argument, nullptr, kChangeUser},
     {"delete-user", required_argument, nullptr, kDeleteUser},
@@ -130,7 +130,7 @@ void Apply(int option, const char* argument, Options& options) {
         case kHelp: options.action = Options::Action::kShowHelp; break;
         case kCheckConfig:
             options.action = Options::Action::kCheckConfig;
-            options.config = Absolute(NotEmpty("--check-config", argument).c_str());
+            options.config = argument == nullptr ? "" : Absolute(NotEmpty("--check-config", argument).c_str());
             break;
         case kAgentx:
             options.subagent = true;
@@ -147,8 +147,12 @@ void CheckActions(const Options& options, std::set<int> seen) {
     }
     const bool checks = seen.erase(kCheckConfig) != 0;
     seen.erase(kLogLevel);
-    if (checks && !seen.empty()) {
-        throw UsageError("--check-config cannot be combined with other options");
+    if (checks) {
+        seen.erase(kStateDir);
+        if (!seen.empty()) {
+            throw UsageError("--check-config can be combined only with --state-dir");
+        }
+        return;
     }
     for (const UserOption& command : kUserOptions) {
         if (seen.erase(command.option) != 0) {
@@ -177,7 +181,11 @@ Options Options::Parse(int argc, char* const* argv) {
         if (option == ':' || option == '?') {
             throw UsageError(agent::OptionFault(option, argv, kOptions));
         }
-        Apply(option, ::optarg, options);
+        const char* argument = ::optarg;
+        if (option == kCheckConfig && argument == nullptr && ::optind < argc && *argv[::optind] != '-') {
+            argument = argv[::optind++];  // getopt leaves out the value of an option that needs none
+        }
+        Apply(option, argument, options);
         seen.insert(option);
         if (options.action == Action::kShowHelp || options.action == Action::kShowVersion) {
             return options;
@@ -200,7 +208,7 @@ const char* Options::Help() {
     return R"(An SNMP agent that serves the objects of extension modules.
 
 Usage: cvtagentd [OPTION]...
-       cvtagentd --check-config FILE
+       cvtagentd --check-config [FILE] [--state-dir DIR]
        cvtagentd --create-user NAME | --change-user NAME | --delete-user NAME | --list-users
                  [--config FILE] [--state-dir DIR]
 
@@ -223,8 +231,8 @@ Usage: cvtagentd [OPTION]...
   -V, --version        print the version
   -h, --help           print this text
 
-  --check-config FILE  load FILE, print each fault in it on its own line, and exit: status 0 when there is none,
-                       otherwise 1
+  --check-config FILE  load FILE, print its faults and remarks in the order of its lines, and exit: status 0 when
+                       there is no fault, otherwise 1 (default: the configuration of the installed service)
   --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or
                        reads them as two lines of standard input
   --change-user NAME   give the user new pass phrases, in the same way

@@ -32,7 +32,8 @@ struct Options {
     std::vector<std::string> listen;   ///< empty: the configuration's agentaddress, or else kDefaultAddress
     bool subagent = false;             ///< serve through an AgentX master; `listen` is then empty
     std::string master;    ///< its address; empty: the configuration's agentXSocket, or else the library's default
-    std::string config;    ///< absolute; empty: the built-in read-only access from this host
+    std::string config;    ///< absolute; empty: the built-in read-only access from this host, or the service's file for
+                           ///< kCheckConfig
     std::string stateDir;  ///< empty: StateDir's choice
     std::string user;      ///< empty: the user who started the agent
     std::string snmpUser;  ///< for kCreateUser, kChangeUser and kDeleteUser

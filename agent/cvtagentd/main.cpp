@@ -42,7 +42,8 @@ int Run(const cvtagentd::Options& options) {
         case cvtagentd::Options::Action::kShowHelp: std::fputs(cvtagentd::Options::Help(), stdout); return EXIT_SUCCESS;
         case cvtagentd::Options::Action::kShowVersion: std::puts("cvtagentd " CVHOST_VERSION); return EXIT_SUCCESS;
         case cvtagentd::Options::Action::kCheckConfig:
-            return cvtagentd::AccessConfig::Check(options.config, &cvtagentd::StandAlone::BeforeConfiguration);
+            return cvtagentd::AccessConfig::Check(
+                {options.config, options.stateDir, &cvtagentd::StandAlone::BeforeConfiguration});
         case cvtagentd::Options::Action::kCreateUser: return RunUserCommand(Kind::kCreate, options);
         case cvtagentd::Options::Action::kChangeUser: return RunUserCommand(Kind::kChange, options);
         case cvtagentd::Options::Action::kDeleteUser: return RunUserCommand(Kind::kDelete, options);

@@ -133,7 +133,7 @@ TEST_F(AccessTest, SighupWithAFaultyConfigurationLeavesEverythingAsItWas) {
     for (const char* const config : {"rocomunity other\n", "createUser me SHA\n", "# nothing\n"}) {
         WriteConfig(config);
         Agent().Signal(SIGHUP);
-        const std::string text = *config == 'r' ? "Unknown token" : *config == 'c' ? "crashes" : "nobody";
+        const std::string text = *config == 'r' ? "Unknown token" : *config == 'c' ? "no pass phrase" : "nobody";
         ASSERT_TRUE(Agent().WaitForOutput(text)) << Log();
         ExpectReader("private");
     }

@@ -9,8 +9,13 @@ using Perms = std::filesystem::perms;
 
 class ConfigFaultsTest : public AgentTest {
 protected:
-    static std::string UndefinedView(const std::string& file) {
-        return file + ": line 1: Error: the view some is not defined; add \"view some included OID\"";
+    Outcome Check(const std::string& name) const {
+        std::filesystem::permissions(m_scratch / name, Perms::owner_read | Perms::owner_write);
+        return RunAgent({"--check-config", m_scratch / name, "--state-dir", m_scratch / "state"});
+    }
+    static std::string UndefinedView(const std::string& file, int line = 1) {
+        return file + ": line " + std::to_string(line) +
+               ": Error: the view some is not defined; add \"view some included OID\"";
     }
 };
 
@@ -39,6 +44,131 @@ TEST_F(ConfigFaultsTest, RemarksDoNotStopAReload) {
     const std::string file = WriteConfig("rocommunity third 127.0.0.1 -V some\n");
     Agent().Signal(SIGHUP);
     EXPECT_TRUE(Agent().WaitForOutput("stays as it was: " + UndefinedView(file))) << Log();
+}
+
+TEST_F(ConfigFaultsTest, AddressesAreTriedWithoutOpeningTheConfiguredPort) {
+    const std::string port = std::to_string(m_port);
+    m_community = "public";
+    const std::string own = "rocommunity public 127.0.0.1\nagentaddress " + Udp() + ",tcp:127.0.0.1:" + port + "\n";
+    Start({"--module", kTestModule, "--listen", "tcp:127.0.0.1:" + port, "--config", WriteConfig(own)});
+    EXPECT_EQ(Check("agent.conf").status, 0) << "the running agent has the port, and keeps it";
+    EXPECT_EQ(V2c("snmpget", {kValues + "1.0"}).status, 0);
+    for (const std::string& address : Arguments{
+             "udp:127.0.0.1:99999", "upd:161", "udp:127.0.0.1:snmp", "udp:127.0.0.1:-1", "tcp:65536", "udp6:[::1]:x",
+             "unix:" + m_scratch / "none/socket", "unix:" + m_scratch / "agent.conf", "udp:203.0.113.9:161"}) {
+        const std::string file =
+            m_scratch.Write("addresses.conf", "rocommunity public 127.0.0.1\n\nagentaddress udp:161," + address + "\n");
+        const Outcome outcome = Check("addresses.conf");
+        EXPECT_EQ(outcome.status, 1) << address;
+        EXPECT_NE(outcome.output.find("cvtagentd: " + file + ": line 3: Error: cannot listen on " + address + ": "),
+                  std::string::npos)
+            << address << ": " << outcome.output;
+    }
+}
+
+TEST_F(ConfigFaultsTest, EveryWayToWriteAnAddressPassesTheCheck) {
+    for (const std::string address :
+         {"161", "127.0.0.1", "localhost:161", "udp:161", "udp::161", "tcp:161", "UDP:127.0.0.1:161", "udp:127.0.0.1",
+          "udp6:161", "udp6:[::1]:161", "udp6:::1", "tcp6:[::1]:161", "unix:socket", "/tmp/cvtagentd-test-socket"}) {
+        m_scratch.Write("addresses.conf", "rocommunity public 127.0.0.1\nagentaddress " + address + "\n");
+        EXPECT_EQ(Check("addresses.conf").output, m_scratch / "addresses.conf: no faults\n") << address;
+    }
+    EXPECT_FALSE(std::filesystem::exists("/tmp/cvtagentd-test-socket"));
+    EXPECT_FALSE(std::filesystem::exists(m_scratch / "state/socket"));
+}
+
+TEST_F(ConfigFaultsTest, ALineThatWouldCrashTheLibraryIsNamedByCheckStartAndReload) {
+    const std::string good = "rocommunity private 127.0.0.1\n";
+    Start({"--module", kTestModule, "--config", WriteConfig(good)});
+    for (const std::string line :
+         {"createUser reader SHA-256", "createUser -e 0x8000000001020304 reader NONSENSE", "\fcreateUser reader SHA",
+          "trapsink -v2c -c", "usmUser 1", "trapsink -v", "trap2sink -Cn", "informsink -e"}) {
+        const std::string file = WriteConfig(good + "\n" + line + "\n");
+        const Outcome outcome = Check("agent.conf");
+        EXPECT_EQ(outcome.status, 1) << line;
+        const std::string place = file + ": line 3: Error: ";
+        EXPECT_NE(outcome.output.find("cvtagentd: " + place), std::string::npos) << line << ": " << outcome.output;
+        EXPECT_EQ(outcome.output.find("crashes"), std::string::npos) << line << ": " << outcome.output;
+        const Outcome start =
+            RunAgent(WithOwn({"--module", kTestModule, "--state-dir", m_scratch.Path(), "--config", file}));
+        EXPECT_NE(start.status, 0) << line;
+        EXPECT_NE(start.output.find("cvtagentd: " + place), std::string::npos) << line << ": " << start.output;
+        Agent().Signal(SIGHUP);
+        EXPECT_TRUE(Agent().WaitForOutput("stays as it was: " + place)) << line << ": " << Log();
+    }
+}
+
+TEST_F(ConfigFaultsTest, ANullOctetIsAFaultWithItsLineInIncludedFilesToo) {
+    const std::string null(1, '\0');
+    const std::string more = m_scratch.Write("more.conf", "rocommunity public 127.0.0.1\n# a" + null + "b\n");
+    const std::string file = WriteConfig("includeFile more.conf\nrocommunity other" + null + " 127.0.0.1\n");
+    const Outcome outcome = Check("agent.conf");
+    EXPECT_EQ(outcome.status, 1);
+    const std::size_t first = outcome.output.find("cvtagentd: " + file + ": line 2: Error: has a null octet");
+    const std::size_t second = outcome.output.find("cvtagentd: " + more + ": line 2: Error: has a null octet");
+    EXPECT_LT(first, second) << outcome.output;
+    EXPECT_NE(second, std::string::npos) << outcome.output;
+}
+
+TEST_F(ConfigFaultsTest, FaultsAndRemarksComeInTheOrderOfTheLinesOnOneStream) {
+    const std::string file = m_scratch.Write("agent.conf",
+                                             "rocomunity public 127.0.0.1\n"              // 1: the library's fault
+                                             "rocommunity public 127.0.0.1 -V some\n"     // 2: the review's fault
+                                             "master agentx\n"                            // 3: a remark
+                                             "sysServices many\n"                         // 4: the library's fault
+                                             "createUser me SHA3 \"long enough\" AES2\n"  // 5: two remarks
+                                             "access us \"\" any noauth exact _all_ none none\n"  // 6
+                                             "agentaddress upd:161\n"                             // 7
+                                             "frobnicate everything\n");                          // 8
+    std::filesystem::permissions(file, Perms::owner_read | Perms::owner_write);
+    const Outcome outcome =
+        RunToEnd({"sh", "-c", "exec \"$0\" \"$@\" >/dev/null", kAgentFile, "--check-config", file}, m_scratch);
+    EXPECT_EQ(outcome.status, 1);
+    const std::vector<std::string> expected = {
+        "cvtagentd: " + file + ": line 1: Warning: Unknown token: rocomunity; did you mean rocommunity?",
+        "cvtagentd: " + UndefinedView(file, 2),
+        file + ": line 3: Note: master has no effect in this agent",
+        "cvtagentd: " + file + ": line 4: Error: sysServices needs a number from 0 to 127",
+        file + ": line 5: Warning: SHA3 is taken as SHA-384; write the method in full",
+        file + ": line 5: Warning: AES2 is taken as AES-256; write the method in full",
+        "cvtagentd: " + file +
+            ": line 6: Error: the group us is not defined; add \"group us usm USER\", or v1 or v2c "
+            "and a com2sec name",
+        "cvtagentd: " + file +
+            ": line 7: Error: cannot listen on upd:161: not a valid address; write it as "
+            "udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE",
+        "cvtagentd: " + file + ": line 8: Warning: Unknown token: frobnicate"};
+    std::string text;
+    for (const std::string& line : expected) {
+        text += line + "\n";
+    }
+    EXPECT_EQ(outcome.output, text);
+}
+
+TEST_F(ConfigFaultsTest, IncludeSearchFindsTheSameFilesInACheckAsInAStart) {
+    const std::string state = m_scratch / "state";
+    m_scratch.Write("state/more.conf", "rocommunity private 127.0.0.1\n");
+    const std::string file = WriteConfig("includeSearch more\n");
+    EXPECT_EQ(RunAgent({"--check-config", file, "--state-dir", state}).output, file + ": no faults\n");
+    EXPECT_EQ(RunAgent({"--check-config", file}, {"STATE_DIRECTORY=" + state}).output, file + ": no faults\n");
+    EXPECT_EQ(RunAgent({"--check-config", file}, {"STATE_DIRECTORY=" + m_scratch.Path()}).status, 1);
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(state)) {
+        names.push_back(entry.path().filename());
+    }
+    EXPECT_EQ(names, std::vector<std::string>{"more.conf"}) << "a check writes nothing";
+    Start({"--module", kTestModule, "--config", file});
+    EXPECT_EQ(AgentTest::Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+    m_scratch.Write("state/more.conf", "rocommunity other 127.0.0.1\n");
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+    m_community = "other";
+    EXPECT_EQ(AgentTest::Get(kValues + "1.0"), kValues + "1.0 = INTEGER: 1\n");
+}
+
+TEST_F(ConfigFaultsTest, WithoutAFileTheServicesOwnIsChecked) {
+    const Outcome outcome = RunAgent({"--check-config"}, {"STATE_DIRECTORY=" + m_scratch / "state"});
+    EXPECT_NE(outcome.output.find(CVHOST_SYSCONFDIR "/cvtagentd.conf"), std::string::npos) << outcome.output;
 }
 
 }  // namespace

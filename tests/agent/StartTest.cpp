@@ -44,7 +44,10 @@ TEST_F(StartTest, AConfigurationThatGrantsAccessToNobodyIsFaulty) {
 
 TEST_F(StartTest, AConfigurationThatCrashesTheLibraryIsReportedLikeAnyOther) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\ncreateUser me SHA\n");
-    ExpectRefusal(WithOwn({"--config", file}), kFaulty, file + ": this file crashes the SNMP library");
+    ExpectRefusal(WithOwn({"--config", file}), kFaulty, file + ": line 2: Error: the user me has a method and no pass");
+    m_scratch.Write("state/cvtagentd.local.conf", "createUser me SHA\n");  // not looked through before
+    const std::string searching = WriteConfig("rocommunity public 127.0.0.1\n");
+    ExpectRefusal(WithOwn({"--config", searching}), kFaulty, searching + ": this file crashes the SNMP library");
 }
 
 TEST_F(StartTest, CheckConfigPrintsEveryFaultOnItsOwnLine) {
@@ -72,7 +75,10 @@ TEST_F(StartTest, CheckConfigReportsAFileThatItCannotRead) {
 }
 
 TEST_F(StartTest, CheckConfigSurvivesAFileThatCrashesTheLibrary) {
-    ExpectRefusal({"--check-config", WriteConfig("createUser me SHA\n")}, 1, "crashes the SNMP library");
+    m_scratch.Write("state/cvtagentd.local.conf", "createUser me SHA\n");  // not looked through before
+    m_scratch.Write("state/more.conf", "rocommunity public 127.0.0.1\n");
+    ExpectRefusal({"--check-config", WriteConfig("includeSearch more\n"), "--state-dir", m_scratch / "state"}, 1,
+                  "crashes the SNMP library");
 }
 
 TEST_F(StartTest, ThePackagedConfigurationHasNoFaults) {

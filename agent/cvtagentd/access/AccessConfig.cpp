@@ -13,6 +13,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -21,14 +23,18 @@
 
 #include "agent/common/Joined.h"
 #include "agent/cvtagentd/access/ConfigFiles.h"
+#include "agent/cvtagentd/access/ConfigLine.h"
 #include "agent/cvtagentd/access/ConfigReview.h"
+#include "agent/cvtagentd/access/KnownDirectives.h"
 #include "agent/cvtagentd/access/ModuleFiles.h"
+#include "agent/cvtagentd/access/UnsafeLines.h"
 #include "agent/cvtagentd/process/Privileges.h"
 #include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/StartError.h"
 #include "agent/cvtagentd/process/StateDir.h"
 #include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/process/Users.h"
+#include "agent/cvtagentd/snmp/ListenAddress.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
 
@@ -66,13 +72,11 @@ bool ReadAll(int pipe, std::string& text) {
     }
 }
 
-/// Starts this program as a child that writes standard error to `pipe` and discards its remarks. Returns false when the
-/// system refuses.
+/// Starts this program as a child that writes faults and remarks to `pipe`. Returns false when the system refuses.
 bool SpawnCheck(const std::string& file, int pipe, pid_t& child) {
-    std::string program = "cvtagentd";
-    std::string option = "--check-config";
-    std::string argument = file;
-    std::array<char*, 4> arguments = {program.data(), option.data(), argument.data(), nullptr};
+    std::array<std::string, 5> words = {"cvtagentd", "--check-config", file, "--state-dir", "."};
+    std::array<char*, words.size() + 1> arguments{};
+    std::transform(words.begin(), words.end(), arguments.begin(), [](std::string& word) { return word.data(); });
 
     posix_spawn_file_actions_t files;
     ::posix_spawn_file_actions_init(&files);
@@ -139,14 +143,169 @@ std::vector<std::string> FaultsFoundByChild(const std::string& file) {
     }
     std::istringstream said(text);
     std::vector<std::string> faults;
-    const std::string program = "cvtagentd: ";
+    const std::string program = "cvtagentd: ";  // before a fault, and before no remark
     for (std::string line; std::getline(said, line);) {
-        faults.push_back(line.starts_with(program) ? line.substr(program.size()) : line);
+        if (const std::size_t at = line.find(program); at != std::string::npos && status != 0) {
+            faults.push_back(line.substr(at + program.size()));
+        }
     }
     if (faults.empty() && status != 0) {
         faults.push_back("cannot check the configuration " + file);
     }
     return faults;
+}
+
+/// Where the packaged unit looks.
+constexpr const char* kServiceFile = CVHOST_SYSCONFDIR "/cvtagentd.conf";
+
+/// Makes the state directory the working directory, where includeSearch looks. Returns false when there is none.
+bool EnterState(const std::string& folder) {
+    if (!folder.empty()) {
+        StateDir::Enter(folder);
+        return true;
+    }
+    try {
+        return ::chdir(StateDir::Default().c_str()) == 0;
+    } catch (const StartError&) {  // a user without a home
+        return false;
+    }
+}
+
+/// For root.
+void BecomeOwnerOfWorkingDirectory() {
+    struct stat folder {};
+    if (::geteuid() == 0 && ::stat(".", &folder) == 0 && folder.st_uid != 0) {
+        Privileges::Become(Users::WithId(folder.st_uid));
+        Privileges::GiveUpPorts();
+    }
+}
+
+std::string At(const std::string& file, int line) { return file + ": line " + std::to_string(line) + ": "; }
+
+/// The directives of the file and of those that it includes, by file.
+using FilesLines = std::vector<std::pair<std::string, std::vector<ConfigLine>>>;
+
+FilesLines LinesFrom(const std::string& file) {
+    FilesLines lines;
+    for (const std::string& name : ConfigFiles::From(file)) {
+        std::error_code error;
+        if (std::filesystem::is_regular_file(name, error)) {
+            lines.emplace_back(name, ConfigLine::AllOf(name));
+        }
+    }
+    return lines;
+}
+
+/// Whether the state directory matters for what the file says.
+bool Searches(const std::string& file) {
+    const FilesLines all = LinesFrom(file);
+    return std::any_of(all.begin(), all.end(), [](const auto& lines) {
+        return std::any_of(lines.second.begin(), lines.second.end(),
+                           [](const ConfigLine& line) { return line.directive == "includesearch"; });
+    });
+}
+
+/// The library reads its own files in the state directory as well when it searches there.
+bool IsStateUsable() {
+    return StateFile::WhyDamaged().empty() && ConfigFiles::WhyNotTrusted(kStateFile, ConfigFiles::InState()).empty();
+}
+
+/// Removes the empty folder that the library makes in the working directory while it starts, unless it was there.
+class KeepFolderAsItIs {
+public:
+    KeepFolderAsItIs() : m_isThere(::access(kMade, F_OK) == 0) {}
+    ~KeepFolderAsItIs() {
+        if (!m_isThere) {
+            ::rmdir(kMade);
+        }
+    }
+    KeepFolderAsItIs(const KeepFolderAsItIs&) = delete;
+    KeepFolderAsItIs& operator=(const KeepFolderAsItIs&) = delete;
+
+private:
+    static constexpr const char* kMade = "cert_indexes";
+
+    const bool m_isThere;
+};
+
+/// The beginning of a message about the line that names this address.
+std::string PlaceOf(const std::string& address, const std::string& file) {
+    for (const auto& [name, lines] : LinesFrom(file)) {
+        for (const ConfigLine& line : lines) {
+            const auto names = [&](const std::string& word) { return word.find(address) != std::string::npos; };
+            if (line.directive == "agentaddress" && std::any_of(line.words.begin(), line.words.end(), names)) {
+                return At(name, line.number);
+            }
+        }
+    }
+    return file + ": ";
+}
+
+std::vector<std::string> AddressFaults(const std::string& file) {
+    std::vector<std::string> faults;
+    for (const std::string& address : SnmpLibrary::ConfiguredAddresses()) {
+        if (const std::string why = ListenAddress::WhyNot(address); !why.empty()) {
+            faults.push_back(PlaceOf(address, file) + "Error: cannot listen on " + address + ": " + why);
+        }
+    }
+    return faults;
+}
+
+/// Sorts messages by file, in the order in which the files are included, and by line; those without a line come last.
+template <class Message, class TextOf>
+void SortByLine(const std::string& file, std::vector<Message>& messages, TextOf textOf) {
+    const std::vector<std::string> files = ConfigFiles::From(file);
+    const auto place = [&](const Message& message) {
+        const std::string& text = textOf(message);
+        for (std::size_t at = 0; at < files.size(); ++at) {
+            const std::string begin = files[at] + ": line ";
+            if (text.starts_with(begin)) {
+                return std::pair(at, std::atoi(text.c_str() + begin.size()));
+            }
+        }
+        return std::pair(files.size(), 0);
+    };
+    std::stable_sort(messages.begin(), messages.end(),
+                     [&](const Message& a, const Message& b) { return place(a) < place(b); });
+}
+
+void SuggestDirective(std::string& fault) {
+    const std::size_t at = fault.find(kUnknownDirective);
+    const std::string near =
+        at == std::string::npos ? "" : KnownDirectives::NearestTo(fault.substr(at + kUnknownDirective.size()));
+    if (!near.empty()) {
+        fault.append("; did you mean ").append(near).append("?");
+    }
+}
+
+void Append(const std::vector<std::string>& more, std::vector<std::string>& list) {
+    list.insert(list.end(), more.begin(), more.end());
+}
+
+/// What --check-config prints: faults begin with the program's name, as an agent that does not start prints them.
+void Print(const std::string& file, const std::vector<std::string>& faults, const std::vector<std::string>& remarks) {
+    struct Finding {
+        std::string text;
+        bool isFault;
+    };
+    std::vector<Finding> findings;
+    for (const std::string& fault : faults) {
+        findings.push_back({fault, true});
+    }
+    for (const std::string& remark : remarks) {
+        findings.push_back({remark, false});
+    }
+    SortByLine(file, findings, [](const Finding& finding) -> const std::string& { return finding.text; });
+    for (const Finding& finding : findings) {
+        if (finding.isFault) {
+            Log::Fatal(finding.text);
+        } else {
+            std::fputs((finding.text + "\n").c_str(), stderr);
+        }
+    }
+    if (faults.empty()) {
+        std::fputs((file + ": no faults\n").c_str(), stderr);
+    }
 }
 
 }  // namespace
@@ -159,9 +318,14 @@ std::string AccessConfig::WhyNotToRead(const std::string& file) {
 }
 
 void AccessConfig::RequireTrusted(const std::string& file) {
-    const std::string why = file.empty() ? std::string() : WhyNotToRead(file);
-    if (!why.empty()) {
+    if (file.empty()) {
+        return;
+    }
+    if (const std::string why = WhyNotToRead(file); !why.empty()) {
         throw ConfigError(why);
+    }
+    if (const std::vector<std::string> faults = UnsafeLines::In(file); !faults.empty()) {
+        throw ConfigError(Summary(file, faults));
     }
 }
 
@@ -208,10 +372,10 @@ std::vector<std::string> AccessConfig::Faults(const std::string& file, const std
 std::vector<std::string> AccessConfig::AllFaults(const std::string& file,
                                                  const std::vector<LibraryLog::Message>& said) {
     std::vector<std::string> faults = Faults(file, said);
-    const std::vector<std::string> more = ConfigReview::Of(file).faults;
-    faults.insert(faults.end(), more.begin(), more.end());
-    const std::vector<std::string> ofModules = ModuleFiles::ReadFolder(file);
-    faults.insert(faults.end(), ofModules.begin(), ofModules.end());
+    std::for_each(faults.begin(), faults.end(), &SuggestDirective);
+    Append(ConfigReview::Of(file).faults, faults);
+    Append(ModuleFiles::ReadFolder(file), faults);
+    SortByLine(file, faults, [](const std::string& fault) -> const std::string& { return fault; });
     return faults;
 }
 
@@ -249,29 +413,34 @@ std::string AccessConfig::Summary(const std::string& file, const std::vector<std
     return faults.front() + " (and more: cvtagentd --check-config " + file + " lists all)";
 }
 
-int AccessConfig::Check(const std::string& file, std::function<void()> beforeConfiguration) {
-    const std::string remark = BecomeOwnerOf(file);
+int AccessConfig::Check(const CheckRequest& request) {
+    const bool hasState = EnterState(request.stateDir);
+    const std::string file = request.file.empty() ? kServiceFile : request.file;
     std::vector<std::string> faults;
+    std::vector<std::string> remarks;
+    if (request.file.empty() && hasState) {
+        BecomeOwnerOfWorkingDirectory();
+    } else if (const std::string remark = BecomeOwnerOf(file); !remark.empty()) {
+        remarks.push_back(remark);
+    }
     if (const std::string why = WhyNotToRead(file); !why.empty()) {
         faults.push_back(why);
+    } else if (faults = UnsafeLines::In(file); !faults.empty()) {  // not for the library to read
+        Append(ConfigReview::Of(file).faults, faults);
     } else {
         SnmpLibrary::Setup setup{file};
-        setup.beforeConfiguration = std::move(beforeConfiguration);
+        if (hasState && Searches(file) && IsStateUsable()) {
+            setup.state = SnmpLibrary::State::kSearched;
+        }
+        setup.beforeConfiguration = request.beforeConfiguration;
         setup.crashStatus = ExitStatus::kFailed;
-        faults = AllFaults(file, SnmpLibrary(setup).Messages());
+        const KeepFolderAsItIs folder;
+        const SnmpLibrary library(setup);
+        faults = AllFaults(file, library.Messages());
+        Append(AddressFaults(file), faults);
     }
-    for (const std::string& fault : faults) {
-        Log::Fatal(fault);
-    }
-    if (!remark.empty()) {
-        std::puts(remark.c_str());
-    }
-    for (const std::string& line : ConfigReview::Of(file).remarks) {
-        std::puts(line.c_str());
-    }
-    if (faults.empty()) {
-        std::puts((file + ": no faults").c_str());
-    }
+    Append(ConfigReview::Of(file).remarks, remarks);
+    Print(file, faults, remarks);
     return faults.empty() ? 0 : 1;
 }
 
@@ -295,7 +464,7 @@ bool AccessConfig::Reload(const std::string& file) {
         Log::Error("the configuration stays as it was: " + Summary(file, faults));
         return false;
     }
-    ::update_config();
+    SnmpLibrary::ReadAgain(Searches(file));
     Log::Info("read the configuration " + file + " again");
     return true;
 }

@@ -15,7 +15,8 @@ namespace AccessConfig {
 /// it or a file that it includes (see TrustedFile). One line; empty when there is no reason.
 std::string WhyNotToRead(const std::string& file);
 
-/// Throws StartError when a file is named and WhyNotToRead has a reason. Called before the library reads it.
+/// Throws StartError when a file is named and WhyNotToRead has a reason, or UnsafeLines finds a line. Called before the
+/// library reads it.
 void RequireTrusted(const std::string& file);
 /// The same for what the library reads in the state directory, the working directory.
 void RequireTrustedState();
@@ -33,18 +34,26 @@ std::string TakeUnknownDirectives(std::vector<std::string>& faults);
 /// The one line that an agent logs when it does not start because of these faults. There is at least one fault.
 std::string Summary(const std::string& file, const std::vector<std::string>& faults);
 
-/// The result of Faults, what ConfigReview finds in the file, and what ModuleFiles finds in the folder beside it.
+/// The result of Faults, with the directive that a misspelled one may mean, what ConfigReview finds in the file, and what
+/// ModuleFiles finds in the folder beside it, in the order of the lines.
 std::vector<std::string> AllFaults(const std::string& file, const std::vector<LibraryLog::Message>& said);
 
 /// Throws StartError when there are faults, including those of the files in the state directory, which the library has
 /// read as well.
 void RequireFaultless(const std::string& file, const std::vector<LibraryLog::Message>& said);
 
-/// --check-config: loads the file into this process, prints its faults on standard error and remarks on standard
-/// output, and returns the exit status. The process can do nothing more with the library afterwards. If root calls
-/// this, the process becomes the file's owner for good, since root obeys no other user's directives.
-/// `beforeConfiguration`: as in SnmpLibrary::Setup.
-int Check(const std::string& file, std::function<void()> beforeConfiguration);
+struct CheckRequest {
+    std::string file;                           ///< empty: where the installed service keeps it
+    std::string stateDir;                       ///< where includeSearch looks; empty: StateDir's choice, if it exists
+    std::function<void()> beforeConfiguration;  ///< as in SnmpLibrary::Setup
+};
+
+/// --check-config: loads the file into this process, prints its faults and remarks on standard error, in the order of
+/// its lines, and returns the exit status. Changes nothing: no file is written, and no configured address is opened.
+/// The process can do nothing more with the library afterwards. If root calls this, the process becomes the file's
+/// owner for good, since root obeys no other user's directives; for the service's file it becomes the state directory's
+/// owner, as whom the service reads it. Throws StartError when the given state directory does not exist.
+int Check(const CheckRequest& request);
 
 /// Makes the library read the file again, and returns whether it has. If it has faults, the access rules stay as they
 /// were. Logs the result. If `file` is empty, nothing is read.

@@ -16,7 +16,7 @@ namespace {
 std::vector<std::string> Words(const std::string& line) {
     std::vector<std::string> words;
     std::array<char, 1024> word{};
-    const char* rest = line.c_str() + std::min(line.find_first_not_of(" \t"), line.size());
+    const char* rest = line.c_str() + std::min(line.find_first_not_of(" \t\r\v\f"), line.size());
     while (rest != nullptr && *rest != '\0' && *rest != '#') {
         rest = ::copy_nword_const(rest, word.data(), static_cast<int>(word.size()));
         words.emplace_back(word.data());

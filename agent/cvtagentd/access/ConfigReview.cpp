@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <iterator>
 #include <optional>
 #include <set>
@@ -12,6 +13,7 @@
 #include "agent/cvtagentd/access/ConfigFiles.h"
 #include "agent/cvtagentd/access/ConfigLine.h"
 #include "agent/cvtagentd/process/TrustedFile.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
 namespace {
@@ -37,6 +39,24 @@ constexpr std::array<std::string_view, 9> kWithoutEffect = {
     "master", "agentxperms", "smuxpeer", "smuxsocket", "perl", "perlinitfile", "disableperl", "quit", "leave_pidfile"};
 constexpr std::array<std::string_view, 3> kForSubagents = {"agentxsocket", "agentxtimeout", "agentxretries"};
 
+/// In capitals and without hyphens: the library makes no difference, and clients write methods in both ways.
+std::string Plain(const std::string& method) {
+    std::string plain;
+    for (const char c : method) {
+        if (c != '-') {
+            plain.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(c))));
+        }
+    }
+    return plain;
+}
+
+/// The library's name for the method that it takes the word for; empty when it knows none, and when the word is the
+/// method's whole name.
+std::string Expanded(const std::string& word, const char* method, const char* otherName) {
+    const bool isWhole = method == nullptr || Plain(word) == Plain(method) || Plain(word) == otherName;
+    return isWhole ? std::string() : method;
+}
+
 /// The word after the options, each of which has a value.
 std::optional<std::string> FirstName(const std::vector<std::string>& words) {
     std::size_t at = 0;
@@ -56,6 +76,7 @@ public:
         }
         if (!m_hasIncludes) {
             ReportViews();
+            ReportGroups();
             ReportUsers();
         }
         ReportOpenSecrets();
@@ -71,6 +92,7 @@ private:
                        (line.directive == "createuser" && line.words.size() > 2);
         if (line.directive == "createuser" && first) {
             m_users.insert(*first);
+            TakeMethods(line);
         } else if (line.directive == "view" && first) {
             m_views.insert(*first);
         } else if (IsOneOf(line.directive, kUserRights) && first) {
@@ -78,11 +100,38 @@ private:
         } else if (line.directive == "group" && line.words.size() > 2 && line.words[1] == "usm") {
             m_userUses.push_back({&line, line.words[2]});
         }
+        if (line.directive == "group" && first) {
+            m_groups.insert(*first);
+        } else if (line.directive == "access" && first) {
+            m_groupUses.push_back({&line, *first});
+        }
         TakeViewUses(line);
         if (IsOneOf(line.directive, kWithoutEffect)) {
             Remark(line, line.directive + " has no effect in this agent");
         } else if (IsOneOf(line.directive, kForSubagents)) {
             Remark(line, line.directive + " has an effect with --agentx only");
+        }
+    }
+
+    /// The library takes the beginning of a method's name for the method, and of several for one of them.
+    void TakeMethods(const ConfigLine& line) {
+        std::size_t at = (line.words.front() == "-e" ? 2U : 0U) + 1;  // after the name
+        if (at < line.words.size()) {
+            const char* const method = ::usm_lookup_auth_str(::usm_lookup_auth_type(line.words[at].c_str()));
+            RemarkMethod(line, line.words[at], Expanded(line.words[at], method, "SHA1"));
+        }
+        ++at;
+        const bool isKey = at < line.words.size() && (line.words[at] == "-m" || line.words[at] == "-l");
+        at += isKey ? 2 : 1;
+        if (at < line.words.size()) {
+            const char* const method = ::usm_lookup_priv_str(::usm_lookup_priv_type(line.words[at].c_str()));
+            RemarkMethod(line, line.words[at], Expanded(line.words[at], method, "AES128"));
+        }
+    }
+    void RemarkMethod(const ConfigLine& line, const std::string& word, const std::string& method) {
+        if (!method.empty()) {
+            m_review.remarks.push_back(At(line) + "Warning: " + word + " is taken as " + method +
+                                       "; write the method in full");
         }
     }
 
@@ -107,6 +156,16 @@ private:
                 std::string fault = At(*line);
                 fault.append("Error: the view ").append(name).append(" is not defined; add \"view ");
                 m_review.faults.push_back(fault.append(name).append(" included OID\""));
+            }
+        }
+    }
+
+    void ReportGroups() {
+        for (const auto& [line, name] : m_groupUses) {
+            if (m_groups.count(name) == 0) {
+                std::string fault = At(*line);
+                fault.append("Error: the group ").append(name).append(" is not defined; add \"group ");
+                m_review.faults.push_back(fault.append(name).append(" usm USER\", or v1 or v2c and a com2sec name"));
             }
         }
     }
@@ -154,6 +213,8 @@ private:
     std::set<std::string> m_views;
     std::vector<Use> m_userUses;
     std::vector<Use> m_viewUses;
+    std::set<std::string> m_groups;
+    std::vector<Use> m_groupUses;
 };
 
 }  // namespace

@@ -4,15 +4,12 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
-#include <system_error>
 
 #include "CVT/SnmpTypes.h"
 #include "agent/cvtagentd/process/Descriptors.h"
@@ -20,6 +17,7 @@
 #include "agent/cvtagentd/snmp/DescriptorSet.h"
 #include "agent/cvtagentd/snmp/HostAccess.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
+#include "agent/cvtagentd/snmp/ListenAddress.h"
 #include "agent/cvtagentd/snmp/Refusals.h"
 #include "agent/cvtagentd/snmp/RequestTrace.h"
 #include "agent/cvtagentd/snmp/ResponseBuilder.h"
@@ -28,33 +26,12 @@
 namespace cvtagentd {
 namespace {
 
-/// Why the agent cannot listen on an address, and what to do.
-std::string Advice(int error) {
-    switch (error) {
-        case 0: return "not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
-        case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
-        case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
-        case EACCES: return "not permitted; choose a port above 1023, or start the agent with more rights";
-        default: return std::generic_category().message(error);
-    }
-}
-
 /// Whether the address may hold the name of a host, which the resolver may know later.
 bool HasName(const std::string& address) {
     const std::size_t colon = address.find(':');
     const bool isTransport = address.starts_with("udp") || address.starts_with("tcp");
     const std::string rest = isTransport && colon != std::string::npos ? address.substr(colon) : address;
     return std::any_of(rest.begin(), rest.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
-}
-
-/// Whether the address of a Unix socket names a file that is not a socket.
-bool IsOtherFile(const std::string& address) {
-    constexpr std::string_view kPrefix = "unix:";
-    if (!address.starts_with(kPrefix)) {
-        return false;
-    }
-    struct stat status {};
-    return ::lstat(address.c_str() + kPrefix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
 }
 
 netsnmp_transport* TransportOf(snmp_session& session) {
@@ -168,15 +145,15 @@ Listeners::~Listeners() {
 }
 
 void Listeners::Listen(const std::string& address) {
-    if (IsOtherFile(address)) {  // the library would delete it
-        throw ConfigError("cannot listen on " + address + ": that file is not a socket; choose another name");
+    if (ListenAddress::IsOtherFile(address)) {  // the library would delete it
+        throw ConfigError("cannot listen on " + address + ": " + ListenAddress::kNotASocket);
     }
     const LibraryLog::Collector collector;
     errno = 0;
     // The empty address would mean port 161 on all of the host's.
     if (address.empty() || !Open(address)) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
-        const std::string text = "cannot listen on " + address + ": " + Advice(error);
+        const std::string text = "cannot listen on " + address + ": " + ListenAddress::Advice(error);
         if (error == 0 && !HasName(address)) {
             throw ConfigError(text);
         }

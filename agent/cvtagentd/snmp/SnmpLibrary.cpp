@@ -70,8 +70,8 @@ void SnmpLibrary::SetUp(const Setup& setup) {
     ::netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX, kLongestMessage);
     ::netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_MAX_GETBULKRESPONSES, kMostBulkResponses);
     SetText(NETSNMP_DS_LIB_CONFIGURATION_DIR, kNoFolder);
-    if (setup.state == State::kNone) {
-        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, kNoFolder);
+    if (setup.state != State::kWorkingDirectory) {
+        SetText(NETSNMP_DS_LIB_PERSISTENT_DIR, setup.state == State::kSearched ? StateDir::Path().c_str() : kNoFolder);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
         SetFlag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
     } else {
@@ -86,6 +86,13 @@ void SnmpLibrary::SetUp(const Setup& setup) {
 SnmpLibrary::~SnmpLibrary() {
     ::snmp_shutdown(kApplication);
     ::shutdown_agent();
+}
+
+/// The library searches the folder of its state only while it may store there. Reading stores nothing.
+void SnmpLibrary::ReadAgain(bool searchesState) {
+    ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, searchesState ? 0 : 1);
+    ::update_config();
+    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);
 }
 
 std::vector<std::string> SnmpLibrary::ConfiguredAddresses() {

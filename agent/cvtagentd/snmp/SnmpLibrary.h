@@ -17,6 +17,7 @@ public:
     /// Where users' keys, the engine identifier and the number of starts are kept.
     enum class State {
         kNone,              ///< nowhere: no file is touched
+        kSearched,          ///< nowhere, but includeSearch finds files in the working directory
         kWorkingDirectory,  ///< read by the constructor; written by Store
     };
 
@@ -38,6 +39,10 @@ public:
 
     /// The library's warnings and errors about the configuration.
     const std::vector<LibraryLog::Message>& Messages() const { return m_messages; }
+
+    /// Reads the configuration again. `searchesState`: as in State::kSearched, which reads the library's own files in the
+    /// working directory again, too.
+    static void ReadAgain(bool searchesState);
 
     /// The addresses that the configuration names by agentaddress.
     static std::vector<std::string> ConfiguredAddresses();

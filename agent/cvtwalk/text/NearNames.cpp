@@ -1,9 +1,9 @@
 #include "agent/cvtwalk/text/NearNames.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
+#include "agent/common/EditDistance.h"
 #include "agent/cvtwalk/text/AsciiCase.h"
 
 namespace cvtwalk {
@@ -14,27 +14,12 @@ constexpr std::size_t kLeastPart = 3;  // letters; shorter parts are contained i
 constexpr std::size_t kMostEdits = 3;
 constexpr std::size_t kFar = 1'000'000;  // not near at all
 
-/// How many letters must be inserted, removed or replaced to turn `a` into `b`.
-std::size_t EditDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
 /// A smaller number is nearer; 0 is the nearest.
 std::size_t Distance(const std::string& name, const std::string& wanted) {
     if (name == wanted) {
         return 0;
     }
-    const std::size_t edits = EditDistance(name, wanted);
+    const std::size_t edits = agent::EditDistance(name, wanted);
     if (edits == 1) {
         return edits;
     }

@@ -77,6 +77,12 @@ TEST(CvtagentdOptions, KnowsTheActionsThatAreNotServing) {
     const Options check = Parse({"--check-config", "/etc/agent.conf"});
     EXPECT_EQ(check.action, Options::Action::kCheckConfig);
     EXPECT_EQ(check.config, "/etc/agent.conf");
+    EXPECT_EQ(Parse({"--check-config=/etc/agent.conf"}).config, "/etc/agent.conf");
+    EXPECT_EQ(Parse({"--check-config"}).config, "");
+    const Options withState = Parse({"--check-config", "--state-dir", "/state"});
+    EXPECT_EQ(withState.action, Options::Action::kCheckConfig);
+    EXPECT_EQ(withState.config, "");
+    EXPECT_EQ(withState.stateDir, "/state");
     const Options create = Parse({"--create-user", "reader", "--config", "/etc/agent.conf", "--state-dir", "/state"});
     EXPECT_EQ(create.action, Options::Action::kCreateUser);
     EXPECT_EQ(create.snmpUser, "reader");
@@ -109,11 +115,11 @@ TEST(CvtagentdOptions, NamesTheFirstWordThatIsWrong) {
 
 TEST(CvtagentdOptions, ActionsOtherThanServingAcceptFewOptions) {
     EXPECT_EQ(ErrorOf({"--create-user", "bob", "--check-config", "F"}),
-              "--check-config cannot be combined with other options");
+              "--check-config can be combined only with --state-dir");
     EXPECT_EQ(ErrorOf({"--check-config", "F", "--create-user", "bob"}),
-              "--check-config cannot be combined with other options");
+              "--check-config can be combined only with --state-dir");
     EXPECT_EQ(ErrorOf({"--check-config", "F", "--listen", "udp:161"}),
-              "--check-config cannot be combined with other options");
+              "--check-config can be combined only with --state-dir");
     EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--create-user", "bob"}),
               "--create-user can be combined only with --config and --state-dir");
     EXPECT_EQ(ErrorOf({"--list-users", "--delete-user", "bob"}),

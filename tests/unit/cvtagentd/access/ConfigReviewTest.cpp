@@ -40,9 +40,39 @@ TEST_F(ConfigReviewTest, AnUndefinedViewIsAFault) {
                        "rouser me auth -V some\n"
                        "rocommunity public 127.0.0.1 -V \"others\"\n"
                        "view mine included .1\n"
-                       "access us \"\" any noauth exact mine write none\n")
+                       "access us \"\" any noauth exact mine write none\n"
+                       "group us usm me\n")
                     .faults,
                 ElementsAre(UndefinedView(2, "some"), UndefinedView(3, "others"), UndefinedView(5, "write")));
+}
+
+TEST_F(ConfigReviewTest, AnUndefinedGroupIsAFault) {
+    EXPECT_THAT(Review("group us usm me\ncreateUser me\n"
+                       "access us \"\" any noauth exact _all_ none none\n"
+                       "access them \"\" any noauth exact _all_ none none\n")
+                    .faults,
+                ElementsAre(File() + ": line 4: Error: the group them is not defined; add \"group them usm USER\", or "
+                                     "v1 or v2c and a com2sec name"));
+}
+
+TEST_F(ConfigReviewTest, AMethodThatIsNotWrittenInFullIsARemarkThatSaysWhatItIsTakenFor) {
+    const auto taken = [&](int line, const std::string& word, const std::string& method) {
+        return File() + ": line " + std::to_string(line) + ": Warning: " + word + " is taken as " + method +
+               "; write the method in full";
+    };
+    EXPECT_THAT(Review("createUser a SHA3 \"long enough\" AES2\n"
+                       "createUser -e 0x8000000001020304 b SHA-2 \"long enough\"\n"
+                       "createUser c MD -m 0x11 DE\n")
+                    .remarks,
+                ElementsAre(taken(1, "SHA3", "SHA-384"), taken(1, "AES2", "AES-256"), taken(2, "SHA-2", "SHA-224"),
+                            taken(3, "MD", "MD5"), taken(3, "DE", "DES")));
+    for (const char* const whole : {"SHA", "SHA1", "sha-1", "SHA256", "SHA-256", "SHA-512", "MD5"}) {
+        for (const char* const cipher : {"AES", "AES128", "AES-128", "aes-256", "DES"}) {
+            EXPECT_THAT(Review("createUser a " + std::string(whole) + " \"long enough\" " + cipher + "\n").remarks,
+                        IsEmpty())
+                << whole << " " << cipher;
+        }
+    }
 }
 
 TEST_F(ConfigReviewTest, AViewMayBeDefinedAfterItsUse) {

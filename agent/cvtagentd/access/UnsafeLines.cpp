@@ -1,0 +1,78 @@
+#include "agent/cvtagentd/access/UnsafeLines.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "agent/cvtagentd/access/ConfigFiles.h"
+#include "agent/cvtagentd/access/ConfigLine.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr std::array<std::string_view, 4> kSinks = {"trapsink", "trap2sink", "informsink", "trapsess"};
+
+/// Why the library crashes on the line; empty when it does not.
+std::string WhyCrashing(const ConfigLine& line) {
+    const std::vector<std::string>& words = line.words;
+    const std::size_t name = !words.empty() && words.front() == "-e" ? 2 : 0;  // after the engine
+    if (line.directive == "createuser" && words.size() == name + 2) {
+        return "the user " + words[name] +
+               " has a method and no pass phrase after it; complete the line, or use "
+               "cvtagentd --create-user " +
+               words[name];
+    }
+    if (line.directive == "usmuser" && words.size() == 1) {
+        return "an unfinished usmUser; remove it, since such lines belong in the state directory only";
+    }
+    const bool isSink = std::find(kSinks.begin(), kSinks.end(), line.directive) != kSinks.end();
+    const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
+    if (isSink && !words.empty() && std::all_of(words.begin(), words.end(), isOption)) {
+        return "the option " + words.back() + " has no address after it; complete the line";
+    }
+    return {};
+}
+
+/// A line's number, and what is wrong with it.
+using Finding = std::pair<int, std::string>;
+
+std::vector<Finding> FindingsIn(const std::string& file) {
+    std::vector<Finding> findings;
+    std::ifstream in(file, std::ios::binary);
+    int number = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++number;
+        if (line.find('\0') != std::string::npos) {
+            findings.emplace_back(number, "has a null octet, at which the SNMP library would end the line; remove it");
+        }
+    }
+    for (const ConfigLine& line : ConfigLine::AllOf(file)) {
+        if (std::string why = WhyCrashing(line); !why.empty()) {
+            findings.emplace_back(line.number, std::move(why));
+        }
+    }
+    std::stable_sort(findings.begin(), findings.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    return findings;
+}
+
+}  // namespace
+
+std::vector<std::string> UnsafeLines::In(const std::string& file) {
+    std::vector<std::string> faults;
+    for (const std::string& name : ConfigFiles::From(file)) {
+        std::error_code error;
+        if (!std::filesystem::is_regular_file(name, error)) {
+            continue;
+        }
+        for (const auto& [number, what] : FindingsIn(name)) {
+            faults.push_back(name + ": line " + std::to_string(number) + ": Error: " + what);
+        }
+    }
+    return faults;
+}
+
+}  // namespace cvtagentd

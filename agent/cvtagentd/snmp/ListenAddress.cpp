@@ -1,0 +1,137 @@
+#include "agent/cvtagentd/snmp/ListenAddress.h"
+
+#include <strings.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include "agent/cvtagentd/snmp/LibraryLog.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
+
+namespace cvtagentd {
+namespace {
+
+constexpr std::string_view kUnix = "unix:";
+constexpr int kHighestPort = 65535;
+
+/// The library's names for the transports to which an address and a port belong, and for the others.
+constexpr const char* kInternet[] = {"udp", "tcp", "udp6", "udpv6", "udpipv6", "tcp6", "tcpv6", "tcpipv6", "ipv6"};
+constexpr const char* kOthers[] = {"dtlsudp", "dtlsudp6", "tlstcp", "tls", "ssh", "alias", "callback", "std"};
+
+template <std::size_t Size>
+bool IsOneOf(const std::string& text, const char* const (&names)[Size]) {
+    return std::any_of(std::begin(names), std::end(names),
+                       [&](const char* name) { return ::strcasecmp(text.c_str(), name) == 0; });
+}
+
+bool IsNumber(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+bool IsPort(std::string_view text) {
+    int port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    return IsNumber(text) && error == std::errc() && port <= kHighestPort;
+}
+
+/// An internet address in its parts. The library takes an unknown transport for a host's name.
+struct Parts {
+    std::string transport;  // with the colon; may be empty
+    std::string host;       // with the colon that follows it; may be empty
+    std::string port;       // empty: 161
+};
+
+/// No value for another transport.
+std::optional<Parts> Split(const std::string& address) {
+    Parts parts;
+    std::string rest = address;
+    const std::string first = address.substr(0, address.find(':'));
+    if (first.size() < address.size() && IsOneOf(first, kInternet)) {
+        parts.transport = first + ":";
+        rest = address.substr(parts.transport.size());
+    } else if (first.size() < address.size() && IsOneOf(first, kOthers)) {
+        return std::nullopt;
+    }
+    if (IsNumber(rest)) {
+        parts.port = rest;
+        return parts;
+    }
+    const std::size_t end = rest.starts_with('[') ? rest.find(']') : std::string::npos;
+    const std::size_t colon = rest.find(':', end == std::string::npos ? 0 : end);
+    const bool isBareIpv6 = end == std::string::npos && colon != rest.rfind(':');
+    if (colon == std::string::npos || isBareIpv6) {
+        parts.host = (isBareIpv6 ? "[" + rest + "]" : rest) + ":";
+        return parts;
+    }
+    parts.host = rest.substr(0, colon + 1);
+    parts.port = rest.substr(colon + 1);
+    return parts;
+}
+
+/// `file`: relative to the working directory.
+std::string WhyNotSocket(const std::string& file) {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
+    if (file.empty() || file.size() >= sizeof(sockaddr_un::sun_path)) {
+        return "the name of a socket has 1 to " + std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " octets";
+    }
+    if (!folder.empty() && !std::filesystem::is_directory(folder, error)) {
+        return "the folder " + folder.string() + " is missing; create it, or choose another one";
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string ListenAddress::WhyNot(const std::string& address) {
+    if (address.starts_with('/') || address.starts_with(kUnix)) {
+        if (IsOtherFile(address)) {
+            return kNotASocket;
+        }
+        return WhyNotSocket(address.starts_with('/') ? address : address.substr(kUnix.size()));
+    }
+    const std::optional<Parts> parts = Split(address);
+    if (!parts) {
+        return {};
+    }
+    if (address.empty() || (!parts->port.empty() && !IsPort(parts->port))) {
+        return Advice(0);
+    }
+    const LibraryLog::Collector collector;
+    errno = 0;
+    netsnmp_transport* const transport =
+        ::netsnmp_transport_open_server("snmp", (parts->transport + parts->host + "0").c_str());
+    if (transport == nullptr) {
+        return Advice(collector.Messages().empty() ? errno : collector.Messages().back().systemError);
+    }
+    transport->f_close(transport);
+    ::netsnmp_transport_free(transport);
+    return {};
+}
+
+bool ListenAddress::IsOtherFile(const std::string& address) {
+    if (!address.starts_with(kUnix)) {
+        return false;
+    }
+    struct stat status {};
+    return ::lstat(address.c_str() + kUnix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
+}
+
+std::string ListenAddress::Advice(int error) {
+    switch (error) {
+        case 0: return "not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
+        case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
+        case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
+        case EACCES: return "not permitted; choose a port above 1023, or start the agent with more rights";
+        default: return std::generic_category().message(error);
+    }
+}
+
+}  // namespace cvtagentd

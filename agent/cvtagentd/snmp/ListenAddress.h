@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+namespace cvtagentd {
+
+/// An address to listen on, in the SNMP library's notation. Stateless; used by the thread that runs the library.
+namespace ListenAddress {
+
+inline constexpr const char* kNotASocket = "that file is not a socket; choose another name";
+
+/// Why the agent could not listen on the address, and what to do, found out without opening its port or its socket
+/// file: internet addresses are tried with a port that the system chooses. Empty when there is no reason, and when only
+/// the real port could tell, because it is in use or needs more rights.
+std::string WhyNot(const std::string& address);
+
+/// Whether the address of a Unix socket names a file that is not a socket. The library would delete that.
+bool IsOtherFile(const std::string& address);
+
+/// What a system error says about the attempt to listen, and what to do. `error` 0: the address is not valid.
+std::string Advice(int error);
+
+}  // namespace ListenAddress
+
+}  // namespace cvtagentd
