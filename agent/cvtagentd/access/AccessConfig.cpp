@@ -245,7 +245,8 @@ std::vector<std::string> AddressFaults(const std::string& file) {
     std::vector<std::string> faults;
     for (const std::string& address : SnmpLibrary::ConfiguredAddresses()) {
         if (const std::string why = ListenAddress::WhyNot(address); !why.empty()) {
-            faults.push_back(PlaceOf(address, file) + "Error: cannot listen on " + address + ": " + why);
+            std::string& fault = faults.emplace_back(PlaceOf(address, file));
+            fault.append("Error: cannot listen on ").append(address).append(": ").append(why);
         }
     }
     return faults;
@@ -289,6 +290,7 @@ void Print(const std::string& file, const std::vector<std::string>& faults, cons
         bool isFault;
     };
     std::vector<Finding> findings;
+    findings.reserve(faults.size() + remarks.size());
     for (const std::string& fault : faults) {
         findings.push_back({fault, true});
     }
@@ -457,6 +459,9 @@ bool AccessConfig::Reload(const std::string& file) {
     } else if (const std::string state = ConfigFiles::WhyNotTrusted(kStateFile, ConfigFiles::InState());
                !state.empty()) {  // the library reads it again, too
         faults.push_back(state);
+    } else if (Searches(file)) {
+        // The library would search the state directory only together with its own state, and so count another start.
+        faults.push_back(file + ": includeSearch takes effect only at a start; restart the agent, or use includeFile");
     } else {
         faults = FaultsFoundByChild(file);
     }
@@ -464,7 +469,7 @@ bool AccessConfig::Reload(const std::string& file) {
         Log::Error("the configuration stays as it was: " + Summary(file, faults));
         return false;
     }
-    SnmpLibrary::ReadAgain(Searches(file));
+    ::update_config();
     Log::Info("read the configuration " + file + " again");
     return true;
 }

@@ -69,7 +69,8 @@ std::vector<std::string> UnsafeLines::In(const std::string& file) {
             continue;
         }
         for (const auto& [number, what] : FindingsIn(name)) {
-            faults.push_back(name + ": line " + std::to_string(number) + ": Error: " + what);
+            std::string& fault = faults.emplace_back(name);
+            fault.append(": line ").append(std::to_string(number)).append(": Error: ").append(what);
         }
     }
     return faults;

@@ -88,13 +88,6 @@ SnmpLibrary::~SnmpLibrary() {
     ::shutdown_agent();
 }
 
-/// The library searches the folder of its state only while it may store there. Reading stores nothing.
-void SnmpLibrary::ReadAgain(bool searchesState) {
-    ::netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, searchesState ? 0 : 1);
-    ::update_config();
-    SetFlag(NETSNMP_DS_LIB_DONT_PERSIST_STATE);
-}
-
 std::vector<std::string> SnmpLibrary::ConfiguredAddresses() {
     std::vector<std::string> addresses;
     const char* const list = ::netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);

@@ -40,10 +40,6 @@ public:
     /// The library's warnings and errors about the configuration.
     const std::vector<LibraryLog::Message>& Messages() const { return m_messages; }
 
-    /// Reads the configuration again. `searchesState`: as in State::kSearched, which reads the library's own files in the
-    /// working directory again, too.
-    static void ReadAgain(bool searchesState);
-
     /// The addresses that the configuration names by agentaddress.
     static std::vector<std::string> ConfiguredAddresses();
 
