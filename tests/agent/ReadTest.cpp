@@ -100,7 +100,7 @@ TEST_F(ReadTest, GetNextOfABareSubtreeFindsItsFirstInstance) {
 }
 
 TEST_F(ReadTest, GetNextAfterTheLastInstanceIsTheEndOfTheView) {
-    const std::string last = ".1.3.6.1.6.3.10.2.1.4.0";  // of the agent's own groups
+    const std::string last = ".1.3.6.1.6.3.15.1.1.6.0";  // of the agent's own groups
     EXPECT_EQ(GetNext(last),
               last + " = No more variables left in this MIB View (It is past the end of the MIB tree)\n");
     EXPECT_NE(V1("snmpgetnext", {last}).output.find("Reason: (noSuchName)"), std::string::npos);
