@@ -48,8 +48,8 @@ on() {
 
 # ---- Steps -----------------------------------------------------------------------------------------------------------
 
-# step SENTENCE COMMAND...: the sentence is true when the command succeeds. It runs in a subshell of its own that ends at
-# the first command that fails. The first step that fails ends the case.
+# step SENTENCE COMMAND...: the sentence is true when the command succeeds. It runs in a subshell of its own that ends
+# at the first command that fails. The first step that fails ends the case.
 step() {
   local sentence=$1 status
   shift
