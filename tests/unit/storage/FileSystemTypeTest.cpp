@@ -29,7 +29,7 @@ TEST(FileSystemType, RecognisesAMagicNumberThatTheKernelReturnsAsNegative) {
     fileSystem.f_type = static_cast<int>(0xF995E849U);
     ASSERT_LT(fileSystem.f_type, 0);
     EXPECT_STREQ(FSTypeOid(fileSystem).ToString().c_str(), "1.3.6.1.2.1.25.3.9.6");
-    fileSystem.f_type = 0xF995E849L;
+    fileSystem.f_type = static_cast<decltype(fileSystem.f_type)>(0xF995E849U);  // positive where it has 64 bits
     EXPECT_STREQ(FSTypeOid(fileSystem).ToString().c_str(), "1.3.6.1.2.1.25.3.9.6");
 }
 
