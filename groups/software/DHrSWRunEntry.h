@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "CVT/BObjectIdentifier.h"
@@ -18,11 +19,11 @@ struct DHrSWRunEntry {
     int status = 2;                          ///< hrSWRunStatus: running(1), runnable(2), notRunnable(3), invalid(4)
     int perfCPU = 1;                         ///< clock ticks of children that the process has waited for
     int perfMem = 0;                         ///< pages
-    std::optional<unsigned long> startTime;  ///< clock ticks after the host's start; absent when it could not be read
+    std::optional<std::uint64_t> startTime;  ///< clock ticks after the host's start; absent when it could not be read
 
     /// Whether both are the same process, rather than a later one with the same process id. Unknown start times count
     /// as the same process.
-    bool IsSameProcess(std::optional<unsigned long> otherStart) const {
+    bool IsSameProcess(std::optional<std::uint64_t> otherStart) const {
         return !startTime || !otherStart || *startTime == *otherStart;
     }
 

@@ -75,7 +75,7 @@ struct SnapshotLost : std::runtime_error {
 };
 
 /// Returns the start time of the process that has this number now; absent when it cannot be read.
-std::optional<unsigned long> StartTimeNow(unsigned int pid) {
+std::optional<std::uint64_t> StartTimeNow(unsigned int pid) {
     const int proc = ::open(kProc, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (proc < 0) {
         return std::nullopt;

@@ -32,37 +32,38 @@ bool LineScanner::Digits(Number& number) {
         return Fail();
     }
     for (; at < m_rest.size() && IsDigit(m_rest[at]); ++at) {
-        const auto digit = static_cast<unsigned long>(m_rest[at] - '0');
-        number.tooLarge = number.tooLarge || __builtin_mul_overflow(number.magnitude, 10UL, &number.magnitude) ||
+        const auto digit = static_cast<std::uint64_t>(m_rest[at] - '0');
+        number.tooLarge = number.tooLarge || __builtin_mul_overflow(number.magnitude, 10U, &number.magnitude) ||
                           __builtin_add_overflow(number.magnitude, digit, &number.magnitude);
     }
     m_rest.remove_prefix(at);
     return true;
 }
 
-bool LineScanner::Signed(long& value) {
+bool LineScanner::Signed(std::int64_t& value) {
     Number number;
     if (!Digits(number)) {
         return false;
     }
-    constexpr auto kMax = static_cast<unsigned long>(std::numeric_limits<long>::max());
+    constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     if (number.tooLarge || number.magnitude > kMax) {
-        value = number.negative ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
+        value = number.negative ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
     } else {
-        value = number.negative ? -static_cast<long>(number.magnitude) : static_cast<long>(number.magnitude);
+        value = number.negative ? -static_cast<std::int64_t>(number.magnitude)
+                                : static_cast<std::int64_t>(number.magnitude);
     }
     return true;
 }
 
-bool LineScanner::Unsigned(unsigned long& value) {
+bool LineScanner::Unsigned(std::uint64_t& value) {
     Number number;
     if (!Digits(number)) {
         return false;
     }
     if (number.tooLarge) {
-        value = std::numeric_limits<unsigned long>::max();
+        value = std::numeric_limits<std::uint64_t>::max();
     } else {
-        value = number.negative ? 0UL - number.magnitude : number.magnitude;
+        value = number.negative ? 0 - number.magnitude : number.magnitude;
     }
     return true;
 }

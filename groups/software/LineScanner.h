@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 /// Reads blank-separated fields from a line of text, by the rules of the C library's scanf. A field may be preceded by
@@ -13,10 +14,10 @@ class LineScanner {
 public:
     explicit LineScanner(std::string_view line) : m_rest(line.substr(0, line.find('\0'))) {}
 
-    /// Like "%ld".
-    bool Signed(long& value);
-    /// Like "%lu": a negative number wraps.
-    bool Unsigned(unsigned long& value);
+    /// Like "%ld" where a long has 64 bits.
+    bool Signed(std::int64_t& value);
+    /// Like "%lu" there: a negative number wraps.
+    bool Unsigned(std::uint64_t& value);
     /// Like "%s": up to the next white space. Valid as long as the line is.
     bool Word(std::string_view& word);
     /// Like " %c": the next octet that is not white space.
@@ -27,7 +28,7 @@ public:
 private:
     /// The magnitude of a number, and whether it has a minus sign; `tooLarge` when it does not fit into 64 bits.
     struct Number {
-        unsigned long magnitude = 0;
+        std::uint64_t magnitude = 0;
         bool negative = false;
         bool tooLarge = false;
     };

@@ -25,7 +25,7 @@ std::string_view ParametersOfFirst(std::string_view first) {
 }  // namespace
 
 bool bParsePid(std::string_view name, unsigned int& pid) {
-    unsigned long number = 0;
+    std::uint64_t number = 0;
     if (name.empty() || name.front() == '.' || !LineScanner(name).Unsigned(number)) {
         return false;
     }
@@ -44,8 +44,8 @@ DStatFigures ParseStatLine(std::string_view line) {
     if (token.size() > 2) {
         figures.name = token.substr(1, token.size() - 2);
     }
-    long childrenUser = 0;    // field 16
-    long childrenSystem = 0;  // field 17
+    std::int64_t childrenUser = 0;    // field 16
+    std::int64_t childrenSystem = 0;  // field 17
     if (scanner.Character(figures.state) && scanner.SkipNumbers(12) && scanner.Signed(childrenUser)) {
         scanner.Signed(childrenSystem);
     }
@@ -53,7 +53,7 @@ DStatFigures ParseStatLine(std::string_view line) {
     return figures;
 }
 
-std::optional<unsigned long> ParseStartTime(std::string_view stat) {
+std::optional<std::uint64_t> ParseStartTime(std::string_view stat) {
     constexpr int kBlanksAfterName = 20;  // one before field 3, twenty before field 22
     const std::size_t nameEnd = stat.rfind(')');
     if (nameEnd == std::string_view::npos) {
@@ -67,7 +67,7 @@ std::optional<unsigned long> ParseStartTime(std::string_view stat) {
         }
         stat.remove_prefix(blank + 1);
     }
-    unsigned long ticks = 0;
+    std::uint64_t ticks = 0;
     const char* const end = stat.data() + stat.size();
     const std::from_chars_result number = std::from_chars(stat.data(), end, ticks);
     // A number at the very end of the text may have been cut off.
@@ -100,7 +100,7 @@ CVT::BOctetString FormatParameters(std::string_view cmdline, std::string_view na
 }
 
 bool bParsePages(std::string_view line, unsigned int& pages) {
-    unsigned long number = 0;
+    std::uint64_t number = 0;
     if (!LineScanner(line).Unsigned(number)) {
         return false;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -25,7 +26,7 @@ DStatFigures ParseStatLine(std::string_view line);
 /// Field 22 of /proc/<pid>/stat: clock ticks from the start of the host to that of the process. `stat` is the beginning
 /// of the file. A process chooses its own name, field 2, which may contain blanks, brackets and line feeds, so the
 /// fields are counted from the last bracket. Absent when the field is incomplete or missing.
-std::optional<unsigned long> ParseStartTime(std::string_view stat);
+std::optional<std::uint64_t> ParseStartTime(std::string_view stat);
 
 /// The parameters of a process, from the first line of /proc/<pid>/cmdline (at most 511 octets, with its NULs), in
 /// which NUL ends each argument.

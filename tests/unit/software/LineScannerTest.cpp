@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
+#include <cinttypes>
 #include <cstdio>
 #include <random>
 #include <string>
@@ -13,7 +13,7 @@ namespace {
 
 TEST(LineScanner, ReadsFieldsUpToTheFirstMissingOne) {
     LineScanner scanner("  12 word\tx y");
-    long number = 0;
+    std::int64_t number = 0;
     std::string_view word;
     char character = 0;
     EXPECT_TRUE(scanner.Signed(number));
@@ -30,31 +30,31 @@ TEST(LineScanner, ReadsFieldsUpToTheFirstMissingOne) {
 
 TEST(LineScanner, EndsALineAtItsFirstNul) {
     LineScanner scanner(std::string_view("1\0002 3", 5));
-    long number = 0;
+    std::int64_t number = 0;
     EXPECT_TRUE(scanner.Signed(number));
     EXPECT_EQ(number, 1);
     EXPECT_FALSE(scanner.Signed(number));
 }
 
 TEST(LineScanner, ClampsANumberOutOfRangeToItsBound) {
-    long value = 0;
-    unsigned long number = 0;
+    std::int64_t value = 0;
+    std::uint64_t number = 0;
     EXPECT_TRUE(LineScanner("9223372036854775807").Signed(value));
-    EXPECT_EQ(value, LONG_MAX);
+    EXPECT_EQ(value, INT64_MAX);
     EXPECT_TRUE(LineScanner("9223372036854775808").Signed(value));
-    EXPECT_EQ(value, LONG_MAX);
+    EXPECT_EQ(value, INT64_MAX);
     EXPECT_TRUE(LineScanner("-9223372036854775808").Signed(value));
-    EXPECT_EQ(value, LONG_MIN);
+    EXPECT_EQ(value, INT64_MIN);
     EXPECT_TRUE(LineScanner("-99999999999999999999").Signed(value));
-    EXPECT_EQ(value, LONG_MIN);
+    EXPECT_EQ(value, INT64_MIN);
     EXPECT_TRUE(LineScanner("18446744073709551615").Unsigned(number));
-    EXPECT_EQ(number, ULONG_MAX);
+    EXPECT_EQ(number, UINT64_MAX);
     EXPECT_TRUE(LineScanner("18446744073709551616").Unsigned(number));
-    EXPECT_EQ(number, ULONG_MAX);
+    EXPECT_EQ(number, UINT64_MAX);
     EXPECT_TRUE(LineScanner("-1").Unsigned(number));
-    EXPECT_EQ(number, ULONG_MAX);
+    EXPECT_EQ(number, UINT64_MAX);
     EXPECT_TRUE(LineScanner("-99999999999999999999").Unsigned(number));
-    EXPECT_EQ(number, ULONG_MAX);
+    EXPECT_EQ(number, UINT64_MAX);
 }
 
 /// A line that is hostile in the ways that matter to a scanner.
@@ -96,19 +96,19 @@ TEST(LineScanner, ReadsWhatScanfReads) {
     std::mt19937 random(20240310);
     for (int round = 0; round < 200'000; ++round) {
         const std::string line = RandomLine(random);
-        long expectedSigned = 11;
-        unsigned long expectedUnsigned = 12;
+        std::int64_t expectedSigned = 11;
+        std::uint64_t expectedUnsigned = 12;
         char expectedWord[256] = "old";
         char expectedCharacter = 'o';
-        long value = 11;
-        unsigned long number = 12;
+        std::int64_t value = 11;
+        std::uint64_t number = 12;
         std::string_view word = "old";
         char character = 'o';
         LineScanner scanner(line);
         switch (round % 3) {
             case 0: {
-                const int expected = std::sscanf(line.c_str(), "%ld %255s %c %lu", &expectedSigned, expectedWord,
-                                                 &expectedCharacter, &expectedUnsigned);
+                const int expected = std::sscanf(line.c_str(), "%" SCNd64 " %255s %c %" SCNu64, &expectedSigned,
+                                                 expectedWord, &expectedCharacter, &expectedUnsigned);
                 const int read = !scanner.Signed(value)          ? 0
                                  : !scanner.Word(word)           ? 1
                                  : !scanner.Character(character) ? 2
@@ -118,7 +118,8 @@ TEST(LineScanner, ReadsWhatScanfReads) {
                 break;
             }
             case 1: {
-                const int expected = std::sscanf(line.c_str(), "%*d %*u %lu %c", &expectedUnsigned, &expectedCharacter);
+                const int expected =
+                    std::sscanf(line.c_str(), "%*d %*u %" SCNu64 " %c", &expectedUnsigned, &expectedCharacter);
                 const int read = !scanner.SkipNumbers(2) || !scanner.Unsigned(number) ? 0
                                  : !scanner.Character(character)                      ? 1
                                                                                       : 2;
@@ -126,7 +127,7 @@ TEST(LineScanner, ReadsWhatScanfReads) {
                 break;
             }
             default: {
-                const int expected = std::sscanf(line.c_str(), "%255s %ld", expectedWord, &expectedSigned);
+                const int expected = std::sscanf(line.c_str(), "%255s %" SCNd64, expectedWord, &expectedSigned);
                 const int read = !scanner.Word(word) ? 0 : !scanner.Signed(value) ? 1 : 2;
                 EXPECT_EQ(read, expected < 0 ? 0 : expected) << '"' << line << '"';
                 break;
