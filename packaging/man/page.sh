@@ -21,6 +21,8 @@ while IFS= read -r line; do
       ;;
     '@skip '*) skip=${line#@skip } ;;
     '@file '*) printf '.nf\n'; sed -e 's/\\/\\e/g' -e "s/^[.']/\\\\\\&&/" "$source/${line#@file }"; printf '.fi\n' ;;
+    # Commands and names of files are to be copied, so nothing is hyphenated.
+    '.TH '*) printf '%s\n.nh\n.ad l\n' "$line" ;;
     *) printf '%s\n' "$line" ;;
   esac
 done <"$here/$page.in" \
