@@ -7,12 +7,17 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <string_view>
+#include <utility>
+
+#include "tests/support/AgentxOctets.h"
 
 namespace agent_test {
 
@@ -25,44 +30,99 @@ public:
         kOpen = 1,
         kClose = 2,
         kRegister = 3,
+        kUnregister = 4,
         kGet = 5,
+        kGetNext = 6,
+        kGetBulk = 7,
         kTestSet = 8,
         kCommitSet = 9,
         kUndoSet = 10,
         kCleanupSet = 11,
         kPing = 13,
+        kAddAgentCaps = 16,
+        kRemoveAgentCaps = 17,
         kResponse = 18,
     };
-    using Oid = std::vector<std::uint32_t>;
+    using Oid = AgentxOctets::Arcs;
 
-    explicit ScriptedMaster(const std::string& path) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        m_listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(::bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(::listen(m_listener, 5), 0);
-    }
-    ~ScriptedMaster() {
-        Disconnect();
-        ::close(m_listener);
-    }
+    struct Message {
+        std::uint8_t type = 0;
+        std::uint32_t session = 0;
+        std::uint32_t transaction = 0;
+        std::uint32_t packet = 0;
+        std::string payload;
+        AgentxOctets octets{true};  ///< in the message's byte order
+
+        std::uint64_t NumberAt(std::size_t at, std::size_t size) const {
+            if (at + size > payload.size()) {
+                throw std::runtime_error("the agent's message is shorter than it claims");
+            }
+            return octets.NumberAt(payload, at, size);
+        }
+        /// Of a response.
+        int Error() const { return static_cast<int>(NumberAt(4, 2)); }
+    };
+
+    /// Thrown when the connection has ended, by the agent or by CutAfter.
+    struct Disconnected : std::runtime_error {
+        using std::runtime_error::runtime_error;
+    };
+
+    static constexpr std::uint32_t kSession = 7;
+    static constexpr std::size_t kHeaderSize = 20;
+
+    /// Messages are written in the byte order of this host, as a real master on it writes them, until told otherwise.
+    static inline const AgentxOctets kHostOrder{std::endian::native == std::endian::big};
+
+    explicit ScriptedMaster(std::string path) : m_path(std::move(path)) { Listen(); }
+    ~ScriptedMaster() { Stop(); }
     ScriptedMaster(const ScriptedMaster&) = delete;
     ScriptedMaster& operator=(const ScriptedMaster&) = delete;
 
     /// Accepts the agent's connection, and answers until the agent has registered so many subtrees.
     void TakeAgent(int subtrees) {
-        WaitFor(m_listener);
-        m_agent = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        Accept();
         for (int registered = 0; registered < subtrees;) {
             const Message message = Read();
             registered += message.type == kRegister ? 1 : 0;
             Answer(message);
         }
     }
+    /// Accepts the agent's connection, and answers nothing. Those that have ended meanwhile are passed over.
+    void Accept() {
+        do {
+            Disconnect();
+            WaitFor(m_listener, kPatienceMs);
+            m_agent = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        } while (HasEnded());
+    }
+
+    /// As a master that ends does, and one that starts.
+    void Stop() {
+        Disconnect();
+        if (m_listener >= 0) {
+            ::close(m_listener);
+            ::unlink(m_path.c_str());
+            m_listener = -1;
+        }
+    }
+    void Listen() {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        m_path.copy(address.sun_path, sizeof address.sun_path - 1);
+        m_listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        EXPECT_EQ(::bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(m_listener, 5), 0);
+    }
 
     /// From now on every registration is refused, for this reason.
     void RefuseRegistrations(std::uint16_t error) { m_refusal = error; }
+
+    /// The connection ends, as that of a master that is killed, when so many octets more have been read or written.
+    void CutAfter(std::size_t octets) { m_octetsLeft = octets; }
+    void CutNever() { m_octetsLeft = kNoCut; }
+    /// How many octets have been read and written since the last CutNever.
+    std::size_t NumOctets() const { return kNoCut - m_octetsLeft; }
 
     void Disconnect() {
         if (m_agent >= 0) {
@@ -70,95 +130,130 @@ public:
             m_agent = -1;
         }
     }
+    bool IsConnected() const { return m_agent >= 0; }
 
     void Send(Type type, std::uint32_t transaction, const std::string& payload = {}) {
-        Write(type, kSession, transaction, ++m_packet, payload);
+        Write(type, transaction, ++m_packet, payload);
+    }
+    /// Sends these octets, which need not be a message.
+    void SendOctets(std::string_view octets) {
+        while (!octets.empty()) {
+            TakeFromCut(octets.size());
+            const ssize_t sent = ::send(m_agent, octets.data(), std::min(octets.size(), m_octetsLeft), MSG_NOSIGNAL);
+            if (sent <= 0) {
+                throw Disconnected("the agent does not read");
+            }
+            octets.remove_prefix(static_cast<std::size_t>(sent));
+            m_octetsLeft -= static_cast<std::size_t>(sent);
+        }
     }
     /// The error in the agent's answer to the last message.
-    int ReadError() { return NumberAt<std::uint16_t>(ReadResponse().payload, 4); }
+    int ReadError() { return ReadResponse().Error(); }
 
     /// Sends a request, and returns the error in the agent's answer.
     int Ask(Type type, std::uint32_t transaction, const std::string& payload = {}) {
         Send(type, transaction, payload);
         return ReadError();
     }
-    void SendGet(const Oid& name, std::uint32_t transaction) {
-        Send(kGet, transaction, Encoded(name) + Number(0));  // and no end of the range
-    }
+    void SendGet(const Oid& name, std::uint32_t transaction) { Send(kGet, transaction, Range(name)); }
     /// Reads an instance whose value is an octet string.
     std::string GetText(const Oid& name, std::uint32_t transaction) {
         SendGet(name, transaction);
         const Message response = ReadResponse();
-        const std::string& payload = response.payload;
-        const std::size_t at = kErrorSize + kTypeSize;  // the name, whose first octet counts its arcs
-        const std::size_t value = at + 4 + 4 * std::size_t{NumberAt<std::uint8_t>(payload, at)};
-        return payload.substr(value + 4, NumberAt<std::uint32_t>(payload, value));
+        const std::size_t value = ValueAt(response);
+        return response.payload.substr(value + 4, response.NumberAt(value, 4));
+    }
+    /// Reads an instance whose value is a number.
+    std::uint32_t GetNumber(const Oid& name, std::uint32_t transaction) {
+        SendGet(name, transaction);
+        const Message response = ReadResponse();
+        return static_cast<std::uint32_t>(response.NumberAt(ValueAt(response), 4));
     }
 
     /// For TestSet.
     static std::string IntegerVarBind(const Oid& name, std::int32_t value) {
-        const std::uint16_t integer = 2;
-        return std::string(reinterpret_cast<const char*>(&integer), sizeof integer) + std::string(2, '\0') +
-               Encoded(name) + Number(static_cast<std::uint32_t>(value));
+        return kHostOrder.VarBind(AgentxOctets::kInteger, kHostOrder.Name(name),
+                                  kHostOrder.Word(static_cast<std::uint32_t>(value)));
+    }
+    /// For Get, GetNext and, after its two numbers, GetBulk: a name, and no end.
+    static std::string Range(const Oid& name) { return kHostOrder.Name(name) + kHostOrder.Name({}); }
+
+    /// The agent's next message; no value when none begins within this time.
+    std::optional<Message> Receive(int milliseconds) {
+        pollfd waiting{m_agent, POLLIN, 0};
+        return ::poll(&waiting, 1, milliseconds) == 1 ? std::optional(Read()) : std::nullopt;
+    }
+    /// Answers a request of the agent. The answer to a response is none.
+    void Answer(const Message& message) {
+        if (message.type != kResponse && message.type != kClose) {
+            Write(
+                kResponse, message.transaction, message.packet,
+                kHostOrder.Word(0) + kHostOrder.Short(message.type == kRegister ? m_refusal : 0) + kHostOrder.Short(0));
+        }
     }
 
 private:
-    static constexpr std::size_t kHeaderSize = 20;
+    static constexpr int kPatienceMs = 20000;
     static constexpr std::size_t kErrorSize = 8;  // in a response, with the time and the index
     static constexpr std::size_t kTypeSize = 4;   // of a varbind
-    static constexpr char kByteOrder = std::endian::native == std::endian::big ? 0x10 : 0;
-    static constexpr std::uint32_t kSession = 7;
+    static constexpr std::size_t kNoCut = std::numeric_limits<std::size_t>::max();
 
-    struct Message {
-        std::uint8_t type = 0;
-        std::uint32_t transaction = 0;
-        std::uint32_t packet = 0;
-        std::string payload;
-    };
-
-    /// The agent runs on the same host, and writes numbers in the host's order.
-    static std::string Number(std::uint32_t value) { return {reinterpret_cast<const char*>(&value), sizeof value}; }
-    template <class T>
-    static T NumberAt(const std::string& from, std::size_t at) {
-        T value = 0;
-        if (from.copy(reinterpret_cast<char*>(&value), sizeof value, at) != sizeof value) {
-            throw std::runtime_error("the agent's message is shorter than it claims");
-        }
-        return value;
-    }
-    static std::string Encoded(const Oid& name) {
-        std::string octets{static_cast<char>(name.size()), 0, 0, 0};
-        for (const std::uint32_t arc : name) {
-            octets += Number(arc);
-        }
-        return octets;
+    /// Where the first varbind's value begins.
+    static std::size_t ValueAt(const Message& response) {
+        const std::size_t name = kErrorSize + kTypeSize;  // whose first octet counts its arcs
+        return name + 4 + 4 * response.NumberAt(name, 1);
     }
 
-    static void WaitFor(int fd) {
+    static void WaitFor(int fd, int milliseconds) {
         pollfd waiting{fd, POLLIN, 0};
-        if (::poll(&waiting, 1, 20000) != 1) {
+        if (::poll(&waiting, 1, milliseconds) != 1) {
             throw std::runtime_error("the agent does not answer");
         }
     }
-    std::string ReadOctets(std::size_t count) const {
+    bool HasEnded() const {
+        char octet = 0;
+        return ::recv(m_agent, &octet, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+    }
+    void TakeFromCut(std::size_t octets) {
+        if (octets > 0 && m_octetsLeft == 0) {
+            Disconnect();
+        }
+        if (m_agent < 0) {
+            throw Disconnected("the connection is cut");
+        }
+    }
+    std::string ReadOctets(std::size_t count) {
         std::string octets(count, '\0');
         for (std::size_t have = 0; have < count;) {
-            WaitFor(m_agent);
-            const ssize_t more = ::recv(m_agent, octets.data() + have, count - have, 0);
+            TakeFromCut(count - have);
+            WaitFor(m_agent, kPatienceMs);
+            const ssize_t more = ::recv(m_agent, octets.data() + have, std::min(count - have, m_octetsLeft), 0);
             if (more <= 0) {
-                throw std::runtime_error("the agent has closed the connection");
+                Disconnect();
+                throw Disconnected("the agent has closed the connection");
             }
             have += static_cast<std::size_t>(more);
+            m_octetsLeft -= static_cast<std::size_t>(more);
         }
         return octets;
     }
-    Message Read() const {
+    Message Read() {
         const std::string header = ReadOctets(kHeaderSize);
-        if ((header[2] & 0x10) != kByteOrder) {
-            throw std::runtime_error("the agent writes in a byte order that the test does not read");
+        Message message;
+        message.octets = AgentxOctets((static_cast<unsigned char>(header[2]) & AgentxOctets::kNetworkOrder) != 0);
+        const auto word = [&](std::size_t at) {
+            return static_cast<std::uint32_t>(message.octets.NumberAt(header, at, 4));
+        };
+        message.type = static_cast<std::uint8_t>(header[1]);
+        message.session = word(4);
+        message.transaction = word(8);
+        message.packet = word(12);
+        const std::uint32_t length = word(16);
+        if (header[0] != 1 || length % 4 != 0 || length > kLongest) {
+            throw std::runtime_error("the agent sends what is no message of AgentX");
         }
-        return {static_cast<std::uint8_t>(header[1]), NumberAt<std::uint32_t>(header, 8),
-                NumberAt<std::uint32_t>(header, 12), ReadOctets(NumberAt<std::uint32_t>(header, 16))};
+        message.payload = ReadOctets(length);
+        return message;
     }
     Message ReadResponse() {
         for (;;) {
@@ -170,25 +265,18 @@ private:
             }
         }
     }
-    void Answer(const Message& message) const {
-        const std::array<std::uint16_t, 2> result{message.type == kRegister ? m_refusal : std::uint16_t{0}, 0};
-        Write(kResponse, kSession, message.transaction, message.packet,
-              Number(0) + std::string(reinterpret_cast<const char*>(result.data()), sizeof result));
-    }
-    void Write(Type type, std::uint32_t session, std::uint32_t transaction, std::uint32_t packet,
-               const std::string& payload) const {
-        const std::string message = std::string{1, static_cast<char>(type), kByteOrder, 0} + Number(session) +
-                                    Number(transaction) + Number(packet) +
-                                    Number(static_cast<std::uint32_t>(payload.size())) + payload;
-        if (::send(m_agent, message.data(), message.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(message.size())) {
-            throw std::runtime_error("the agent does not read");
-        }
+    void Write(Type type, std::uint32_t transaction, std::uint32_t packet, const std::string& payload) {
+        SendOctets(kHostOrder.Message({1, type, 0, kSession, transaction, packet}, payload));
     }
 
+    static constexpr std::uint32_t kLongest = 100'000'000;
+
+    const std::string m_path;
     int m_listener = -1;
     int m_agent = -1;
     std::uint32_t m_packet = 0;
     std::uint16_t m_refusal = 0;
+    std::size_t m_octetsLeft = kNoCut;
 };
 
 }  // namespace agent_test

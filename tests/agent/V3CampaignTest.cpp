@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "tests/agent/Dice.h"
 #include "tests/agent/V3Test.h"
 
 namespace agent_test {
@@ -39,29 +39,6 @@ const Name kNames[] = {
     {1, 3, 7},
     {0, 0},
     {2, 39},
-};
-
-class Dice {
-public:
-    explicit Dice(std::uint64_t seed) : m_generator(seed) {}
-
-    /// From 0 to `count` - 1.
-    std::size_t Below(std::size_t count) { return m_generator() % count; }
-    bool OnceIn(std::size_t count) { return Below(count) == 0; }
-    template <class Container>
-    const auto& Of(const Container& container) {
-        return *(std::begin(container) + static_cast<std::ptrdiff_t>(Below(std::size(container))));
-    }
-    std::string Octets(std::size_t count) {
-        std::string octets(count, '\0');
-        for (char& octet : octets) {
-            octet = static_cast<char>(Below(256));
-        }
-        return octets;
-    }
-
-private:
-    std::mt19937_64 m_generator;
 };
 
 std::int64_t AnySize(Dice& dice) {
@@ -110,32 +87,12 @@ std::vector<V3Message::VarBind> AnyVarBinds(Dice& dice, bool isSet) {
     return varBinds;
 }
 
-std::string Mutated(Dice& dice, std::string octets) {
-    for (std::size_t times = 1 + dice.Below(4); times > 0 && !octets.empty(); --times) {
-        const std::size_t place = dice.Below(dice.OnceIn(2) ? std::min<std::size_t>(octets.size(), 60) : octets.size());
-        switch (dice.Below(6)) {
-            case 0: octets[place] = static_cast<char>(octets[place] ^ (1 << dice.Below(8))); break;
-            case 1: octets[place] = static_cast<char>(dice.Below(256)); break;
-            case 2: octets.erase(place, 1 + dice.Below(4)); break;
-            case 3: octets.insert(place, dice.Octets(1 + dice.Below(4))); break;
-            case 4: octets[place] = static_cast<char>(0x80 + dice.Below(6)); break;
-            default: octets.resize(dice.Below(octets.size() + 1)); break;
-        }
-    }
-    return octets;
-}
-
 class V3CampaignTest : public V3Test {
 protected:
     struct Sent {
         V3Message message;
         const V3User* user;
     };
-
-    static std::uint64_t Setting(const char* name, std::uint64_t otherwise) {
-        const char* const text = std::getenv(name);
-        return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
-    }
 
     /// Writes one message, which depends only on the dice and on the engine's time. Remembers it if any answer to it
     /// must be a proper one.
@@ -156,7 +113,7 @@ protected:
         }
         Disturb(dice, message);
         if (dice.OnceIn(4)) {
-            return message.Encode(user, [&dice](std::string octets) { return Mutated(dice, std::move(octets)); });
+            return message.Encode(user, [&dice](std::string octets) { return dice.Mutated(std::move(octets)); });
         }
         m_sent[message.id] = {message, &user};
         return message.Encode(user);

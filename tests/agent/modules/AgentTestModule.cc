@@ -1,8 +1,9 @@
 // An extension module for the tests of the agent, under 1.3.6.1.4.1.32473.2 (and .0). It serves what real modules
 // seldom do, and keeps a record of the phases of every SET. The environment variable AGENT_TEST_MODULE makes it
 // misbehave: "refuse", "never-ready", "slow" (ready after a second), "never-close", "throw" (one group fails to
-// initialise) or "system" (it serves the system group, too). "tell" makes it print the record at the end, and "gate"
-// makes one group keep initialising until the working directory holds a file of that name.
+// initialise) or "system" (it serves the system group, too). "tell" makes it print the record at the end, "count" makes
+// it keep no record but the number of undo cells, and "gate" makes one group keep initialising until the working
+// directory holds a file of that name.
 
 #include <unistd.h>
 
@@ -42,8 +43,12 @@ bool Misbehaves(std::string_view how) {
 /// "check level, commit level, ..." over all groups. The agent serves one request at a time.
 std::string theRecord;
 unsigned int theSetRequest = 0;  // the request that the record's last entry belongs to
+int theCells = 0;                // undo cells that are not released
 
 void Record(ESnmpSetOpCode phase, const char* column, unsigned int requestId) {
+    if (Misbehaves("count")) {
+        return;
+    }
     const char* name = "?";
     switch (phase) {
         case ESnmpSetOpCode::CheckAndSave: name = "check "; break;
@@ -61,10 +66,16 @@ int SetRecorded(ESnmpSetOpCode phase, const char* column, unsigned int requestId
                 void** undo) {
     Record(phase, column, requestId);
     switch (phase) {
-        case ESnmpSetOpCode::CheckAndSave: *undo = new T(field); return CVT::noError;
+        case ESnmpSetOpCode::CheckAndSave:
+            *undo = new T(field);
+            ++theCells;
+            return CVT::noError;
         case ESnmpSetOpCode::Commit: field = value; return CVT::noError;
         case ESnmpSetOpCode::Undo: field = *static_cast<T*>(*undo); return CVT::noError;
-        case ESnmpSetOpCode::Release: delete static_cast<T*>(*undo); return CVT::noError;
+        case ESnmpSetOpCode::Release:
+            delete static_cast<T*>(*undo);
+            --theCells;
+            return CVT::noError;
     }
     return CVT::genErr;
 }
@@ -146,7 +157,7 @@ private:
         return SetRecorded(phase, "size", requestId, value, m_size, undo);
     }
     int GetRecord(unsigned int /*requestId*/, CVT::BOctetString& value) {
-        value.Assign(theRecord);
+        value.Assign(Misbehaves("count") ? std::to_string(theCells) + " cells" : theRecord);
         return CVT::noError;
     }
     int GetRequestId(unsigned int requestId, unsigned int& value) {
