@@ -22,25 +22,10 @@ BObjectIdentifier EndOf(const BObjectIdentifier& root) {
     return end;
 }
 
-/// Returns the greatest name before `name`, which must not be empty.
-BObjectIdentifier JustBefore(const BObjectIdentifier& name) {
-    BObjectIdentifier before = name;
-    const unsigned int last = name[name.NumArcs() - 1];
-    before.Truncate(name.NumArcs() - 1);
-    if (last > 0) {
-        before.Append(last - 1);
-        while (before.Append(0xFFFFFFFFU)) {
-        }
-    }
-    return before;
-}
-
-bool EndsBefore(const BObjectIdentifier& end, const BObjectIdentifier& name) { return !end.IsEmpty() && end <= name; }
-
-/// Whether the group's next instance after `name` lies at or after `end`. A failure to read that instance does not
-/// matter here.
-bool NextLiesBehind(const BObjectIdentifier& end, BMibImpl& group, unsigned int requestId, BVarBind name) {
-    return group.NextInstance(requestId, name) == noError && EndsBefore(end, name.name);
+/// Whether the group's next instance after `name` lies at or after the range's end. A failure to read that instance does
+/// not matter here.
+bool NextLiesBehind(const BMibEngine::Range& range, unsigned int requestId, BVarBind name) {
+    return range.group->NextInstance(requestId, name) == noError && range.EndsBefore(name.name);
 }
 
 }  // namespace
@@ -104,15 +89,27 @@ void BMibEngine::BuildRanges() {
     }
 }
 
-/// Returns the first range that ends after `name`.
-std::vector<BMibEngine::Range>::const_iterator BMibEngine::RangeBehind(const BObjectIdentifier& name) const {
-    return std::partition_point(m_ranges.begin(), m_ranges.end(),
-                                [&](const Range& range) { return EndsBefore(range.end, name); });
+std::span<const BMibEngine::Range> BMibEngine::RangesAfter(const BObjectIdentifier& name) const {
+    const auto first = std::partition_point(m_ranges.begin(), m_ranges.end(),
+                                            [&](const Range& range) { return range.EndsBefore(name); });
+    return {first, m_ranges.end()};
 }
 
 BMibImpl* BMibEngine::GroupOf(const BObjectIdentifier& name) const {
-    const auto range = RangeBehind(name);
-    return range != m_ranges.end() && range->begin <= name ? range->group : nullptr;
+    const auto ranges = RangesAfter(name);
+    return !ranges.empty() && ranges.front().begin <= name ? ranges.front().group : nullptr;
+}
+
+BObjectIdentifier BMibEngine::JustBefore(const BObjectIdentifier& name) {
+    BObjectIdentifier before = name;
+    const unsigned int last = name[name.NumArcs() - 1];
+    before.Truncate(name.NumArcs() - 1);
+    if (last > 0) {
+        before.Append(last - 1);
+        while (before.Append(0xFFFFFFFFU)) {
+        }
+    }
+    return before;
 }
 
 int BMibEngine::Get(unsigned int requestId, BVarBind& varBind) {
@@ -126,15 +123,15 @@ int BMibEngine::Get(unsigned int requestId, BVarBind& varBind) {
 
 int BMibEngine::GetNext(unsigned int requestId, BVarBind& varBind) {
     BVarBind next;
-    for (auto range = RangeBehind(varBind.name); range != m_ranges.end(); ++range) {
-        next.name = varBind.name < range->begin ? JustBefore(range->begin) : varBind.name;
-        const int status = range->group->GetNext(requestId, next);
+    for (const Range& range : RangesAfter(varBind.name)) {
+        next.name = varBind.name < range.begin ? JustBefore(range.begin) : varBind.name;
+        const int status = range.group->GetNext(requestId, next);
         if (status == noError) {
-            if (!EndsBefore(range->end, next.name)) {
+            if (!range.EndsBefore(next.name)) {
                 varBind = std::move(next);
                 return noError;
             }
-        } else if (status != noSuchName && !NextLiesBehind(range->end, *range->group, requestId, next)) {
+        } else if (status != noSuchName && !NextLiesBehind(range, requestId, next)) {
             return status;
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "CVT/Api.h"
@@ -22,6 +23,25 @@ public:
     /// All groups in OID order.
     const std::vector<BMibImpl*>& Groups() const { return m_groups; }
 
+    /// A part of the tree that one group serves: [begin, end), between the subtrees nested in the group's own. An empty
+    /// end is no end.
+    struct Range {
+        BObjectIdentifier begin;
+        BObjectIdentifier end;
+        BMibImpl* group;
+
+        bool EndsBefore(const BObjectIdentifier& name) const { return !end.IsEmpty() && end <= name; }
+    };
+
+    /// For hosts that call the groups themselves: the ranges that end after `name`, in order. Valid until modules are
+    /// added or removed.
+    std::span<const Range> RangesAfter(const BObjectIdentifier& name) const;
+    /// The group whose range holds `name`; null when there is none.
+    BMibImpl* GroupOf(const BObjectIdentifier& name) const;
+
+    /// Returns the greatest name before `name`, which must not be empty: a search after it begins with `name` itself.
+    static BObjectIdentifier JustBefore(const BObjectIdentifier& name);
+
     /// Reads one instance. Returns noError, with a value or an exception in the varbind, or an error-status.
     int Get(unsigned int requestId, BVarBind& varBind);
     /// Moves to the next instance of the whole tree and reads it. After the last instance the varbind becomes
@@ -32,16 +52,7 @@ public:
     int Set(unsigned int requestId, const BVarBindList& varBinds, int& errorIndex);
 
 private:
-    /// A part of the tree that one group serves: [begin, end), between the subtrees nested in the group's own.
-    struct Range {
-        BObjectIdentifier begin;
-        BObjectIdentifier end;
-        BMibImpl* group;
-    };
-
     void BuildRanges();
-    std::vector<Range>::const_iterator RangeBehind(const BObjectIdentifier& name) const;
-    BMibImpl* GroupOf(const BObjectIdentifier& name) const;
 
     std::vector<BMibImpl*> m_groups;
     std::vector<Range> m_ranges;
