@@ -79,7 +79,7 @@ int Agent::Run() {
     role->StoreState();
     {
         const std::vector<std::string> files = ModulesToLoad(m_options);
-        ServedModules modules(m_options.timeoutSeconds * 1000, role->HowToWait());
+        ServedModules modules(m_options.timeoutSeconds * 1000);
         modules.Start(files, role->Builtin());
         const StopServing atEnd{*role};
         role->StartServing(modules, loop);

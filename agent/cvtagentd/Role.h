@@ -3,7 +3,6 @@
 #include <string>
 
 #include "agent/cvtagentd/builtin/BuiltinModule.h"
-#include "agent/cvtagentd/requests/GroupReader.h"
 
 namespace cvtagentd {
 
@@ -33,8 +32,6 @@ public:
 
     /// What the agent itself serves besides the modules; null: nothing.
     virtual BuiltinModule* Builtin() { return nullptr; }
-    /// How a request waits for a busy group.
-    virtual GroupReader::Wait HowToWait() const = 0;
 
     /// Serves the groups of the modules, which have been started, in each turn of the loop until StopServing.
     virtual void StartServing(ServedModules& modules, EventLoop& loop) = 0;

@@ -11,8 +11,6 @@
 
 namespace cvtagentd {
 
-ServedModules::ServedModules(unsigned int closeMs, GroupReader::Wait wait) : m_closeMs(closeMs), m_requests(wait) {}
-
 ServedModules::~ServedModules() {
     using Clock = std::chrono::steady_clock;
     const auto deadline = Clock::now() + std::chrono::milliseconds(m_closeMs);
@@ -21,7 +19,7 @@ ServedModules::~ServedModules() {
         return static_cast<unsigned int>(std::max<decltype(milliseconds)>(milliseconds, 0));
     };
     m_requests.delegated.End();
-    if (!m_requests.delegated.EndCalls(left())) {
+    if (!m_requests.workers.End(left())) {
         EndAtOnce();
     }
     m_handlers.clear();

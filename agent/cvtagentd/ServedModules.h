@@ -15,8 +15,8 @@ namespace cvtagentd {
 /// The library must outlive this object.
 class ServedModules {
 public:
-    /// `closeMs`: how long the modules may take to close. `wait`: how requests wait for a busy group.
-    ServedModules(unsigned int closeMs, GroupReader::Wait wait);
+    /// `closeMs`: how long the modules may take to close.
+    explicit ServedModules(unsigned int closeMs) : m_closeMs(closeMs) {}
     /// Closes the modules. If this does not finish in time, logs it and ends the process with status 1: a module's code
     /// may still be running, so nothing that it uses may be freed.
     ~ServedModules();
@@ -30,8 +30,11 @@ public:
     /// All groups, in the order of their OIDs.
     const std::vector<CVT::BMibImpl*>& Groups() const { return m_modules.Engine().Groups(); }
 
+    /// Which of them serves a name, and which names come next.
+    const CVT::BMibEngine& Engine() const { return m_modules.Engine(); }
+
     /// Registers the subtree of one of the groups with the SNMP library. Throws StartError when the library refuses.
-    void Serve(CVT::BMibImpl& group) { m_handlers.emplace_back(group, m_requests); }
+    void Serve(CVT::BMibImpl& group) { m_handlers.emplace_back(group, m_requests.delegated); }
 
     /// The requests that the groups answer.
     Requests& UnderWay() { return m_requests; }

@@ -17,6 +17,7 @@
 #include "agent/cvtagentd/process/StateFile.h"
 #include "agent/cvtagentd/requests/ResponseBudget.h"
 #include "agent/cvtagentd/snmp/RequestTrace.h"
+#include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
 namespace {
@@ -105,10 +106,11 @@ void StandAlone::StartServing(ServedModules& modules, EventLoop& loop) {
     for (CVT::BMibImpl* const group : modules.Groups()) {
         modules.Serve(*group);
     }
-    DelegatedRequests& delegated = modules.UnderWay().delegated;
-    m_listeners->RefuseSetsWhile([&] { return !delegated.IsEmpty(); });
-    m_retries.emplace(loop, [&] { return delegated.Retry(); });
-    m_doneCalls.emplace(loop, delegated.Descriptor(), [&] { delegated.Woken(); });
+    Requests& requests = modules.UnderWay();
+    requests.delegated.OnOver(&::netsnmp_check_outstanding_agent_requests);
+    m_listeners->RefuseSetsWhile([&] { return !requests.delegated.IsEmpty(); });
+    m_retries.emplace(loop, [&] { return requests.delegated.Retry(); });
+    m_doneCalls.emplace(loop, requests.workers.Descriptor(), [&] { requests.workers.Drain(); });
     m_steady.emplace(loop);
     m_changes->Report();
     m_changes.reset();  // from now on commands can leave others

@@ -26,7 +26,6 @@ public:
     std::string Open() override;
     void StoreState() override;
     BuiltinModule* Builtin() override { return &*m_builtin; }
-    GroupReader::Wait HowToWait() const override { return GroupReader::Wait::kNever; }
     void StartServing(ServedModules& modules, EventLoop& loop) override;
     void StopServing() override;
     void StoreStateAtEnd() override;

@@ -1,33 +1,31 @@
 #include "agent/cvtagentd/Subagent.h"
 
-#include <chrono>
+#include <utility>
+#include <vector>
 
 #include "agent/cvtagentd/ServedModules.h"
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/access/ModuleFiles.h"
+#include "agent/cvtagentd/agentx/MasterConfig.h"
+#include "agent/cvtagentd/builtin/SysOrTable.h"
 #include "agent/cvtagentd/builtin/SystemConfig.h"
 #include "agent/cvtagentd/process/DaemonUser.h"
 #include "agent/cvtagentd/process/Log.h"
 #include "agent/cvtagentd/process/StartError.h"
 
 namespace cvtagentd {
-namespace {
-
-constexpr std::chrono::milliseconds kReadyPoll{20};
-
-}  // namespace
 
 /// Only root may be able to reach the master, and no state is read in this role, so the user's identity is taken last.
 void Subagent::ReadConfiguration(DaemonUser& user) {
     AccessConfig::RequireTrusted(m_options.config);
     SnmpLibrary::Setup setup{m_options.config};
-    setup.beforeConfiguration = [this] {
+    setup.isAgent = false;
+    setup.beforeConfiguration = [] {
         ModuleFiles::Register();
         SystemConfig::Register();  // accepted, although this role does not serve them
-        m_master.BeforeConfiguration();
+        MasterConfig::Register();
     };
     m_library.emplace(setup);
-    m_master.AfterConfiguration();
     std::vector<std::string> faults = AccessConfig::Faults(m_options.config, m_library->Messages());
     const std::vector<std::string> ofModules = ModuleFiles::ReadFolder(m_options.config);
     faults.insert(faults.end(), ofModules.begin(), ofModules.end());
@@ -35,23 +33,33 @@ void Subagent::ReadConfiguration(DaemonUser& user) {
     if (!faults.empty()) {
         throw ConfigError(AccessConfig::Summary(m_options.config, faults));
     }
+    const MasterConfig::Values& configured = MasterConfig::Get();
+    m_session.emplace(MasterAddress(m_options.master.empty() ? configured.address : m_options.master),
+                      configured.pingInterval);
+    m_session->Connect();
     user.Assume();
     m_lock.emplace(StateLock::Holder::kSubagent);
 }
 
-std::string Subagent::Open() { return "through the master at " + m_master.Address(); }
+std::string Subagent::Open() { return "through the master at " + m_session->Address(); }
 
 void Subagent::StartServing(ServedModules& modules, EventLoop& loop) {
     Requests& requests = modules.UnderWay();
-    m_master.OnConnected([&] { requests.NewConnection(); });
-    m_master.OnLost([&] { requests.ConnectionLost(); });
-    m_registrations.emplace(m_master, modules.Groups(),
-                            MasterRegistrations::Calls{[&](CVT::BMibImpl& group) { modules.Serve(group); },
-                                                       [&] { return modules.NotReady().empty(); }});
-    m_registering.emplace(
-        loop, [this] { return m_registrations->RegisterReady() ? std::nullopt : std::optional(kReadyPoll); });
-    m_reports.emplace(loop, [this] { return m_master.Report(); });
-    loop.ServeLast([this] { return m_master.Socket(); });
+    MasterSession::Served served{modules.Engine(), requests, [&] { return modules.NotReady().empty(); }, {}};
+    for (const SysOrTable::Entry& entry : SysOrTable::EntriesFor(modules.Groups())) {
+        served.capabilities.push_back({entry.root, entry.name});
+    }
+    m_session->Serve(std::move(served));
+    requests.delegated.OnOver([this] { m_session->GoOn(); });
+    m_retries.emplace(loop, [this, &requests] {
+        if (requests.sets.GoOn()) {
+            m_session->GoOn();
+        }
+        return requests.delegated.Retry();
+    });
+    m_doneCalls.emplace(loop, requests.workers.Descriptor(), [&] { requests.workers.Drain(); });
+    m_work.emplace(loop, [this] { return m_session->Work(); });
+    m_messages.emplace(loop, m_session->Descriptor(), [] {});  // Work takes them in the next turn
     WarnOfIgnoredDirectives();
 }
 
@@ -63,14 +71,13 @@ void Subagent::WarnOfIgnoredDirectives() const {
 }
 
 void Subagent::StopServing() {
-    m_reports.reset();
-    m_registering.reset();
-    m_master.OnConnected(nullptr);
-    m_master.OnLost(nullptr);
-    m_master.Leave();
+    m_messages.reset();
+    m_work.reset();
+    m_doneCalls.reset();
+    m_retries.reset();
+    m_session->Leave();
 }
 
-/// Reading it again would make the library close the connection.
 void Subagent::Reload() {
     Log::Info("with --agentx the configuration is read only at the start; the master's configuration controls access");
 }

@@ -2,12 +2,10 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "agent/cvtagentd/Options.h"
 #include "agent/cvtagentd/Role.h"
-#include "agent/cvtagentd/agentx/MasterConnection.h"
-#include "agent/cvtagentd/agentx/MasterRegistrations.h"
+#include "agent/cvtagentd/agentx/MasterSession.h"
 #include "agent/cvtagentd/process/StateLock.h"
 #include "agent/cvtagentd/snmp/EventLoop.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
@@ -15,14 +13,13 @@
 namespace cvtagentd {
 
 /// Serves through an AgentX master, which listens and controls access. Groups are registered with it as soon as they
-/// can answer. A request waits for a group as long as it takes, since the library cannot resume a GETNEXT in this role.
+/// can answer. Of the SNMP library it uses only what reads the configuration.
 class Subagent final : public Role {
 public:
-    explicit Subagent(const Options& options) : m_options(options), m_master(options.master) {}
+    explicit Subagent(const Options& options) : m_options(options) {}
 
     void ReadConfiguration(DaemonUser& user) override;
     std::string Open() override;
-    GroupReader::Wait HowToWait() const override { return GroupReader::Wait::kAsLongAsItTakes; }
     void StartServing(ServedModules& modules, EventLoop& loop) override;
     void StopServing() override;
     void Reload() override;
@@ -31,13 +28,14 @@ private:
     void WarnOfIgnoredDirectives() const;
 
     const Options& m_options;
-    MasterConnection m_master;
     std::optional<StateLock> m_lock;
     std::optional<SnmpLibrary> m_library;
     std::string m_ignored;  // directives that mean nothing here
-    std::optional<MasterRegistrations> m_registrations;
-    std::optional<EventLoop::Task> m_registering;
-    std::optional<EventLoop::Task> m_reports;
+    std::optional<MasterSession> m_session;
+    std::optional<EventLoop::Task> m_retries;
+    std::optional<EventLoop::Watch> m_doneCalls;
+    std::optional<EventLoop::Task> m_work;
+    std::optional<EventLoop::Watch> m_messages;
 };
 
 }  // namespace cvtagentd

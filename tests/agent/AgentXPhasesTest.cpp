@@ -77,12 +77,12 @@ TEST_F(AgentXPhasesTest, ASetIsReleasedOnceWhenTheMasterDiesAfterTheCheck) {
     EXPECT_EQ(Record(), "check level, release level");
 }
 
-TEST_F(AgentXPhasesTest, ASetIsReleasedOnceWhenTheMasterDiesAfterTheCommit) {
+TEST_F(AgentXPhasesTest, ASetIsUndoneAndReleasedOnceWhenTheMasterDiesAfterTheCommit) {
     EXPECT_EQ(m_script.Ask(Master::kTestSet, 1, kLevel7), 0);
     EXPECT_EQ(m_script.Ask(Master::kCommitSet, 1), 0);
     m_script.Disconnect();
     m_script.TakeAgent(kSubtrees);
-    EXPECT_EQ(Record(), "check level, commit level, release level");
+    EXPECT_EQ(Record(), "check level, commit level, undo level, release level");
 }
 
 TEST_F(AgentXPhasesTest, AMasterThatDiesWithoutReadingTheAnswerDoesNoHarm) {

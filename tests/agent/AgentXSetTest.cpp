@@ -44,7 +44,7 @@ TEST_F(AgentXSetTest, WhatWasCheckedIsReleasedWhenTheMasterDiesDuringTheCheck) {
     EXPECT_EQ(Level(), "1\n");
 }
 
-TEST_F(AgentXSetTest, WhatWasCheckedIsReleasedWhenTheMasterDiesDuringTheCommit) {
+TEST_F(AgentXSetTest, WhatWasWrittenIsUndoneAndReleasedWhenTheMasterDiesDuringTheCommit) {
     BeginSet({kValues + "1.0", "i", "18", kValues + "2.0", "s", "new"}, "commit");
     KillMaster();
     RestartMaster();
@@ -52,7 +52,8 @@ TEST_F(AgentXSetTest, WhatWasCheckedIsReleasedWhenTheMasterDiesDuringTheCommit) 
     EXPECT_EQ(Count(record, "check "), 2) << record;
     EXPECT_EQ(Count(record, "release level"), 1) << record;
     EXPECT_EQ(Count(record, "release label"), 1) << record;
-    EXPECT_EQ(Level(), "18\n");
+    EXPECT_EQ(Count(record, "undo level"), 1) << record;
+    EXPECT_EQ(Level(), "1\n");
 }
 
 TEST_F(AgentXSetTest, WhatWasCheckedIsReleasedWhenTheAgentEndsUnderAMasterThatHangs) {

@@ -3,59 +3,58 @@
 #include <utility>
 
 #include "agent/common/Joined.h"
+#include "agent/cvtagentd/agentx/Pdu.h"
 #include "agent/cvtagentd/process/Log.h"
-#include "agent/cvtagentd/snmp/LibraryLog.h"
 
 namespace cvtagentd {
-namespace {
 
-constexpr const char* kDuplicate = "failed: 263";  // an error of the AgentX protocol: duplicateRegistration
+MasterRegistrations::MasterRegistrations(std::vector<CVT::BMibImpl*> groups, Calls calls)
+    : m_groups(std::move(groups)), m_calls(std::move(calls)) {}
 
-}  // namespace
+void MasterRegistrations::Restart() {
+    m_waiting = m_groups;
+    m_sent = 0;
+    m_refused.clear();
+}
 
-MasterRegistrations::MasterRegistrations(MasterConnection& master, std::vector<CVT::BMibImpl*> groups, Calls calls)
-    : m_master(master), m_waiting(std::move(groups)), m_calls(std::move(calls)) {}
-
-bool MasterRegistrations::RegisterReady() {
-    if (!m_master.IsConnected()) {
-        return true;
-    }
-    std::vector<CVT::BMibImpl*> later;
-    for (CVT::BMibImpl* const group : std::exchange(m_waiting, {})) {
-        if (m_master.IsCut() || !CanAnswer(*group)) {
-            later.push_back(group);
-        } else {
-            Register(*group);
+bool MasterRegistrations::SendReady() {
+    std::erase_if(m_waiting, [this](CVT::BMibImpl* group) {
+        if (!CanAnswer(*group)) {
+            return false;
         }
-    }
-    m_waiting = std::move(later);
-    if (m_waiting.empty()) {
-        ReportRefused();
-    }
+        ++m_sent;
+        m_calls.send(*group);
+        return true;
+    });
     return m_waiting.empty();
 }
 
-void MasterRegistrations::Register(CVT::BMibImpl& group) {
-    const LibraryLog::Collector collector;
-    m_calls.serve(group);
-    for (const LibraryLog::Message& message : collector.Messages()) {
-        if (message.text.find(kDuplicate) != std::string::npos) {
-            m_refused.emplace_back(group.Oid().ToString().View());
-        } else if (MasterConnection::IsRefusal(message.text)) {
-            Log::Warning("the master refuses " + std::string(group.Oid().ToString().View()) + " (" + message.text +
-                         "); see the master's log");
-        } else {  // it has not answered in time: start again
-            Log::Write(LogLevel::kDebug, "SNMP library: " + message.text);
-            m_master.Cut();
+void MasterRegistrations::Answered(const CVT::BMibImpl& group, unsigned int error) {
+    --m_sent;
+    const std::string subtree(group.Oid().ToString().View());
+    if (error == kDuplicateRegistration) {
+        m_refused.push_back(subtree);
+    } else if (error != 0) {
+        const std::string text = "the master refuses " + subtree +
+                                 " (registering pdu failed: " + std::to_string(error) + "); see the master's log";
+        if (m_hasBeenLogged.insert(text).second) {
+            Log::Warning(text);
         }
+    }
+    if (m_waiting.empty() && m_sent == 0) {
+        ReportRefused();
     }
 }
 
 void MasterRegistrations::ReportRefused() {
-    if (!m_refused.empty()) {
-        Log::Warning("the master already serves these subtrees without this agent: " +
-                     agent::Joined(std::exchange(m_refused, {})) +
-                     "; switch off its own module or the other subagent, and restart the master");
+    if (m_refused.empty()) {
+        return;
+    }
+    const std::string text =
+        "the master already serves these subtrees without this agent: " + agent::Joined(std::exchange(m_refused, {})) +
+        "; switch off its own module or the other subagent, and restart the master";
+    if (m_hasBeenLogged.insert(text).second) {
+        Log::Warning(text);
     }
 }
 

@@ -1,41 +1,44 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "CVT/BMibImpl.h"
-#include "agent/cvtagentd/agentx/MasterConnection.h"
 
 namespace cvtagentd {
 
-/// Registers groups with a master, each once it can answer, because a request from the master cannot wait. What is
-/// registered stays registered, whether the master is up or not: the library may keep a pointer to it for a SET that
-/// the master has abandoned, and registers it again when the master comes back. Used by the thread that runs the
-/// library.
+/// Which groups are registered with a master, each once it has initialised and its lock is free: until then the master
+/// answers noSuchObject, and does not run out of patience. Logs what the master refuses. Used by the thread that runs
+/// the event loop.
 class MasterRegistrations {
 public:
     struct Calls {
-        std::function<void(CVT::BMibImpl&)> serve;  ///< registers a group with the library, which tells the master
+        std::function<void(CVT::BMibImpl&)> send;  ///< asks the master to register a group
         std::function<bool()> areModulesReady;
     };
 
-    /// `groups` in the order of their OIDs. All must outlive this.
-    MasterRegistrations(MasterConnection& master, std::vector<CVT::BMibImpl*> groups, Calls calls);
+    /// `groups` in the order of their OIDs. They must outlive it.
+    MasterRegistrations(std::vector<CVT::BMibImpl*> groups, Calls calls);
 
-    /// Registers those groups that can answer by now. Returns true when nothing is left to do until the connection
-    /// changes.
-    bool RegisterReady();
+    /// A session with a master has begun: all groups are to be registered with it.
+    void Restart();
+    /// Sends the registrations of those groups that can answer by now. Returns true when nothing is left to send.
+    bool SendReady();
+    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted.
+    void Answered(const CVT::BMibImpl& group, unsigned int error);
 
 private:
-    void Register(CVT::BMibImpl& group);
     void ReportRefused();
     bool CanAnswer(CVT::BMibImpl& group) const;
 
-    MasterConnection& m_master;
-    std::vector<CVT::BMibImpl*> m_waiting;
+    const std::vector<CVT::BMibImpl*> m_groups;
     const Calls m_calls;
-    std::vector<std::string> m_refused;  // by the master; for the log
+    std::vector<CVT::BMibImpl*> m_waiting;
+    std::size_t m_sent = 0;                 // and not answered
+    std::vector<std::string> m_refused;     // because somebody else serves them; for the log
+    std::set<std::string> m_hasBeenLogged;  // so that a master that restarts does not repeat it
 };
 
 }  // namespace cvtagentd

@@ -79,12 +79,20 @@ SysOrTable::~SysOrTable() {
     }
 }
 
-void SysOrTable::Enter(const std::vector<CVT::BMibImpl*>& groups) {
+std::vector<SysOrTable::Entry> SysOrTable::EntriesFor(const std::vector<CVT::BMibImpl*>& groups) {
+    std::vector<Entry> entries;
     for (const auto& [name, roots] : MibsOf(groups)) {
         for (const BObjectIdentifier& root : SubtreesOf(roots)) {
-            std::vector<oid>& id = m_entered.emplace_back(root.Arcs().begin(), root.Arcs().end());
-            ::register_sysORTable(id.data(), id.size(), name.c_str());
+            entries.push_back({root, name});
         }
+    }
+    return entries;
+}
+
+void SysOrTable::Enter(const std::vector<CVT::BMibImpl*>& groups) {
+    for (const Entry& entry : EntriesFor(groups)) {
+        std::vector<oid>& id = m_entered.emplace_back(entry.root.Arcs().begin(), entry.root.Arcs().end());
+        ::register_sysORTable(id.data(), id.size(), entry.name.c_str());
     }
 }
 

@@ -14,9 +14,16 @@ public:
     SysOrTable();
     ~SysOrTable() override;
 
-    /// Enters each MIB that these groups belong to: the part of a group's name before the dot, and the smallest subtree
-    /// that holds all its groups. Where that subtree would be one in which many MIBs lie, such as 1.3.6.1.2.1, the MIB
-    /// has a row for each of its groups instead, so that no row claims what is not served. Called once.
+    struct Entry {
+        CVT::BObjectIdentifier root;
+        std::string name;
+    };
+    /// An entry for each MIB that these groups belong to: the part of a group's name before the dot, and the smallest
+    /// subtree that holds all its groups. Where that subtree would be one in which many MIBs lie, such as 1.3.6.1.2.1,
+    /// the MIB has one for each of its groups instead, so that none claims what is not served.
+    static std::vector<Entry> EntriesFor(const std::vector<CVT::BMibImpl*>& groups);
+
+    /// Enters the MIBs of these groups. Called once.
     void Enter(const std::vector<CVT::BMibImpl*>& groups);
 
     /// sysORLastChange, hundredths of a second.

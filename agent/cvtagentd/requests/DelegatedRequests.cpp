@@ -3,55 +3,38 @@
 #include <algorithm>
 #include <utility>
 
-#include "agent/cvtagentd/snmp/SnmpHeaders.h"
-
 namespace cvtagentd {
 namespace {
 
 /// Limits a sender that keeps asking: each request costs some memory, and a check in every turn.
 constexpr std::size_t kMost = 1000;
 
-std::size_t CountVarBinds(const GroupReader::Request* requests) {
-    std::size_t count = 0;
-    for (; requests != nullptr; requests = requests->next) {
-        count += 1 + static_cast<std::size_t>(std::max(requests->repeat, 0));
-    }
-    return count;
-}
-
 }  // namespace
 
 DelegatedRequests::~DelegatedRequests() { End(); }
 
 TimeSlice& DelegatedRequests::SliceOf(unsigned int requestId) {
-    if (m_wait == GroupReader::Wait::kNever && !m_isRetrying && requestId != m_sliceRequestId) {
+    if (!m_isRetrying && requestId != m_sliceRequestId) {
         m_slice = TimeSlice(kSlice);
         m_sliceRequestId = requestId;
     }
     return m_slice;
 }
 
-void DelegatedRequests::Add(Waiting waiting, Position position) {
-    const std::size_t varBinds = CountVarBinds(position.requests);
-    if (!m_hasEnded && m_entries.size() < kMost && m_varBinds + varBinds <= kMostVarBinds) {
-        m_entries.push_back({std::move(waiting), varBinds, nullptr});
-        Entry& entry = m_entries.back();
-        if (entry.waiting.call == nullptr || m_workers.Start(entry.waiting.call)) {
-            entry.cache = ::netsnmp_create_delegated_cache(position.handler, position.registration, position.info,
-                                                           position.requests, nullptr);
-        }
-        if (entry.cache != nullptr) {
-            m_varBinds += varBinds;
-            return;
-        }
-        Forget(entry);
-        m_entries.pop_back();
+void DelegatedRequests::Add(Waiting waiting) {
+    const std::size_t varBinds = waiting.task->NumVarBinds();
+    Entry entry{std::move(waiting), varBinds};
+    if (!m_hasEnded && m_entries.size() < kMost && m_varBinds + varBinds <= kMostVarBinds &&
+        entry.waiting.task->Delegate() && (entry.waiting.call == nullptr || m_workers.Start(entry.waiting.call))) {
+        m_varBinds += varBinds;
+        m_entries.push_back(std::move(entry));
+        return;
     }
-    GroupReader::Abandon(position.requests, CVT::resourceUnavailable);
+    GroupReader::Abandon(*entry.waiting.task, CVT::resourceUnavailable);
 }
 
-/// The library may delegate others as soon as it continues, but not before these have been checked. Those that do not
-/// fit in this time slice come first in the next.
+/// More may be delegated as soon as requests go on, but not before these have been checked. Those that do not fit in
+/// this time slice come first in the next.
 std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     if (m_entries.empty()) {
         return std::nullopt;
@@ -69,8 +52,8 @@ std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     const bool goOn = waiting != next;
     const auto looked = m_entries.erase(waiting, next);
     std::rotate(m_entries.begin(), looked, m_entries.end());
-    if (goOn) {
-        ::netsnmp_check_outstanding_agent_requests();
+    if (goOn && m_goOn) {
+        m_goOn();
     }
     m_isRetrying = false;
     m_sliceRequestId = 0;
@@ -80,26 +63,25 @@ std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
 }
 
 bool DelegatedRequests::IsOver(Entry& entry) {
-    if (::netsnmp_handler_check_cache(entry.cache) != nullptr) {
+    ReadTask& task = *entry.waiting.task;
+    if (task.IsWanted()) {
         if (m_hasEnded) {
-            GroupReader::Abandon(entry.cache->requests, CVT::resourceUnavailable);
+            GroupReader::Abandon(task, CVT::resourceUnavailable);
         } else if (entry.MustWait() || !GoOn(entry)) {
             return false;
         }
     }
     Forget(entry);
-    ::netsnmp_free_delegated_cache(entry.cache);
     m_varBinds -= entry.varBinds;
     return true;
 }
 
 /// Whether the request is finished.
 bool DelegatedRequests::GoOn(Entry& entry) {
-    const Waiting& waiting = entry.waiting;
-    const GroupReader::Outcome outcome = waiting.reader->GoOn(
-        {*entry.cache->reqinfo, waiting.request, entry.cache->requests, entry.waiting.call}, m_wait, m_slice);
+    Waiting& waiting = entry.waiting;
+    const GroupReader::Outcome outcome = waiting.reader->GoOn(*waiting.task, waiting.call, m_slice);
     if (outcome == GroupReader::Outcome::kWaits && !m_workers.Start(waiting.call)) {
-        GroupReader::Abandon(entry.cache->requests, CVT::resourceUnavailable);
+        GroupReader::Abandon(*waiting.task, CVT::resourceUnavailable);
         return true;
     }
     return outcome == GroupReader::Outcome::kDone;

@@ -67,11 +67,7 @@ private:
         if (call.isUnwanted || m_mustEnd) {
             return;
         }
-        const unsigned int requestId = call.request->Id();
-        const auto begin = std::chrono::steady_clock::now();
-        call.status = call.what == CVT::EReading::Get ? call.group.Get(requestId, call.varBind)
-                                                      : call.group.NextInstance(requestId, call.varBind);
-        call.took = std::chrono::steady_clock::now() - begin;
+        call.Make();
     }
 
     const int m_done;

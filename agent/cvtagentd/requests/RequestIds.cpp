@@ -13,14 +13,8 @@ std::shared_ptr<const CVT::BRequest> RequestIds::Of(netsnmp_agent_request_info_s
     if (const auto* const request = kRequest.Find(info); request != nullptr) {
         return *request;
     }
-    const long transaction = info.asp->pdu->transid;
-    if (m_latest == nullptr || transaction != m_transaction) {
-        m_latest.reset();  // the previous request must not live on beside a new one
-        m_latest = std::make_shared<const CVT::BRequest>();
-        m_transaction = transaction;
-    }
-    kRequest.Attach(info, std::make_unique<std::shared_ptr<const CVT::BRequest>>(m_latest));
-    return m_latest;
+    auto made = std::make_unique<std::shared_ptr<const CVT::BRequest>>(std::make_shared<const CVT::BRequest>());
+    return kRequest.Attach(info, std::move(made));
 }
 
 }  // namespace cvtagentd

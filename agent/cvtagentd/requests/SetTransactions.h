@@ -1,48 +1,87 @@
 #pragma once
 
-#include <map>
+#include <cstdint>
+#include <functional>
+#include <list>
 #include <memory>
-#include <utility>
+#include <vector>
 
 #include "CVT/BMibImpl.h"
-#include "CVT/BSetCell.h"
-
-struct netsnmp_request_info_s;
+#include "CVT/BRequest.h"
+#include "CVT/BVarBind.h"
+#include "agent/cvtagentd/requests/GroupWorkers.h"
 
 namespace cvtagentd {
 
-/// Runs the phases of SETs: the varbinds of a SET that lie in one group's subtree come here phase by phase.
+/// The SETs of an AgentX master, whose phases come one by one under the number of a transaction: check, and then
+/// commit, undo and release in whatever order the master sends them.
 ///
-/// A varbind is kept from phase to phase as a CVT::BSetCell, attached to the library's request: it is released when
-/// that request is freed, whatever has happened, and by ReleaseAll when it is not. Used by the thread that runs the
-/// library; the groups must outlive the requests, or ReleaseAll.
+/// Each phase is carried out by the workers of the groups concerned, one group after the other, so that nobody else
+/// waits for a group that is busy or slow. Phases of one transaction wait for each other. Whatever the master sends, or
+/// does not send, a group sees a commit only after its check, an undo only after its commit, and one release for each
+/// check that passed (CVT::BSetCell).
+///
+/// Used by the thread that runs the event loop; the groups must outlive it, or ReleaseAll.
 class SetTransactions {
 public:
-    using Request = netsnmp_request_info_s;
+    using Number = std::uint32_t;
 
-    /// Stops at the first varbind that is refused.
-    void Check(CVT::BMibImpl& group, unsigned int requestId, Request* requests);
-    /// Stops at the first that cannot be written: the library continues with the undo phase.
-    static void Commit(Request* requests);
-    static void UndoAndRelease(Request* requests);
-    static void Release(Request* requests);
+    enum class Phase {
+        kCommit,
+        kUndo,  ///< what was committed; and release
+        kRelease
+    };
+    struct Part {
+        CVT::BMibImpl* group;
+        CVT::BVarBind varBind;  ///< the name and the new value
+    };
+    struct Result {
+        int status;          ///< noError, or the error-status of the varbind that stopped the phase
+        unsigned int index;  ///< its place in the transaction, from 1; 0 without an error
+    };
+    /// Called once, at the end of the phase, unless the transaction is abandoned before. May be empty.
+    using Done = std::function<void(Result)>;
 
-    /// Releases what any request has checked and not released: its master will not continue it.
+    explicit SetTransactions(GroupWorkers& workers);
+    ~SetTransactions();
+    SetTransactions(const SetTransactions&) = delete;
+    SetTransactions& operator=(const SetTransactions&) = delete;
+
+    /// How many SETs may be under way.
+    static constexpr std::size_t kMost = 100;
+
+    /// Begins a transaction and checks its parts, up to the first that is refused. A transaction that is checked again
+    /// gets the result of its first check; if its parts differ, it is undone, what it still owes an answer fails, and a
+    /// new one begins.
+    void Check(Number number, const std::shared_ptr<const CVT::BRequest>& request, std::vector<Part> parts, Done done);
+    /// Carries out another phase. kUndo and kRelease end the transaction. Returns false, without a call of `done`, when
+    /// there is none of this number.
+    bool Continue(Number number, Phase phase, Done done);
+    /// The master will continue none of them: what was committed is undone, and all are released.
+    void AbandonAll();
+
+    /// Call it when a call of the workers is done. May call Done. Returns whether a phase is over.
+    bool GoOn();
+    /// Whether a phase that concerns this group has begun and is not over.
+    bool IsUnderWay(const CVT::BMibImpl& group) const;
+
+    /// Undoes and releases what is left, without workers: they must have ended.
     void ReleaseAll();
 
 private:
-    using Cell = std::shared_ptr<CVT::BSetCell>;
-    /// A varbind of a request: the number of its transaction, and the varbind's place.
-    using Place = std::pair<long, int>;
-    /// The cells that are checked and not released. An AgentX master whose request timed out sends the check again, as
-    /// another request of the same transaction. A master that has gone leaves requests that the library does not drop.
-    using LiveCells = std::map<Place, Cell>;
-    struct HeldCell;
+    struct Transaction;
+    struct Step;
+    struct PhaseCall;
+    using Place = std::list<std::shared_ptr<Transaction>>::iterator;
 
-    static HeldCell* CellOf(Request& request);
-    CVT::BSetCell& MakeCell(CVT::BMibImpl& group, unsigned int requestId, Request& request);
+    Place Find(Number number);
+    void Supersede(const std::shared_ptr<Transaction>& transaction);
+    void Abandon(Transaction& transaction);
+    bool Advance(const std::shared_ptr<Transaction>& transaction);
+    void RemoveEnded();
 
-    const std::shared_ptr<LiveCells> m_live = std::make_shared<LiveCells>();
+    GroupWorkers& m_workers;
+    std::list<std::shared_ptr<Transaction>> m_transactions;  // also those that are abandoned and not yet undone
 };
 
 }  // namespace cvtagentd

@@ -5,13 +5,15 @@
 #include <vector>
 
 #include "agent/cvtagentd/process/StartError.h"
+#include "agent/cvtagentd/requests/LibrarySets.h"
+#include "agent/cvtagentd/requests/RequestIds.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/VarBinds.h"
 
 namespace cvtagentd {
 
-SubtreeHandler::SubtreeHandler(CVT::BMibImpl& group, Requests& requests)
-    : m_group(group), m_requests(requests), m_reader(group) {
+SubtreeHandler::SubtreeHandler(CVT::BMibImpl& group, DelegatedRequests& delegated)
+    : m_group(group), m_delegated(delegated), m_reader(group) {
     const std::vector<oid> root(group.Oid().Arcs().begin(), group.Oid().Arcs().end());
     m_registration =
         ::netsnmp_create_handler_registration(group.Name().c_str(), &SubtreeHandler::OnRequests, root.data(),
@@ -38,42 +40,39 @@ int SubtreeHandler::OnRequests(netsnmp_mib_handler* handler, netsnmp_handler_reg
     return SNMP_ERR_NOERROR;
 }
 
-void SubtreeHandler::Answer(DelegatedRequests::Position position) {
-    const std::shared_ptr<const CVT::BRequest> request = m_requests.ids.Of(*position.info);
+void SubtreeHandler::Answer(const LibraryReadTask::Position& position) {
+    std::shared_ptr<const CVT::BRequest> request = RequestIds::Of(*position.info);
     switch (position.info->mode) {
         case MODE_GET:
         case MODE_GETNEXT:
-        case MODE_GETBULK: Read(request, position); break;
+        case MODE_GETBULK: Read(position, std::move(request)); break;
         case MODE_SET_RESERVE1: CheckSet(request->Id(), position.requests); break;
-        case MODE_SET_ACTION: SetTransactions::Commit(position.requests); break;
-        case MODE_SET_UNDO: SetTransactions::UndoAndRelease(position.requests); break;
+        case MODE_SET_ACTION: LibrarySets::Commit(position.requests); break;
+        case MODE_SET_UNDO: LibrarySets::UndoAndRelease(position.requests); break;
         case MODE_SET_COMMIT:
-        case MODE_SET_FREE: SetTransactions::Release(position.requests); break;
+        case MODE_SET_FREE: LibrarySets::Release(position.requests); break;
         default: break;
     }
 }
 
-void SubtreeHandler::Read(const std::shared_ptr<const CVT::BRequest>& request, DelegatedRequests::Position position) {
-    std::shared_ptr<GroupCall> call;
-    const GroupReader::Outcome outcome =
-        m_reader.Begin({*position.info, request, position.requests, call}, m_requests.delegated.HowToWait(),
-                       m_requests.delegated.SliceOf(request->Id()));
-    if (outcome != GroupReader::Outcome::kDone) {
-        m_requests.delegated.Add({&m_reader, request, std::move(call)}, position);
+void SubtreeHandler::Read(const LibraryReadTask::Position& position, std::shared_ptr<const CVT::BRequest> request) {
+    LibraryReadTask task(position, std::move(request));
+    std::shared_ptr<ReadCall> call;
+    if (m_reader.GoOn(task, call, m_delegated.SliceOf(task.Request()->Id())) != GroupReader::Outcome::kDone) {
+        m_delegated.Add({&m_reader, std::make_unique<LibraryReadTask>(task), std::move(call)});
     }
 }
 
 /// The lock is recursive, and held until all are checked, so that no other thread takes it in between for long.
 void SubtreeHandler::CheckSet(unsigned int requestId, Request* requests) CVT_NO_THREAD_SAFETY_ANALYSIS {
     CVT::TMutex& lock = m_group.RequestLock();
-    const bool mayWait = m_requests.delegated.HowToWait() != GroupReader::Wait::kNever;
-    if (lock.Wait(mayWait ? CVT::kWaitForever : 0) != CVT::kWaitSignalled) {
+    if (lock.Wait(0) != CVT::kWaitSignalled) {
         VarBinds::Refuse(*requests, CVT::resourceUnavailable);
         return;
     }
     const CVT::TMutex::Guard held(lock);
     lock.Done();
-    m_requests.sets.Check(m_group, requestId, requests);
+    LibrarySets::Check(m_group, requestId, requests);
 }
 
 }  // namespace cvtagentd

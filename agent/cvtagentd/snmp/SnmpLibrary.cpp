@@ -34,7 +34,7 @@ void SetText(int name, const char* text) { ::netsnmp_ds_set_string(NETSNMP_DS_LI
 
 }  // namespace
 
-SnmpLibrary::SnmpLibrary(const Setup& setup) {
+SnmpLibrary::SnmpLibrary(const Setup& setup) : m_isAgent(setup.isAgent) {
     SetUp(setup);
     const LibraryLog::Collector collector;
     const CrashMessage onCrash(
@@ -42,7 +42,11 @@ SnmpLibrary::SnmpLibrary(const Setup& setup) {
             ": this file crashes the SNMP library; look for an unfinished line, such as a createUser with a type "
             "but no passphrase after it",
         setup.crashStatus);
-    ::init_agent(kApplication);
+    if (m_isAgent) {
+        ::init_agent(kApplication);
+    } else {
+        ::init_agent_read_config(kApplication);
+    }
     if (setup.beforeConfiguration) {
         setup.beforeConfiguration();
     }
@@ -85,7 +89,9 @@ void SnmpLibrary::SetUp(const Setup& setup) {
 
 SnmpLibrary::~SnmpLibrary() {
     ::snmp_shutdown(kApplication);
-    ::shutdown_agent();
+    if (m_isAgent) {
+        ::shutdown_agent();
+    }
 }
 
 std::vector<std::string> SnmpLibrary::ConfiguredAddresses() {

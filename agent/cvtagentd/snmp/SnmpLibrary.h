@@ -29,6 +29,7 @@ public:
         /// callbacks.
         std::function<void()> beforeConfiguration = {};
         int crashStatus = ExitStatus::kConfig;  ///< of this process, if the configuration crashes the library
+        bool isAgent = true;                    ///< otherwise the library only reads the configuration
     };
 
     /// Throws StartError when the state is damaged and no backup can take its place.
@@ -55,6 +56,7 @@ public:
 private:
     static void SetUp(const Setup& setup);
 
+    const bool m_isAgent;
     std::vector<LibraryLog::Message> m_messages;
 };
 

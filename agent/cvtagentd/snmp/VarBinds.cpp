@@ -21,14 +21,14 @@ struct WideOid {
     std::size_t length;
 };
 
-void Narrow(const oid* arcs, std::size_t count, CVT::BObjectIdentifier& to) {
+}  // namespace
+
+void VarBinds::Narrow(const unsigned long* arcs, std::size_t count, CVT::BObjectIdentifier& to) {
     std::array<unsigned int, CVT::BObjectIdentifier::kMaxArcs> narrow;
     count = std::min(count, narrow.size());
     std::transform(arcs, arcs + count, narrow.begin(), [](oid arc) { return static_cast<unsigned int>(arc); });
     to.Set(std::span(narrow.data(), count));
 }
-
-}  // namespace
 
 void VarBinds::ReadName(const variable_list& from, CVT::BObjectIdentifier& name) {
     Narrow(from.name, from.name_length, name);
@@ -92,11 +92,6 @@ bool VarBinds::WriteValue(const CVT::BVarBind& from, variable_list& to) {
         }
         default: return false;
     }
-}
-
-bool VarBinds::IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength) {
-    const auto arcs = name.Arcs();
-    return std::lexicographical_compare(arcs.begin(), arcs.end(), end, end + endLength);
 }
 
 bool VarBinds::IsIn(const CVT::BObjectIdentifier& subtree, const unsigned long* arcs, unsigned long length) {

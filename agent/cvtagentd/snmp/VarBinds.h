@@ -26,8 +26,8 @@ bool WriteValue(const CVT::BVarBind& from, variable_list& to);
 /// Sets the error-status of a request; genErr if `status` is not an error-status.
 void Refuse(netsnmp_request_info_s& request, int status);
 
-/// Whether `name` comes before an OID in the library's format.
-bool IsBefore(const CVT::BObjectIdentifier& name, const unsigned long* end, unsigned long endLength);
+/// Converts an OID in the library's format.
+void Narrow(const unsigned long* arcs, std::size_t count, CVT::BObjectIdentifier& to);
 /// Whether an OID in the library's format lies in a subtree, or is its root.
 bool IsIn(const CVT::BObjectIdentifier& subtree, const unsigned long* arcs, unsigned long length);
 /// Whether the sender of a message may see this instance.

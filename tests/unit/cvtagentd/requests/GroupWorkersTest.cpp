@@ -54,8 +54,8 @@ protected:
     }
     void TearDown() override { EXPECT_TRUE(m_workers.End(60'000)); }
 
-    static std::shared_ptr<GroupCall> Reading(CVT::BMibImpl& group, CVT::EReading what = CVT::EReading::Get) {
-        auto call = std::make_shared<GroupCall>(group, std::make_shared<const CVT::BRequest>(), what);
+    static std::shared_ptr<ReadCall> Reading(CVT::BMibImpl& group, CVT::EReading what = CVT::EReading::Get) {
+        auto call = std::make_shared<ReadCall>(group, std::make_shared<const CVT::BRequest>(), what);
         call->varBind.name.AssignFromDottedDecimalStr("1.3.6.1.4.1.32473.8");
         if (what == CVT::EReading::Get) {
             call->varBind.name.Append(1);

@@ -1,0 +1,105 @@
+#include "agent/cvtagentd/agentx/MasterSocket.h"
+
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "agent/cvtagentd/process/StartError.h"
+
+namespace cvtagentd {
+
+MasterSocket::MasterSocket() : m_epoll(::epoll_create1(EPOLL_CLOEXEC)) {
+    if (m_epoll < 0) {
+        throw StartError("no file descriptor is left; raise the limit (ulimit -n)");
+    }
+}
+
+MasterSocket::~MasterSocket() {
+    Close();
+    ::close(m_epoll);
+}
+
+int MasterSocket::Connect(const MasterAddress& address) {
+    m_socket = ::socket(address.Get()->sa_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (m_socket < 0) {
+        return errno;
+    }
+    const bool isDone = ::connect(m_socket, address.Get(), address.Length()) == 0;
+    int error = isDone ? 0 : errno;
+    epoll_event event{};
+    event.events = isDone ? EPOLLIN : EPOLLOUT;
+    if ((isDone || error == EINPROGRESS) && ::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_socket, &event) == 0) {
+        m_state = isDone ? State::kConnected : State::kConnecting;
+        m_watchesOutput = !isDone;
+        return 0;
+    }
+    error = error == 0 || error == EINPROGRESS ? errno : error;
+    Close();
+    return error;
+}
+
+int MasterSocket::Connected() {
+    pollfd writable{m_socket, POLLOUT, 0};
+    if (::poll(&writable, 1, 0) == 0) {
+        return EINPROGRESS;
+    }
+    int error = 0;
+    socklen_t length = sizeof error;
+    if (::getsockopt(m_socket, SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
+        error = errno;
+    }
+    if (error == 0) {
+        m_state = State::kConnected;
+        WatchOutput(false);
+    }
+    return error;
+}
+
+bool MasterSocket::Receive(std::string& to) {
+    const ssize_t count = ::recv(m_socket, m_received.data(), m_received.size(), MSG_DONTWAIT);
+    if (count > 0) {
+        to.append(m_received.data(), static_cast<std::size_t>(count));
+    }
+    return count > 0 || (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR));
+}
+
+bool MasterSocket::Flush() {
+    std::size_t sent = 0;
+    bool isLost = false;
+    while (sent < m_output.size()) {
+        const ssize_t count =
+            ::send(m_socket, m_output.data() + sent, m_output.size() - sent, MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (count < 0) {
+            isLost = errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
+            break;
+        }
+        sent += static_cast<std::size_t>(count);
+    }
+    m_output.erase(0, sent);
+    WatchOutput(!m_output.empty());
+    return !isLost;
+}
+
+void MasterSocket::WatchOutput(bool on) {
+    if (on == m_watchesOutput) {
+        return;
+    }
+    epoll_event event{};
+    event.events = on ? EPOLLIN | EPOLLOUT : EPOLLIN;
+    ::epoll_ctl(m_epoll, EPOLL_CTL_MOD, m_socket, &event);
+    m_watchesOutput = on;
+}
+
+void MasterSocket::Close() {
+    if (m_socket >= 0) {
+        ::close(m_socket);  // and so leaves m_epoll
+    }
+    m_socket = -1;
+    m_state = State::kClosed;
+    m_output.clear();
+}
+
+}  // namespace cvtagentd
