@@ -1,0 +1,367 @@
+// What a subagent answers to a master, message by message: search ranges, contexts, identifiers, faults.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "agent/cvtagentd/agentx/Pdu.h"
+#include "tests/agent/AgentXTest.h"
+#include "tests/agent/ScriptedMaster.h"
+
+namespace agent_test {
+namespace {
+
+using cvtagentd::Pdu;
+using cvtagentd::PduType;
+
+CVT::BObjectIdentifier Name(const std::string& dotted) {
+    return CVT::BObjectIdentifier(CVT::BString(dotted.substr(dotted.front() == '.' ? 1 : 0).c_str()));
+}
+
+class AgentXProtocolTest : public AgentXTest {
+protected:
+    void StartServing(const Arguments& settings = {}) {
+        Start({"--module", kTestModule}, settings, "");
+        m_script.TakeAgent(kSubtrees);
+    }
+
+    static Pdu Request(PduType type, std::uint32_t transaction = 1) {
+        Pdu pdu;
+        pdu.header.type = type;
+        pdu.header.flags = 0;
+        pdu.header.session = ScriptedMaster::kSession;
+        pdu.header.transaction = transaction;
+        return pdu;
+    }
+    static void AddRange(Pdu& pdu, const std::string& start, const std::string& end = "", bool includesStart = false) {
+        pdu.ranges.push_back({Name(start), includesStart, end.empty() ? CVT::BObjectIdentifier() : Name(end)});
+    }
+    static void AddInteger(Pdu& pdu, const std::string& name, int value) {
+        CVT::BVarBind& varBind = pdu.varBinds.emplace_back();
+        varBind.name = Name(name);
+        varBind.type = CVT::kInteger;
+        varBind.integer = value;
+    }
+
+    std::uint32_t Send(Pdu pdu) {
+        pdu.header.packet = ++m_packet;
+        std::string octets;
+        pdu.AppendTo(octets);
+        m_script.SendOctets(octets);
+        return m_packet;
+    }
+    /// The agent's next message that is no question; those are answered.
+    Pdu Read() {
+        for (;;) {
+            const auto message = m_script.Receive(20000);
+            if (!message) {
+                throw std::runtime_error("the agent does not answer");
+            }
+            Pdu pdu;
+            const std::string octets = message->octets.Message(
+                {1, message->type, 0, message->session, message->transaction, message->packet}, message->payload);
+            EXPECT_EQ(Pdu::Decode(octets, pdu), cvtagentd::PduError::kNone);
+            if (pdu.header.type == PduType::kResponse || pdu.header.type == PduType::kClose) {
+                return pdu;
+            }
+            m_asked.push_back(pdu);
+            m_script.Answer(*message);
+        }
+    }
+    Pdu Ask(const Pdu& pdu) {
+        const std::uint32_t packet = Send(pdu);
+        const Pdu answer = Read();
+        EXPECT_EQ(answer.header.type, PduType::kResponse);
+        EXPECT_EQ(answer.header.packet, packet);
+        EXPECT_EQ(answer.header.transaction, pdu.header.transaction);
+        return answer;
+    }
+
+    /// "name = value" for each varbind of a response, or the error and its index.
+    static std::vector<std::string> Lines(const Pdu& response) {
+        if (response.error != 0) {
+            return {"error " + std::to_string(response.error) + " at " + std::to_string(response.index)};
+        }
+        std::vector<std::string> lines;
+        for (const CVT::BVarBind& varBind : response.varBinds) {
+            std::string value;
+            switch (varBind.type) {
+                case CVT::kInteger: value = std::to_string(varBind.integer); break;
+                case CVT::kOctetString: value = '"' + std::string(varBind.octets.View()) + '"'; break;
+                case CVT::kNoSuchObject: value = "no such object"; break;
+                case CVT::kNoSuchInstance: value = "no such instance"; break;
+                case CVT::kEndOfMibView: value = "end"; break;
+                default: value = std::to_string(varBind.number);
+            }
+            lines.push_back("." + std::string(varBind.name.ToString().View()) + " = " + value);
+        }
+        return lines;
+    }
+    using AreLines = std::vector<std::string>;
+
+    unsigned int Identifier(std::uint32_t transaction) {
+        Pdu get = Request(PduType::kGet, transaction);
+        AddRange(get, kValues + "11.0");
+        return Ask(get).varBinds.at(0).number;
+    }
+
+    static constexpr int kSubtrees = 4;
+    ScriptedMaster m_script{m_master};
+    std::vector<Pdu> m_asked;  // by the agent, while it was to answer
+
+private:
+    std::uint32_t m_packet = 5000;
+};
+
+TEST_F(AgentXProtocolTest, AGetTellsObjectsInstancesAndValues) {
+    StartServing();
+    Pdu get = Request(PduType::kGet);
+    AddRange(get, kValues + "1.0");
+    AddRange(get, kValues + "1.1");
+    AddRange(get, kValues + "99.0");
+    AddRange(get, ".1.3.6.1.4.1.32473.7.1.0");
+    AddRange(get, kInner + "2.7.5");
+    EXPECT_EQ(Lines(Ask(get)),
+              (AreLines{kValues + "1.0 = 1", kValues + "1.1 = no such instance", kValues + "99.0 = no such object",
+                        ".1.3.6.1.4.1.32473.7.1.0 = no such object", kInner + "2.7.5 = 75"}));
+}
+
+TEST_F(AgentXProtocolTest, ASearchBeginsWithItsStartOnlyWhenToldTo) {
+    StartServing();
+    Pdu next = Request(PduType::kGetNext);
+    AddRange(next, kValues + "1.0");
+    AddRange(next, kValues + "1.0", "", true);
+    AddRange(next, kInner + "2.2", "", true);
+    AddRange(next, kInner + "2.3", "", true);
+    AddRange(next, kInner.substr(0, kInner.size() - 3), "", true);  // the root of a subtree
+    EXPECT_EQ(Lines(Ask(next)), (AreLines{kValues + "2.0 = \"first\"", kValues + "1.0 = 1", kInner + "2.2 = 20",
+                                          kInner + "2.7.5 = 75", kInner + "2.1 = 10"}));
+}
+
+TEST_F(AgentXProtocolTest, ASearchStopsBeforeItsEndAndThenKeepsItsStart) {
+    StartServing();
+    Pdu next = Request(PduType::kGetNext);
+    AddRange(next, kValues + "1.0", kValues + "2.0");
+    AddRange(next, kValues + "1.0", kValues + "2.0.1");
+    AddRange(next, kOuter + "1.0", kInner + "2.1");
+    AddRange(next, kOuter + "1.0", kInner + "2.2");
+    AddRange(next, kOuter + "5.0");
+    EXPECT_EQ(Lines(Ask(next)), (AreLines{kValues + "1.0 = end", kValues + "2.0 = \"first\"", kOuter + "1.0 = end",
+                                          kInner + "2.1 = 10", kOuter + "5.0 = end"}));
+}
+
+TEST_F(AgentXProtocolTest, ASearchGoesOnInTheNextSubtreeAndComesBackToTheOuterOne) {
+    StartServing();
+    Pdu next = Request(PduType::kGetNext);
+    AddRange(next, kValues + "99");
+    AddRange(next, kOuter + "1.0");
+    AddRange(next, kInner + "4.7.5");
+    EXPECT_EQ(Lines(Ask(next)), (AreLines{kOuter + "1.0 = 1", kInner + "2.1 = 10", kOuter + "5.0 = 1"}));
+}
+
+TEST_F(AgentXProtocolTest, AGetBulkIsAnsweredRowByRowAcrossSubtrees) {
+    StartServing();
+    Pdu bulk = Request(PduType::kGetBulk);
+    bulk.nonRepeaters = 1;
+    bulk.maxRepetitions = 3;
+    AddRange(bulk, kValues + "1");
+    AddRange(bulk, kOuter + "1");
+    AddRange(bulk, kInner + "2.2", kInner + "4.1");
+    EXPECT_EQ(Lines(Ask(bulk)),
+              (AreLines{kValues + "1.0 = 1", kOuter + "1.0 = 1", kInner + "2.7.5 = 75", kInner + "2.1 = 10",
+                        kInner + "2.7.5 = end", kInner + "2.2 = 20", kInner + "2.7.5 = end"}));
+}
+
+TEST_F(AgentXProtocolTest, AGetBulkEndsWithTheRowInWhichAllColumnsHaveEnded) {
+    StartServing();
+    Pdu bulk = Request(PduType::kGetBulk);
+    bulk.maxRepetitions = 100;
+    AddRange(bulk, kInner + "2.1", kInner + "3");
+    AddRange(bulk, kInner + "2.2", kInner + "3");
+    EXPECT_EQ(Lines(Ask(bulk)), (AreLines{kInner + "2.2 = 20", kInner + "2.7.5 = 75", kInner + "2.7.5 = 75",
+                                          kInner + "2.7.5 = end", kInner + "2.7.5 = end", kInner + "2.7.5 = end"}));
+}
+
+TEST_F(AgentXProtocolTest, AnErrorNamesTheFirstRangeThatHasIt) {
+    StartServing();
+    Pdu get = Request(PduType::kGet);
+    AddRange(get, kValues + "1.0");
+    AddRange(get, kFailures + "1.0");
+    EXPECT_EQ(Lines(Ask(get)), (AreLines{"error 13 at 2"}));
+}
+
+TEST_F(AgentXProtocolTest, OnlyTheDefaultContextIsServed) {
+    StartServing();
+    Pdu get = Request(PduType::kGet);
+    AddRange(get, kValues + "1.0");
+    get.header.flags |= cvtagentd::kNonDefaultContext;
+    get.context = "other";
+    EXPECT_EQ(Ask(get).error, cvtagentd::kUnsupportedContext);
+    Pdu test = Request(PduType::kTestSet);
+    AddInteger(test, kValues + "1.0", 7);
+    test.header.flags |= cvtagentd::kNonDefaultContext;
+    test.context = "other";
+    EXPECT_EQ(Ask(test).error, cvtagentd::kUnsupportedContext);
+}
+
+TEST_F(AgentXProtocolTest, AnswersInTheByteOrderOfTheRequest) {
+    StartServing();
+    for (const std::uint8_t order : {std::uint8_t{0}, std::uint8_t{cvtagentd::kNetworkByteOrder}}) {
+        Pdu get = Request(PduType::kGet);
+        get.header.flags = order;
+        AddRange(get, kInner + "2.7.5");
+        const Pdu answer = Ask(get);
+        EXPECT_EQ(answer.header.flags & cvtagentd::kNetworkByteOrder, order);
+        EXPECT_EQ(Lines(answer), (AreLines{kInner + "2.7.5 = 75"}));
+    }
+}
+
+TEST_F(AgentXProtocolTest, PartsOfTwoRequestsThatOverlapKeepTheirIdentifiers) {
+    StartServing();
+    const unsigned int first = Identifier(1);
+    const unsigned int second = Identifier(2);
+    EXPECT_LT(first, second);
+    EXPECT_EQ(Identifier(1), first);
+    EXPECT_EQ(Identifier(2), second);
+    m_script.Disconnect();
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_LT(second, Identifier(1));
+}
+
+TEST_F(AgentXProtocolTest, ASlowSetHoldsUpOnlyItsOwnGroup) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 17);  // its check takes more than a second
+    const std::uint32_t slow = Send(test);
+    Pdu same = Request(PduType::kGet, 2);
+    AddRange(same, kValues + "1.0");
+    const std::uint32_t waits = Send(same);
+    Pdu other = Request(PduType::kGet, 3);
+    AddRange(other, kInner + "2.1");
+    const std::uint32_t quick = Send(other);
+    std::vector<std::uint32_t> order;
+    for (int answers = 0; answers < 3; ++answers) {
+        order.push_back(Read().header.packet);
+    }
+    EXPECT_EQ(order, (std::vector<std::uint32_t>{quick, slow, waits}));
+}
+
+TEST_F(AgentXProtocolTest, AVarBindThatNoGroupHasIsRefusedAndNothingIsChecked) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 7);
+    AddInteger(test, ".1.3.6.1.4.1.32473.7.1.0", 7);
+    EXPECT_EQ(Lines(Ask(test)), (AreLines{"error 17 at 2"}));
+    Pdu get = Request(PduType::kGet, 2);
+    AddRange(get, kValues + "10.0");
+    EXPECT_EQ(Lines(Ask(get)), (AreLines{kValues + "10.0 = \"\""}));
+}
+
+TEST_F(AgentXProtocolTest, APhaseWithoutACheckIsAnError) {
+    StartServing();
+    EXPECT_EQ(Ask(Request(PduType::kCommitSet, 9)).error, cvtagentd::kProcessingError);
+    EXPECT_EQ(Ask(Request(PduType::kUndoSet, 9)).error, cvtagentd::kProcessingError);
+}
+
+TEST_F(AgentXProtocolTest, ACheckWithOtherValuesUndoesTheOneBefore) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 7);
+    EXPECT_EQ(Ask(test).error, 0);
+    EXPECT_EQ(Ask(Request(PduType::kCommitSet, 1)).error, 0);
+    test.varBinds.front().integer = 8;
+    EXPECT_EQ(Ask(test).error, 0);
+    EXPECT_EQ(Ask(Request(PduType::kUndoSet, 1)).error, 0);
+    Pdu get = Request(PduType::kGet, 2);
+    AddRange(get, kValues + "1.0");
+    AddRange(get, kValues + "10.0");
+    const Pdu answer = Ask(get);
+    EXPECT_EQ(answer.varBinds.at(0).integer, 1);
+    const std::string record(answer.varBinds.at(1).octets.View());
+    EXPECT_EQ(Count(record, "commit level"), Count(record, "undo level")) << record;
+    EXPECT_EQ(Count(record, "check level"), 2) << record;
+    EXPECT_EQ(Count(record, "release level"), 2) << record;
+}
+
+TEST_F(AgentXProtocolTest, AMalformedRequestIsAnsweredAndTheSessionGoesOn) {
+    StartServing();
+    const auto& order = ScriptedMaster::kHostOrder;
+    m_script.Send(ScriptedMaster::kGet, 1, order.Word(200));  // a name of 200 arcs that are not there
+    EXPECT_EQ(m_script.ReadError(), cvtagentd::kParseError);
+    m_script.Send(ScriptedMaster::kOpen, 2);
+    EXPECT_EQ(m_script.ReadError(), cvtagentd::kParseError);
+    EXPECT_EQ(m_script.GetNumber({1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0}, 3), 1U);
+    EXPECT_EQ(InLog("lost the connection"), 0) << Log();
+}
+
+TEST_F(AgentXProtocolTest, WhatIsNoMessageClosesTheSessionWithItsReason) {
+    StartServing();
+    m_script.SendOctets(std::string(64, '\x7F'));
+    const Pdu last = Read();
+    EXPECT_EQ(last.header.type, PduType::kClose);
+    EXPECT_EQ(last.reason, cvtagentd::PduCloseReason::kParseError);
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_EQ(m_script.GetNumber({1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0}, 3), 1U);
+}
+
+TEST_F(AgentXProtocolTest, AnotherSessionIsNotOpen) {
+    StartServing();
+    Pdu get = Request(PduType::kGet);
+    get.header.session = ScriptedMaster::kSession + 1;
+    AddRange(get, kValues + "1.0");
+    EXPECT_EQ(Ask(get).error, cvtagentd::kNotOpen);
+}
+
+TEST_F(AgentXProtocolTest, AMasterThatClosesTheSessionIsConnectedToAgain) {
+    StartServing();
+    m_script.Send(ScriptedMaster::kClose, 0, std::string("\5\0\0\0", 4));
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_EQ(m_script.GetNumber({1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0}, 3), 1U);
+}
+
+TEST_F(AgentXProtocolTest, NamesItsMibsForTheMastersSysOrTable) {
+    Start({"--module", kMainModule}, {}, "");
+    m_script.Accept();
+    std::vector<std::string> named;
+    for (int registered = 0; registered < 15;) {
+        const auto message = m_script.Receive(20000);
+        ASSERT_TRUE(message.has_value()) << Log();
+        registered += message->type == ScriptedMaster::kRegister ? 1 : 0;
+        if (message->type == ScriptedMaster::kAddAgentCaps) {
+            const std::string octets = message->octets.Message({1, message->type, 0, 0, 0, 0}, message->payload);
+            Pdu pdu;
+            ASSERT_EQ(Pdu::Decode(octets, pdu), cvtagentd::PduError::kNone);
+            named.push_back(pdu.description + " at " + std::string(pdu.name.ToString().View()));
+        }
+        m_script.Answer(*message);
+    }
+    EXPECT_EQ(named, (std::vector<std::string>{"HOST-RESOURCES-MIB at 1.3.6.1.2.1.25"}));
+}
+
+TEST_F(AgentXProtocolTest, AsksWhetherASilentMasterIsStillThere) {
+    StartServing();
+    for (;;) {
+        const auto message = m_script.Receive(20000);
+        ASSERT_TRUE(message.has_value());
+        if (message->type == ScriptedMaster::kPing) {
+            break;
+        }
+        m_script.Answer(*message);
+    }
+    ASSERT_TRUE(Agent().WaitForOutput("lost the connection")) << Log();  // as the ping is not answered
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_NE(Identifier(1), 0U);
+}
+
+TEST_F(AgentXProtocolTest, ClosesTheSessionWhenItEnds) {
+    StartServing();
+    ASSERT_TRUE(Agent().WaitForOutput("ready after")) << Log();
+    Agent().Signal(SIGTERM);
+    const Pdu last = Read();
+    EXPECT_EQ(last.header.type, PduType::kClose);
+    EXPECT_EQ(last.reason, cvtagentd::PduCloseReason::kShutdown);
+    EXPECT_EQ(Agent().Wait(), 0) << Log();
+}
+
+}  // namespace
+}  // namespace agent_test
