@@ -180,6 +180,8 @@ protected:
     /// Ends the connection if it lasts, and takes the agent's next one. Every undo cell must have been released.
     void Reconnect() {
         m_script.Disconnect();
+        m_asked.clear();
+        m_mayAnswerAnything = false;
         for (int tries = 0; tries < 5; ++tries) {
             try {
                 m_script.TakeAgent(kSubtrees);
@@ -193,35 +195,35 @@ protected:
 
     /// Sends some messages and takes the answers to them. Returns false when the agent has closed the connection.
     bool SendSome(std::uint64_t first, std::uint64_t end) {
-        std::map<std::uint32_t, bool> asked;  // by the packet; whether it must be answered
         bool mayClose = false;
-        bool mayAnswerAnything = false;
         try {
             for (std::uint64_t number = first; number < end; ++number) {
                 Dice dice(m_seed * 1000003 + number);
                 const auto packet = static_cast<std::uint32_t>(kFirstPacket + number % 0x1000000);
                 const AnyMessage message(dice, packet);
-                asked[packet] = message.IsAnswered();
+                m_asked[packet] = message.IsAnswered();
                 mayClose = mayClose || !message.IsGood();
-                mayAnswerAnything = mayAnswerAnything || !message.HasItsPacket();
+                m_mayAnswerAnything = m_mayAnswerAnything || !message.HasItsPacket();
                 m_script.SendOctets(message.Octets());
             }
             m_script.SendGet(kRecord, kProbe);
-            return TakeAnswers(asked, mayAnswerAnything);
+            TakeAnswers();
+            return true;
         } catch (const Master::Disconnected&) {
             EXPECT_TRUE(mayClose) << "the agent has closed the connection after good messages";
             return false;
         }
     }
-    /// Until the last request sent is answered, and every other one that must be.
-    bool TakeAnswers(std::map<std::uint32_t, bool>& asked, bool mayAnswerAnything) {
+    /// Until the last request sent is answered, and every other one that must be. What need not be answered may be
+    /// answered later.
+    void TakeAnswers() {
         const auto isAwaited = [](const auto& one) { return one.second; };
         bool isProbed = false;
-        while (!isProbed || std::any_of(asked.begin(), asked.end(), isAwaited)) {
+        while (!isProbed || std::any_of(m_asked.begin(), m_asked.end(), isAwaited)) {
             const auto message = m_script.Receive(kPatienceMs);
             if (!message) {
                 ADD_FAILURE() << "the agent does not answer " << (isProbed ? "a good request" : "any more");
-                return false;
+                return;
             }
             if (message->type == Master::kClose) {
                 throw Master::Disconnected("the agent has closed the session");
@@ -233,11 +235,10 @@ protected:
             } else {
                 ++m_answers;
                 m_refusals += message->Error() == kParseError ? 1U : 0U;
-                EXPECT_TRUE(asked.erase(message->packet) == 1 || mayAnswerAnything)
+                EXPECT_TRUE(m_asked.erase(message->packet) == 1 || m_mayAnswerAnything)
                     << "an answer to packet " << message->packet << ", which was not asked or is answered already";
             }
         }
-        return true;
     }
 
     /// A message that ends too early, or claims a length that it does not have.
@@ -267,6 +268,8 @@ protected:
 
     ScriptedMaster m_script{m_master};
     std::uint64_t m_seed = Setting("CVHOST_AGENTX_SEED", std::random_device()());
+    std::map<std::uint32_t, bool> m_asked;  // in this session; by the packet: whether it must be answered
+    bool m_mayAnswerAnything = false;
     std::uint64_t m_answers = 0;
     std::uint64_t m_refusals = 0;  // of messages that could not be read
     std::uint64_t m_closed = 0;    // by the agent
