@@ -7,6 +7,7 @@
 //   CVHOST_AGENTX_SEED      the seed of a run that is to be repeated; it is printed when a run fails
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <iostream>
 #include <map>
@@ -89,6 +90,11 @@ public:
     }
 
     const std::string& Octets() const { return m_text; }
+    /// For the log of a failure.
+    std::string Description() const {
+        return "type " + std::to_string(m_header.type) + ", transaction " + std::to_string(m_header.transaction) +
+               ", packet " + std::to_string(m_header.packet);
+    }
     /// Whether the agent must answer it, and without closing the session.
     bool IsAnswered() const { return m_isGood && m_header.type >= Master::kGet && m_header.type <= Master::kUndoSet; }
     bool IsGood() const { return m_isGood; }
@@ -182,10 +188,14 @@ protected:
         m_script.Disconnect();
         m_asked.clear();
         m_mayAnswerAnything = false;
-        for (int tries = 0; tries < 5; ++tries) {
+        for (int attempt = 0; attempt < 5; ++attempt) {
             try {
                 m_script.TakeAgent(kSubtrees);
-                EXPECT_EQ(m_script.GetText(kRecord, kProbe), "0 cells");
+                std::string cells;
+                for (int tries = 0; tries < 2000 && cells != "0 cells"; ++tries) {
+                    cells = m_script.GetText(kRecord, kProbe);
+                }
+                EXPECT_EQ(cells, "0 cells");
                 return;
             } catch (const Master::Disconnected&) {
             }
@@ -201,7 +211,7 @@ protected:
                 Dice dice(m_seed * 1000003 + number);
                 const auto packet = static_cast<std::uint32_t>(kFirstPacket + number % 0x1000000);
                 const AnyMessage message(dice, packet);
-                m_asked[packet] = message.IsAnswered();
+                m_asked[packet] = message.IsAnswered() ? message.Description() : "";
                 mayClose = mayClose || !message.IsGood();
                 m_mayAnswerAnything = m_mayAnswerAnything || !message.HasItsPacket();
                 m_script.SendOctets(message.Octets());
@@ -217,13 +227,18 @@ protected:
     /// Until the last request sent is answered, and every other one that must be. What need not be answered may be
     /// answered later.
     void TakeAnswers() {
-        const auto isAwaited = [](const auto& one) { return one.second; };
+        const auto isAwaited = [](const auto& one) { return !one.second.empty(); };
+        const auto deadline = std::chrono::steady_clock::now() + kPatience;
         bool isProbed = false;
         while (!isProbed || std::any_of(m_asked.begin(), m_asked.end(), isAwaited)) {
-            const auto message = m_script.Receive(kPatienceMs);
-            if (!message) {
-                ADD_FAILURE() << "the agent does not answer " << (isProbed ? "a good request" : "any more");
+            const auto message = m_script.Receive(1000);
+            if (std::chrono::steady_clock::now() >= deadline) {
+                const auto awaited = std::find_if(m_asked.begin(), m_asked.end(), isAwaited);
+                ADD_FAILURE() << "not answered: " << (awaited == m_asked.end() ? "the last GET" : awaited->second);
                 return;
+            }
+            if (!message) {
+                continue;
             }
             if (message->type == Master::kClose) {
                 throw Master::Disconnected("the agent has closed the session");
@@ -260,7 +275,7 @@ protected:
     }
 
     static constexpr int kSubtrees = 4;
-    static constexpr int kPatienceMs = 10000;
+    static constexpr std::chrono::seconds kPatience{10};
     static constexpr int kParseError = 266;
     static constexpr std::uint32_t kProbe = 0x7fffffff;  // a transaction
     static constexpr std::uint32_t kFirstPacket = 0x40000000;
@@ -268,7 +283,7 @@ protected:
 
     ScriptedMaster m_script{m_master};
     std::uint64_t m_seed = Setting("CVHOST_AGENTX_SEED", std::random_device()());
-    std::map<std::uint32_t, bool> m_asked;  // in this session; by the packet: whether it must be answered
+    std::map<std::uint32_t, std::string> m_asked;  // in this session, by the packet; empty: need not be answered
     bool m_mayAnswerAnything = false;
     std::uint64_t m_answers = 0;
     std::uint64_t m_refusals = 0;  // of messages that could not be read

@@ -128,6 +128,7 @@ public:
         if (m_agent >= 0) {
             ::close(m_agent);
             m_agent = -1;
+            m_ahead.clear();
         }
     }
     bool IsConnected() const { return m_agent >= 0; }
@@ -135,13 +136,23 @@ public:
     void Send(Type type, std::uint32_t transaction, const std::string& payload = {}) {
         Write(type, transaction, ++m_packet, payload);
     }
-    /// Sends these octets, which need not be a message.
+    /// Sends these octets, which need not be a message. What the agent sends meanwhile is read, for it may not take more
+    /// before that.
     void SendOctets(std::string_view octets) {
         while (!octets.empty()) {
             TakeFromCut(octets.size());
-            const ssize_t sent = ::send(m_agent, octets.data(), std::min(octets.size(), m_octetsLeft), MSG_NOSIGNAL);
+            pollfd ready{m_agent, POLLIN | POLLOUT, 0};
+            if (::poll(&ready, 1, kPatienceMs) != 1) {
+                throw std::runtime_error("the agent does not read");
+            }
+            if ((ready.revents & POLLOUT) == 0) {
+                ReadAhead();
+                continue;
+            }
+            const ssize_t sent =
+                ::send(m_agent, octets.data(), std::min(octets.size(), m_octetsLeft), MSG_NOSIGNAL | MSG_DONTWAIT);
             if (sent <= 0) {
-                throw Disconnected("the agent does not read");
+                throw Disconnected("the agent has closed the connection");
             }
             octets.remove_prefix(static_cast<std::size_t>(sent));
             m_octetsLeft -= static_cast<std::size_t>(sent);
@@ -181,7 +192,8 @@ public:
     /// The agent's next message; no value when none begins within this time.
     std::optional<Message> Receive(int milliseconds) {
         pollfd waiting{m_agent, POLLIN, 0};
-        return ::poll(&waiting, 1, milliseconds) == 1 ? std::optional(Read()) : std::nullopt;
+        const bool isThere = !m_ahead.empty() || ::poll(&waiting, 1, milliseconds) == 1;
+        return isThere ? std::optional(Read()) : std::nullopt;
     }
     /// Answers a request of the agent. The answer to a response is none.
     void Answer(const Message& message) {
@@ -222,9 +234,20 @@ private:
             throw Disconnected("the connection is cut");
         }
     }
+    void ReadAhead() {
+        std::string octets(std::min<std::size_t>(65536, m_octetsLeft), '\0');
+        const ssize_t more = ::recv(m_agent, octets.data(), octets.size(), 0);
+        if (more <= 0) {
+            throw Disconnected("the agent has closed the connection");
+        }
+        m_ahead.append(octets, 0, static_cast<std::size_t>(more));
+        m_octetsLeft -= static_cast<std::size_t>(more);
+    }
     std::string ReadOctets(std::size_t count) {
         std::string octets(count, '\0');
-        for (std::size_t have = 0; have < count;) {
+        std::size_t have = m_ahead.copy(octets.data(), count);
+        m_ahead.erase(0, have);
+        while (have < count) {
             TakeFromCut(count - have);
             WaitFor(m_agent, kPatienceMs);
             const ssize_t more = ::recv(m_agent, octets.data() + have, std::min(count - have, m_octetsLeft), 0);
@@ -274,6 +297,7 @@ private:
     const std::string m_path;
     int m_listener = -1;
     int m_agent = -1;
+    std::string m_ahead;  // read already
     std::uint32_t m_packet = 0;
     std::uint16_t m_refusal = 0;
     std::size_t m_octetsLeft = kNoCut;

@@ -43,7 +43,7 @@ bool Misbehaves(std::string_view how) {
 /// "check level, commit level, ..." over all groups. The agent serves one request at a time.
 std::string theRecord;
 unsigned int theSetRequest = 0;  // the request that the record's last entry belongs to
-int theCells = 0;                // undo cells that are not released
+std::atomic<int> theCells = 0;   // undo cells that are not released
 
 void Record(ESnmpSetOpCode phase, const char* column, unsigned int requestId) {
     if (Misbehaves("count")) {
@@ -157,7 +157,7 @@ private:
         return SetRecorded(phase, "size", requestId, value, m_size, undo);
     }
     int GetRecord(unsigned int /*requestId*/, CVT::BOctetString& value) {
-        value.Assign(Misbehaves("count") ? std::to_string(theCells) + " cells" : theRecord);
+        value.Assign(Misbehaves("count") ? std::to_string(theCells.load()) + " cells" : theRecord);
         return CVT::noError;
     }
     int GetRequestId(unsigned int requestId, unsigned int& value) {
