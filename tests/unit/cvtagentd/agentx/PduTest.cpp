@@ -369,7 +369,7 @@ TEST_P(PduOrderTest, TakesNamesOfUpTo128Arcs) {
 }
 
 TEST_P(PduOrderTest, WritesTheShortFormOfEachNameThatHasOne) {
-    const auto written = [this](const std::string& dotted) {
+    const auto written = [](const std::string& dotted) {
         Pdu pdu;
         pdu.header.type = PduType::kRemoveAgentCaps;
         pdu.header.flags = GetParam() ? cvtagentd::kNetworkByteOrder : 0;
