@@ -192,7 +192,7 @@ void BM_SleepingModule(benchmark::State& state) {
 }
 
 void BM_ProcessScan(benchmark::State& state) {
-    const Crowd crowd(IsFull() ? 20'000 : 100);
+    const Crowd crowd(IsFull() ? 5'000 : 100);
     state.counters["processes"] = static_cast<double>(crowd.Size());
     const AgentBehindMaster pair;
     MeasureWaits(state, pair, [](Client& client) { client.Walk(kProcesses); });
