@@ -208,10 +208,11 @@ private:
         cvtagentd::Listeners listeners;
         listeners.Listen(m_address);
         Table table(values);
-        cvtagentd::Requests requests(cvtagentd::GroupReader::Wait::kNever);
+        cvtagentd::Requests requests;
+        requests.delegated.OnOver(&::netsnmp_check_outstanding_agent_requests);
         const cvtagentd::EventLoop::Task retries(loop, [&] { return requests.delegated.Retry(); });
-        const cvtagentd::EventLoop::Watch doneCalls(loop, requests.delegated.Descriptor(),
-                                                    [&] { requests.delegated.Woken(); });
+        const cvtagentd::EventLoop::Watch doneCalls(loop, requests.workers.Descriptor(),
+                                                    [&] { requests.workers.Drain(); });
         const cvtagentd::EventLoop::Steady steady(loop);
         const auto keep = [&](const auto& registered) {
             static_cast<void>(registered);
@@ -220,7 +221,7 @@ private:
             }
         };
         if (kind == Kind::kAgent) {
-            keep(cvtagentd::SubtreeHandler(table, requests));
+            keep(cvtagentd::SubtreeHandler(table, requests.delegated));
         } else {
             auto* const registration = ::netsnmp_create_handler_registration(
                 "bare", &FillFromArray, kTable.data(), kTable.size(), HANDLER_CAN_RONLY | HANDLER_CAN_GETBULK);
