@@ -60,6 +60,7 @@ void Subagent::StartServing(ServedModules& modules, EventLoop& loop) {
     m_doneCalls.emplace(loop, requests.workers.Descriptor(), [&] { requests.workers.Drain(); });
     m_work.emplace(loop, [this] { return m_session->Work(); });
     m_messages.emplace(loop, m_session->Descriptor(), [] {});  // Work takes them in the next turn
+    m_steady.emplace(loop);
     WarnOfIgnoredDirectives();
 }
 
@@ -71,6 +72,7 @@ void Subagent::WarnOfIgnoredDirectives() const {
 }
 
 void Subagent::StopServing() {
+    m_steady.reset();
     m_messages.reset();
     m_work.reset();
     m_doneCalls.reset();

@@ -36,6 +36,7 @@ private:
     std::optional<EventLoop::Watch> m_doneCalls;
     std::optional<EventLoop::Task> m_work;
     std::optional<EventLoop::Watch> m_messages;
+    std::optional<EventLoop::Steady> m_steady;
 };
 
 }  // namespace cvtagentd

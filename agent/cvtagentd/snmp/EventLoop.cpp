@@ -190,9 +190,6 @@ EventLoop::Event EventLoop::Wait(std::optional<std::chrono::milliseconds> longes
                 descriptors.Remove(watched.descriptor);
             }
         }
-        if (const auto last = m_last && ready > 1 ? m_last() : std::nullopt; last) {
-            descriptors.Remove(*last);
-        }
         ::snmp_read2(descriptors.Get());
         PauseWhenTableIsFull();
     } else if (ready == 0) {

@@ -23,8 +23,6 @@ public:
 
     /// Returns how long the loop may sleep before the work is due again; no value: until something happens.
     using Work = std::function<std::optional<std::chrono::milliseconds>()>;
-    /// Returns one of the library's descriptors, or no value while there is none.
-    using Descriptor = std::function<std::optional<int>()>;
 
     /// Work that the loop does in each turn before it waits, for as long as this object exists. Tasks run in the order
     /// in which they were made. The loop must outlive them.
@@ -92,10 +90,6 @@ public:
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /// From now on this one of the library's descriptors is served only when no other is ready. An empty function ends
-    /// that.
-    void ServeLast(Descriptor descriptor) { m_last = std::move(descriptor); }
-
     /// Runs the tasks, waits, and serves what has arrived. Returns a signal's event at once, and kNone otherwise.
     Event Turn();
 
@@ -112,7 +106,6 @@ private:
     int m_signals;
     std::list<Work> m_work;
     std::list<Watched> m_watched;
-    Descriptor m_last;
     std::unique_ptr<DescriptorSet> m_steady;  // null: nothing has been promised
     int m_polled = -1;                        // the epoll of m_steady, signals and watches; -1: to be made
     unsigned int m_reads = 0;
