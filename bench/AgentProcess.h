@@ -95,13 +95,14 @@ public:
     Client& operator=(const Client&) = delete;
     ~Client() { ::snmp_sess_close(m_session); }
 
-    /// Whether an answer came.
+    /// Whether a value came.
     bool Get(const Name& name) {
         snmp_pdu* const request = ::snmp_pdu_create(SNMP_MSG_GET);
         ::snmp_add_null_var(request, name.data(), name.size());
         snmp_pdu* response = nullptr;
-        const bool isAnswered =
-            ::snmp_sess_synch_response(m_session, request, &response) == STAT_SUCCESS && response->errstat == 0;
+        const bool isAnswered = ::snmp_sess_synch_response(m_session, request, &response) == STAT_SUCCESS &&
+                                response->errstat == 0 && response->variables != nullptr &&
+                                response->variables->type < SNMP_NOSUCHOBJECT;
         ::snmp_free_pdu(response);
         return isAnswered;
     }
