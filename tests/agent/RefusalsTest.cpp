@@ -26,7 +26,7 @@ protected:
         Start(Arguments{"--module", kTestModule, "--config", WriteConfig(kConfig)} + more);
     }
     void Ask(const Arguments& options, const std::string& client = "snmpget", const Arguments& names = {kSysUpTime}) {
-        Client(client, Arguments{"-t", "0.3", "-r", "0"} + options + Arguments{Udp()} + names);
+        Client(client, Arguments{"-t", "1", "-r", "0"} + options + Arguments{Udp()} + names);
     }
     void AskV3(const std::string& user, const std::string& level, const Arguments& more = {}) {
         Ask(Arguments{"-v3", "-u", user, "-l", level} + more);
