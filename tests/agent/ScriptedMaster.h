@@ -136,8 +136,8 @@ public:
     void Send(Type type, std::uint32_t transaction, const std::string& payload = {}) {
         Write(type, transaction, ++m_packet, payload);
     }
-    /// Sends these octets, which need not be a message. What the agent sends meanwhile is read, for it may not take more
-    /// before that.
+    /// Sends these octets, which need not be a message. What the agent sends meanwhile is read, for it may not take
+    /// more before that.
     void SendOctets(std::string_view octets) {
         while (!octets.empty()) {
             TakeFromCut(octets.size());

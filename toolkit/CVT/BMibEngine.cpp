@@ -22,8 +22,8 @@ BObjectIdentifier EndOf(const BObjectIdentifier& root) {
     return end;
 }
 
-/// Whether the group's next instance after `name` lies at or after the range's end. A failure to read that instance does
-/// not matter here.
+/// Whether the group's next instance after `name` lies at or after the range's end. A failure to read that instance
+/// does not matter here.
 bool NextLiesBehind(const BMibEngine::Range& range, unsigned int requestId, BVarBind name) {
     return range.group->NextInstance(requestId, name) == noError && range.EndsBefore(name.name);
 }

@@ -34,8 +34,8 @@ std::string TakeUnknownDirectives(std::vector<std::string>& faults);
 /// The one line that an agent logs when it does not start because of these faults. There is at least one fault.
 std::string Summary(const std::string& file, const std::vector<std::string>& faults);
 
-/// The result of Faults, with the directive that a misspelled one may mean, what ConfigReview finds in the file, and what
-/// ModuleFiles finds in the folder beside it, in the order of the lines.
+/// The result of Faults, with the directive that a misspelled one may mean, what ConfigReview finds in the file, and
+/// what ModuleFiles finds in the folder beside it, in the order of the lines.
 std::vector<std::string> AllFaults(const std::string& file, const std::vector<LibraryLog::Message>& said);
 
 /// Throws StartError when there are faults, including those of the files in the state directory, which the library has

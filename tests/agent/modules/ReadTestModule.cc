@@ -118,8 +118,8 @@ const CVT::BRqHndlrEntry Table::s_rqhndlrEntries[] = {
     {},
 };
 
-/// 1.3.6.1.4.1.32473.3.3: it has no rows before it is initialised, and holds its lock while it initialises. The log says
-/// when it has begun to wait.
+/// 1.3.6.1.4.1.32473.3.3: it has no rows before it is initialised, and holds its lock while it initialises. The log
+/// says when it has begun to wait.
 class SlowToInitialize final : public Table {
 public:
     SlowToInitialize() : Table("READ-TEST-MIB.slowToInitialize", "1.3.6.1.4.1.32473.3.3", 3) {}
