@@ -32,6 +32,11 @@ public:
     MasterRead& operator=(const MasterRead&) = delete;
 
     const std::shared_ptr<const CVT::BRequest>& Request() const { return m_request; }
+    /// Whether these are the numbers of this request.
+    bool IsFor(const PduHeader& header) const {
+        return header.packet == m_header.packet && header.transaction == m_header.transaction &&
+               header.type == m_header.type;
+    }
 
     /// A group that has to be asked for some of the ranges. Null when there is none by now: they are being asked for,
     /// or wait for a SET to the same group, or all are answered. After a refusal no further group is asked.

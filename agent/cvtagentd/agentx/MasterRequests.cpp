@@ -1,5 +1,6 @@
 #include "agent/cvtagentd/agentx/MasterRequests.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,9 @@ void MasterRequests::Take(const Pdu& pdu) {
         case PduType::kUndoSet: Continue(pdu.header, SetTransactions::Phase::kUndo); break;
         case PduType::kCleanupSet: Continue(pdu.header, SetTransactions::Phase::kRelease); break;
         default: {
+            if (IsUnderWay(pdu.header)) {
+                return;
+            }
             const auto& request = m_ids.Of(pdu.header.transaction, TransactionIds::Clock::now());
             const auto read = std::make_shared<MasterRead>(pdu, request, m_engine);
             Advance(read);
@@ -35,6 +39,11 @@ void MasterRequests::Take(const Pdu& pdu) {
             }
         }
     }
+}
+
+/// A master that loses patience sends its request again under the same numbers: one answer serves both.
+bool MasterRequests::IsUnderWay(const PduHeader& header) const {
+    return std::any_of(m_reads.begin(), m_reads.end(), [&](const auto& read) { return read->IsFor(header); });
 }
 
 /// Asks each group that is next for some of the ranges, until all are answered or wait.

@@ -33,6 +33,7 @@ public:
     std::optional<std::chrono::milliseconds> Expire() { return m_ids.Expire(TransactionIds::Clock::now()); }
 
 private:
+    bool IsUnderWay(const PduHeader& header) const;
     void Advance(const std::shared_ptr<MasterRead>& read);
     void Test(const Pdu& pdu);
     void Continue(const PduHeader& header, SetTransactions::Phase phase);
