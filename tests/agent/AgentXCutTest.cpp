@@ -131,6 +131,29 @@ TEST_F(AgentXCutTest, IsServedAgainWithinTwoSecondsOfTheMastersReturn) {
     std::cout << "served again after " << slowest.count() << " ms at the latest\n";
 }
 
+/// The distribution's master does so every second, and closes the session when too many are not answered in time.
+TEST_F(AgentXCutTest, ARequestThatAnImpatientMasterRepeatsIsAnsweredOnce) {
+    const Master::Oid sleeper{1, 3, 6, 1, 4, 1, 32473, 3, 7, 1, 1, 1};
+    Start({"--module", kReadModule}, {"READ_TEST_SLEEPER=300"}, "");
+    m_script.TakeAgent(1);
+    constexpr std::uint32_t kPacket = 4711;
+    for (int times = 0; times < 3; ++times) {
+        m_script.SendOctets(
+            Master::kHostOrder.Message({1, Master::kGet, 0, Master::kSession, 1, kPacket}, Master::Range(sleeper)));
+    }
+    m_script.SendOctets(
+        Master::kHostOrder.Message({1, Master::kGet, 0, Master::kSession, 2, kPacket + 1}, Master::Range(sleeper)));
+    int answers = 0;
+    for (std::uint32_t packet = 0; packet != kPacket + 1;) {  // the last one is read after all the others
+        const auto message = m_script.Receive(20000);
+        ASSERT_TRUE(message.has_value()) << Log();
+        m_script.Answer(*message);
+        packet = message->type == Master::kResponse ? message->packet : 0;
+        answers += packet == kPacket ? 1 : 0;
+    }
+    EXPECT_EQ(answers, 1);
+}
+
 /// How far a master goes before it stops to answer.
 enum class Stage { kNothing, kAccepted, kOpened, kRegistered, kAsked };
 
