@@ -58,7 +58,10 @@ void Subagent::StartServing(ServedModules& modules, EventLoop& loop) {
         return requests.delegated.Retry();
     });
     m_doneCalls.emplace(loop, requests.workers.Descriptor(), [&] { requests.workers.Drain(); });
-    m_work.emplace(loop, [this] { return m_session->Work(); });
+    m_work.emplace(loop, [this, &requests] {
+        const auto time = m_session->Work();  // may leave a request unfinished whose next slice nothing announces
+        return requests.delegated.HasWork() ? std::optional(std::chrono::milliseconds::zero()) : time;
+    });
     m_messages.emplace(loop, m_session->Descriptor(), [] {});  // Work takes them in the next turn
     m_steady.emplace(loop);
     WarnOfIgnoredDirectives();

@@ -1,7 +1,9 @@
 // What a subagent answers to a master, message by message: search ranges, contexts, identifiers, faults.
 
+#include <chrono>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "agent/cvtagentd/agentx/Pdu.h"
@@ -226,6 +228,42 @@ TEST_F(AgentXProtocolTest, PartsOfTwoRequestsThatOverlapKeepTheirIdentifiers) {
     m_script.Disconnect();
     m_script.TakeAgent(kSubtrees);
     EXPECT_LT(second, Identifier(1));
+}
+
+TEST_F(AgentXProtocolTest, ARequestWhosePartsComeOverALongTimeIsNotHeldUp) {
+    StartServing();
+    for (int part = 0; part < 3; ++part) {
+        Pdu next = Request(PduType::kGetNext);
+        for (int range = 0; range < 10; ++range) {
+            AddRange(next, kValues + "1.0");
+        }
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(Ask(next).varBinds.size(), 10U);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500))
+            << "nothing but the next ping would wake it";
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // longer than a time slice
+    }
+}
+
+TEST_F(AgentXProtocolTest, AContextOfARequestBeforeDecidesNothing) {
+    StartServing();
+    Pdu get = Request(PduType::kGet);
+    get.header.flags = cvtagentd::kNonDefaultContext;
+    get.context = "elsewhere";
+    AddRange(get, kValues + "1.0");
+    EXPECT_NE(Ask(get).error, 0);
+    Pdu commit = Request(PduType::kCommitSet);
+    commit.header.flags = cvtagentd::kNonDefaultContext;
+    EXPECT_EQ(Ask(commit).error, 268) << "processingError, since nothing was checked";
+}
+
+TEST_F(AgentXProtocolTest, MoreRangesThanAMessageCanHoldAreTooMany) {
+    StartServing();
+    Pdu next = Request(PduType::kGetNext);
+    for (int range = 0; range < 20'000; ++range) {
+        AddRange(next, kValues + "1.0");
+    }
+    EXPECT_EQ(Lines(Ask(next)), AreLines{"error 1 at 0"}) << "tooBig";
 }
 
 TEST_F(AgentXProtocolTest, ASlowSetHoldsUpOnlyItsOwnGroup) {

@@ -53,9 +53,9 @@ TEST_F(ConfigFaultsTest, AddressesAreTriedWithoutOpeningTheConfiguredPort) {
     Start({"--module", kTestModule, "--listen", "tcp:127.0.0.1:" + port, "--config", WriteConfig(own)});
     EXPECT_EQ(Check("agent.conf").status, 0) << "the running agent has the port, and keeps it";
     EXPECT_EQ(V2c("snmpget", {kValues + "1.0"}).status, 0);
-    for (const std::string& address : Arguments{
-             "udp:127.0.0.1:99999", "upd:161", "udp:127.0.0.1:snmp", "udp:127.0.0.1:-1", "tcp:65536", "udp6:[::1]:x",
-             "unix:" + m_scratch / "none/socket", "unix:" + m_scratch / "agent.conf", "udp:203.0.113.9:161"}) {
+    for (const std::string& address :
+         Arguments{"udp:127.0.0.1:99999", "upd:161", "udp:127.0.0.1:snmp", "udp:127.0.0.1:-1", "tcp:65536",
+                   "udp6:[::1]:x", "unix:" + m_scratch / "none/socket", "unix:" + m_scratch / "agent.conf"}) {
         const std::string file =
             m_scratch.Write("addresses.conf", "rocommunity public 127.0.0.1\n\nagentaddress udp:161," + address + "\n");
         const Outcome outcome = Check("addresses.conf");
@@ -64,6 +64,23 @@ TEST_F(ConfigFaultsTest, AddressesAreTriedWithoutOpeningTheConfiguredPort) {
                   std::string::npos)
             << address << ": " << outcome.output;
     }
+}
+
+TEST_F(ConfigFaultsTest, AnAddressThatTheHostLacksForNowKeepsNoReloadFromTakingAccessAway) {
+    m_community = "public";
+    const std::string address = "agentaddress udp:203.0.113.9:161\n";
+    Start({"--module", kTestModule, "--config", WriteConfig("rwcommunity public 127.0.0.1\n" + address)});
+    const Outcome outcome = Check("agent.conf");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.output.find(": line 2: for now, the agent cannot listen on udp:203.0.113.9:161: this host has no "
+                                  "such address"),
+              std::string::npos)
+        << outcome.output;
+    ASSERT_EQ(V2c("snmpget", {kValues + "1.0"}).status, 0);
+    WriteConfig("rwcommunity other 127.0.0.1\n" + address);
+    Agent().Signal(SIGHUP);
+    EXPECT_TRUE(Agent().WaitForOutput("agent.conf again")) << Log();
+    EXPECT_NE(V2c("snmpget", {kValues + "1.0"}, {"-t", "0.5", "-r", "0"}).status, 0);
 }
 
 TEST_F(ConfigFaultsTest, EveryWayToWriteAnAddressPassesTheCheck) {

@@ -241,15 +241,16 @@ std::string PlaceOf(const std::string& address, const std::string& file) {
     return file + ": ";
 }
 
-std::vector<std::string> AddressFaults(const std::string& file) {
-    std::vector<std::string> faults;
+/// What depends on the host is no fault: it must not keep a reload, which opens no address, from taking access away.
+void AppendAddresses(const std::string& file, std::vector<std::string>& faults, std::vector<std::string>& remarks) {
     for (const std::string& address : SnmpLibrary::ConfiguredAddresses()) {
-        if (const std::string why = ListenAddress::WhyNot(address); !why.empty()) {
-            std::string& fault = faults.emplace_back(PlaceOf(address, file));
-            fault.append("Error: cannot listen on ").append(address).append(": ").append(why);
+        bool mayPass = false;
+        if (const std::string why = ListenAddress::WhyNot(address, mayPass); !why.empty()) {
+            std::string& message = (mayPass ? remarks : faults).emplace_back(PlaceOf(address, file));
+            message.append(mayPass ? "for now, the agent cannot listen on " : "Error: cannot listen on ");
+            message.append(address).append(": ").append(why);
         }
     }
-    return faults;
 }
 
 /// Sorts messages by file, in the order in which the files are included, and by line; those without a line come last.
@@ -439,7 +440,7 @@ int AccessConfig::Check(const CheckRequest& request) {
         const KeepFolderAsItIs folder;
         const SnmpLibrary library(setup);
         faults = AllFaults(file, library.Messages());
-        Append(AddressFaults(file), faults);
+        AppendAddresses(file, faults, remarks);
     }
     Append(ConfigReview::Of(file).remarks, remarks);
     Print(file, faults, remarks);

@@ -6,9 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -118,6 +117,36 @@ int WriteFresh(const std::string& text) {
     return error;
 }
 
+/// The file is checked by the descriptor that is read, since its name may stand for another one a moment later. Empty
+/// when the file is not there any more.
+std::string ReadChanges() {
+    const int file = ::open(UserChanges::kName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const int error = errno;
+    if (file < 0 && error == ENOENT) {
+        return {};
+    }
+    if (file < 0 && error != ELOOP) {
+        throw ConfigError("cannot read the changes of users in " + Path() + ": " + Message(error));
+    }
+    struct stat status {};
+    const bool isOwn = file >= 0 && ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+                       (status.st_uid == 0 || status.st_uid == ::geteuid()) &&
+                       (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    std::string text;
+    std::array<char, 4096> piece{};
+    for (ssize_t count = 0; isOwn && (count = ::read(file, piece.data(), piece.size())) > 0;) {
+        text.append(piece.data(), static_cast<std::size_t>(count));
+    }
+    ::explicit_bzero(piece.data(), piece.size());
+    if (file >= 0) {
+        ::close(file);
+    }
+    if (!isOwn) {
+        throw ConfigError("the changes of users in " + Path() + " are not a file of their own; remove it");
+    }
+    return text;
+}
+
 bool IsOwnEngine(const StateContent::User& user) { return user.engine == StateStore::EngineId(); }
 
 }  // namespace
@@ -146,25 +175,16 @@ void UserChanges::Unlock() {
 }
 
 UserChanges::Lines UserChanges::Look() {
-    struct stat status {};
-    if (::lstat(kName, &status) != 0) {
+    if (!IsThere()) {
         return {};
-    }
-    if (!S_ISREG(status.st_mode) || status.st_nlink > 1) {
-        throw ConfigError("the changes of users in " + Path() + " are not a file of their own; remove it");
     }
     if (const std::string why = TrustedFile::WhyNot("the changes of users in", Path()); !why.empty()) {
         throw ConfigError(why);
     }
-    std::ifstream in(kName, std::ios::binary);
-    if (!in) {
-        const int error = errno;
-        if (error == ENOENT) {  // taken in meanwhile
-            return {};
-        }
-        throw ConfigError("cannot read the changes of users in " + Path() + ": " + Message(error));
+    std::string text = ReadChanges();
+    if (text.empty() && !IsThere()) {  // taken in meanwhile
+        return {};
     }
-    std::string text{std::istreambuf_iterator<char>(in), {}};
     Lines lines = Parse(text);
     ::explicit_bzero(text.data(), text.size());
     return lines;

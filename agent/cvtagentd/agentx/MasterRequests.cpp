@@ -7,6 +7,14 @@
 #include "agent/cvtagentd/agentx/PduResponse.h"
 
 namespace cvtagentd {
+namespace {
+
+/// Limits a master that keeps asking while requests wait, as DelegatedRequests does.
+constexpr std::size_t kMostReads = 1000;
+/// No SNMP message has so many varbinds.
+constexpr std::size_t kMostVarBinds = 10'000;
+
+}  // namespace
 
 MasterRequests::MasterRequests(const CVT::BMibEngine& engine, Requests& requests, std::string& output)
     : m_engine(engine), m_requests(requests), m_output(output), m_session(std::make_shared<bool>(true)) {
@@ -20,6 +28,10 @@ void MasterRequests::Take(const Pdu& pdu) {
         Respond(pdu.header, kUnsupportedContext);
         return;
     }
+    if ((pdu.header.type == PduType::kTestSet ? pdu.varBinds.size() : pdu.ranges.size()) > kMostVarBinds) {
+        Respond(pdu.header, CVT::tooBig);
+        return;
+    }
     switch (pdu.header.type) {
         case PduType::kTestSet: Test(pdu); break;
         case PduType::kCommitSet: Continue(pdu.header, SetTransactions::Phase::kCommit); break;
@@ -27,6 +39,10 @@ void MasterRequests::Take(const Pdu& pdu) {
         case PduType::kCleanupSet: Continue(pdu.header, SetTransactions::Phase::kRelease); break;
         default: {
             if (IsUnderWay(pdu.header)) {
+                return;
+            }
+            if (m_reads.size() >= kMostReads) {
+                Respond(pdu.header, CVT::resourceUnavailable);
                 return;
             }
             const auto& request = m_ids.Of(pdu.header.transaction, TransactionIds::Clock::now());

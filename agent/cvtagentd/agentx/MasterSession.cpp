@@ -20,6 +20,8 @@ constexpr milliseconds kReadyPoll{20};
 constexpr std::chrono::seconds kSettled{10};
 /// A master that does not read its responses is not asked what it wants next.
 constexpr std::size_t kMostOutput = std::size_t{4} << 20U;
+/// Nor is more read from a master than this before it is answered: any message fits twice.
+constexpr std::size_t kMostInput = 2 * (Pdu::kLongestPayload + Pdu::kHeaderSize);
 
 constexpr const char* kNoAnswer =
     "it does not answer; check whether it hangs, and whether it is an AgentX master at all";
@@ -126,7 +128,7 @@ void MasterSession::Ask(Pdu& pdu, CVT::BMibImpl* group) {
 
 void MasterSession::Receive() {
     const std::size_t had = m_input.size();
-    const bool isAlive = m_socket.Receive(m_input);
+    const bool isAlive = had >= kMostInput || m_socket.Receive(m_input);
     if (m_input.size() > had) {
         m_heard = Clock::now();
         m_hasMore = true;
@@ -135,6 +137,7 @@ void MasterSession::Receive() {
     if (!isAlive && m_socket.GetState() != MasterSocket::State::kClosed) {
         Fail(kNoAnswer);
     }
+    m_socket.WatchInput(m_input.size() < kMostInput);
 }
 
 /// Others have their turn once a time slice is over.

@@ -33,6 +33,7 @@ int MasterSocket::Connect(const MasterAddress& address) {
     event.events = isDone ? EPOLLIN : EPOLLOUT;
     if ((isDone || error == EINPROGRESS) && ::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_socket, &event) == 0) {
         m_state = isDone ? State::kConnected : State::kConnecting;
+        m_watchesInput = isDone;
         m_watchesOutput = !isDone;
         return 0;
     }
@@ -53,7 +54,7 @@ int MasterSocket::Connected() {
     }
     if (error == 0) {
         m_state = State::kConnected;
-        WatchOutput(false);
+        Watch(true, false);
     }
     return error;
 }
@@ -79,18 +80,19 @@ bool MasterSocket::Flush() {
         sent += static_cast<std::size_t>(count);
     }
     m_output.erase(0, sent);
-    WatchOutput(!m_output.empty());
+    Watch(m_watchesInput, !m_output.empty());
     return !isLost;
 }
 
-void MasterSocket::WatchOutput(bool on) {
-    if (on == m_watchesOutput) {
+void MasterSocket::Watch(bool input, bool output) {
+    if (m_socket < 0 || (input == m_watchesInput && output == m_watchesOutput)) {
         return;
     }
     epoll_event event{};
-    event.events = on ? EPOLLIN | EPOLLOUT : EPOLLIN;
+    event.events = (input ? EPOLLIN : 0U) | (output ? EPOLLOUT : 0U);
     ::epoll_ctl(m_epoll, EPOLL_CTL_MOD, m_socket, &event);
-    m_watchesOutput = on;
+    m_watchesInput = input;
+    m_watchesOutput = output;
 }
 
 void MasterSocket::Close() {

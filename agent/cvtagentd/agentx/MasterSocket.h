@@ -36,14 +36,17 @@ public:
     std::string& Output() { return m_output; }
     /// Sends as much as the master takes. Returns false when the connection is lost.
     bool Flush();
+    /// Whether the descriptor becomes readable for what arrives. Connecting switches it on.
+    void WatchInput(bool on) { Watch(on, m_watchesOutput); }
     void Close();
 
 private:
-    void WatchOutput(bool on);
+    void Watch(bool input, bool output);
 
     const int m_epoll;
     int m_socket = -1;
     State m_state = State::kClosed;
+    bool m_watchesInput = false;
     bool m_watchesOutput = false;
     std::string m_output;
     std::array<char, 65536> m_received;  // a place for one call of Receive; without a value

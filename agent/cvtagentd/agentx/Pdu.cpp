@@ -56,11 +56,9 @@ void ReadAll(PduReader& reader, std::vector<T>& to) {
 }
 
 PduError ReadPayload(PduReader& reader, Pdu& to) {
-    if (HasContext(to.header.type)) {
-        to.context.clear();
-        if (to.header.Has(kNonDefaultContext)) {
-            reader.Read(to.context);
-        }
+    to.context.clear();
+    if (HasContext(to.header.type) && to.header.Has(kNonDefaultContext)) {
+        reader.Read(to.context);
     }
     switch (to.header.type) {
         case PduType::kOpen:

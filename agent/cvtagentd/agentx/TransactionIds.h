@@ -22,7 +22,7 @@ public:
 
     /// Far more than lies between two parts of a request that a client still waits for.
     static constexpr std::chrono::seconds kIdle{15};
-    static constexpr std::size_t kMost = 256;
+    static constexpr std::size_t kMost = 64;
 
     /// The same for each part of a request. Never null. Throws std::bad_alloc.
     const std::shared_ptr<const CVT::BRequest>& Of(std::uint32_t transaction, Clock::time_point now);

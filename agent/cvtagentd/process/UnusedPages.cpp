@@ -16,7 +16,8 @@ namespace {
 struct Mapping {
     std::uintptr_t begin = 0;
     std::uintptr_t end = 0;
-    bool isOfFile = false;  // and private, and not writable
+    bool isOfFile = false;         // and private, and not writable
+    bool hasNoneInMemory = false;  // of its pages that have been changed
 };
 
 /// Reads the first line of a mapping in smaps. Returns false for the lines after it, which describe the mapping.
@@ -30,7 +31,8 @@ bool ReadHead(const std::string& line, Mapping& mapping) {
     }
     mapping = {begin, end,
                rights[0] == 'r' && rights[1] == '-' && rights[3] == 'p' &&
-                   line.compare(static_cast<std::size_t>(path), 1, "/") == 0};
+                   line.compare(static_cast<std::size_t>(path), 1, "/") == 0,
+               false};
     return true;
 }
 
@@ -40,9 +42,14 @@ std::vector<Mapping> UnchangedMappings() {
     Mapping mapping;
     std::ifstream in("/proc/self/smaps");
     for (std::string line; std::getline(in, line);) {
-        unsigned long changed = 1;
-        if (!ReadHead(line, mapping) && mapping.isOfFile &&
-            std::sscanf(line.c_str(), "Anonymous: %lu", &changed) == 1 && changed == 0) {
+        unsigned long kilobytes = 0;
+        if (ReadHead(line, mapping) || !mapping.isOfFile) {
+            continue;
+        }
+        if (std::sscanf(line.c_str(), "Anonymous: %lu", &kilobytes) == 1) {
+            mapping.hasNoneInMemory = kilobytes == 0;
+        } else if (std::sscanf(line.c_str(), "Swap: %lu", &kilobytes) == 1 && kilobytes == 0 &&
+                   mapping.hasNoneInMemory) {  // nor in the swap space
             unchanged.push_back(mapping);
         }
     }

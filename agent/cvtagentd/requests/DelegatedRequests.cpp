@@ -37,6 +37,7 @@ void DelegatedRequests::Add(Waiting waiting) {
 /// this time slice come first in the next.
 std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     if (m_entries.empty()) {
+        m_sliceRequestId = 0;  // a slice lasts no longer than a turn
         return std::nullopt;
     }
     m_slice = TimeSlice(kSlice);
@@ -57,9 +58,11 @@ std::optional<std::chrono::milliseconds> DelegatedRequests::Retry() {
     }
     m_isRetrying = false;
     m_sliceRequestId = 0;
-    const bool hasWork =
-        std::any_of(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return !entry.MustWait(); });
-    return hasWork ? std::optional(std::chrono::milliseconds(0)) : std::nullopt;
+    return HasWork() ? std::optional(std::chrono::milliseconds(0)) : std::nullopt;
+}
+
+bool DelegatedRequests::HasWork() const {
+    return std::any_of(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return !entry.MustWait(); });
 }
 
 bool DelegatedRequests::IsOver(Entry& entry) {

@@ -52,6 +52,8 @@ public:
     /// answered finished. The code that asks for Add must not call it. Returns zero while there is work left; no value
     /// when there is none until a call is done.
     std::optional<std::chrono::milliseconds> Retry();
+    /// Whether Retry would continue a request now.
+    bool HasWork() const;
     /// Refuses all requests that are still delegated, and from now on any that would be.
     void End();
 

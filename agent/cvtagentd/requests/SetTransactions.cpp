@@ -128,6 +128,15 @@ void SetTransactions::Check(Number number, const std::shared_ptr<const CVT::BReq
         }
         Supersede(*known);
     }
+    if (m_transactions.size() >= kMost) {  // the oldest that its master has left alone makes room for the next
+        const auto idle = std::find_if(m_transactions.begin(), m_transactions.end(),
+                                       [](const auto& one) { return one->steps.empty(); });
+        if (idle != m_transactions.end()) {
+            Abandon(**idle);
+            Advance(*idle);
+            RemoveEnded();
+        }
+    }
     if (m_transactions.size() >= kMost) {
         done({CVT::resourceUnavailable, 1});
         return;
@@ -266,8 +275,10 @@ bool SetTransactions::IsUnderWay(const CVT::BMibImpl& group) const {
 
 void SetTransactions::ReleaseAll() {
     for (const std::shared_ptr<Transaction>& transaction : std::exchange(m_transactions, {})) {
+        const bool isConfirmed = std::any_of(transaction->steps.begin(), transaction->steps.end(),
+                                             [](const Step& step) { return step.work == Work::kRelease; });
         for (const std::unique_ptr<CVT::BSetCell>& cell : transaction->cells) {
-            Do(Work::kUndo, *cell);
+            Do(isConfirmed ? Work::kRelease : Work::kUndo, *cell);
         }
         transaction->call = nullptr;
     }

@@ -90,7 +90,8 @@ std::string WhyNotSocket(const std::string& file) {
 
 }  // namespace
 
-std::string ListenAddress::WhyNot(const std::string& address) {
+std::string ListenAddress::WhyNot(const std::string& address, bool& mayPass) {
+    mayPass = false;
     if (address.starts_with('/') || address.starts_with(kUnix)) {
         if (IsOtherFile(address)) {
             return kNotASocket;
@@ -109,7 +110,9 @@ std::string ListenAddress::WhyNot(const std::string& address) {
     netsnmp_transport* const transport =
         ::netsnmp_transport_open_server("snmp", (parts->transport + parts->host + "0").c_str());
     if (transport == nullptr) {
-        return Advice(collector.Messages().empty() ? errno : collector.Messages().back().systemError);
+        const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
+        mayPass = error != 0;
+        return Advice(error);
     }
     transport->f_close(transport);
     ::netsnmp_transport_free(transport);

@@ -12,7 +12,8 @@ inline constexpr const char* kNotASocket = "that file is not a socket; choose an
 /// Why the agent could not listen on the address, and what to do, found out without opening its port or its socket
 /// file: internet addresses are tried with a port that the system chooses. Empty when there is no reason, and when only
 /// the real port could tell, because it is in use or needs more rights.
-std::string WhyNot(const std::string& address);
+/// `mayPass` tells whether that depends on the host, such as an interface that is down for now.
+std::string WhyNot(const std::string& address, bool& mayPass);
 
 /// Whether the address of a Unix socket names a file that is not a socket. The library would delete that.
 bool IsOtherFile(const std::string& address);

@@ -3,6 +3,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -44,9 +45,12 @@ const char* MessageOrigin::VersionOf(const snmp_pdu& message) {
 }
 
 std::string MessageOrigin::UserOf(const snmp_pdu& message) {
-    return message.version != SNMP_VERSION_3 || message.securityName == nullptr
-               ? std::string()
-               : std::string(message.securityName, message.securityNameLen);
+    std::string user = message.version != SNMP_VERSION_3 || message.securityName == nullptr
+                           ? std::string()
+                           : std::string(message.securityName, message.securityNameLen);
+    std::replace_if(
+        user.begin(), user.end(), [](char c) { return c <= ' ' || c > '~' || c == '(' || c == ','; }, '?');
+    return user;
 }
 
 }  // namespace cvtagentd
