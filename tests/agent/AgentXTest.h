@@ -26,7 +26,7 @@ protected:
     void StartMaster(const std::string& more = "") {
         for (int tries = 0; tries < 3; ++tries) {
             const std::string config =
-                m_scratch.Write("master.conf", "rwcommunity private 127.0.0.1\nmaster agentx\nagentXSocket " +
+                m_scratch.Write("master.conf", "rwcommunity private 127.0.0.1\n" + m_masterDirective + "agentXSocket " +
                                                    m_master + "\nagentaddress " + Udp() + "\n" + more);
             m_masterProgram =
                 std::make_unique<Program>(Arguments{"snmpd", "-f", "-Lo", "-C", "-c", config, "-I",
@@ -78,7 +78,8 @@ protected:
         return count;
     }
 
-    std::string m_served = kMemorySize;  ///< what StartBoth waits for
+    std::string m_served = kMemorySize;                 ///< what StartBoth waits for
+    std::string m_masterDirective = "master agentx\n";  ///< turns AgentX on, unless `more` does
 
 private:
     bool Becomes(bool served, const std::string& oid, int seconds) const {

@@ -14,6 +14,7 @@ MasterRegistrations::MasterRegistrations(std::vector<CVT::BMibImpl*> groups, Cal
 void MasterRegistrations::Restart() {
     m_waiting = m_groups;
     m_sent = 0;
+    m_accepted.clear();
     m_refused.clear();
 }
 
@@ -29,21 +30,25 @@ bool MasterRegistrations::SendReady() {
     return m_waiting.empty();
 }
 
-void MasterRegistrations::Answered(const CVT::BMibImpl& group, unsigned int error) {
+bool MasterRegistrations::Answered(CVT::BMibImpl& group, unsigned int error) {
     --m_sent;
     const std::string subtree(group.Oid().ToString().View());
-    if (error == kDuplicateRegistration) {
+    if (error == 0) {
+        m_accepted.push_back(&group);
+    } else if (error == kDuplicateRegistration) {
         m_refused.push_back(subtree);
-    } else if (error != 0) {
+    } else {
         const std::string text = "the master refuses " + subtree +
                                  " (registering pdu failed: " + std::to_string(error) + "); see the master's log";
         if (m_hasBeenLogged.insert(text).second) {
             Log::Warning(text);
         }
     }
-    if (m_waiting.empty() && m_sent == 0) {
+    const bool isLast = m_waiting.empty() && m_sent == 0;
+    if (isLast) {
         ReportRefused();
     }
+    return isLast;
 }
 
 void MasterRegistrations::ReportRefused() {

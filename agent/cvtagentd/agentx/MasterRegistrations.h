@@ -26,8 +26,11 @@ public:
     void Restart();
     /// Sends the registrations of those groups that can answer by now. Returns true when nothing is left to send.
     bool SendReady();
-    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted.
-    void Answered(const CVT::BMibImpl& group, unsigned int error);
+    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted. Returns true when that was
+    /// the last answer.
+    bool Answered(CVT::BMibImpl& group, unsigned int error);
+    /// The groups that the master has accepted since Restart.
+    const std::vector<CVT::BMibImpl*>& Accepted() const { return m_accepted; }
 
 private:
     void ReportRefused();
@@ -36,7 +39,8 @@ private:
     const std::vector<CVT::BMibImpl*> m_groups;
     const Calls m_calls;
     std::vector<CVT::BMibImpl*> m_waiting;
-    std::size_t m_sent = 0;                 // and not answered
+    std::size_t m_sent = 0;  // and not answered
+    std::vector<CVT::BMibImpl*> m_accepted;
     std::vector<std::string> m_refused;     // because somebody else serves them; for the log
     std::set<std::string> m_hasBeenLogged;  // so that a master that restarts does not repeat it
 };

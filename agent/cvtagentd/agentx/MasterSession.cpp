@@ -90,9 +90,12 @@ void MasterSession::Open() {
 void MasterSession::Serve(Served served) {
     m_capabilities = std::move(served.capabilities);
     m_requests.emplace(served.engine, served.requests, m_socket.Output());
-    m_registrations.emplace(served.engine.Groups(),
-                            MasterRegistrations::Calls{[this](CVT::BMibImpl& group) { Register(group); },
-                                                       std::move(served.areModulesReady)});
+    const auto add = [this](CVT::BMibImpl& group) { AskForSubtree(PduType::kRegister, group.Oid(), &group); };
+    m_registrations.emplace(served.engine.Groups(), MasterRegistrations::Calls{add, std::move(served.areModulesReady)});
+    const auto ask = [this](PduType type) {
+        return [this, type](const CVT::BObjectIdentifier& name) { AskForSubtree(type, name); };
+    };
+    m_probes.emplace(served.engine.Groups(), MasterProbes::Calls{ask(PduType::kRegister), ask(PduType::kUnregister)});
 }
 
 void MasterSession::HasOpened(const Pdu& answer) {
@@ -101,6 +104,7 @@ void MasterSession::HasOpened(const Pdu& answer) {
     m_opened = Clock::now();
     m_reports.Connected();
     m_registrations->Restart();
+    m_probes->Stop();
     m_isRegistered = false;
     for (const Capability& capability : m_capabilities) {
         Pdu pdu;
@@ -111,11 +115,11 @@ void MasterSession::HasOpened(const Pdu& answer) {
     }
 }
 
-void MasterSession::Register(CVT::BMibImpl& group) {
+void MasterSession::AskForSubtree(PduType type, const CVT::BObjectIdentifier& root, CVT::BMibImpl* group) {
     Pdu pdu;
-    pdu.header.type = PduType::kRegister;
-    pdu.name = group.Oid();
-    Ask(pdu, &group);
+    pdu.header.type = type;
+    pdu.name = root;
+    Ask(pdu, group);
 }
 
 void MasterSession::Ask(Pdu& pdu, CVT::BMibImpl* group) {
@@ -210,7 +214,15 @@ void MasterSession::TakeAnswer(const Pdu& pdu) {
     } else if (pdu.error == kNotOpen) {
         Fail("it has lost the session; see the master's log");
     } else if (question.type == PduType::kRegister) {
-        m_registrations->Answered(*question.group, pdu.error);
+        TakeRegistered(question.group, pdu.error);
+    }
+}
+
+void MasterSession::TakeRegistered(CVT::BMibImpl* group, unsigned int error) {
+    if (group == nullptr) {
+        m_probes->Answered(error);
+    } else if (m_registrations->Answered(*group, error)) {
+        m_probes->Begin(m_registrations->Accepted());
     }
 }
 

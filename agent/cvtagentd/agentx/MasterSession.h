@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "agent/cvtagentd/agentx/MasterAddress.h"
+#include "agent/cvtagentd/agentx/MasterProbes.h"
 #include "agent/cvtagentd/agentx/MasterRegistrations.h"
 #include "agent/cvtagentd/agentx/MasterReports.h"
 #include "agent/cvtagentd/agentx/MasterRequests.h"
@@ -74,7 +75,7 @@ private:
     /// What we have asked the master for and it has not answered.
     struct Question {
         PduType type;
-        CVT::BMibImpl* group;  // of a registration; otherwise null
+        CVT::BMibImpl* group;  // of a group's registration; otherwise null
         Clock::time_point asked;
     };
 
@@ -82,7 +83,8 @@ private:
     void HasConnected();
     void HasOpened(const Pdu& answer);
     void Ask(Pdu& pdu, CVT::BMibImpl* group = nullptr);
-    void Register(CVT::BMibImpl& group);
+    void AskForSubtree(PduType type, const CVT::BObjectIdentifier& root, CVT::BMibImpl* group = nullptr);
+    void TakeRegistered(CVT::BMibImpl* group, unsigned int error);
 
     void Receive();
     void TakeMessages();
@@ -106,6 +108,7 @@ private:
     MasterReports m_reports;
     std::vector<Capability> m_capabilities;
     std::optional<MasterRegistrations> m_registrations;
+    std::optional<MasterProbes> m_probes;
     std::optional<MasterRequests> m_requests;
 
     State m_state = State::kPauses;
