@@ -14,7 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "CVT/BMibScalarGroupImpl.h"
 #include "agent/common/Joined.h"
+#include "agent/cvtagentd/agentx/MasterProbes.h"
 #include "agent/cvtagentd/agentx/Pdu.h"
 #include "tests/agent/AgentXTest.h"
 #include "tests/agent/ScriptedMaster.h"
@@ -159,6 +161,38 @@ TEST_F(AgentXProbeTest, AConnectionLostInBetweenLeavesNothingBehindAndEachConnec
     Answer(DuplicatesOf({kInner + "2"}));
     EXPECT_EQ(InLog(kWarning), 2) << Log();
     EXPECT_EQ(Level(), 1U);
+}
+
+/// A group with the scalars 1 and 2.
+class TwoScalars final : public CVT::BMibScalarGroupImpl {
+public:
+    explicit TwoScalars(const char* oid) : CVT::BMibScalarGroupImpl("TEST-MIB.two", oid) {}
+    void Initialize() override {}
+    void Cleanup() override {}
+    const CVT::BRqHndlrEntry* GetRqHndlrMap() const override { return kColumns; }
+    const CVT::BConstraintEntry* GetConstraintMap() const override { return kConstraints; }
+
+private:
+    static constexpr CVT::BRqHndlrEntry kColumns[] = {
+        {1, "one", CVT::kInteger, CVT::kReadOnly, CVT::kIntValue, 0, {}, {}},
+        {2, "two", CVT::kInteger, CVT::kReadOnly, CVT::kIntValue, 0, {}, {}},
+        {}};
+    static constexpr CVT::BConstraintEntry kConstraints[] = {{}};
+};
+
+TEST(MasterProbesTest, DoNotTryWhatAnotherGroupOfTheAgentHasRegistered) {
+    TwoScalars outer("1.3.6.1.4.1.32473.9");
+    TwoScalars inner("1.3.6.1.4.1.32473.9.2");
+    std::vector<std::string> tried;
+    cvtagentd::MasterProbes probes(
+        {&outer, &inner}, {[&](const CVT::BObjectIdentifier& name) { tried.emplace_back(name.ToString().View()); },
+                           [](const CVT::BObjectIdentifier& /*name*/) {}});
+    probes.Begin({&outer});
+    for (std::size_t answers = 0; answers < tried.size(); ++answers) {
+        probes.Answered(0);
+    }
+    const std::string root = "1.3.6.1.4.1.32473.9.";
+    EXPECT_EQ(tried, (std::vector<std::string>{root + "1", root + "1.0", root + "2.0"}));
 }
 
 /// Behind the distribution's master.

@@ -17,14 +17,14 @@ constexpr const char* kHostModule =
 }  // namespace
 
 void MasterProbes::Begin(const std::vector<CVT::BMibImpl*>& accepted) {
-    Stop();
+    Clear();
     for (CVT::BMibImpl* const group : accepted) {
         AddObjects(*group);
     }
     Next();
 }
 
-void MasterProbes::Stop() {
+void MasterProbes::Clear() {
     m_probes.clear();
     m_next = 0;
     m_affected.clear();
@@ -57,7 +57,7 @@ void MasterProbes::Next() {
         m_calls.add(m_probes[m_next].name);
     } else {
         Report();
-        Stop();
+        Clear();
     }
 }
 

@@ -33,10 +33,8 @@ public:
     MasterProbes(std::vector<CVT::BMibImpl*> served, Calls calls)
         : m_served(std::move(served)), m_calls(std::move(calls)) {}
 
-    /// The master has accepted these groups. The calls to `add` that went before are answered.
+    /// The master has accepted these groups. What was begun before is forgotten, as its session is over.
     void Begin(const std::vector<CVT::BMibImpl*>& accepted);
-    /// The session is over: no answer follows.
-    void Stop();
     /// The answer to the last `add`. `error`: as in AgentX; 0: it has accepted.
     void Answered(unsigned int error);
 
@@ -46,6 +44,7 @@ private:
         Name name;
     };
 
+    void Clear();
     void AddObjects(CVT::BMibImpl& group);
     void AddName(const CVT::BMibImpl& group, const Name& name);
     void Next();

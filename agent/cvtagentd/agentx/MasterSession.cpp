@@ -104,7 +104,6 @@ void MasterSession::HasOpened(const Pdu& answer) {
     m_opened = Clock::now();
     m_reports.Connected();
     m_registrations->Restart();
-    m_probes->Stop();
     m_isRegistered = false;
     for (const Capability& capability : m_capabilities) {
         Pdu pdu;
