@@ -109,7 +109,8 @@ struct PduRange {
 };
 
 /// An AgentX message (RFC 2741). `header.type` says which other members it uses; Decode leaves the others as they are,
-/// except that the context is empty where there is none, so that one object serves a whole session nearly without new allocations. A plain value.
+/// except that the context is empty where there is none. So one object serves a whole session nearly without new
+/// allocations. A plain value.
 ///
 /// Read in either byte order. Written in the order that `header.flags` names: network byte order unless told
 /// otherwise, so that the octets are the same on every host. Names that begin with 1.3.6.1 and an arc from 1 to 255 are
