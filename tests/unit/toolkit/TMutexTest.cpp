@@ -95,7 +95,8 @@ TEST(TMutex, ExcludesOtherThreadsUntilItsHolderHasReleasedItAsOftenAsTaken) {
         threads.emplace_back([&] {
             for (int round = 0; round < 2000; ++round) {
                 const TMutex::Guard guard(lock);
-                { const TMutex::Guard again(lock); }
+                EXPECT_EQ(Take(lock, kWaitForever), 0U);
+                GiveBack(lock);
                 ++count;
             }
         });
