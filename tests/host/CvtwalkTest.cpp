@@ -197,11 +197,9 @@ TEST(Cvtwalk, ClosesTheModulesThatRunWhenALaterOneCannot) {
 }
 
 TEST(Cvtwalk, RefusesAModuleThatIsGivenTwice) {
-    ExpectOneLine(Walk({"--module", kSample, "--module", kSample}), 1,
-                  "is named twice; name each module once");
+    ExpectOneLine(Walk({"--module", kSample, "--module", kSample}), 1, "is named twice; name each module once");
     const std::string detour = std::string(CVHOST_BUILD_LIB_DIR) + "/../lib/libSampleModule.so.1";
-    ExpectOneLine(Walk({"--module", kSample, "--module", detour}), 1,
-                  "is named twice; name each module once");
+    ExpectOneLine(Walk({"--module", kSample, "--module", detour}), 1, "is named twice; name each module once");
 }
 
 TEST(Cvtwalk, WaitsForAModuleThatIsSlowAndNotForOneThatNeverIsReady) {
