@@ -75,7 +75,7 @@ protected:
     }
     Pdu Ask(const Pdu& pdu) {
         const std::uint32_t packet = Send(pdu);
-        const Pdu answer = Read();
+        Pdu answer = Read();
         EXPECT_EQ(answer.header.type, PduType::kResponse);
         EXPECT_EQ(answer.header.packet, packet);
         EXPECT_EQ(answer.header.transaction, pdu.header.transaction);

@@ -60,8 +60,8 @@ TEST_F(ConfigFaultsTest, AddressesAreTriedWithoutOpeningTheConfiguredPort) {
             m_scratch.Write("addresses.conf", "rocommunity public 127.0.0.1\n\nagentaddress udp:161," + address + "\n");
         const Outcome outcome = Check("addresses.conf");
         EXPECT_EQ(outcome.status, 1) << address;
-        EXPECT_NE(outcome.output.find("cvtagentd: " + file + ": line 3: Error: cannot listen on " + address + ": "),
-                  std::string::npos)
+        const std::string begin = std::string("cvtagentd: ").append(file).append(": line 3: Error: cannot listen on ");
+        EXPECT_NE(outcome.output.find(std::string(begin).append(address).append(": ")), std::string::npos)
             << address << ": " << outcome.output;
     }
 }
@@ -100,7 +100,7 @@ TEST_F(ConfigFaultsTest, ALineThatWouldCrashTheLibraryIsNamedByCheckStartAndRelo
     for (const std::string line :
          {"createUser reader SHA-256", "createUser -e 0x8000000001020304 reader NONSENSE", "\fcreateUser reader SHA",
           "trapsink -v2c -c", "usmUser 1", "trapsink -v", "trap2sink -Cn", "informsink -e"}) {
-        const std::string file = WriteConfig(good + "\n" + line + "\n");
+        const std::string file = WriteConfig(std::string(good).append("\n").append(line).append("\n"));
         const Outcome outcome = Check("agent.conf");
         EXPECT_EQ(outcome.status, 1) << line;
         const std::string place = file + ": line 3: Error: ";

@@ -50,7 +50,7 @@ TEST_F(LogTest, EachLineOfAServiceBeginsWithTheLocalTime) {
     }
     std::tm local{};
     ASSERT_NE(::strptime(lines.front().c_str(), "%Y-%m-%dT%H:%M:%S", &local), nullptr);
-    const std::time_t logged = ::timegm(&local) - (5 * 60 + 30) * 60;
+    const std::time_t logged = ::timegm(&local) - std::time_t{5 * 60 + 30} * 60;
     EXPECT_GE(logged, before);
     EXPECT_LE(logged, std::time(nullptr));
 }
@@ -136,7 +136,7 @@ TEST_F(LogTest, LinesOfSeveralThreadsDoNotMix) {
     reader.join();
     ::close(ends[0]);
     const std::vector<std::string> lines = Lines(text);
-    EXPECT_EQ(lines.size(), std::size_t{kThreads * kLinesOfEach});
+    EXPECT_EQ(lines.size(), std::size_t{kThreads} * kLinesOfEach);
     for (const std::string& line : lines) {
         const std::string start = "cvtagentd: warning: ";
         ASSERT_TRUE(line.starts_with(start)) << line.substr(0, 100);
