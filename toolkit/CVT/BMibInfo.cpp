@@ -1,6 +1,7 @@
 #include "CVT/BMibInfo.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 #include "CVT/BMibImpl.h"
@@ -30,7 +31,7 @@ std::span<const BRqHndlrEntry>::iterator BMibInfo::ColumnFrom(unsigned int subId
     const auto columns = Columns();
     // Most groups number their columns from 1 without a gap.
     if (subId - 1 < columns.size() && columns[subId - 1].subId == subId) {
-        return columns.begin() + (subId - 1);
+        return columns.begin() + static_cast<std::ptrdiff_t>(subId - 1);
     }
     return std::lower_bound(columns.begin(), columns.end(), subId,
                             [](const BRqHndlrEntry& entry, unsigned int id) { return entry.subId < id; });
