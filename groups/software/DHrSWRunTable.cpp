@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "groups/common/DConventions.h"
 #include "groups/common/HostFile.h"
@@ -119,10 +120,11 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     }
     s_lastRequestId = requestId;
     m_isLost = false;
+    const bool mustNotScan = std::exchange(m_mustNotScan, std::nullopt) == requestId;
     m_snapshots.ForgetEnded();
     if (!m_snapshots.Knows(requestId)) {
         UseRows(m_snapshots.Newest());
-        if (const std::time_t now = std::time(nullptr); IsTimeToScan(now)) {
+        if (const std::time_t now = std::time(nullptr); !mustNotScan && IsTimeToScan(now)) {
             s_lastScan = now;
             vScan();
         }
@@ -134,8 +136,11 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     UseRows(m_isLost ? m_snapshots.Newest() : seen);
 }
 
-bool DHrSWRunTable::bIsScanDue(unsigned int requestId) const {
-    return requestId != s_lastRequestId && IsTimeToScan(std::time(nullptr)) && !m_snapshots.Knows(requestId);
+bool DHrSWRunTable::bIsScanDue(unsigned int requestId) {
+    const bool isDue =
+        requestId != s_lastRequestId && IsTimeToScan(std::time(nullptr)) && !m_snapshots.Knows(requestId);
+    m_mustNotScan = isDue ? std::nullopt : std::optional(requestId);
+    return isDue;
 }
 
 void DHrSWRunTable::vScan() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "groups/common/DTable.h"
 #include "groups/software/DHrSWRunEntry.h"
 #include "groups/software/ProcessSnapshots.h"
@@ -30,8 +32,9 @@ public:
     /// Switches to the snapshot that the request sees, which is a new one when it is time to take one. When /proc
     /// cannot be opened, it says so on standard output, and the old snapshot stays for another 15 seconds.
     void vCheckUpDateTable(unsigned int requestId);
-    /// Whether the next call of a handler for this request takes a snapshot.
-    bool bIsScanDue(unsigned int requestId) const;
+    /// Whether the next call of a handler for this request takes a snapshot. It keeps to the answer no, even if the
+    /// clock ticks meanwhile: whoever asks has then put the call on a thread that must not wait for a scan.
+    bool bIsScanDue(unsigned int requestId);
     /// Deletes the rows in use.
     void vDeleteAllEntries();
 
@@ -64,4 +67,5 @@ private:
 
     ProcessSnapshots m_snapshots{RowsInUse()};
     bool m_isLost = false;  // whether the request handled last has lost its snapshot
+    std::optional<unsigned int> m_mustNotScan;  // the request for which no scan was due when that was last asked
 };

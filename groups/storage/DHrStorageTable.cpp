@@ -7,6 +7,7 @@
 #include <string>
 #include <system_error>
 #include <unordered_set>
+#include <utility>
 
 #include "CVT/TextualConventions.h"
 #include "CVT/Warnings.h"
@@ -130,18 +131,23 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
     }
     lastCheckedRequestId = requestId;
     FillLateRows();
-    if (HasMountTableChanged()) {
+    if (std::exchange(m_foundUnchangedFor, std::nullopt) != requestId && HasMountTableChanged()) {
         AddNewMounts();
     }
 }
 
-/// Measuring waits for a file system that may hang, and so does probing a new one.
+/// Measuring waits for a file system that may hang, and so does probing a new one. The call that follows keeps to the
+/// answer: a file system that is mounted meanwhile must not be probed on a thread that cannot wait.
 bool DHrStorageTable::IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name) {
     if (call != CVT::EReading::Get) {
         return false;
     }
-    if (IsActive() && requestId != lastCheckedRequestId && HasMountTableChanged()) {
-        return true;
+    if (IsActive() && requestId != lastCheckedRequestId) {
+        if (HasMountTableChanged()) {
+            m_foundUnchangedFor.reset();
+            return true;
+        }
+        m_foundUnchangedFor = requestId;
     }
     const unsigned int column = Oid().NumArcs();
     if (name.NumArcs() <= column || name[column] != kUsedColumn) {

@@ -544,6 +544,25 @@ TEST_F(MountFigures, TakeLongToReadWhereAFileSystemMayHangOrANewOneIsToBeAsked) 
     EXPECT_FALSE(takesLong(CVT::EReading::Get, CVT::BRequestId::Next(), 5, 1));
 }
 
+TEST_F(MountFigures, OfANewFileSystemAreNotAskedForInACallThatWasSaidToTakeNoTime) {
+    Mount("local", "ext4");
+    m_table->Initialize();
+    CVT::BObjectIdentifier name(m_table->Oid());
+    name.Append(5);
+    name.Append(1);
+    const unsigned int request = CVT::BRequestId::Next();
+    EXPECT_FALSE(m_table->MayTakeLong(CVT::EReading::Get, request, name));
+    Mount("new", "nfs4");  // between the question and the call
+    stLastMntFileStat.st_mtime = 1;
+    int size = 0;
+    m_table->OnGet_HrStorageSize(CVT::BObjectIdentifier(1), request, size);
+    EXPECT_EQ(m_table->GetNumRows(), 3U);
+    const unsigned int next = CVT::BRequestId::Next();
+    EXPECT_TRUE(m_table->MayTakeLong(CVT::EReading::Get, next, name));
+    m_table->OnGet_HrStorageSize(CVT::BObjectIdentifier(1), next, size);
+    EXPECT_EQ(m_table->GetNumRows(), 4U);
+}
+
 TEST_F(MountFigures, OfManyDeadFileSystemsDelayTheStartUpLittleMoreThanOne) {
     for (int i = 0; i < 30; ++i) {
         Fake& dead = Mount("dead" + std::to_string(i), "nfs4");

@@ -316,6 +316,35 @@ TEST_F(RunTable, SaysOfEitherTableThatACallTakesLongAsLongAsItWouldScan) {
     EXPECT_TRUE(takesLong(third)) << "the clock was set back";
 }
 
+TEST_F(RunTable, DoesNotScanInACallThatWasSaidToTakeNoTime) {
+    Process("2", Stat("2", "p", 'S'));
+    Pids();
+    Process("3", Stat("3", "p", 'S'));
+    const auto takesLong = [&](const CVT::BRequest& request) {
+        for (CVT::BMibImpl* const group : m_engine.Groups()) {
+            const std::string root(group->Oid().ToString().View());
+            if (root + "." == kEntry) {
+                return group->MayTakeLong(CVT::EReading::NextInstance, request.Id(), group->Oid());
+            }
+        }
+        ADD_FAILURE() << "no such group";
+        return false;
+    };
+    s_now += 14;
+    const CVT::BRequest first;
+    const CVT::BRequest second;
+    EXPECT_FALSE(takesLong(second));
+    EXPECT_FALSE(takesLong(first));
+    s_now += 1;  // between the question and the call
+    EXPECT_EQ(PidsSeenBy(first), (std::vector<unsigned int>{2}));
+    EXPECT_EQ(s_scans, 1);
+    EXPECT_EQ(PidsSeenBy(first), (std::vector<unsigned int>{2}));
+    EXPECT_EQ(s_scans, 1);
+    EXPECT_TRUE(takesLong(second)) << "the answer of before no longer counts";
+    EXPECT_EQ(PidsSeenBy(second), (std::vector<unsigned int>{2, 3}));
+    EXPECT_EQ(s_scans, 2);
+}
+
 TEST_F(RunTable, RemembersAThrottledRequestAndNeverScansForItLater) {
     Process("2", Stat("2", "p", 'S'));
     Pids();
