@@ -5,7 +5,6 @@
 // With CVHOST_BENCH_FULL in the environment at 200 and 20,000 rows, else at 200 and 1,000.
 
 #include <benchmark/benchmark.h>
-#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +13,6 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -31,6 +29,7 @@
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "agent/cvtagentd/snmp/SnmpLibrary.h"
 #include "bench/FreePort.h"
+#include "bench/ProcessorTime.h"
 
 namespace {
 
@@ -158,12 +157,12 @@ public:
 
     /// The server's CPU time for each instance, in microseconds, over as many walks as it takes to read `instances`.
     double MicrosecondsEach(int instances) {
-        const double before = CpuSeconds();
+        const double before = ProcessorTime(m_pid);
         int got = 0;
         while (got < instances) {
             got += Walk();
         }
-        return (CpuSeconds() - before) * 1e6 / got;
+        return (ProcessorTime(m_pid) - before) / got;
     }
 
     int Walk() {
@@ -231,36 +230,14 @@ private:
         std::_Exit(EXIT_SUCCESS);
     }
 
-    double CpuSeconds() const {
-        clockid_t clock{};
-        timespec now{};
-        ::clock_getcpuclockid(m_pid, &clock);
-        ::clock_gettime(clock, &now);
-        return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-    }
-
     const int m_rows;
     std::string m_address;
     pid_t m_pid = 0;
     snmp_session* m_session = nullptr;
 };
 
-double Median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
-
-/// Client and servers take turns on one processor: waking an idle one costs a virtual machine more than the request,
-/// and burdens one server more than the other.
-void StayOnOneProcessor() {
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    CPU_SET(static_cast<std::size_t>(std::max(::sched_getcpu(), 0)), &one);
-    ::sched_setaffinity(0, sizeof one, &one);
-}
-
 void BM_Bulk(benchmark::State& state) {
-    StayOnOneProcessor();
+    const OneProcessor one;
     const bool full = std::getenv("CVHOST_BENCH_FULL") != nullptr;
     const int many = full ? 20'000 : 1'000;
     const int pairs = full ? 25 : 3;

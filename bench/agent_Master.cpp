@@ -13,13 +13,10 @@
 // another agent, that one is measured.
 
 #include <benchmark/benchmark.h>
-#include <sched.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -29,6 +26,7 @@
 
 #include "bench/AgentProcess.h"
 #include "bench/Crowd.h"
+#include "bench/ProcessorTime.h"
 
 namespace {
 
@@ -83,40 +81,6 @@ private:
     const Child m_master{[this] { RunMaster(); }};
     const Agent m_agent;
 };
-
-/// Keeps this process, and those that it starts meanwhile, on one processor: what it costs a virtual machine to wake an
-/// idle one would hide everything else.
-class OneProcessor {
-public:
-    OneProcessor() {
-        ::sched_getaffinity(0, sizeof m_before, &m_before);
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(static_cast<std::size_t>(std::max(::sched_getcpu(), 0)), &one);
-        ::sched_setaffinity(0, sizeof one, &one);
-    }
-    ~OneProcessor() { ::sched_setaffinity(0, sizeof m_before, &m_before); }
-    OneProcessor(const OneProcessor&) = delete;
-    OneProcessor& operator=(const OneProcessor&) = delete;
-
-private:
-    cpu_set_t m_before{};
-};
-
-/// In microseconds.
-double ProcessorTime(pid_t pid) {
-    clockid_t clock = 0;
-    timespec time{};
-    if (::clock_getcpuclockid(pid, &clock) != 0 || ::clock_gettime(clock, &time) != 0) {
-        std::abort();
-    }
-    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 void MeasureWalk(benchmark::State& state, const AgentBehindMaster& pair, const Name& root) {
     if (!pair.Serves(kUptime)) {
