@@ -3,8 +3,9 @@
 // milliseconds, next to those of a time without other clients ("quiet_", which shows what the machine can do just
 // then).
 //
-// Other clients: walk hrSWRunTable over really forked processes; walk hrStorageTable with a FUSE file system that falls
-// silent; walk hrDeviceTable while discovery takes its time; read a module whose handler sleeps for 3 s.
+// Other clients: walk hrSWRunTable over really forked processes, and over as many that share their memory; walk
+// hrStorageTable with a FUSE file system that falls silent; walk hrDeviceTable while discovery takes its time; read a
+// module whose handler sleeps for 3 s.
 //
 // With CVHOST_BENCH_FULL in the environment with 20,000 processes and for 40 s each, else with 100 and for a moment.
 
@@ -66,13 +67,16 @@ void Measure(
     }
 }
 
-void BM_ProcessScan(benchmark::State& state) {
-    const Crowd crowd(IsFull() ? 20'000 : 100);
+void MeasureProcessScan(benchmark::State& state, Crowd::Memory memory) {
+    const Crowd crowd(IsFull() ? 20'000 : 100, memory);
     state.counters["processes"] = static_cast<double>(crowd.Size());
     const Agent agent;
     Measure(
         state, agent, [](Client& client) { client.Walk(kProcesses); }, true);
 }
+
+void BM_ProcessScan(benchmark::State& state) { MeasureProcessScan(state, Crowd::Memory::kOwn); }
+void BM_ProcessScanSharedMemory(benchmark::State& state) { MeasureProcessScan(state, Crowd::Memory::kShared); }
 
 void BM_SleepingModule(benchmark::State& state) {
     const std::string module = CVHOST_BUILD_LIB_DIR "/../tests/libReadTestModule.so";
@@ -130,6 +134,7 @@ void BM_SilentFileSystem(benchmark::State& state) {
 }
 
 BENCHMARK(BM_ProcessScan)->Iterations(1)->UseRealTime();
+BENCHMARK(BM_ProcessScanSharedMemory)->Iterations(1)->UseRealTime();
 BENCHMARK(BM_SleepingModule)->Iterations(1)->UseRealTime();
 BENCHMARK(BM_Discovery)->Iterations(1)->UseRealTime();
 BENCHMARK(BM_SilentFileSystem)->Iterations(1)->UseRealTime();

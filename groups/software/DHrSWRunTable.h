@@ -66,6 +66,6 @@ private:
     void ShowWritten(const Entry& row, const CVT::BObjectIdentifier& index, CVT::ESnmpSetOpCode phase);
 
     ProcessSnapshots m_snapshots{RowsInUse()};
-    bool m_isLost = false;  // whether the request handled last has lost its snapshot
+    bool m_isLost = false;                      // whether the request handled last has lost its snapshot
     std::optional<unsigned int> m_mustNotScan;  // the request for which no scan was due when that was last asked
 };

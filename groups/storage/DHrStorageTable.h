@@ -134,6 +134,6 @@ private:
     std::vector<Unanswered> m_unanswered;
     DMountTableWatch m_watch;
     std::optional<unsigned int> m_foundUnchangedFor;  // the request before whose call the mount table was looked at
-    bool m_hasNotice = false;           // the watch saw a change that has not been read yet
-    bool m_hasSaidItIsMissing = false;  // the mount table
+    bool m_hasNotice = false;                         // the watch saw a change that has not been read yet
+    bool m_hasSaidItIsMissing = false;                // the mount table
 };
