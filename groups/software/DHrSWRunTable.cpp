@@ -61,10 +61,11 @@ constexpr unsigned int kInitProcess = 1;
 constexpr int kOperatingSystem = 2;
 constexpr int kInvalid = 4;
 constexpr std::time_t kSecondsBetweenScans = 15;
+constexpr unsigned int kNoRequest = 0xFFFFFFFFU;
 
 // These belong to the module, not to a table: a module that is closed and initialised again in one process continues
 // from here. The time is as wide as the clock's: with 32 bits, the table would never scan again after 2038.
-unsigned int s_lastRequestId = 0xFFFFFFFFU;
+unsigned int s_lastRequestId = kNoRequest;
 std::time_t s_lastScan = 0;
 
 /// A clock that was set back says nothing about how old the last scan is.
@@ -125,8 +126,14 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
     if (!m_snapshots.Knows(requestId)) {
         UseRows(m_snapshots.Newest());
         if (const std::time_t now = std::time(nullptr); !mustNotScan && IsTimeToScan(now)) {
-            s_lastScan = now;
-            vScan();
+            const std::time_t before = std::exchange(s_lastScan, now);
+            try {
+                vScan();
+            } catch (...) {  // no memory: a table of some of the processes must not pass for all
+                s_lastScan = before;
+                s_lastRequestId = kNoRequest;
+                throw;
+            }
         }
         m_snapshots.Keep(requestId);
         return;

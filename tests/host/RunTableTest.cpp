@@ -15,6 +15,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,7 @@ namespace {
 std::time_t s_now = 1'000'000;
 int s_scans = 0;
 int s_opendirError = 0;
+bool s_hasNoMemory = false;  // for one scan, after its first process
 std::vector<std::string> s_commands;
 
 }  // namespace
@@ -50,6 +52,17 @@ extern "C" DIR* opendir(const char* name) {
         return nullptr;
     }
     return real(name);
+}
+
+extern "C" struct dirent* readdir(DIR* directory) {
+    using Read = struct dirent* (*)(DIR*);
+    static const auto real = reinterpret_cast<Read>(::dlsym(RTLD_NEXT, "readdir"));
+    struct dirent* const entry = real(directory);
+    if (s_hasNoMemory && entry != nullptr && entry->d_name[0] == '3') {
+        s_hasNoMemory = false;
+        throw std::bad_alloc();
+    }
+    return entry;
 }
 
 extern "C" int system(const char* command) {
@@ -342,6 +355,20 @@ TEST_F(RunTable, DoesNotScanInACallThatWasSaidToTakeNoTime) {
     EXPECT_EQ(s_scans, 1);
     EXPECT_TRUE(takesLong(second)) << "the answer of before no longer counts";
     EXPECT_EQ(PidsSeenBy(second), (std::vector<unsigned int>{2, 3}));
+    EXPECT_EQ(s_scans, 2);
+}
+
+TEST_F(RunTable, ScansAgainWhenThereWasNoMemoryForAllProcesses) {
+    Process("2", Stat("2", "p", 'S'));
+    Process("3", Stat("3", "p", 'S'));
+    s_hasNoMemory = true;
+    CVT::BVarBind cell;
+    cell.name.AssignFromDottedDecimalStr("1.3.6.1.2.1.25.4.2.1.1.3");
+    EXPECT_EQ(m_engine.Get(4000, cell), CVT::genErr);
+    EXPECT_FALSE(s_hasNoMemory);
+    EXPECT_EQ(m_engine.Get(4000, cell), 0);
+    EXPECT_EQ(cell.type, CVT::kInteger);
+    EXPECT_EQ(Pids(), (std::vector<unsigned int>{2, 3}));
     EXPECT_EQ(s_scans, 2);
 }
 
