@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
-#include <utmp.h>
 
 #include <array>
 #include <cstdio>
@@ -18,8 +17,15 @@
 #include "groups/common/SetPhases.h"
 #include "groups/devices/DHrDeviceTable.h"
 #include "groups/system/ClockCommand.h"
+#include "groups/system/UserRecords.h"
 #include "module/DCVHost.h"
 #include "module/EntryPoints.h"
+
+namespace {
+
+constexpr unsigned int kNumUsers = 5;
+
+}  // namespace
 
 const CVT::BRqHndlrEntry DHrSystem::s_rqhndlrEntries[] = {
     CVT::Column<CVT::kUnsignedValue>(1, "hrSystemUptime", CVT::kTimeTicks, &DHrSystem::OnGet_HrSystemUptime),
@@ -29,7 +35,7 @@ const CVT::BRqHndlrEntry DHrSystem::s_rqhndlrEntries[] = {
                                 &DHrSystem::OnGet_HrSystemInitialLoadDevice),
     CVT::Column<CVT::kOctetStringValue>(4, "hrSystemInitialLoadParameters", CVT::kOctetString,
                                         &DHrSystem::OnGet_HrSystemInitialLoadParameters),
-    CVT::Column<CVT::kUnsignedValue>(5, "hrSystemNumUsers", CVT::kGauge32, &DHrSystem::OnGet_HrSystemNumUsers),
+    CVT::Column<CVT::kUnsignedValue>(kNumUsers, "hrSystemNumUsers", CVT::kGauge32, &DHrSystem::OnGet_HrSystemNumUsers),
     CVT::Column<CVT::kUnsignedValue>(6, "hrSystemProcesses", CVT::kGauge32, &DHrSystem::OnGet_HrSystemProcesses),
     CVT::Column<CVT::kIntValue>(7, "hrSystemMaxProcesses", CVT::kInteger, &DHrSystem::OnGet_HrSystemMaxProcesses),
     {},
@@ -64,7 +70,13 @@ bool ReadUptime(long& seconds, long& hundredths) {
 }  // namespace
 
 DHrSystem::DHrSystem(CVT::INonVolatile* store)
-    : DScalarGroup(store, "HOST-RESOURCES-MIB.hrSystem", "1.3.6.1.2.1.25.1") {}
+    : DScalarGroup(store, "HOST-RESOURCES-MIB.hrSystem", "1.3.6.1.2.1.25.1") {
+    SetSlowCalls([this](CVT::EReading call, unsigned int /*requestId*/, const CVT::BObjectIdentifier& name) {
+        const unsigned int column = Oid().NumArcs();
+        return call == CVT::EReading::Get && name.NumArcs() > column && name[column] == kNumUsers &&
+               bAreUserRecordsLocked();
+    });
+}
 
 void DHrSystem::Initialize() {
     SetActive(1);
@@ -130,16 +142,7 @@ int DHrSystem::OnGet_HrSystemInitialLoadParameters(unsigned int /*requestId*/, C
 }
 
 int DHrSystem::OnGet_HrSystemNumUsers(unsigned int /*requestId*/, unsigned int& value) {
-    m_numUsers = 0;
-    // NOLINTBEGIN(concurrency-mt-unsafe): nothing else here reads utmp, and this runs under the request lock
-    ::setutent();
-    while (const utmp* const entry = ::getutent()) {
-        if (entry->ut_type == USER_PROCESS) {
-            ++m_numUsers;
-        }
-    }
-    ::endutent();
-    // NOLINTEND(concurrency-mt-unsafe)
+    m_numUsers = ui32CountUsers();
     value = m_numUsers;
     return CVT::noError;
 }
