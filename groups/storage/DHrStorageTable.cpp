@@ -154,12 +154,19 @@ bool DHrStorageTable::IsSlowToRead(CVT::EReading call, unsigned int requestId, c
         return false;
     }
     const Entry* const row = GetRow(CVT::BObjectIdentifier(name.Arcs().subspan(column + 1)));
-    return row != nullptr && row->mayHang;
+    return row != nullptr && MayHang(*row);
 }
 
-bool DHrStorageTable::HasMountTableChanged() {
+bool DHrStorageTable::HasNotice() {
     m_hasNotice = m_watch.HasNotice() || m_hasNotice;
-    if (m_hasNotice) {
+    return m_hasNotice;
+}
+
+/// A request reads the mount table once, and something else may be mounted on the row's directory since.
+bool DHrStorageTable::MayHang(const Entry& row) { return row.mayHang || HasNotice(); }
+
+bool DHrStorageTable::HasMountTableChanged() {
+    if (HasNotice()) {
         return true;
     }
     struct stat now {};
@@ -168,7 +175,10 @@ bool DHrStorageTable::HasMountTableChanged() {
 }
 
 void DHrStorageTable::AddNewMounts() {
-    ::stat(ETC_MNTTAB, &stLastMntFileStat);
+    if (::stat(ETC_MNTTAB, &stLastMntFileStat) != 0) {  // looked at again once it is back
+        stLastMntFileStat = {};
+        m_hasNotice = false;
+    }
     m_watch.Close();  // a table that was a file may have become the kernel's, and the reverse
     m_watch.Open();
     if (const DHostFile file = OpenMountTable()) {
@@ -213,7 +223,7 @@ DHostFile DHrStorageTable::OpenMountTable() {
     if (!file && !m_hasSaidItIsMissing) {
         m_hasSaidItIsMissing = true;
         CVT::Warn(std::string(ETC_MNTTAB) + " cannot be read (" + std::generic_category().message(errno) +
-                  "), so hrStorageTable has no mounted file systems; make it a link to /proc/self/mounts");
+                  "), so hrStorageTable misses mounted file systems; make it a link to /proc/self/mounts");
     }
     return file;
 }
@@ -242,13 +252,16 @@ void DHrStorageTable::AddMount(unsigned int index, DMountEntry mount, DMountProb
     auto row = std::make_unique<Entry>(index, nullptr);
     row->mayHang = m_mayHang.AreOnTheWayTo(mount.directory);
     Fill(*row, mount.Record(), question.Answer());
-    if (Add(std::move(row)) && question.IsOut()) {
+    if (Add(std::move(row)) && (question.IsOut() || !question.WasAsked())) {
         m_unanswered.push_back({index, std::move(mount), std::move(question)});
     }
 }
 
 void DHrStorageTable::FillLateRows() {
     std::erase_if(m_unanswered, [this](Unanswered& late) {
+        if (!late.question.WasAsked()) {
+            late.question = DMountProbe(late.mount.directory.c_str(), true, DMountProbe::kDirectoryAndSpace);
+        }
         const std::optional<DMountFigures> figures = late.question.LateAnswer();
         Entry* const row = figures ? GetRow(CVT::BObjectIdentifier(late.row)) : nullptr;
         if (row != nullptr) {
@@ -346,7 +359,7 @@ int DHrStorageTable::OnGet_HrStorageUsed(const CVT::BObjectIdentifier& index, un
     } else if (row->index == vVMemIndex) {
         row->used = Cut(ui32GetMemory(kVirtualUsed));
     } else {
-        const DMountFigures figures = DMountProbe(row->descr.c_str(), row->mayHang, DMountProbe::kSpace).Answer();
+        const DMountFigures figures = DMountProbe(row->descr.c_str(), MayHang(*row), DMountProbe::kSpace).Answer();
         if (figures.space) {
             row->used = UsedBlocks(*figures.space);
         }

@@ -113,6 +113,9 @@ private:
 
     bool IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name);
     void FillLateRows();
+    /// Whether the kernel has said that the mount table changed since it was last read.
+    bool HasNotice();
+    bool MayHang(const Entry& row);
     /// Whether the mount table was changed or replaced since it was last read.
     bool HasMountTableChanged();
     void AddNewMounts();

@@ -143,6 +143,8 @@ DMountProbe::DMountProbe(const char* directory, bool mayHang, EWhat what, std::c
     auto call = std::make_shared<Call>(path, what);
     if (!s_stuck.Has(call->directory) && (new Caller(call))->Start(kStackBytes, 0)) {
         m_call = std::move(call);
+    } else {
+        m_wasAsked = false;
     }
 }
 

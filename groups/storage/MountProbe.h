@@ -47,6 +47,8 @@ public:
     std::optional<DMountFigures> LateAnswer();
     /// Whether LateAnswer may still return something.
     bool IsOut() const { return m_call != nullptr; }
+    /// False where an earlier call to the directory has not returned, or no thread could be started.
+    bool WasAsked() const { return m_wasAsked; }
 
 private:
     struct Call;
@@ -57,5 +59,6 @@ private:
 
     DMountFigures m_figures;
     std::shared_ptr<Call> m_call;  // null when m_figures is the answer, or all of it was returned
+    bool m_wasAsked = true;
     std::chrono::milliseconds m_patience;
 };

@@ -13,6 +13,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
@@ -590,6 +591,57 @@ TEST_F(MountFigures, CountAsFailedWhenNoThreadCanBeCreated) {
     EXPECT_EQ(Used(1), 600);
     s_noThreads = false;
     EXPECT_EQ(Used(1), 1000);
+}
+
+TEST_F(MountFigures, OfANewRowAreAskedForAgainWhereNoThreadCouldBeCreated) {
+    Mount("a", "nfs4");
+    s_noThreads = true;
+    m_table->Initialize();
+    EXPECT_EQ(Units(1), 0);
+    s_noThreads = false;
+    Units(1);
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_EQ(Units(1), 4096);
+    EXPECT_EQ(Size(1), 1000);
+}
+
+TEST_F(MountFigures, OfANewRowAreAskedForAgainWhereTheDirectoryDidNotAnswerBefore) {
+    Mount("dead", "nfs4").statHangs = true;
+    m_table->Initialize();
+    DHrStorageTable other(nullptr);
+    other.Initialize();  // the call to the directory is still out
+    m_table = nullptr;
+    Release();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    const auto units = [&] {
+        int value = -77;
+        EXPECT_EQ(other.OnGet_HrStorageAllocationUnits(CVT::BObjectIdentifier(other.FindRow("/fake/dead")),
+                                                       CVT::BRequestId::Next(), value),
+                  0);
+        return value;
+    };
+    units();
+    ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));
+    EXPECT_EQ(units(), 4096);
+}
+
+TEST_F(MountFigures, CauseNoFurtherLookAtAMountTableThatHasGone) {
+    Mount("a", "ext4");
+    m_table->Initialize();
+    CVT::BObjectIdentifier name(m_table->Oid());
+    name.Append(5);
+    name.Append(1);
+    const auto takesLong = [&] { return m_table->MayTakeLong(CVT::EReading::Get, CVT::BRequestId::Next(), name); };
+    std::filesystem::remove(ETC_MNTTAB);
+    EXPECT_TRUE(takesLong());
+    EXPECT_EQ(Size(1), 1000);
+    EXPECT_FALSE(takesLong());
+    Mount("a", "ext4");
+    Mount("b", "ext4");
+    EXPECT_TRUE(takesLong());
+    EXPECT_EQ(Size(1), 1000);
+    EXPECT_EQ(m_table->GetNumRows(), 4U);
+    EXPECT_FALSE(takesLong());
 }
 
 TEST_F(MountFigures, ThatNeverArriveDelayNeitherCleanupNorTheTablesDestruction) {

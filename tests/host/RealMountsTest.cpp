@@ -268,6 +268,26 @@ TEST_F(FuseMount, IsMeasuredWhileItAnswers) {
     EXPECT_EQ(Used(row), 900);
 }
 
+TEST_F(FuseMount, OverAnotherMountDelaysNoRequestThatHasReadTheTableBefore) {
+    const std::string covered = Directory("covered");
+    ASSERT_TRUE(Mount("ramfs", covered));
+    StartUp();
+    const int row = RowOf(covered);
+    ASSERT_NE(row, 0);
+    CVT::BVarBind used;
+    used.name.AssignFromDottedDecimalStr((kEntry + "6." + std::to_string(row)).c_str());
+    const unsigned int request = CVT::BRequestId::Next();
+    ASSERT_EQ(m_engine.Get(request, used), 0);
+    CVT::BMibImpl& table = *m_module->Group().HandlerAt(2);
+    EXPECT_FALSE(table.MayTakeLong(CVT::EReading::Get, request, used.name));
+    FuseServer over(covered);
+    over.FallSilent();
+    ASSERT_TRUE(table.MayTakeLong(CVT::EReading::Get, request, used.name));
+    const auto begin = Clock::now();
+    EXPECT_EQ(m_engine.Get(request, used), 0);
+    EXPECT_GE(Clock::now() - begin, milliseconds(950)) << "it is asked, within limits";
+}
+
 TEST_F(FuseMount, ThatStopsAnsweringKeepsItsFiguresAndDelaysNoRequest) {
     StartUp();
     const int row = RowOf(m_directory);

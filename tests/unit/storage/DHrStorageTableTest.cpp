@@ -195,7 +195,7 @@ TEST_F(DHrStorageTableTest, WarnsOnceThatTheMountTableIsMissing) {
     ASSERT_EQ(said.size(), 1U);
     EXPECT_EQ(said[0],
               std::string(ETC_MNTTAB) +
-                  " cannot be read (No such file or directory), so hrStorageTable has no mounted file systems; make "
+                  " cannot be read (No such file or directory), so hrStorageTable misses mounted file systems; make "
                   "it a link to /proc/self/mounts");
     stLastMntFileStat.st_mtime = 1;
     Descr(1);
