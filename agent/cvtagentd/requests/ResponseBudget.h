@@ -11,8 +11,9 @@ namespace cvtagentd {
 /// Used by the thread that runs the library.
 namespace ResponseBudget {
 
-/// The shortest varbind that HOST-RESOURCES-MIB has: a number of one octet under a name of eleven arcs.
-inline constexpr std::size_t kLeastVarBind = 17;
+/// The shortest varbind that the agent serves: a number of one octet under a name of nine arcs, or no octets under one
+/// of ten.
+inline constexpr std::size_t kLeastVarBind = 15;
 
 /// Bounds the repetitions of every request from now on. Call it once.
 void Install();

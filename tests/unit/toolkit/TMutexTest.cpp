@@ -57,6 +57,15 @@ TEST(TMutex, MayBeTakenAgainByItsHolderWhenRecursive) {
     EXPECT_EQ(TakeElsewhere(lock, 0), 0U);
 }
 
+TEST(TMutex, IsTakenAnewByAThreadThatHasHeldItBefore) {
+    TMutex lock(true);
+    EXPECT_EQ(Take(lock, 0), 0U);
+    GiveBack(lock);
+    EXPECT_EQ(Take(lock, 0), 0U);
+    EXPECT_EQ(TakeElsewhere(lock, 0), 0x102U);
+    GiveBack(lock);
+}
+
 TEST(TMutex, IsRefusedToItsHolderWhenNotRecursive) {
     TMutex lock(false);
     EXPECT_EQ(Take(lock, 0), 0U);

@@ -3,6 +3,7 @@
 #include "agent/cvtagentd/snmp/EventLoop.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
@@ -141,6 +142,20 @@ TEST(EventLoop, SleepsAndReturnsSignalsWhileTheLibrarysDescriptorsAreSteady) {
     }
     ::kill(::getpid(), SIGTERM);
     EXPECT_EQ(loop.Turn(), EventLoop::Event::kStop);
+}
+
+TEST(EventLoop, ReturnsSignalsWhenNoDescriptorIsLeftToWaitWith) {
+    EventLoop loop;
+    const EventLoop::Task awake(loop, [] { return std::optional(milliseconds::zero()); });
+    const EventLoop::Steady steady(loop);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    ::kill(::getpid(), SIGHUP);
+    const EventLoop::Event event = loop.Turn();
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(event, EventLoop::Event::kReload);
 }
 
 TEST(EventLoop, WorksAsBeforeWhenTheDescriptorsAreNoLongerSteady) {
