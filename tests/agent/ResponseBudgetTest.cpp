@@ -99,6 +99,14 @@ TEST_P(ResponseBudgetTest, NumbersFillTheMessage) {
     EXPECT_GE(Names(200, m_number).size(), std::min<std::size_t>(fit, 200));
 }
 
+/// The names of the snmp group have nine arcs.
+TEST_P(ResponseBudgetTest, NumbersWithTheShortestNamesFillTheMessageToo) {
+    constexpr std::size_t kOctets = 16;  // of a varbind; a counter may take a second octet
+    const std::size_t header = GetParam().isSealed ? 200 : 170;
+    const std::size_t fit = (static_cast<std::size_t>(GetParam().longestMessage) - header) / kOctets;
+    EXPECT_GE(Names(28, ".1.3.6.1.2.1.11").size(), std::min<std::size_t>(fit, 28));
+}
+
 TEST_P(ResponseBudgetTest, AsManyNumbersFitAsInTheAnswerToAGet) {
     const std::size_t columns = GetParam().longestMessage < 1472 ? 10 : 45;
     std::string oids = m_number;
