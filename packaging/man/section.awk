@@ -70,7 +70,7 @@ function row(line,    cells, count, i, text) {
     for (i = 2; i <= count; ++i) {
         if (cells[i] == "") continue
         if (i == 3 && defaults) cells[i] = "Default: " cells[i] (cells[i] ~ /\.$/ ? "" : ".")
-        text = text (text == "" ? "" : (text ~ /[.!?]$/ || !defaults ? " " : ". ")) cells[i]
+        text = text (text == "" ? "" : text ~ /[.!?]$/ ? " " : defaults ? ". " : "; ") cells[i]
     }
     say(text == "" ? "\\&" : marked(text))
 }
