@@ -103,7 +103,7 @@ TEST_F(SlowGroupTest, RequestsThatAGroupCannotAnswerYetAreCompletedWhenItCan) {
     ExpectAnswer(*clients[3], {kSlowToAnswer + "1.1"});
 }
 
-TEST_F(SlowGroupTest, ARequestKeepsItsIdentifierWhileItIsPutBack) {
+TEST_F(SlowGroupTest, ARequestKeepsItsIdentifierWhileItIsDelegated) {
     const auto client = Ask("snmpbulkget", {kTable + "3.299"}, {"-Cn0", "-Cr8"});
     ExpectQuickAnswers();  // each with an identifier of its own
     Open("initialize");
@@ -122,7 +122,7 @@ TEST_F(SlowGroupTest, ASetToABusyGroupIsRefusedAtOnce) {
     ExpectSetRefused({kSlowToInitialize + "1.1", "i", "1"}, "resourceUnavailable", kSlowToInitialize + "1.1");
 }
 
-TEST_F(SlowGroupTest, ASetHoldsUpNobodyWhileRequestsArePutBack) {
+TEST_F(SlowGroupTest, ASetDelaysNobodyWhileRequestsAreDelegated) {
     const auto client = Ask("snmpget", {kSlowToInitialize + "1.2"});
     ExpectQuickAnswers();
     ExpectSetRefused({kTable + "1.1", "i", "1"}, "resourceUnavailable", kTable + "1.1");
@@ -134,7 +134,7 @@ TEST_F(SlowGroupTest, ASetHoldsUpNobodyWhileRequestsArePutBack) {
     EXPECT_EQ(Set({kTable + "1.1", "i", "1"}).status, 0);
 }
 
-TEST_F(SlowGroupTest, AStrangersSetGetsNoAnswerWhileRequestsArePutBack) {
+TEST_F(SlowGroupTest, AStrangersSetGetsNoAnswerWhileRequestsAreDelegated) {
     const auto client = Ask("snmpget", {kSlowToInitialize + "1.2"});
     ExpectQuickAnswers();
     m_community = "stranger";
@@ -157,7 +157,7 @@ TEST_F(SlowGroupTest, AClientThatHasGoneIsForgotten) {
     ExpectQuickAnswers();
 }
 
-TEST_F(SlowGroupTest, AReloadLeavesRequestsPutBack) {
+TEST_F(SlowGroupTest, AReloadLeavesDelegatedRequestsPending) {
     const auto client = Ask("snmpget", {kSlowToInitialize + "1.2"});
     ExpectQuickAnswers();
     Agent().Signal(SIGHUP);
@@ -168,7 +168,7 @@ TEST_F(SlowGroupTest, AReloadLeavesRequestsPutBack) {
     ExpectAnswer(*client, {kSlowToInitialize + "1.2"});
 }
 
-TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesWhatIsPutBack) {
+TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesDelegatedRequests) {
     std::vector<std::unique_ptr<Program>> clients;
     clients.push_back(Ask("snmpget", {kSlowToInitialize + "1.2"}));
     clients.push_back(Ask("snmpgetnext", {kSlowToInitialize + "1.2"}));
@@ -183,7 +183,7 @@ TEST_F(SlowGroupTest, TheEndOfTheAgentRefusesWhatIsPutBack) {
     EXPECT_EQ(Agent().Wait(), 0) << Log();
 }
 
-TEST_F(SlowGroupTest, HundredsOfRequestsMayBePutBack) {
+TEST_F(SlowGroupTest, HundredsOfRequestsMayBeDelegated) {
     std::vector<std::unique_ptr<Program>> clients;
     for (int i = 0; i < 100; ++i) {
         clients.push_back(Ask("snmpgetnext", {kSlowToInitialize + "1"}));

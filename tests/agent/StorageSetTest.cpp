@@ -63,7 +63,7 @@ TEST_F(StorageSetTest, WhenTheSecondVarbindIsRefusedNothingIsWritten) {
     EXPECT_EQ(Get(Size(m_virtual)), SizeLine(m_virtual, 6));
 }
 
-TEST_F(StorageSetTest, WhenALaterCommitFailsTheSizeIsPutBack) {
+TEST_F(StorageSetTest, WhenALaterCommitFailsTheOldSizeIsRestored) {
     ASSERT_EQ(Set({Size(m_physical), "i", "5"}).status, 0);
     ExpectSetRefused({Size(m_physical), "i", "7", kValues + "2.0", "s", "commit fails"}, "commitFailed",
                      kValues + "2.0");

@@ -34,7 +34,7 @@ protected:
     }
     std::string Waiting() const { return m_scratch / "state/cvtagentd.users"; }
     bool MayRead(const std::string& name) const { return Ask(name, kAuthentication, kPrivacy, kImpatient).status == 0; }
-    bool MayReadAnew(const std::string& name) const {
+    bool MayReadWithNewPhrases(const std::string& name) const {
         return Ask(name, "quite another phrase", "and one more phrase", kImpatient).status == 0;
     }
     void StartForAll() {
@@ -91,7 +91,7 @@ TEST_F(UserCommandTest, AUserChangedWhileTheAgentServesNeedsTheNewPassPhrases) {
     ExpectTakenIn(Run({"--change-user", "reader"}, kNewPhrases));
     for (int starts = 0; starts < 2; ++starts) {
         EXPECT_FALSE(MayRead("reader"));
-        EXPECT_TRUE(MayReadAnew("reader"));
+        EXPECT_TRUE(MayReadWithNewPhrases("reader"));
         EXPECT_TRUE(MayRead("other"));
         Kill();
         StartForAll();
@@ -111,7 +111,7 @@ TEST_F(UserCommandTest, AUserDeletedWhileTheAgentServesIsGoneForGood) {
     StartForAll();
     EXPECT_FALSE(MayRead("reader"));
     ExpectTakenIn(Create("reader", kNewPhrases));
-    EXPECT_TRUE(MayReadAnew("reader"));
+    EXPECT_TRUE(MayReadWithNewPhrases("reader"));
 }
 
 TEST_F(UserCommandTest, UsersAreChangedAndDeletedWhileNoAgentRuns) {
@@ -122,7 +122,7 @@ TEST_F(UserCommandTest, UsersAreChangedAndDeletedWhileNoAgentRuns) {
     const Outcome deleted = Run({"--delete-user", "other"});
     EXPECT_EQ(deleted.output, "deleted the user other in " + m_scratch / "state" + "\n");
     StartForAll();
-    EXPECT_TRUE(MayReadAnew("reader"));
+    EXPECT_TRUE(MayReadWithNewPhrases("reader"));
     EXPECT_FALSE(MayRead("other"));
 }
 

@@ -129,9 +129,9 @@ TEST(Cvtwalk, NamesTheNearNamesOfAnUnknownObject) {
 
 TEST(Cvtwalk, EndsWithTwoForAWrongCommandLine) {
     ExpectOneLine(Walk({"--bogus"}), 2, "the option --bogus is unknown (try --help)");
-    ExpectOneLine(Walk({"--format", "xml"}), 2, "--format wants text, json, table, csv, prometheus or html, not 'xml'");
-    ExpectOneLine(Walk({"--timeout", "0"}), 2, "--timeout wants a number of seconds from 1 to 86400, not '0'");
-    ExpectOneLine(Walk({"--module", ""}), 2, "--module wants the file of a module");
+    ExpectOneLine(Walk({"--format", "xml"}), 2, "--format needs text, json, table, csv, prometheus or html, not 'xml'");
+    ExpectOneLine(Walk({"--timeout", "0"}), 2, "--timeout needs a number of seconds from 1 to 86400, not '0'");
+    ExpectOneLine(Walk({"--module", ""}), 2, "--module needs the file of a module");
     ExpectOneLine(Walk({""}), 2, "the OID or object name is empty");
 }
 
@@ -256,7 +256,7 @@ TEST(Cvtwalk, WritesHostileValuesAsValidJson) {
     EXPECT_EQ(array->Items()[10].Number("value"), 4294967295.0);
 }
 
-TEST(Cvtwalk, ShowsATableForPeople) {
+TEST(Cvtwalk, ShowsATableWithReadableValues) {
     const ProgramRun run = WalkSample({"--format", "table", "sampleNoteTable"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out,
@@ -334,7 +334,7 @@ TEST(Cvtwalk, PrintsWhatItGotAndSaysWhereAWalkBroke) {
     const auto array = JsonValue::Read(run.out);
     ASSERT_TRUE(array) << run.out;
     EXPECT_EQ(array->Items().size(), 10U);
-    EXPECT_EQ(run.err, "cvtwalk: the walk ends behind 1.3.6.1.4.1.32473.2.8.1.2.7.1 with error-status 5 (genErr)\n");
+    EXPECT_EQ(run.err, "cvtwalk: the walk ends after 1.3.6.1.4.1.32473.2.8.1.2.7.1 with error-status 5 (genErr)\n");
     ExpectOneLine(WalkOdd("breaks", {"oddMost.0"}), 1, "the walk ends at 1.3.6.1.4.1.32473.2.9.0 with error-status 5");
 }
 

@@ -14,7 +14,7 @@ namespace ModuleFiles {
 
 /// Registers the directive with the library: after init_agent, before the configuration is read. A file that is missing
 /// or not to be trusted is reported as an error with file and line. When the configuration is read again, the list
-/// starts anew.
+/// starts empty.
 void Register();
 
 /// The folder whose files *.conf may name modules, for /etc/cvtagentd.conf /etc/cvtagentd/modules.d; empty without a

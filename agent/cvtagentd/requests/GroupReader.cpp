@@ -209,7 +209,7 @@ GroupReader::Result GroupReader::GetBulk(Call& call) {
 /// Moves m_varBind from instance to instance until one may be seen and has a value, and the value could be stored.
 GroupReader::Result GroupReader::GetNext(Call& call) {
     if (call.view && call.view->IsEmpty()) {
-        return Result::kNothingBehind;
+        return Result::kNothingAfter;
     }
     const auto isBehindTheEnd = [&] { return call.endsWithin && m_varBind.name >= m_end; };
     Search search(*this, call);
@@ -231,7 +231,7 @@ GroupReader::Result GroupReader::GetNext(Call& call) {
         }
         if (status == CVT::noSuchName) {
             search.End();
-            return Result::kNothingBehind;
+            return Result::kNothingAfter;
         }
         if (status == CVT::noError && !isHidden) {
             status = CallGroup(call, CVT::EReading::Get);

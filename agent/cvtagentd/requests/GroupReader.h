@@ -51,7 +51,7 @@ public:
 private:
     /// What is the same for all varbinds of a call of GoOn.
     struct Call;
-    enum class Result { kAnswered, kRefused, kNothingBehind, kMustWait, kOutOfTime };
+    enum class Result { kAnswered, kRefused, kNothingAfter, kMustWait, kOutOfTime };
     /// Passes over what must not be shown.
     class Search;
 

@@ -33,7 +33,7 @@ std::string Seconds(long long ticks, long long ticksPerSecond) {
 
 }  // namespace
 
-std::string CellText::ForPeople(const Section& section, const Section::Row& row, std::size_t column) {
+std::string CellText::Readable(const Section& section, const Section::Row& row, std::size_t column) {
     const std::string& name = section.Columns()[column].name;
     const auto number = row.cells[column] ? row.cells[column]->Number() : std::nullopt;
     if (section.Columns()[column].derived || !number) {

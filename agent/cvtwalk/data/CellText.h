@@ -10,7 +10,7 @@ namespace cvtwalk {
 /// without a known unit read as Section::TextAt returns them. No output holds a control character.
 namespace CellText {
 
-std::string ForPeople(const Section& section, const Section::Row& row, std::size_t column);
+std::string Readable(const Section& section, const Section::Row& row, std::size_t column);
 /// Whether the cell reads as a number, which a table aligns to the right. The cell must exist.
 bool IsNumber(const Section& section, const Section::Row& row, std::size_t column);
 

@@ -110,8 +110,8 @@ std::optional<CVT::BObjectIdentifier> ObjectNames::Resolve(std::string_view text
     }
     CVT::BObjectIdentifier instance;
     if (!words->instance.empty() && !instance.AssignFromDottedDecimalStr(words->instance.c_str())) {
-        error =
-            Quoted(words->instance) + " behind " + words->name + " is no instance: it wants numbers with dots between";
+        error = Quoted(words->instance) + " after " + words->name +
+                " is not an instance: write numbers with dots between them";
         return std::nullopt;
     }
     oid.Set(entry->oid);

@@ -35,14 +35,14 @@ bool Walk::VisitAll(const CVT::BObjectIdentifier& root, const Visitor& visitor, 
     instance.name.Set(root);
     for (CVT::BObjectIdentifier last = root;; last.Set(instance.name)) {
         if (const int status = m_engine.GetNext(m_request, instance); status != CVT::noError) {
-            error = Failure(last, "behind", status);
+            error = Failure(last, "after", status);
             return false;
         }
         if (instance.type == CVT::kEndOfMibView || !instance.name.StartsWith(root)) {
             break;
         }
         if (instance.name <= last) {
-            error = std::string("the walk goes backwards behind ") + last.ToString().c_str();
+            error = std::string("the walk goes backwards after ") + last.ToString().c_str();
             return false;
         }
         if (!Visit(instance, visitor)) {

@@ -59,7 +59,7 @@ std::string HtmlPage::ScalarText(std::string_view object) const {
     if (section == nullptr || section->Rows().empty()) {
         return {};
     }
-    return CellText::ForPeople(*section, section->Rows().front(), *section->Find(object));
+    return CellText::Readable(*section, section->Rows().front(), *section->Find(object));
 }
 
 /// "2026-03-10 23:30:00"; empty where there is no date.
@@ -97,7 +97,7 @@ HtmlPage::Cell HtmlPage::CellAt(const Section& section, const Section::Row& row,
         return {"-"};
     }
     const auto number = row.cells[*place] ? row.cells[*place]->Number() : std::nullopt;
-    Cell cell{Escaped(CellText::ForPeople(section, row, *place))};
+    Cell cell{Escaped(CellText::Readable(section, row, *place))};
     if (number && CellText::IsNumber(section, row, *place)) {
         cell.number = static_cast<double>(*number);
     }
@@ -307,7 +307,7 @@ void HtmlPage::WriteOthers(std::string& out) const {
         for (const Section::Row& row : section.Rows()) {
             std::vector<Cell> cells{{Escaped(row.index.ToString().View())}};
             for (std::size_t place = 0; place < section.Columns().size(); ++place) {
-                cells.push_back({Escaped(CellText::ForPeople(section, row, place))});
+                cells.push_back({Escaped(CellText::Readable(section, row, place))});
             }
             rows.push_back(std::move(cells));
         }
@@ -329,8 +329,8 @@ void HtmlPage::WriteMeanings(std::string& out) const {
     OpenSection(
         out, "meaning", "What each value means",
         "Objects of HOST-RESOURCES-MIB: range and unit as declared and as served, where the value comes from, and when it "
-        "is read anew.");
-    WriteTable(out, "meaning", "Objects", {{"Object"}, {"Range, unit"}, {"Source"}, {"Read anew"}}, rows, true);
+        "is read again.");
+    WriteTable(out, "meaning", "Objects", {{"Object"}, {"Range, unit"}, {"Source"}, {"Read again"}}, rows, true);
     out += kCloseSection;
 }
 

@@ -139,7 +139,7 @@ TextTable::Column TableFormat::ShownColumn(const Section& section, std::size_t p
     TextTable::Column column{section.ShortName(origin), KindOf(section, place), {}};
     const std::string_view prefix = Section::PrefixOf(origin.group);
     for (const Section::Row& row : section.Rows()) {
-        column.cells.push_back(CellText::ForPeople(section, row, place));
+        column.cells.push_back(CellText::Readable(section, row, place));
         if (column.kind == TextTable::Kind::kWord) {
             column.shortCells.push_back(WithoutPrefix(column.cells.back(), prefix));
         }
@@ -170,7 +170,7 @@ void TableFormat::WriteScalars(const Section& section, std::string& out) const {
     for (const Section::Row& row : section.Rows()) {
         for (std::size_t place = 0; place < row.cells.size(); ++place) {
             const std::string& name = section.Columns()[place].name;
-            const std::string value = CellText::ForPeople(section, row, place);
+            const std::string value = CellText::Readable(section, row, place);
             out += name;
             if (!value.empty()) {
                 out.append(taken - Utf8::Width(name), ' ');

@@ -81,7 +81,7 @@ std::optional<unsigned int> ParseNumber(std::string_view text, unsigned int most
 bool TakeNumber(const char* option, const char* what, unsigned int most, unsigned int& number, std::string& error) {
     const auto parsed = ParseNumber(::optarg, most);
     if (!parsed) {
-        error = std::string(option) + " wants a number of " + what + " from 1 to " + std::to_string(most) + ", not '" +
+        error = std::string(option) + " needs a number of " + what + " from 1 to " + std::to_string(most) + ", not '" +
                 ::optarg + "'";
         return false;
     }
@@ -97,7 +97,7 @@ bool TakeFormat(Options& options, std::string& error) {
             return true;
         }
     }
-    error = std::string("--format wants text, json, table, csv, prometheus or html, not '") + ::optarg + "'";
+    error = std::string("--format needs text, json, table, csv, prometheus or html, not '") + ::optarg + "'";
     return false;
 }
 
@@ -105,7 +105,7 @@ bool TakeFilter(Options& options, std::string& error) {
     const std::string_view text = ::optarg;
     const auto sign = text.find('=');
     if (sign == std::string_view::npos || sign == 0) {
-        error = std::string("--filter wants COLUMN=TEXT, not '") + ::optarg + "'";
+        error = std::string("--filter needs COLUMN=TEXT, not '") + ::optarg + "'";
         return false;
     }
     options.selection.filters.emplace_back(text.substr(0, sign), text.substr(sign + 1));
@@ -118,7 +118,7 @@ bool TakeColumns(Options& options, std::string& error) {
         const auto comma = rest.find(',');
         const std::string_view name = rest.substr(0, comma);
         if (name.empty()) {
-            error = std::string("--columns wants names with commas between, not '") + ::optarg + "'";
+            error = std::string("--columns needs names with commas between them, not '") + ::optarg + "'";
             return false;
         }
         options.selection.columns.emplace_back(name);
@@ -135,7 +135,7 @@ bool Apply(int option, Options& options, std::string& error) {
     switch (option) {
         case kModule:
             if (*::optarg == '\0') {
-                error = "--module wants the file of a module, not an empty word";
+                error = "--module needs the file of a module, not an empty one";
                 return false;
             }
             options.modules.emplace_back(::optarg);
@@ -154,7 +154,7 @@ bool Apply(int option, Options& options, std::string& error) {
         case kColumns: return TakeColumns(options, error);
         case kSort:
             options.selection.sort = ::optarg;
-            error = options.selection.sort.empty() ? "--sort wants a column, not an empty word" : "";
+            error = options.selection.sort.empty() ? "--sort needs a column, not an empty one" : "";
             return error.empty();
         case kLimit:
             if (!TakeNumber("--limit", "rows", kMostRows, rows, error)) {
@@ -225,9 +225,9 @@ const char* Options::Help() {
            "everything. No network, no SNMP.\n"
            "\n"
            "  --top                a live screen of this host; ? in it lists the keys\n"
-           "  --interval SECONDS   how often the screen looks anew (default: 5)\n"
+           "  --interval SECONDS   how often the screen is refreshed (default: 5)\n"
            "\n"
-           "  --format table       tables with a row for each index, for people (default on a terminal)\n"
+           "  --format table       tables with a row for each index (default on a terminal)\n"
            "  --format text        one line for each instance, as SNMP clients print it (default elsewhere)\n"
            "  --format json        an array of objects, for scripts\n"
            "  --format csv         a block of comma-separated values for each table\n"

@@ -55,7 +55,7 @@ std::string Watch::Heading() const {
 
 bool Watch::Run(const Interrupts& interrupts, std::string& error) {
     using Format = Options::Format;
-    const bool forPeople = m_options.format == Format::kTable || m_options.format == Format::kText;
+    const bool isReadable = m_options.format == Format::kTable || m_options.format == Format::kText;
     bool again = false;
     for (;;) {
         const Display display = Display::Of(m_output.Descriptor());  // the terminal may have been resized
@@ -66,10 +66,10 @@ bool Watch::Run(const Interrupts& interrupts, std::string& error) {
             m_output.Flush();
             return false;
         }
-        if (forPeople && m_output.IsTerminal()) {
+        if (isReadable && m_output.IsTerminal()) {
             m_output.Write(Frame(Heading(), text, display));
         } else {
-            m_output.Write(again && forPeople ? "\n" + text : text);
+            m_output.Write(again && isReadable ? "\n" + text : text);
         }
         again = true;
         if (!m_output.Flush()) {
@@ -77,7 +77,7 @@ bool Watch::Run(const Interrupts& interrupts, std::string& error) {
             return false;
         }
         if (interrupts.Wait(static_cast<int>(m_options.watchSeconds * 1000))) {
-            m_output.Write(forPeople && m_output.IsTerminal() ? "\n" : "");
+            m_output.Write(isReadable && m_output.IsTerminal() ? "\n" : "");
             m_output.Flush();
             return true;
         }

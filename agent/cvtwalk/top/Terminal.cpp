@@ -88,7 +88,7 @@ Terminal::Terminal(std::unique_ptr<Screen> screen) : m_screen(std::move(screen))
 
 std::unique_ptr<Terminal> Terminal::Open(int output, std::string& error) {
     if (::isatty(output) == 0 || ::isatty(STDIN_FILENO) == 0) {
-        error = "--top wants a terminal for its screen and its keys; --watch SECONDS works without";
+        error = "--top needs a terminal for its screen and its keys; --watch SECONDS works without";
         return nullptr;
     }
     ::setlocale(LC_CTYPE, "");  // NOLINT(concurrency-mt-unsafe): modules do not change it

@@ -59,8 +59,9 @@ TEST_F(CvtwalkObjectNames, RefuseWhatIsNeitherOidNorName) {
 }
 
 TEST_F(CvtwalkObjectNames, RefuseAnInstanceThatIsNotNumbers) {
-    EXPECT_EQ(Resolve("thingText.0x"), "'0x' behind thingText is no instance: it wants numbers with dots between");
-    EXPECT_EQ(Resolve("thingText.1..2"), "'1..2' behind thingText is no instance: it wants numbers with dots between");
+    EXPECT_EQ(Resolve("thingText.0x"), "'0x' after thingText is not an instance: write numbers with dots between them");
+    EXPECT_EQ(Resolve("thingText.1..2"),
+              "'1..2' after thingText is not an instance: write numbers with dots between them");
 }
 
 TEST_F(CvtwalkObjectNames, RefuseAnInstanceThatMakesTheNameTooLong) {

@@ -82,7 +82,7 @@ TEST_F(CvtwalkSections, TrustALoadOfZeroOnceASampleHasCome) {
     const Section& section = m_sections.All().front();
     EXPECT_EQ(section.TextAt(section.Rows()[0], 0), "0") << "the other one is measured, so this one is";
     Sections later;
-    EXPECT_EQ(CellText::ForPeople(section, section.Rows()[1], 0), "40%");
+    EXPECT_EQ(CellText::Readable(section, section.Rows()[1], 0), "40%");
 }
 
 TEST_F(CvtwalkSections, TrustALoadOfZeroAfterSixteenSeconds) {
@@ -96,8 +96,8 @@ TEST_F(CvtwalkSections, ShowWhatProcessesUseInUnitsThatPeopleRead) {
     Integer(m_use, 1, 1, 250);
     Integer(m_use, 2, 1, 256);
     const Section& section = m_sections.All().front();
-    EXPECT_EQ(CellText::ForPeople(section, section.Rows()[0], 0), "2.50 s");
-    EXPECT_EQ(CellText::ForPeople(section, section.Rows()[0], 1), "1.0 MiB");
+    EXPECT_EQ(CellText::Readable(section, section.Rows()[0], 0), "2.50 s");
+    EXPECT_EQ(CellText::Readable(section, section.Rows()[0], 1), "1.0 MiB");
 }
 
 TEST_F(CvtwalkSections, KeepRowsInTheOrderOfTheirIndexesHoweverSparseTheColumns) {

@@ -54,14 +54,14 @@ TEST(CvtwalkOptions, KnowTheThreeFormatsAndNoOther) {
     EXPECT_EQ(Parse({"--format=table"})->format, Options::Format::kTable);
     std::string error;
     EXPECT_FALSE(Parse({"--format=xml"}, &error));
-    EXPECT_EQ(error, "--format wants text, json, table, csv, prometheus or html, not 'xml'");
+    EXPECT_EQ(error, "--format needs text, json, table, csv, prometheus or html, not 'xml'");
 }
 
 TEST(CvtwalkOptions, RefuseATimeoutThatIsNoNumberOfSeconds) {
     for (const char* const bad : {"", "x", "1s", "-1", "1.5", " 1", "0", "86401", "99999999999999999999"}) {
         std::string error;
         EXPECT_FALSE(Parse({"--timeout", bad}, &error)) << bad;
-        EXPECT_EQ(error, "--timeout wants a number of seconds from 1 to 86400, not '" + std::string(bad) + "'");
+        EXPECT_EQ(error, "--timeout needs a number of seconds from 1 to 86400, not '" + std::string(bad) + "'");
     }
     EXPECT_EQ(Parse({"--timeout", "1"})->timeoutSeconds, 1U);
     EXPECT_EQ(Parse({"--timeout", "86400"})->timeoutSeconds, 86'400U);
@@ -70,9 +70,9 @@ TEST(CvtwalkOptions, RefuseATimeoutThatIsNoNumberOfSeconds) {
 TEST(CvtwalkOptions, RefuseEmptyWords) {
     std::string error;
     EXPECT_FALSE(Parse({"--module", ""}, &error));
-    EXPECT_EQ(error, "--module wants the file of a module, not an empty word");
+    EXPECT_EQ(error, "--module needs the file of a module, not an empty one");
     EXPECT_FALSE(Parse({"--module="}, &error));
-    EXPECT_EQ(error, "--module wants the file of a module, not an empty word");
+    EXPECT_EQ(error, "--module needs the file of a module, not an empty one");
     EXPECT_FALSE(Parse({""}, &error));
     EXPECT_EQ(error, "the OID or object name is empty; leave it out to print everything");
 }
@@ -125,16 +125,16 @@ TEST(CvtwalkOptions, TakeWhatSelectsRowsAndColumns) {
 TEST(CvtwalkOptions, SayWhatASelectionWants) {
     std::string error;
     EXPECT_FALSE(Parse({"--filter", "name"}, &error));
-    EXPECT_EQ(error, "--filter wants COLUMN=TEXT, not 'name'");
+    EXPECT_EQ(error, "--filter needs COLUMN=TEXT, not 'name'");
     EXPECT_FALSE(Parse({"--filter", "=x"}, &error));
     EXPECT_FALSE(Parse({"--columns", "a,,b"}, &error));
-    EXPECT_EQ(error, "--columns wants names with commas between, not 'a,,b'");
+    EXPECT_EQ(error, "--columns needs names with commas between them, not 'a,,b'");
     EXPECT_FALSE(Parse({"--sort", ""}, &error));
-    EXPECT_EQ(error, "--sort wants a column, not an empty word");
+    EXPECT_EQ(error, "--sort needs a column, not an empty one");
     EXPECT_FALSE(Parse({"--limit", "0"}, &error));
-    EXPECT_EQ(error, "--limit wants a number of rows from 1 to 1000000000, not '0'");
+    EXPECT_EQ(error, "--limit needs a number of rows from 1 to 1000000000, not '0'");
     EXPECT_FALSE(Parse({"--watch", "x"}, &error));
-    EXPECT_EQ(error, "--watch wants a number of seconds from 1 to 86400, not 'x'");
+    EXPECT_EQ(error, "--watch needs a number of seconds from 1 to 86400, not 'x'");
 }
 
 TEST(CvtwalkOptions, RefuseWhatWouldBeIgnored) {
