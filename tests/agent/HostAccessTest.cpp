@@ -1,5 +1,8 @@
 // Which addresses hosts.allow and hosts.deny admit.
 
+#include <sys/inotify.h>
+
+#include <array>
 #include <filesystem>
 
 #include "tests/agent/AgentTest.h"
@@ -9,7 +12,31 @@ namespace agent_test {
 namespace {
 
 constexpr const char* kSysUpTime = ".1.3.6.1.2.1.1.3.0";
+constexpr const char* kAllowed = "/etc/hosts.allow";
 constexpr const char* kDenied = "/etc/hosts.deny";
+
+/// Notices when a file is opened.
+class OpenWatch {
+public:
+    explicit OpenWatch(const char* file) : m_events(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+        EXPECT_GE(::inotify_add_watch(m_events, file, IN_OPEN), 0);
+    }
+    ~OpenWatch() { ::close(m_events); }
+    OpenWatch(const OpenWatch&) = delete;
+    OpenWatch& operator=(const OpenWatch&) = delete;
+
+    /// Whether it has been opened since the last call.
+    bool Was() const {
+        bool was = false;
+        for (std::array<char, 1024> events{}; ::read(m_events, events.data(), events.size()) > 0;) {
+            was = true;
+        }
+        return was;
+    }
+
+private:
+    const int m_events;
+};
 
 class HostAccessTest : public AgentTest {
 protected:
@@ -17,14 +44,16 @@ protected:
         if (!MadeUpHost::IsPossible()) {
             GTEST_SKIP() << "no mount namespace on this machine";
         }
-        if (!std::filesystem::exists("/etc/hosts.allow") || !std::filesystem::exists(kDenied)) {
+        if (!std::filesystem::exists(kAllowed) || !std::filesystem::exists(kDenied)) {
             GTEST_SKIP() << "no hosts.allow or hosts.deny on this machine to mount a file over";
         }
         m_host = std::make_unique<MadeUpHost>();
-        m_host->Cover("/etc/hosts.allow", "");
+        m_host->Cover(kAllowed, "");
         m_host->Cover(kDenied, "ALL: 127.0.0.77\n");
-        Start({"--module", kTestModule, "--listen", "tcp:127.0.0.1:" + std::to_string(m_port), "--config",
-               WriteConfig("rocommunity private 127.0.0.0/8\n")});
+        const std::string port = std::to_string(m_port);
+        Start({"--module", kTestModule, "--listen", "tcp:127.0.0.1:" + port, "--listen", "udp6:[::1]:" + port,
+               "--listen", "tcp6:[::1]:" + port, "--config",
+               WriteConfig("rocommunity private 127.0.0.0/8\nrocommunity6 private ::1\n")});
     }
     void TearDown() override {
         AgentTest::TearDown();
@@ -34,6 +63,11 @@ protected:
     bool IsAnswered(const std::string& from, const std::string& transport = "udp") const {
         return Client("snmpget", {"-v2c", "-c", "private", "-t", "0.5", "-r", "1", "--clientaddr=" + from,
                                   transport + ":127.0.0.1:" + std::to_string(m_port), kSysUpTime})
+                   .status == 0;
+    }
+    bool IsAnsweredOverIpv6(const std::string& transport) const {
+        return Client("snmpget", {"-v2c", "-c", "private", "-t", "0.5", "-r", "1",
+                                  transport + ":[::1]:" + std::to_string(m_port), kSysUpTime})
                    .status == 0;
     }
     /// Once a change of the files takes effect.
@@ -59,6 +93,34 @@ TEST_F(HostAccessTest, AChangedFileTakesEffectWithinASecond) {
     EXPECT_FALSE(IsAnswered("127.0.0.1"));
     EXPECT_FALSE(IsAnswered("127.0.0.1", "tcp"));
     EXPECT_TRUE(IsAnswered("127.0.0.77"));
+}
+
+TEST_F(HostAccessTest, TheFilesAreReadOnceForSeveralRequestsFromOneAddress) {
+    const OpenWatch allowed(kAllowed);
+    const std::string ofIpv6 = "6";
+    for (const std::string transport : {"udp", "udp6", "tcp", "tcp6"}) {
+        const auto isAnswered = [&] {
+            return transport.ends_with(ofIpv6) ? IsAnsweredOverIpv6(transport) : IsAnswered("127.0.0.1", transport);
+        };
+        EXPECT_TRUE(isAnswered()) << transport;
+        const bool isFirstOfItsAddress = transport.starts_with("udp");
+        EXPECT_EQ(allowed.Was(), isFirstOfItsAddress) << transport;
+        EXPECT_TRUE(isAnswered()) << transport;
+        EXPECT_FALSE(allowed.Was()) << transport << ": the verdict was not remembered";
+    }
+}
+
+TEST_F(HostAccessTest, AChangedFileTakesEffectWithinASecondForIpv6Too) {
+    for (const std::string transport : {"udp6", "tcp6"}) {
+        EXPECT_TRUE(IsAnsweredOverIpv6(transport)) << transport;
+    }
+    m_host->Cover(kDenied, "ALL: [::1]\n");
+    WaitForTheNextLook();
+    for (const std::string transport : {"udp6", "tcp6"}) {
+        EXPECT_FALSE(IsAnsweredOverIpv6(transport)) << transport;
+        EXPECT_FALSE(IsAnsweredOverIpv6(transport)) << transport << ", by the remembered verdict";
+    }
+    EXPECT_TRUE(IsAnswered("127.0.0.1"));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "agent/cvtagentd/snmp/HostAccess.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/ListenAddress.h"
+#include "agent/cvtagentd/snmp/MessageOrigin.h"
 #include "agent/cvtagentd/snmp/Refusals.h"
 #include "agent/cvtagentd/snmp/RequestTrace.h"
 #include "agent/cvtagentd/snmp/ResponseBuilder.h"
@@ -71,10 +72,8 @@ bool MayHaveToWait(int socket) {
 bool AdmitsHost(snmp_session* session, netsnmp_transport* transport, void* opaque, int length) {
     static HostAccess s_access;
     const auto ask = [&] { return ::netsnmp_agent_check_packet(session, transport, opaque, length) != 0; };
-    if (opaque == nullptr || length != static_cast<int>(sizeof(netsnmp_indexed_addr_pair))) {
-        return ask();
-    }
-    const auto source = HostAccess::Address::Of(static_cast<const netsnmp_indexed_addr_pair*>(opaque)->remote_addr.sa);
+    const auto peer = MessageOrigin::PeerIn(opaque, length);
+    const auto source = peer ? HostAccess::Address::Of(reinterpret_cast<const sockaddr&>(*peer)) : std::nullopt;
     if (!source) {
         return ask();
     }

@@ -12,15 +12,19 @@
 namespace cvtagentd {
 
 /// With IPv4 the library keeps a pair of addresses, with IPv6 only the sender's.
-std::optional<sockaddr_storage> MessageOrigin::PeerOf(const snmp_pdu& message) {
+std::optional<sockaddr_storage> MessageOrigin::PeerIn(const void* data, int length) {
     sockaddr_storage peer{};
-    if (message.transport_data_length == static_cast<int>(sizeof(netsnmp_indexed_addr_pair))) {
-        const auto& pair = *static_cast<const netsnmp_indexed_addr_pair*>(message.transport_data);
+    if (data != nullptr && length == static_cast<int>(sizeof(netsnmp_indexed_addr_pair))) {
+        const auto& pair = *static_cast<const netsnmp_indexed_addr_pair*>(data);
         std::memcpy(&peer, &pair.remote_addr, sizeof pair.remote_addr);
-    } else if (message.transport_data_length == static_cast<int>(sizeof(sockaddr_in6))) {
-        std::memcpy(&peer, message.transport_data, sizeof(sockaddr_in6));
+    } else if (data != nullptr && length == static_cast<int>(sizeof(sockaddr_in6))) {
+        std::memcpy(&peer, data, sizeof(sockaddr_in6));
     }
     return peer.ss_family == AF_INET || peer.ss_family == AF_INET6 ? std::optional(peer) : std::nullopt;
+}
+
+std::optional<sockaddr_storage> MessageOrigin::PeerOf(const snmp_pdu& message) {
+    return PeerIn(message.transport_data, message.transport_data_length);
 }
 
 std::string MessageOrigin::AddressOf(const snmp_pdu& message) {

@@ -12,6 +12,10 @@ namespace cvtagentd {
 /// Describes where a message came from, for the log. Stateless.
 namespace MessageOrigin {
 
+/// The internet address and port of the sender in what the library's transport tells of a message, `length` octets of
+/// `data`; no value for a message over a Unix socket.
+std::optional<sockaddr_storage> PeerIn(const void* data, int length);
+
 /// The internet address and port of the sender; no value for a message over a Unix socket.
 std::optional<sockaddr_storage> PeerOf(const snmp_pdu& message);
 

@@ -58,6 +58,7 @@ TEST_F(HostAccessTest, RemembersEachAddressSeparately) {
     EXPECT_EQ(m_access.Verdict(V4("192.0.2.3"), m_begin), std::nullopt);
     EXPECT_EQ(m_access.Verdict(V6("fe80::1", 2), m_begin), true);
     EXPECT_EQ(m_access.Verdict(V6("fe80::1", 3), m_begin), std::nullopt) << "another link";
+    EXPECT_EQ(m_access.Verdict(V6("::ffff:192.0.2.1"), m_begin), std::nullopt) << "rules may tell it from 192.0.2.1";
 }
 
 TEST_F(HostAccessTest, ForgetsEverythingWithinASecondOfAChange) {
