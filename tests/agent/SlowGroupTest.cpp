@@ -140,6 +140,14 @@ TEST_F(SlowGroupTest, AStrangersSetGetsNoAnswerWhileRequestsAreDelegated) {
     m_community = "stranger";
     const Outcome outcome = V2c("snmpset", {kTable + "1.1", "i", "1"}, {"-t", "0.3", "-r", "0"});
     EXPECT_NE(outcome.output.find("Timeout"), std::string::npos) << outcome.output;
+    const std::string refusal = "refused, unknown community: SNMPv2c from 127.0.0.1\n";
+    ASSERT_TRUE(Agent().WaitForOutput(refusal)) << Log();
+    m_community = "private";
+    ExpectQuickAnswers();
+    const std::string badCommunities = ".1.3.6.1.2.1.11.4.0";
+    EXPECT_EQ(Get(badCommunities), badCommunities + " = Counter32: 1\n");
+    const std::string log = Log();
+    EXPECT_EQ(log.find(refusal), log.rfind(refusal)) << "logged twice\n" << log;
 }
 
 TEST_F(SlowGroupTest, AClientThatHasGoneIsForgotten) {

@@ -211,9 +211,13 @@ int Listeners::OnMessage(int operation, snmp_session* session, int requestId, sn
     return ::handle_snmp_packet(operation, session, requestId, message, nullptr);
 }
 
-/// The library itself handles an unknown sender.
+/// The library itself handles a sender without access, whom it checks again.
 bool Listeners::Refuses(snmp_pdu& message) const {
-    return message.command == SNMP_MSG_SET && m_isBusy && m_isBusy() && ::check_access(&message) == 0;
+    if (message.command != SNMP_MSG_SET || !m_isBusy || !m_isBusy()) {
+        return false;
+    }
+    const Refusals::Rehearsal rehearsal;
+    return ::check_access(&message) == 0;
 }
 
 }  // namespace cvtagentd

@@ -6,8 +6,34 @@
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
+namespace {
+
+bool s_isRehearsal = false;
+
+}  // namespace
+
+Refusals::Rehearsal::Rehearsal() {
+    s_isRehearsal = true;
+    m_counts.reserve(NETSNMP_STAT_MAX_STATS);
+    for (int statistic = 0; statistic < NETSNMP_STAT_MAX_STATS; ++statistic) {
+        m_counts.push_back(::snmp_get_statistic(statistic));
+    }
+}
+
+Refusals::Rehearsal::~Rehearsal() {
+    for (int statistic = 0; statistic < NETSNMP_STAT_MAX_STATS; ++statistic) {
+        const unsigned int counted = ::snmp_get_statistic(statistic) - m_counts[static_cast<std::size_t>(statistic)];
+        if (counted != 0) {
+            ::snmp_increment_statistic_by(statistic, -static_cast<int>(counted));
+        }
+    }
+    s_isRehearsal = false;
+}
 
 void Refusals::Log(const snmp_pdu& message, const std::string& cause, const std::string& advice) {
+    if (s_isRehearsal) {
+        return;
+    }
     const std::string kind = "refused, " + cause;
     std::string text = kind + ": " + MessageOrigin::VersionOf(message) + " from " + MessageOrigin::AddressOf(message);
     if (const std::string user = MessageOrigin::UserOf(message); !user.empty()) {

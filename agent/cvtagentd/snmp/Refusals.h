@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 struct snmp_pdu;
 
@@ -13,6 +14,19 @@ namespace Refusals {
 
 /// `cause`: a few words, the same for all messages refused for that reason. `advice`, if not empty, ends the line.
 void Log(const snmp_pdu& message, const std::string& cause, const std::string& advice = {});
+
+/// While one exists, a message is checked that the library will check again: Log does nothing, and what the library has
+/// counted is taken back at the end.
+class Rehearsal {
+public:
+    Rehearsal();
+    ~Rehearsal();
+    Rehearsal(const Rehearsal&) = delete;
+    Rehearsal& operator=(const Rehearsal&) = delete;
+
+private:
+    std::vector<unsigned int> m_counts;  // of the library's statistics, before
+};
 
 /// Logs a version 3 message that the library has refused while parsing it. `result`: the library's; 0 is ignored. So is
 /// the first message of a client that asks for this agent's engine identifier.
