@@ -9,6 +9,9 @@
 
 #include "agent/common/ExtensionModule.h"
 #include "agent/common/OptionFault.h"
+#include "agent/cvtagentd/access/UserCommand.h"
+#include "agent/cvtagentd/agentx/MasterAddress.h"
+#include "agent/cvtagentd/snmp/ListenAddress.h"
 
 namespace cvtagentd {
 namespace {
@@ -105,6 +108,11 @@ void ApplyUserCommand(int option, const char* argument, Options& options) {
         if (command.option == option) {
             options.action = command.action;
             options.snmpUser = argument == nullptr ? "" : NotEmpty(command.name, argument);
+        }
+    }
+    if (option == kCreateUser) {
+        if (const std::string why = UserCommand::WhyNotAName(options.snmpUser); !why.empty()) {
+            throw UsageError(why);
         }
     }
 }

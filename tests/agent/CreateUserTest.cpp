@@ -1,6 +1,7 @@
 // cvtagentd --create-user: pass phrases from the terminal or from standard input, keys in the state directory.
 
 #include <pty.h>
+#include <sys/file.h>
 #include <termios.h>
 
 #include <array>
@@ -48,6 +49,21 @@ public:
             }
         }
         m_seen = m_shown.find(text, m_seen) + text.size();
+        return true;
+    }
+    /// Types each pass phrase twice, as the program asks for it; it has printed the first prompt, which has been
+    /// waited for. Returns false when it stops asking.
+    bool TypeTwice(const std::vector<std::string>& phrases) {
+        for (std::size_t at = 0; at < phrases.size(); ++at) {
+            if (at > 0 && !WaitFor("pass phrase: ")) {
+                return false;
+            }
+            Type(phrases[at] + "\n");
+            if (!WaitFor("repeat it: ")) {
+                return false;
+            }
+            Type(phrases[at] + "\n");
+        }
         return true;
     }
     /// Waits for the program's end, and returns its exit status.
@@ -149,24 +165,60 @@ TEST_F(CreateUserTest, RefusesAUserThatAlreadyExists) {
 TEST_F(CreateUserTest, RefusesNamesThatTheConfigurationCannotHold) {
     for (const std::string& name : {std::string("two words"), std::string("quo\"te"), std::string("-r"),
                                     std::string("sharp#"), std::string("n\xC3\xA4me"), std::string(33, 'x')}) {
-        ExpectRefused(name, Phrases(), "the name of an SNMPv3 user has 1 to 32 letters");
+        ExpectRefused(name, Phrases(), "the name of an SNMPv3 user has 1 to 32 letters", 2);
     }
     EXPECT_EQ(Create(std::string(32, 'x'), Phrases()).status, 0);
 }
 
-/// The other one asks for its pass phrases just then, and is not told to reload, which would end it.
 TEST_F(CreateUserTest, RefusesWhileAnotherCommandUsesTheStateDirectory) {
-    OnTerminal other(Command("reader"));
-    ASSERT_TRUE(other.WaitFor("pass phrase: ")) << other.Shown();
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    const int lock = ::open((m_scratch / "state/cvtagentd.lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(lock, LOCK_EX | LOCK_NB), 0);
     ExpectRefused("new", Phrases(), "is in use by another");
-    for (const char* const next : {"privacy pass phrase: ", ""}) {
-        other.Type(std::string(kAuthentication) + "\n");
-        ASSERT_TRUE(other.WaitFor("repeat it: ")) << other.Shown();
-        other.Type(std::string(kAuthentication) + "\n");
-        ASSERT_TRUE(other.WaitFor(next)) << other.Shown();
-    }
-    EXPECT_EQ(other.End(), 0) << other.Shown();
+    ::close(lock);
     EXPECT_EQ(Create("new", Phrases()).status, 0);
+}
+
+TEST_F(CreateUserTest, WhileItAsksAnotherCommandAndAnAgentCanUseTheStateDirectory) {
+    OnTerminal first(Command("reader"));
+    ASSERT_TRUE(first.WaitFor("pass phrase: ")) << first.Shown();
+    EXPECT_EQ(Create("other", Phrases()).status, 0);
+    StartFor("reader");
+    ASSERT_TRUE(first.TypeTwice({kAuthentication, kPrivacy})) << first.Shown();
+    EXPECT_EQ(first.End(), 0) << first.Shown();
+    EXPECT_NE(first.Shown().find("was told to reload, and has taken it in"), std::string::npos) << first.Shown();
+    EXPECT_EQ(Ask("reader", kAuthentication, kPrivacy).status, 0);
+}
+
+TEST_F(CreateUserTest, WhatAnotherCommandDidWhileItAskedIsSeen) {
+    for (const bool serves : {false, true}) {
+        const std::string name = serves ? "served" : "reader";
+        if (serves) {
+            StartFor(name);
+        }
+        OnTerminal first(Command(name));
+        ASSERT_TRUE(first.WaitFor("pass phrase: ")) << first.Shown();
+        EXPECT_EQ(Create(name, "something else\nand yet another\n").status, 0);
+        ASSERT_TRUE(first.TypeTwice({kAuthentication, kPrivacy})) << first.Shown();
+        EXPECT_EQ(first.End(), 1) << first.Shown();
+        EXPECT_NE(first.Shown().find("the user " + name + " already exists; nothing is changed"), std::string::npos)
+            << first.Shown();
+    }
+    EXPECT_EQ(Ask("served", "something else", "and yet another").status, 0);
+}
+
+TEST_F(CreateUserTest, NobodyTypesAPassPhraseInVain) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    const std::string faulty = m_scratch.Write("faulty.conf", "rwcomunity private\n");
+    const std::string creating = m_scratch.Write("creating.conf", "createUser known SHA-256 \"some secret\" AES\n");
+    for (const Arguments& command :
+         {Command("reader"), Command("new", {"--config", faulty}), Command("known", {"--config", creating})}) {
+        OnTerminal terminal(command);
+        EXPECT_NE(terminal.End(), 0) << terminal.Shown();
+        EXPECT_EQ(terminal.Shown().find("pass phrase: "), std::string::npos) << terminal.Shown();
+        const std::string shown = terminal.Shown();
+        EXPECT_EQ(shown.find('\n'), shown.size() - 1) << shown;
+    }
 }
 
 TEST_F(CreateUserTest, RefusesAFaultyConfigurationAndAMissingStateDirectory) {

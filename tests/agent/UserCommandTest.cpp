@@ -1,5 +1,7 @@
 // Users that are added, changed, deleted and listed, while the agent serves and while it does not.
 
+#include <sys/file.h>
+
 #include <random>
 
 #include "agent/cvtagentd/process/StateContent.h"
@@ -304,6 +306,88 @@ TEST_F(UserCommandTest, KeysForAnotherEngineAreDroppedWithAWarning) {
     EXPECT_FALSE(MayRead("reader"));
     ExpectTakenIn(Create("reader", Phrases()));
     EXPECT_TRUE(MayRead("reader"));
+}
+
+TEST_F(UserCommandTest, ACommandThatDropsKeysForAnotherEngineSaysSo) {
+    StartForAll();
+    Agent().Signal(SIGSTOP);
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    Kill();
+    const std::string config = WriteConfig("engineID another one\n");
+    const Outcome outcome = Create("other", Phrases(), {"--config", config});
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_NE(outcome.output.find("cvtagentd: warning: the engine identifier has changed since the keys of the user "
+                                  "reader were made, so they were dropped; repeat the command"),
+              std::string::npos)
+        << outcome.output;
+    EXPECT_FALSE(std::filesystem::exists(Waiting()));
+    EXPECT_EQ(Stored(), std::set<std::string>{"other"});
+}
+
+TEST_F(UserCommandTest, ADeletedUserIsGoneEvenWhenTheEngineIdentifierHasChangedSince) {
+    ASSERT_EQ(Create("reader", Phrases()).status, 0);
+    ASSERT_EQ(Create("other", Phrases()).status, 0);
+    StartForAll();
+    Agent().Signal(SIGSTOP);
+    ASSERT_EQ(Run({"--delete-user", "reader"}).status, 0);
+    Kill();
+    Start({"--module", kTestModule, "--config", WriteConfig("engineID another one\nrouser other authpriv\n")});
+    EXPECT_NE(Log().find("deleted the user reader"), std::string::npos) << Log();
+    ExpectCleanEnd();
+    EXPECT_EQ(Stored(), std::set<std::string>{"other"});
+}
+
+/// Other users may open a directory that is not closed to them, and lock it.
+TEST_F(UserCommandTest, ALockOnTheDirectoryItselfHoldsUpNoChange) {
+    std::filesystem::permissions(m_scratch / "state", std::filesystem::perms(0755));
+    StartForAll();
+    const int folder = ::open((m_scratch / "state").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(::flock(folder, LOCK_EX | LOCK_NB), 0);
+    ExpectTakenIn(Create("reader", Phrases()));
+    ::close(folder);
+    EXPECT_EQ(std::filesystem::status(m_scratch / "state/cvtagentd.users.lock").permissions(),
+              std::filesystem::perms(0600));
+}
+
+TEST_F(UserCommandTest, ALockThatOthersCouldHoldIsRefused) {
+    StartForAll();
+    const std::string lock = m_scratch / "state/cvtagentd.users.lock";
+    const auto expectRefused = [&](const char* what) {
+        const Outcome outcome = Create("reader", Phrases());
+        EXPECT_EQ(outcome.status, kFaulty) << what;
+        EXPECT_EQ(outcome.output, "cvtagentd: other users may be able to lock " + lock +
+                                      ", which locks the changes of users; remove that file\n")
+            << what;
+        std::filesystem::remove(lock);
+    };
+    m_scratch.Write("state/cvtagentd.users.lock", "");
+    std::filesystem::permissions(lock, std::filesystem::perms(0604));
+    expectRefused("readable by everybody");
+    std::filesystem::create_symlink(m_scratch.Write("elsewhere", ""), lock);
+    expectRefused("a symbolic link");
+    std::filesystem::permissions(m_scratch.Write("second", ""), std::filesystem::perms(0600));
+    std::filesystem::create_hard_link(m_scratch / "second", lock);
+    expectRefused("a second name");
+    std::filesystem::create_directory(lock);
+    EXPECT_EQ(Create("reader", Phrases()).status, kFaulty) << "a directory";
+    std::filesystem::remove(lock);
+    if (::geteuid() == 0) {
+        m_scratch.Write("state/cvtagentd.users.lock", "");
+        std::filesystem::permissions(lock, std::filesystem::perms(0600));
+        ASSERT_EQ(::chown(lock.c_str(), 65534, 65534), 0);
+        expectRefused("another user's");
+    }
+    ExpectTakenIn(Create("reader", Phrases()));
+}
+
+TEST_F(UserCommandTest, AChangeWaitsForTheProcessThatIsChangingUsers) {
+    StartForAll();
+    ExpectTakenIn(Create("reader", Phrases()));
+    const int lock = ::open((m_scratch / "state/cvtagentd.users.lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(lock, LOCK_EX | LOCK_NB), 0);
+    ExpectRefusedCommand({"--create-user", "other"}, "another process is changing them; try again");
+    ::close(lock);
+    ExpectTakenIn(Create("other", Phrases()));
 }
 
 TEST_F(UserCommandTest, WithoutADirectoryTheyUseTheDefaultOneAndNameIt) {

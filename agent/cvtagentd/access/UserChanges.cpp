@@ -25,6 +25,7 @@ namespace cvtagentd {
 namespace {
 
 constexpr const char* kFreshName = "cvtagentd.users.new";
+constexpr const char* kLockName = "cvtagentd.users.lock";
 constexpr std::string_view kUser = "usmUser ";
 constexpr std::string_view kDeleted = "deletedUser ";  // goes on like a line for the user
 constexpr int kLockTries = 200;
@@ -39,21 +40,44 @@ bool IsThere() {
     return ::lstat(UserChanges::kName, &status) == 0;
 }
 
-/// Commands hold the lock for as long as they write.
-int LockFolder() {
-    const int folder = ::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    for (int tries = 0; folder >= 0 && tries < kLockTries; ++tries) {
-        if (::flock(folder, LOCK_EX | LOCK_NB) == 0) {
-            return folder;
+/// Whoever can open a file can lock it, so the lock is on a file that is closed to others, even where the directory is
+/// not. It stays: removing it would let two processes lock two files of that name.
+int OpenLock() {
+    const std::string path = StateDir::Path() + "/" + kLockName;
+    const int file = ::open(kLockName, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    if (file < 0 && errno != ELOOP) {
+        const int error = errno;
+        FailToStart("cannot open " + path + ", which locks the changes of users: " + Message(error) +
+                        "; give it to the user who runs the agent (chown), or remove it",
+                    error);
+    }
+    struct stat status {};
+    const bool isClosed = file >= 0 && ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+                          status.st_uid == ::geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+    if (!isClosed) {
+        if (file >= 0) {
+            ::close(file);
         }
+        throw ConfigError("other users may be able to lock " + path +
+                          ", which locks the changes of users; remove that file");
+    }
+    return file;
+}
+
+/// Commands hold the lock for as long as they write.
+int Lock() {
+    const int file = OpenLock();
+    int error = EWOULDBLOCK;
+    for (int tries = 0; tries < kLockTries && error == EWOULDBLOCK; ++tries) {
+        if (::flock(file, LOCK_EX | LOCK_NB) == 0) {
+            return file;
+        }
+        error = errno;
         ::poll(nullptr, 0, kLockPauseMs);
     }
-    const int error = errno;
-    if (folder >= 0) {
-        ::close(folder);
-    }
-    throw StartError("cannot lock the changes of users in " + StateDir::Path() + ": " + Message(error) +
-                     "; try again when no other command changes users there");
+    ::close(file);
+    throw StartError("cannot lock the changes of users in " + StateDir::Path() + ": " +
+                     (error == EWOULDBLOCK ? "another process is changing them" : Message(error)) + "; try again");
 }
 
 /// The user that a line of the library's is about.
@@ -151,7 +175,7 @@ bool IsOwnEngine(const StateContent::User& user) { return user.engine == StateSt
 
 }  // namespace
 
-UserChanges::UserChanges(For purpose) : m_folder(purpose == For::kAdding || IsThere() ? LockFolder() : -1) {
+UserChanges::UserChanges(For purpose) : m_lock(purpose == For::kAdding || IsThere() ? Lock() : -1) {
     try {
         m_lines = Look();
     } catch (...) {
@@ -168,9 +192,9 @@ UserChanges::~UserChanges() {
 }
 
 void UserChanges::Unlock() {
-    if (m_folder >= 0) {
-        ::close(m_folder);
-        m_folder = -1;
+    if (m_lock >= 0) {
+        ::close(m_lock);
+        m_lock = -1;
     }
 }
 
@@ -203,7 +227,7 @@ void UserChanges::Add(const StateContent::User& user, const std::string& line) {
         throw StartError("cannot write the changes of users to " + Path() + ": " + Message(error) +
                          "; nothing is changed");
     }
-    ::fsync(m_folder);  // some file systems cannot
+    StateDir::Sync();
 }
 
 void UserChanges::Apply(const StateContent::User& user, const std::string& line) {
@@ -223,11 +247,11 @@ void UserChanges::Apply(const StateContent::User& user, const std::string& line)
 StateContent::Users UserChanges::ApplyAll() const {
     StateContent::Users deleted;
     for (const auto& [user, line] : m_lines) {
-        if (IsOwnEngine(user)) {
+        if (line.empty()) {
+            deleted.insert(user);
+        }
+        if (line.empty() || IsOwnEngine(user)) {
             Apply(user, line);
-            if (line.empty()) {
-                deleted.insert(user);
-            }
         }
     }
     return deleted;
@@ -235,9 +259,18 @@ StateContent::Users UserChanges::ApplyAll() const {
 
 void UserChanges::Report() const {
     for (const auto& [user, line] : m_lines) {
-        if (IsOwnEngine(user)) {
-            Log::Info((line.empty() ? "deleted the user " : "took in the keys of the user ") + user.name);
-        } else {
+        if (line.empty()) {
+            Log::Info("deleted the user " + user.name);
+        } else if (IsOwnEngine(user)) {
+            Log::Info("took in the keys of the user " + user.name);
+        }
+    }
+    WarnOfDropped();
+}
+
+void UserChanges::WarnOfDropped() const {
+    for (const auto& [user, line] : m_lines) {
+        if (!line.empty() && !IsOwnEngine(user)) {
             Log::Warning("the engine identifier has changed since the keys of the user " + user.name +
                          " were made, so they were dropped; repeat the command that changed that user");
         }
@@ -245,9 +278,9 @@ void UserChanges::Report() const {
 }
 
 void UserChanges::Discard() {
-    if (m_folder >= 0) {
+    if (m_lock >= 0) {
         ::unlink(kName);
-        ::fsync(m_folder);
+        StateDir::Sync();
     }
     Unlock();
 }

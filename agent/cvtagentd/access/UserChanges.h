@@ -20,9 +20,9 @@ public:
 
     enum class For { kTakingIn, kAdding };
 
-    /// Reads the file. Waits for a command that is about to change it. For taking in, a directory without the file is
-    /// not locked. Throws ConfigError when the file is damaged or must not be obeyed, and StartError when the lock is
-    /// not to be had.
+    /// Reads the file. Waits for a command that is about to change it. For taking in, nothing is locked where there is
+    /// no file. Throws ConfigError when the file is damaged or must not be obeyed, or when other users could hold the
+    /// lock, and StartError when the lock cannot be had.
     explicit UserChanges(For purpose);
     ~UserChanges();
     UserChanges(const UserChanges&) = delete;
@@ -41,12 +41,14 @@ public:
     /// Makes one change to the users that the SNMP library has.
     static void Apply(const StateContent::User& user, const std::string& line);
 
-    /// Makes the changes to the users that the SNMP library has, and returns those that are deleted. Leaves out users
-    /// of another engine, whose keys would be of no use.
+    /// Makes the changes to the users that the SNMP library has, and returns those that are deleted. Leaves out keys
+    /// for another engine, which would be of no use.
     StateContent::Users ApplyAll() const;
 
     /// Logs what ApplyAll has done, and what it has left out.
     void Report() const;
+    /// Logs a warning for each user whose keys ApplyAll has left out.
+    void WarnOfDropped() const;
 
     /// Removes the file, once the state has been stored. Other processes may change it again afterwards.
     void Discard();
@@ -54,7 +56,7 @@ public:
 private:
     void Unlock();
 
-    int m_folder;  // locked; negative when there is nothing to take in
+    int m_lock;  // the locked file; negative when there is nothing to take in
     Lines m_lines;
 };
 

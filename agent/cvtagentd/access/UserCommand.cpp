@@ -2,17 +2,18 @@
 
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "agent/cvtagentd/access/AccessConfig.h"
 #include "agent/cvtagentd/access/ConfigLine.h"
-#include "agent/cvtagentd/access/PassPhrase.h"
 #include "agent/cvtagentd/access/UserChanges.h"
 #include "agent/cvtagentd/access/UserLine.h"
 #include "agent/cvtagentd/process/Privileges.h"
@@ -32,6 +33,10 @@ constexpr std::size_t kLongestName = 32;  // SnmpAdminString (SIZE(1..32))
 /// How long the agent may take to take a change in before the command goes without.
 constexpr int kPollMs = 20;
 constexpr int kPolls = 250;
+
+/// How long another command may hold the state.
+constexpr int kLockPauseMs = 10;
+constexpr int kLockTries = 200;
 
 /// For root: another user's state is read and written as that user. The files stay that user's, and root neither obeys
 /// them nor follows a link that the user may have placed there.
@@ -55,16 +60,43 @@ bool Exists(const StateContent::User& user, const StateContent& state, const Use
     return change != changes.end() ? !change->second.empty() : state.NonVolatileUsers().count(user) != 0;
 }
 
+/// Locks the state, or returns the agent that has locked it. Waits for another command, which does so for a moment.
+std::optional<StateLock::Agent> LockOrFindAgent(std::optional<StateLock>& lock) {
+    for (int tries = 1;; ++tries) {
+        try {
+            lock.emplace(StateLock::Holder::kCommand);
+            return std::nullopt;
+        } catch (const StateInUse&) {
+            if (auto agent = StateLock::FindAgent(); agent) {
+                return agent;
+            }
+            if (tries == kLockTries) {
+                throw;
+            }
+        }
+        ::poll(nullptr, 0, kLockPauseMs);
+    }
+}
+
 std::string Label(const StateLock::Agent& agent) {
     return agent.pid > 0 ? "the agent (process " + std::to_string(agent.pid) + ")" : "the agent";
 }
 
 }  // namespace
 
-int UserCommand::Run() const {
-    if (m_request.kind == Kind::kCreate) {
-        CheckName();
+std::string UserCommand::WhyNotAName(const std::string& name) {
+    const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
+        return c > ' ' && c < 0x7F && c != '"' && c != '\'' && c != '\\' && c != '#';
+    });
+    if (plain && !name.empty() && name.size() <= kLongestName && name.front() != '-') {
+        return {};
     }
+    return "the name of an SNMPv3 user has 1 to 32 letters, digits or signs, with no space, quote, backslash or #, and "
+           "no leading -; \"" +
+           name + "\" is not such a name";
+}
+
+int UserCommand::Run() {
     StateDir::Enter(m_request.stateDir, m_request.kind == Kind::kCreate);
     BecomeOwnerOfState();
     ReadableFile::Require(m_request.configFile);
@@ -73,23 +105,44 @@ int UserCommand::Run() const {
         List();
         return EXIT_SUCCESS;
     }
-    std::optional<StateLock> lock;
-    std::optional<StateLock::Agent> agent;
-    try {
-        lock.emplace(StateLock::Holder::kCommand);
-    } catch (const StateInUse&) {
-        agent = StateLock::FindAgent();
-        if (!agent) {  // another command
-            throw;
+    if (m_request.kind != Kind::kDelete) {
+        if (const int status = CheckFirst(); status != EXIT_SUCCESS) {
+            return status;
         }
+        m_phrases.emplace(PassPhrases{PassPhrase::Read("authentication"), PassPhrase::Read("privacy")});
     }
-    if (agent) {
-        Report(LeaveFor(*agent));
-    } else {
-        ChangeState();
-        Report({});
-    }
+    Report(Change());
     return EXIT_SUCCESS;
+}
+
+/// Nobody types a pass phrase in vain, and nobody waits for a person who types: the state is locked for the checks, and
+/// again, with the same checks, for the change. The first time is in a child process, since the SNMP library can be
+/// initialised only once in a process. Returns the exit status; unless it is 0, the child has said why.
+int UserCommand::CheckFirst() const {
+    const pid_t child = ::fork();
+    if (child < 0) {
+        throw StartError("cannot start a process: " + std::generic_category().message(errno) + "; try again");
+    }
+    if (child == 0) {
+        Change();  // what it throws ends the child as it would end this process
+        std::_Exit(EXIT_SUCCESS);
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (!WIFEXITED(status)) {
+        throw StartError("the check of the state was interrupted; nothing is changed; try again");
+    }
+    return WEXITSTATUS(status);
+}
+
+std::string UserCommand::Change() const {
+    std::optional<StateLock> lock;
+    if (const auto agent = LockOrFindAgent(lock); agent) {
+        return LeaveFor(*agent);
+    }
+    ChangeState();
+    return {};
 }
 
 void UserCommand::ChangeState() const {
@@ -107,13 +160,17 @@ void UserCommand::ChangeState() const {
     }
     CheckExistence(IsKnownToLibrary(user));
     RefuseUserOfConfiguration();
-    std::string line = AskForLine(user);
+    if (IsOnlyCheck()) {
+        return;
+    }
+    std::string line = LineFor(user);
     UserChanges::Apply(user, line);
     ::explicit_bzero(line.data(), line.size());
     if (m_request.kind == Kind::kDelete) {
         deleted.insert(user);
     }
     SnmpLibrary::Store(deleted);
+    changes.WarnOfDropped();
     changes.Discard();
 }
 
@@ -125,11 +182,14 @@ std::string UserCommand::LeaveFor(const StateLock::Agent& agent) const {
     }
     AccessConfig::RequireTrustedState();
     const StateContent state = StateFile::Content();
-    const SnmpLibrary cryptography({});
     const StateContent::User user{state.EngineId(), m_request.name};
     CheckExistence(Exists(user, state, UserChanges::Look()));
     RefuseUserOfConfiguration();
-    std::string line = AskForLine(user);
+    if (IsOnlyCheck()) {
+        return {};
+    }
+    const SnmpLibrary cryptography({});
+    std::string line = LineFor(user);
     {
         UserChanges changes(UserChanges::For::kAdding);
         CheckExistence(Exists(user, StateFile::Content(), changes.All()));  // another command may have been quicker
@@ -155,13 +215,10 @@ bool UserCommand::IsTakenIn(const StateContent::User& user) const {
     return false;
 }
 
-std::string UserCommand::AskForLine(const StateContent::User& user) const {
-    if (m_request.kind == Kind::kDelete) {
-        return {};
-    }
-    const PassPhrase authentication = PassPhrase::Read("authentication");
-    const PassPhrase privacy = PassPhrase::Read("privacy");
-    return UserLine::For(user, authentication, privacy);
+bool UserCommand::IsOnlyCheck() const { return m_request.kind != Kind::kDelete && !m_phrases; }
+
+std::string UserCommand::LineFor(const StateContent::User& user) const {
+    return m_phrases ? UserLine::For(user, m_phrases->authentication, m_phrases->privacy) : std::string();
 }
 
 void UserCommand::Report(const std::string& how) const {
@@ -205,20 +262,6 @@ void UserCommand::List() {
         }
         std::printf("%-32s  %-8s  %-8s%s\n", user.name.c_str(), methods.authentication.c_str(), methods.privacy.c_str(),
                     remark);
-    }
-}
-
-/// Accepts a name that the configuration's directives can hold, too.
-void UserCommand::CheckName() const {
-    const std::string& name = m_request.name;
-    const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
-        return c > ' ' && c < 0x7F && c != '"' && c != '\'' && c != '\\' && c != '#';
-    });
-    if (!plain || name.size() > kLongestName || name.front() == '-') {
-        throw StartError(
-            "the name of an SNMPv3 user has 1 to 32 letters, digits or signs, with no space, quote, "
-            "backslash or #, and no leading -; \"" +
-            name + "\" is not such a name");
     }
 }
 

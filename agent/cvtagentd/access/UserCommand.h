@@ -1,9 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
+#include "agent/cvtagentd/access/PassPhrase.h"
 #include "agent/cvtagentd/process/StateContent.h"
 #include "agent/cvtagentd/process/StateLock.h"
 
@@ -12,7 +14,7 @@ namespace cvtagentd {
 /// --create-user, --change-user, --delete-user and --list-users: the SNMPv3 users in the state directory, with SHA-256
 /// and AES. Keys are stored, which are valid for this agent only, and not the pass phrases. While an agent uses the
 /// directory, the change is left there for it (UserChanges), and it is told to reload; otherwise the state is changed
-/// at once. One in a process.
+/// at once. No lock is held while a person types pass phrases. One in a process, which has no other thread.
 class UserCommand {
 public:
     enum class Kind { kCreate, kChange, kDelete, kList };
@@ -27,22 +29,35 @@ public:
 
     explicit UserCommand(Request request) : m_request(std::move(request)) {}
 
+    /// Why no user can be created under this name, which the configuration's directives must be able to hold, too.
+    /// Empty when one can.
+    static std::string WhyNotAName(const std::string& name);
+
     /// Returns the exit status. Throws StartError, with nothing changed, when the user exists already or does not
     /// exist, when another command or a subagent uses the directory, or when the pass phrases are not good enough.
-    int Run() const;
+    int Run();
 
 private:
-    void CheckName() const;
+    struct PassPhrases {
+        PassPhrase authentication;
+        PassPhrase privacy;
+    };
+
     void CheckExistence(bool exists) const;
     void RefuseUserOfConfiguration() const;
-    std::string AskForLine(const StateContent::User& user) const;
+    int CheckFirst() const;
+    /// Returns how the change takes effect. Until the pass phrases that it needs are there, it makes its checks only.
+    std::string Change() const;
+    bool IsOnlyCheck() const;
     void ChangeState() const;
     std::string LeaveFor(const StateLock::Agent& agent) const;
+    std::string LineFor(const StateContent::User& user) const;
     bool IsTakenIn(const StateContent::User& user) const;
     static void List();
     void Report(const std::string& how) const;
 
     const Request m_request;
+    std::optional<PassPhrases> m_phrases;
 };
 
 }  // namespace cvtagentd

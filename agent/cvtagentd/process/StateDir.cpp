@@ -154,8 +154,10 @@ void RequireRootsAlone() {
                               "; run the agent as that user (--user), or name another directory with --state-dir");
         }
         if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+            const bool isShared = (status.st_mode & S_ISVTX) != 0;  // such as /tmp, whose rights are to stay
             throw ConfigError("users other than root can write to the state directory " + StateDir::Path() +
-                              "; take that right away (chmod 700), or name another one with --state-dir");
+                              (isShared ? "; name another one with --state-dir"
+                                        : "; take that right away (chmod 700), or name another one with --state-dir"));
         }
     }
 }
@@ -229,6 +231,15 @@ void StateDir::CheckUsable() {
             "cannot read " + Path() + "/" + StateFile::kName + ": " + std::generic_category().message(errno) +
             "; give it to the user who runs the agent (chown), or name another directory with --state-dir");
     }
+}
+
+int StateDir::Sync() {
+    const int folder = ::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int error = folder >= 0 && ::fsync(folder) == 0 ? 0 : errno;
+    if (folder >= 0) {
+        ::close(folder);
+    }
+    return error == EINVAL ? 0 : error;
 }
 
 bool StateDir::IsGone() {

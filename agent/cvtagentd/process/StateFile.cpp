@@ -121,15 +121,6 @@ bool IsBetter(const Found& found, const Found& best) {
     return found.IsComplete() && found.isOurs && (!best.IsComplete() || rank(found) > rank(best));
 }
 
-/// Makes the directory's entries survive a crash of the host. Returns 0, or errno.
-int SyncFolder() {
-    const Descriptor folder(".", O_RDONLY | O_DIRECTORY);
-    if (folder.Get() >= 0 && ::fsync(folder.Get()) == 0) {
-        return 0;
-    }
-    return errno == EINVAL ? 0 : errno;  // some file systems cannot
-}
-
 void RemoveStaging() {
     std::error_code ignored;
     std::filesystem::remove_all(StateFile::kStagingName, ignored);
@@ -259,7 +250,7 @@ void StateFile::Recover() {
         }
         return;
     }
-    if (const int error = ::rename(bestName.c_str(), kName) != 0 ? errno : SyncFolder(); error != 0) {
+    if (const int error = ::rename(bestName.c_str(), kName) != 0 ? errno : StateDir::Sync(); error != 0) {
         throw StartError("cannot put the state file " + PathOf(bestName) + " in place of " + kName + ": " +
                          Message(error) + "; do it by hand");
     }
@@ -313,7 +304,7 @@ void StateFile::Staging::Commit(const StateContent::Users& users, const std::str
     if (::rename(kStagedFile.c_str(), kName) != 0) {
         Fail(errno);
     }
-    if (const int error = SyncFolder(); error != 0) {
+    if (const int error = StateDir::Sync(); error != 0) {
         Fail(error);
     }
 }
