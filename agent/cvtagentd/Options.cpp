@@ -2,6 +2,7 @@
 
 #include <getopt.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <set>
@@ -71,6 +72,26 @@ std::string NotEmpty(const char* option, const char* argument) {
     return argument;
 }
 
+void AddListener(const char* argument, std::vector<std::string>& addresses) {
+    const std::string address = NotEmpty("--listen", argument);
+    if (const std::string why = ListenAddress::WhyMalformed(address); !why.empty()) {
+        const bool isList = address.find(',') != std::string::npos;
+        throw UsageError("--listen " + address + ": " + (isList ? "one address only; repeat --listen for each" : why));
+    }
+    if (std::find(addresses.begin(), addresses.end(), address) != addresses.end()) {
+        throw UsageError("--listen " + address + " is there twice; leave one out");
+    }
+    addresses.push_back(address);
+}
+
+std::string Master(const char* argument) {
+    std::string address = NotEmpty("--agentx=", argument);
+    if (const std::string why = MasterAddress(address).WhyMalformed(); !why.empty()) {
+        throw UsageError("--agentx=" + address + ": " + why);
+    }
+    return address;
+}
+
 unsigned int Seconds(std::string_view text) {
     unsigned int seconds = 0;
     const char* const end = text.data() + text.size();
@@ -121,7 +142,7 @@ void ApplyUserCommand(int option, const char* argument, Options& options) {
 void Apply(int option, const char* argument, Options& options) {
     switch (option) {
         case kModule: options.modules.push_back(ModuleFile(NotEmpty("--module", argument))); break;
-        case kListen: options.listen.push_back(NotEmpty("--listen", argument)); break;
+        case kListen: AddListener(argument, options.listen); break;
         case kConfig: options.config = Absolute(NotEmpty("--config", argument).c_str()); break;
         case kStateDir: options.stateDir = NotEmpty("--state-dir", argument); break;
         case kUser: options.user = NotEmpty("--user", argument); break;
@@ -142,7 +163,7 @@ void Apply(int option, const char* argument, Options& options) {
             break;
         case kAgentx:
             options.subagent = true;
-            options.master = argument == nullptr ? "" : NotEmpty("--agentx=", argument);
+            options.master = argument == nullptr ? "" : Master(argument);
             break;
         default: break;
     }
@@ -200,7 +221,10 @@ Options Options::Parse(int argc, char* const* argv) {
         }
     }
     if (::optind < argc) {
-        throw UsageError("unexpected argument \"" + std::string(argv[::optind]) + "\"");
+        const std::string word = argv[::optind];
+        const bool mayBeMaster = ::optind > 1 && std::string_view(argv[::optind - 1]) == "--agentx";
+        throw UsageError("unexpected argument \"" + word + "\"" +
+                         (mayBeMaster ? "; the address of a master follows an equals sign: --agentx=" + word : ""));
     }
     if (options.subagent && !options.listen.empty()) {
         throw UsageError("--listen and --agentx exclude each other: with --agentx the master listens");

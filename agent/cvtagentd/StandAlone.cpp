@@ -1,5 +1,6 @@
 #include "agent/cvtagentd/StandAlone.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -80,6 +81,9 @@ std::string StandAlone::Open() {
     }
     m_listeners.emplace();
     for (const std::string& address : addresses) {
+        if (std::count(addresses.begin(), addresses.end(), address) > 1) {
+            throw ConfigError("agentaddress names " + address + " twice; leave one out");
+        }
         m_listeners->Listen(address);
     }
     m_builtin.emplace();

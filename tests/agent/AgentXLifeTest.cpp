@@ -111,10 +111,14 @@ TEST_F(AgentXLifeTest, AForbiddenSocketIsNamed) {
 }
 
 TEST_F(AgentXLifeTest, AnInvalidAddressIsNamed) {
-    m_master = "carrier-pigeon:1:2";
+    ExpectRefusal({"--agentx=carrier-pigeon:1:2"}, 2,
+                  "--agentx=carrier-pigeon:1:2: not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT");
+}
+
+TEST_F(AgentXLifeTest, AHostThatIsNotKnownIsNamed) {
+    m_master = "tcp:nobody.invalid:705";
     StartAlone("no connection to the master");
-    EXPECT_EQ(InLog("carrier-pigeon:1:2: not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT"), 1)
-        << Log();
+    EXPECT_EQ(InLog("tcp:nobody.invalid:705: the host is not known here; check its name"), 1) << Log();
 }
 
 TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {

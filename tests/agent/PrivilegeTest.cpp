@@ -498,7 +498,7 @@ TEST_F(PrivilegeTest, RootDoesNotUseAStateThatOthersControl) {
 }
 
 TEST_F(PrivilegeTest, AFailedStartLeavesNoFileOfRootsInTheState) {
-    ExpectNoStart({"--user", "nobody", "--listen", "udp:256.0.0.1:99999"}, "cannot listen on");
+    ExpectNoStart({"--user", "nobody", "--listen", "unix:" + m_scratch / "no/where"}, "cannot listen on");
     for (const auto& entry : std::filesystem::directory_iterator(m_scratch / "state")) {
         EXPECT_EQ(OwnerOf(entry.path()), kNobody) << entry.path();
     }

@@ -21,6 +21,10 @@ TEST_F(StartTest, AWrongCommandLineEndsItWithStatus2) {
     ExpectRefusal({"--frobnicate"}, 2, "--frobnicate is unknown");
     ExpectRefusal({"--timeout", "soon"}, 2, "--timeout needs a number of seconds");
     ExpectRefusal({"--agentx", "--listen", Udp()}, 2, "--listen and --agentx exclude each other");
+    ExpectRefusal({"--listen", "udp:127.0.0.1:99999"}, 2, "--listen udp:127.0.0.1:99999: not a valid address");
+    ExpectRefusal({"--listen", "udp:127.0.0.1:port"}, 2, "not a valid address");
+    ExpectRefusal({"--listen", "tcp:[::1"}, 2, "not a valid address");
+    ExpectRefusal({"--agentx=tcp:host:99999"}, 2, "--agentx=tcp:host:99999: not a valid address");
 }
 
 TEST_F(StartTest, AConfigurationThatCannotBeReadEndsItWithStatus78) {
@@ -90,7 +94,8 @@ TEST_F(StartTest, ThePackagedConfigurationHasNoFaults) {
 }
 
 TEST_F(StartTest, AMissingModuleEndsItWithStatus78) {
-    ExpectRefusal(WithOwn({"--module", m_scratch / "none.so"}), kFaulty, "cannot load the module");
+    ExpectRefusal(WithOwn({"--module", m_scratch / "none.so"}), kFaulty,
+                  "cannot load the module " + m_scratch / "none.so: cannot open shared object file: No such file");
 }
 
 TEST_F(StartTest, AFileThatIsNotAModuleEndsItWithStatus78) {
@@ -120,11 +125,21 @@ TEST_F(StartTest, TwoModulesForOneSubtreeAreRefused) {
 
 TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsIt) {
     const Arguments module = {"--module", kTestModule, "--state-dir", m_scratch / "state"};
-    ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:port"}, 1, "not a valid address");
-    ExpectRefusal(module + Arguments{"--listen", "udp:127.0.0.1:99999"}, kFaulty, "not a valid address");
+    ExpectRefusal(module + Arguments{"--listen", "udp:nobody.invalid:1161"}, 1, "not a valid address");
     ExpectRefusal(module + Arguments{"--listen", "udp:192.0.2.1:1161"}, 1, "this host has no such address");
     ExpectRefusal(module + Arguments{"--listen", "unix:" + m_scratch / "no/where"}, kFaulty,
-                  "No such file or directory");
+                  "No such file or directory; create the folder of that socket");
+}
+
+TEST_F(StartTest, AConfiguredAddressThatIsNoneEndsItWithStatus78) {
+    const Arguments agent = {"--module", kTestModule, "--state-dir", m_scratch / "state", "--config"};
+    for (const std::string address : {"udp:127.0.0.1:99999", "udp:127.0.0.1:port", "tcp:[::1"}) {
+        const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentaddress " + address + "\n");
+        ExpectRefusal(agent + Arguments{file}, kFaulty, "cannot listen on " + address + ": not a valid address");
+    }
+    const std::string file = WriteConfig("agentXSocket tcp:host:99999\n");
+    ExpectRefusal(agent + Arguments{file, "--agentx"}, kFaulty,
+                  file + ": line 1: Error: agentXSocket tcp:host:99999: not a valid address");
 }
 
 TEST_F(StartTest, APortThatIsInUseEndsItWithStatus1) {
@@ -138,6 +153,16 @@ TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus78) {
     ExpectRefusal(module + Arguments{"--state-dir", m_scratch / "none"}, kFaulty, "No such file or directory");
     ExpectRefusal(module + Arguments{"--state-dir", m_scratch.Write("file", "")}, kFaulty, "Not a directory");
     ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, kFaulty, "cannot write to the state directory");
+}
+
+TEST_F(StartTest, ASharedFolderIsNoStateFolderAndKeepsItsRights) {
+    const std::string shared = m_scratch.MakeFolder("shared");
+    std::filesystem::permissions(shared, std::filesystem::perms(01777));
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root refuses it";
+    }
+    ExpectRefusal({"--module", kTestModule, "--listen", Udp(), "--state-dir", shared}, kFaulty,
+                  "can write to the state directory " + shared + "; name another one with --state-dir");
 }
 
 TEST_F(StartTest, ClosedStandardStreamsAreNotReused) {

@@ -8,54 +8,93 @@
 #include <cstring>
 #include <memory>
 
+#include "agent/cvtagentd/snmp/AddressText.h"
+
 namespace cvtagentd {
 namespace {
 
 constexpr const char* kDefaultPort = "705";
+constexpr const char* kForms = "not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT";
+constexpr std::size_t kLongestPath = sizeof(sockaddr_un::sun_path) - 1;
+
+/// The parts of "HOST:PORT", "[HOST]:PORT", "PORT" or "HOST".
+struct HostAndPort {
+    std::string host;  // empty: this host
+    std::string port;
+};
+
+HostAndPort Split(const std::string& text) {
+    if (std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; })) {
+        return {"", text.empty() ? kDefaultPort : text};
+    }
+    const std::size_t bracket = text.rfind(']');
+    const std::size_t colon = text.rfind(':');
+    const bool hasPort = colon != std::string::npos && (bracket == std::string::npos || colon > bracket);
+    return {text.substr(0, hasPort ? colon : std::string::npos), hasPort ? text.substr(colon + 1) : kDefaultPort};
+}
 
 }  // namespace
+
+int MasterAddress::Family() const {
+    const std::size_t colon = m_text.find(':');
+    const std::string kind = m_text.substr(0, colon);
+    if (m_text.front() == '/' || colon == std::string::npos || kind == "unix" || kind == "local") {
+        return AF_UNIX;
+    }
+    if (kind == "tcp") {
+        return AF_INET;
+    }
+    return kind == "tcp6" || kind == "tcpv6" || kind == "tcpipv6" ? AF_INET6 : AF_UNSPEC;
+}
+
+std::string MasterAddress::AfterKind() const {
+    return m_text.front() == '/' ? m_text : m_text.substr(m_text.find(':') + 1);
+}
+
+std::string MasterAddress::WhyMalformed() const {
+    const std::string rest = AfterKind();
+    switch (Family()) {
+        case AF_UNSPEC: return kForms;
+        case AF_UNIX:
+            if (rest.find_first_not_of("0123456789.") == std::string::npos && rest == m_text) {
+                return kForms;  // a port or an address rather than a file
+            }
+            return !rest.empty() && rest.size() <= kLongestPath
+                       ? std::string()
+                       : "the name of a socket has 1 to " + std::to_string(kLongestPath) +
+                             " octets; choose another name";
+        default: break;
+    }
+    const auto [host, port] = Split(rest);
+    if (!AddressText::IsPort(port) || port.find_first_not_of('0') == std::string::npos) {
+        return "not a valid address; \"" + port + "\" is not a port, which is a number from 1 to 65535";
+    }
+    const bool isWrongFamily = Family() == AF_INET && AddressText::IsIpv6(host);
+    return (host.empty() || AddressText::MayBeHost(host)) && !isWrongFamily ? std::string() : kForms;
+}
 
 bool MasterAddress::Find() {
     if (m_length != 0) {
         return true;
     }
-    const std::size_t colon = m_text.find(':');
-    const std::string kind = m_text.substr(0, colon);
-    if (m_text.front() == '/' || colon == std::string::npos) {
-        return FindPath(m_text);
+    if (!WhyMalformed().empty()) {
+        return false;
     }
-    const std::string rest = m_text.substr(colon + 1);
-    if (kind == "unix" || kind == "local") {
-        return FindPath(rest);
-    }
-    if (kind == "tcp") {
-        return FindHost(rest, AF_INET);
-    }
-    return (kind == "tcp6" || kind == "tcpv6" || kind == "tcpipv6") && FindHost(rest, AF_INET6);
+    return Family() == AF_UNIX ? FindPath(AfterKind()) : FindHost(AfterKind(), Family());
 }
 
 bool MasterAddress::FindPath(const std::string& path) {
     sockaddr_un address{};
-    if (path.empty() || path.size() >= sizeof address.sun_path) {
-        return false;
-    }
     address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, path.size());
+    path.copy(address.sun_path, kLongestPath);
     std::memcpy(&m_address, &address, sizeof address);
     m_length = sizeof address;
     return true;
 }
 
-/// "HOST:PORT", "[HOST]:PORT", "PORT" or "HOST".
-bool MasterAddress::FindHost(const std::string& host, int family) {
-    const std::size_t bracket = host.rfind(']');
-    const std::size_t colon = host.rfind(':');
-    const bool hasPort = colon != std::string::npos && (bracket == std::string::npos || colon > bracket);
-    const bool isPort =
-        !host.empty() && std::all_of(host.begin(), host.end(), [](char c) { return c >= '0' && c <= '9'; });
-    std::string name = isPort ? "" : host.substr(0, hasPort ? colon : std::string::npos);
-    const std::string port = isPort ? host : hasPort ? host.substr(colon + 1) : kDefaultPort;
-    if (name.size() >= 2 && name.front() == '[' && name.back() == ']') {
+bool MasterAddress::FindHost(const std::string& text, int family) {
+    auto [name, port] = Split(text);
+    if (name.starts_with('[')) {
         name = name.substr(1, name.size() - 2);
     }
     addrinfo hints{};

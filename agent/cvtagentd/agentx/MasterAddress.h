@@ -17,16 +17,23 @@ public:
 
     const std::string& Text() const { return m_text; }
 
-    /// Finds the socket address, which is kept once it has been found. Returns false when the text is no address. A
-    /// name of a host is looked up, which may take seconds: nothing is served without the master.
+    /// Why this is no address, whatever the host, and what to do; empty when it may be one.
+    std::string WhyMalformed() const;
+
+    /// Finds the socket address, which is kept once it has been found. Returns false when the text is no address, or
+    /// its host is not known. A name of a host is looked up, which may take seconds: nothing is served without the
+    /// master.
     bool Find();
     /// After Find has returned true.
     const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&m_address); }
     socklen_t Length() const { return m_length; }
 
 private:
+    /// AF_UNSPEC: of no kind that there is.
+    int Family() const;
+    std::string AfterKind() const;
     bool FindPath(const std::string& path);
-    bool FindHost(const std::string& host, int family);
+    bool FindHost(const std::string& text, int family);
 
     std::string m_text;
     sockaddr_storage m_address{};

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "agent/cvtagentd/agentx/MasterAddress.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
 namespace cvtagentd {
@@ -12,7 +13,13 @@ constexpr int kLongestPingInterval = 3600;
 
 MasterConfig::Values s_values;
 
-void TakeSocket(const char* /*directive*/, char* rest) { s_values.address = rest; }
+void TakeSocket(const char* directive, char* rest) {
+    if (const std::string why = MasterAddress(rest).WhyMalformed(); !why.empty()) {
+        ::config_perror((std::string(directive) + " " + rest + ": " + why).c_str());
+        return;
+    }
+    s_values.address = rest;
+}
 
 void TakePingInterval(const char* directive, char* rest) {
     const std::string_view text(rest);

@@ -61,7 +61,7 @@ void MasterSession::Connect() {
     m_due = Clock::now() + kPatience;
     m_state = State::kConnects;
     if (!m_address.Find()) {
-        Fail("not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT");
+        Fail("the host is not known here; check its name, or write its address in numbers");
     } else if (const int error = m_socket.Connect(m_address); error != 0) {
         Fail(Why(error));
     } else if (m_socket.GetState() == MasterSocket::State::kConnected) {

@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <filesystem>
 #include <optional>
 #include <string_view>
 #include <system_error>
 
+#include "agent/cvtagentd/snmp/AddressText.h"
 #include "agent/cvtagentd/snmp/LibraryLog.h"
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 
@@ -19,7 +19,6 @@ namespace cvtagentd {
 namespace {
 
 constexpr std::string_view kUnix = "unix:";
-constexpr int kHighestPort = 65535;
 
 /// The library's names for the transports to which an address and a port belong, and for the others.
 constexpr const char* kInternet[] = {"udp", "tcp", "udp6", "udpv6", "udpipv6", "tcp6", "tcpv6", "tcpipv6", "ipv6"};
@@ -33,12 +32,6 @@ bool IsOneOf(const std::string& text, const char* const (&names)[Size]) {
 
 bool IsNumber(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-bool IsPort(std::string_view text) {
-    int port = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    return IsNumber(text) && error == std::errc() && port <= kHighestPort;
 }
 
 /// An internet address in its parts. The library takes an unknown transport for a host's name.
@@ -75,35 +68,69 @@ std::optional<Parts> Split(const std::string& address) {
     return parts;
 }
 
-/// `file`: relative to the working directory.
-std::string WhyNotSocket(const std::string& file) {
-    std::error_code error;
-    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
-    if (file.empty() || file.size() >= sizeof(sockaddr_un::sun_path)) {
-        return "the name of a socket has 1 to " + std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " octets";
-    }
-    if (!folder.empty() && !std::filesystem::is_directory(folder, error)) {
-        return "the folder " + folder.string() + " is missing; create it, or choose another one";
-    }
-    return {};
+bool IsSocket(const std::string& address) { return address.starts_with('/') || address.starts_with(kUnix); }
+
+/// Relative to the working directory.
+std::string FileOf(const std::string& address) {
+    return address.starts_with('/') ? address : address.substr(kUnix.size());
+}
+
+bool IsForIpv4(const std::string& transport) {
+    return ::strcasecmp(transport.c_str(), "udp:") == 0 || ::strcasecmp(transport.c_str(), "tcp:") == 0;
+}
+
+bool IsForIpv6(const std::string& transport) { return transport.find('6') != std::string::npos; }
+
+bool IsIpv4(const std::string& host) {
+    return !host.empty() && host.find_first_not_of("0123456789.") == std::string::npos;
 }
 
 }  // namespace
 
-std::string ListenAddress::WhyNot(const std::string& address, bool& mayPass) {
-    mayPass = false;
-    if (address.starts_with('/') || address.starts_with(kUnix)) {
-        if (IsOtherFile(address)) {
-            return kNotASocket;
-        }
-        return WhyNotSocket(address.starts_with('/') ? address : address.substr(kUnix.size()));
+std::string ListenAddress::WhyMalformed(const std::string& address) {
+    if (IsSocket(address)) {
+        const std::size_t size = FileOf(address).size();
+        constexpr std::size_t kLongest = sizeof(sockaddr_un::sun_path) - 1;
+        return size > 0 && size <= kLongest
+                   ? std::string()
+                   : "the name of a socket has 1 to " + std::to_string(kLongest) + " octets; choose another name";
     }
     const std::optional<Parts> parts = Split(address);
     if (!parts) {
         return {};
     }
-    if (address.empty() || (!parts->port.empty() && !IsPort(parts->port))) {
+    if (!parts->port.empty() && !AddressText::IsPort(parts->port)) {
+        return "not a valid address; \"" + parts->port + "\" is not a port, which is a number up to 65535";
+    }
+    const std::string host = parts->host.substr(0, parts->host.rfind(':'));
+    const bool isEmpty =
+        parts->port.empty() && (host.empty() || (address.ends_with(':') && !AddressText::IsIpv6(host)));
+    const bool isOfOtherFamily =
+        IsForIpv4(parts->transport) ? AddressText::IsIpv6(host) : IsForIpv6(parts->transport) && IsIpv4(host);
+    if (isEmpty || isOfOtherFamily || IsOneOf(address, kInternet) || (!host.empty() && !AddressText::MayBeHost(host))) {
         return Advice(0);
+    }
+    return {};
+}
+
+std::string ListenAddress::WhyNot(const std::string& address, bool& mayPass) {
+    mayPass = false;
+    if (std::string why = WhyMalformed(address); !why.empty()) {
+        return why;
+    }
+    if (IsSocket(address)) {
+        std::error_code error;
+        const std::filesystem::path folder = std::filesystem::path(FileOf(address)).parent_path();
+        if (IsOtherFile(address)) {
+            return kNotASocket;
+        }
+        return folder.empty() || std::filesystem::is_directory(folder, error)
+                   ? std::string()
+                   : "the folder " + folder.string() + " is missing; create it, or choose another one";
+    }
+    const std::optional<Parts> parts = Split(address);
+    if (!parts) {
+        return {};
     }
     const LibraryLog::Collector collector;
     errno = 0;
@@ -132,6 +159,9 @@ std::string ListenAddress::Advice(int error) {
         case 0: return "not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
         case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
         case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
+        case ENOENT:
+        case ENOTDIR:
+            return std::generic_category().message(error) + "; create the folder of that socket, or choose another one";
         case EACCES: return "not permitted; choose a port above 1023, or start the agent with more rights";
         default: return std::generic_category().message(error);
     }

@@ -4,10 +4,14 @@
 
 namespace cvtagentd {
 
-/// An address to listen on, in the SNMP library's notation. Stateless; used by the thread that runs the library.
+/// An address to listen on, in the SNMP library's notation. Stateless; except for WhyMalformed, used by the thread that
+/// runs the library.
 namespace ListenAddress {
 
 inline constexpr const char* kNotASocket = "that file is not a socket; choose another name";
+
+/// Why this is no address, whatever the host, and what to do; empty when it may be one.
+std::string WhyMalformed(const std::string& address);
 
 /// Why the agent could not listen on the address, and what to do, found out without opening its port or its socket
 /// file: internet addresses are tried with a port that the system chooses. Empty when there is no reason, and when only

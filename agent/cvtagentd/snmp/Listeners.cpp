@@ -147,10 +147,12 @@ void Listeners::Listen(const std::string& address) {
     if (ListenAddress::IsOtherFile(address)) {  // the library would delete it
         throw ConfigError("cannot listen on " + address + ": " + ListenAddress::kNotASocket);
     }
+    if (const std::string why = ListenAddress::WhyMalformed(address); !why.empty()) {
+        throw ConfigError("cannot listen on " + address + ": " + why);
+    }
     const LibraryLog::Collector collector;
     errno = 0;
-    // The empty address would mean port 161 on all of the host's.
-    if (address.empty() || !Open(address)) {
+    if (!Open(address)) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
         const std::string text = "cannot listen on " + address + ": " + ListenAddress::Advice(error);
         if (error == 0 && !HasName(address)) {

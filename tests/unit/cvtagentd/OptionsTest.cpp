@@ -151,6 +151,79 @@ TEST(CvtagentdOptions, ASubagentHasNoListeners) {
     EXPECT_EQ(ErrorOf({"--listen", "udp:1161", "--agentx"}), error);
 }
 
+/// Expects that the command line is refused with a message of these two parts.
+void ExpectRefusedAddress(const std::vector<std::string>& arguments, std::string begin, const std::string& end) {
+    EXPECT_EQ(ErrorOf(arguments), begin.append(end));
+}
+
+std::string NotAPort(const std::string& port, const std::string& range) {
+    std::string text = ": not a valid address; \"";
+    return text.append(port).append("\" is not a port, which is a number ").append(range);
+}
+
+TEST(CvtagentdOptions, RefusesAListenerThatIsNoAddressOnAnyHost) {
+    const std::string forms =
+        ": not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
+    for (const std::string address :
+         {"tcp:[::1", "udp6:[::1]x", "udp6:[::g]:161", "udp6:[]:161", "udp:1.2.3.4.5:161", "udp:300.0.0.1:161",
+          "udp:127.0.0.1:1:1", "udp:[::1]:161", "tcp:::1", "udp:two words:161", " udp:161", "tcp:-1", "udp", "TCP6",
+          "udp:", "udp:127.0.0.1:", "udp6:127.0.0.1:161"}) {
+        ExpectRefusedAddress({"--listen", address}, "--listen " + address, forms);
+    }
+    for (const std::string port : {"99999", "65536", "-1", "snmp", "161x", "+161", "1e3"}) {
+        const std::string address = "udp:127.0.0.1:" + port;
+        ExpectRefusedAddress({"--listen", address}, "--listen " + address, NotAPort(port, "up to 65535"));
+    }
+    EXPECT_EQ(ErrorOf({"--listen", "70000"}),
+              "--listen 70000: not a valid address; \"70000\" is not a port, which is a number up to 65535");
+    EXPECT_EQ(ErrorOf({"--listen", "unix:"}),
+              "--listen unix:: the name of a socket has 1 to 107 octets; choose another name");
+    EXPECT_NE(ErrorOf({"--listen", "unix:" + std::string(108, 'x')}), "");
+    EXPECT_EQ(ErrorOf({"--listen", "udp:161,tcp:161"}),
+              "--listen udp:161,tcp:161: one address only; repeat --listen for each");
+    EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--listen", "udp:161"}),
+              "--listen udp:161 is there twice; leave one out");
+}
+
+TEST(CvtagentdOptions, AcceptsEveryWayToWriteAListener) {
+    for (const std::string address :
+         {"161", "127.0.0.1", "localhost:161", "udp:161", "udp::161", "tcp:161", "UDP:127.0.0.1:161", "udp:127.0.0.1",
+          "udp6:161", "udp6:[::1]:161", "udp6:::1", "tcp6:[::1]:161", "udp6:[fe80::1%eth0]:161", "udp:host_1.example:0",
+          "udp:192.0.2.1@eth0:161", "unix:socket", "/run/socket", "tlstcp:whatever", "upd:161"}) {
+        EXPECT_EQ(ErrorOf({"--listen", address}), "") << address;
+    }
+}
+
+TEST(CvtagentdOptions, RefusesAMasterThatIsNoAddressOnAnyHost) {
+    for (const std::string address : {"carrier-pigeon:1:2", "localhost:705", "705", "127.0.0.1", "udp:127.0.0.1:705",
+                                      "tcp:[::1", "tcp6:::1", "tcp:[::1]:705", "tcp:a b:705", "tcp:1.2.3.4.5:705"}) {
+        ExpectRefusedAddress({"--agentx=" + address}, "--agentx=" + address,
+                             ": not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT");
+    }
+    for (const std::string port : {"99999", "0", "x", "-1", "65536"}) {
+        const std::string option = "--agentx=tcp:host:" + port;
+        ExpectRefusedAddress({option}, option, NotAPort(port, "from 1 to 65535"));
+    }
+    EXPECT_EQ(ErrorOf({"--agentx=unix:"}),
+              "--agentx=unix:: the name of a socket has 1 to 107 octets; choose another name");
+    for (const std::string address : {"/var/agentx/master", "unix:/run/master", "master", "tcp:host", "tcp:705",
+                                      "tcp:", "tcp:host:705", "tcp6:[::1]:705", "tcp6:[::1]"}) {
+        EXPECT_EQ(ErrorOf({"--agentx=" + address}), "") << address;
+    }
+    EXPECT_EQ(ErrorOf({"--agentx", "tcp:host:705"}),
+              "unexpected argument \"tcp:host:705\"; the address of a master follows an equals sign: "
+              "--agentx=tcp:host:705");
+}
+
+TEST(CvtagentdOptions, RefusesANameThatNoUserCanHave) {
+    for (const std::string& name : {std::string("two words"), std::string("quo\"te"), std::string("-r"),
+                                    std::string("sharp#"), std::string("n\xC3\xA4me"), std::string(33, 'x')}) {
+        EXPECT_EQ(ErrorOf({"--create-user", name}).find("the name of an SNMPv3 user has 1 to 32 letters"), 0U) << name;
+    }
+    EXPECT_EQ(ErrorOf({"--create-user", std::string(32, 'x')}), "");
+    EXPECT_EQ(ErrorOf({"--delete-user", "two words"}), "") << "a configuration may have created it";
+}
+
 TEST(CvtagentdOptions, HelpNamesEveryOption) {
     const std::string help = Options::Help();
     for (const char* const option :
