@@ -45,7 +45,11 @@ std::string ExtensionModule::DefaultFile() {
 std::unique_ptr<ExtensionModule> ExtensionModule::Load(const std::string& file, std::string& error) {
     void* const library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
-        error = "cannot load the module " + file + ": " + ::dlerror();
+        std::string reason = ::dlerror();
+        if (const std::string named = file + ": "; reason.starts_with(named)) {
+            reason.erase(0, named.size());
+        }
+        error = "cannot load the module " + file + ": " + reason;
         return nullptr;
     }
     std::unique_ptr<ExtensionModule> module(new ExtensionModule(file, library));

@@ -66,6 +66,43 @@ TEST_F(ConfigFaultsTest, AddressesAreTriedWithoutOpeningTheConfiguredPort) {
     }
 }
 
+TEST_F(ConfigFaultsTest, WhatTheLibrarySaysBrieflyComesWithAdvice) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"rocommunity", "Error: rocommunity needs a value; complete the line"},
+        {"disableSNMPv1 yes", "Warning: Unknown token: disableSNMPv1; write it as [snmp] disableSNMPv1"},
+        {"agentxpinginterval 5",
+         "Warning: Unknown token: agentxpinginterval; it has an effect with --agentx only, so remove it"},
+        {"[snmpp] disableSNMPv1 yes", "Error: there is no section [snmpp]; did you mean [snmp]?"},
+        {"rocommunity other 300.0.0.1",
+         "Error: cannot resolve IPv4 source hostname; write an address, a network such as 192.0.2.0/24, or default"},
+        {"rocommunity other 192.0.2.0/33",
+         "Error: bad mask length; a network of IPv4 has 0 to 32 bits, as in 192.0.2.0/24"},
+        {"rocommunity other 192.0.2.1/255.255.0.0",
+         "Error: source/mask mismatch; write a network such as 192.0.2.0/24"},
+        {"rocommunity other 127.0.0.1 more words",
+         "Error: bad SUBTREE object id; write an object identifier in numbers there, or -V and the name of a view"},
+        {"view some", "Error: missing TYPE parameter; write view NAME included OID, or excluded"},
+        {"group some", "Error: missing MODEL parameter; write group NAME usm USER, or v1 or v2c and a com2sec name"},
+        {"com2sec name default", "Error: missing COMMUNITY parameter; write com2sec NAME SOURCE COMMUNITY"},
+        {"createUser me MD6 \"long enough\"",
+         "Error: unknown authProtocol; write SHA-256, or another one of SHA, SHA-224, SHA-384, SHA-512 and MD5"},
+        {"createUser me SHA-256 \"long enough\" BLOWFISH", "Error: unknown privProtocol; write AES"}};
+    for (const auto& [line, message] : cases) {
+        const std::string file = WriteConfig("rocommunity public 127.0.0.1\n" + line + "\n");
+        std::string expected = "cvtagentd: ";
+        EXPECT_EQ(Check("agent.conf").output, expected.append(file).append(": line 2: ").append(message).append("\n"))
+            << line;
+    }
+}
+
+TEST_F(ConfigFaultsTest, AnAddressThatIsNamedTwiceIsAFaultAndNoPortInUse) {
+    const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentaddress " + Udp() + "," + Udp() + "\n");
+    EXPECT_EQ(Check("agent.conf").output,
+              "cvtagentd: " + file + ": line 2: Error: agentaddress names " + Udp() + " twice; leave one out\n");
+    ExpectRefusal({"--module", kTestModule, "--state-dir", m_scratch / "state", "--config", file}, kFaulty,
+                  "agentaddress names " + Udp() + " twice; leave one out");
+}
+
 TEST_F(ConfigFaultsTest, AnAddressThatTheHostLacksForNowKeepsNoReloadFromTakingAccessAway) {
     m_community = "public";
     const std::string address = "agentaddress udp:203.0.113.9:161\n";

@@ -25,7 +25,7 @@
 #include "agent/cvtagentd/access/ConfigFiles.h"
 #include "agent/cvtagentd/access/ConfigLine.h"
 #include "agent/cvtagentd/access/ConfigReview.h"
-#include "agent/cvtagentd/access/KnownDirectives.h"
+#include "agent/cvtagentd/access/FaultAdvice.h"
 #include "agent/cvtagentd/access/ModuleFiles.h"
 #include "agent/cvtagentd/access/UnsafeLines.h"
 #include "agent/cvtagentd/process/Privileges.h"
@@ -243,7 +243,12 @@ std::string PlaceOf(const std::string& address, const std::string& file) {
 
 /// What depends on the host is no fault: it must not keep a reload, which opens no address, from taking access away.
 void AppendAddresses(const std::string& file, std::vector<std::string>& faults, std::vector<std::string>& remarks) {
+    std::set<std::string> seen;
     for (const std::string& address : SnmpLibrary::ConfiguredAddresses()) {
+        if (!seen.insert(address).second) {
+            faults.push_back(PlaceOf(address, file) + "Error: agentaddress names " + address + " twice; leave one out");
+            continue;
+        }
         bool mayPass = false;
         if (const std::string why = ListenAddress::WhyNot(address, mayPass); !why.empty()) {
             std::string& message = (mayPass ? remarks : faults).emplace_back(PlaceOf(address, file));
@@ -269,15 +274,6 @@ void SortByLine(const std::string& file, std::vector<Message>& messages, TextOf 
     };
     std::stable_sort(messages.begin(), messages.end(),
                      [&](const Message& a, const Message& b) { return place(a) < place(b); });
-}
-
-void SuggestDirective(std::string& fault) {
-    const std::size_t at = fault.find(kUnknownDirective);
-    const std::string near =
-        at == std::string::npos ? "" : KnownDirectives::NearestTo(fault.substr(at + kUnknownDirective.size()));
-    if (!near.empty()) {
-        fault.append("; did you mean ").append(near).append("?");
-    }
 }
 
 void Append(const std::vector<std::string>& more, std::vector<std::string>& list) {
@@ -375,7 +371,7 @@ std::vector<std::string> AccessConfig::Faults(const std::string& file, const std
 std::vector<std::string> AccessConfig::AllFaults(const std::string& file,
                                                  const std::vector<LibraryLog::Message>& said) {
     std::vector<std::string> faults = Faults(file, said);
-    std::for_each(faults.begin(), faults.end(), &SuggestDirective);
+    std::for_each(faults.begin(), faults.end(), &FaultAdvice::AddTo);
     Append(ConfigReview::Of(file).faults, faults);
     Append(ModuleFiles::ReadFolder(file), faults);
     SortByLine(file, faults, [](const std::string& fault) -> const std::string& { return fault; });
