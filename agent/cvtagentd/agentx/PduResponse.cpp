@@ -21,6 +21,12 @@ PduResponse::PduResponse(std::string& to, const PduHeader& request, std::uint32_
     writer.Zeros(4);  // the error and its index
 }
 
+PduResponse::~PduResponse() {
+    if (!m_isFinished) {
+        m_to.resize(m_start);
+    }
+}
+
 void PduResponse::Add(const CVT::BObjectIdentifier& name, const CVT::BVarBind& value) {
     PduWriter(m_to, m_networkByteOrder).Write(name, value);
 }
@@ -38,6 +44,7 @@ void PduResponse::Finish(std::uint16_t error, std::uint16_t index) {
         PduFormat::Write(m_to.data() + m_start + kIndexAt, index, m_networkByteOrder);
     }
     PduWriter(m_to, m_networkByteOrder).SetLength(m_start);
+    m_isFinished = true;
 }
 
 }  // namespace cvtagentd

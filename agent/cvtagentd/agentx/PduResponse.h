@@ -14,6 +14,10 @@ class PduResponse {
 public:
     /// Begins a response at the end of `to`, with the identifiers of the request and in its byte order.
     PduResponse(std::string& to, const PduHeader& request, std::uint32_t sysUpTime = 0);
+    /// Takes back what was written unless Finish has been called: half a response would garble those that follow it.
+    ~PduResponse();
+    PduResponse(const PduResponse&) = delete;
+    PduResponse& operator=(const PduResponse&) = delete;
 
     void Add(const CVT::BVarBind& varBind) { Add(varBind.name, varBind); }
     /// `value.name` is not used.
@@ -31,6 +35,7 @@ private:
     std::string& m_to;
     const std::size_t m_start;
     const bool m_networkByteOrder;
+    bool m_isFinished = false;
 };
 
 }  // namespace cvtagentd

@@ -569,6 +569,15 @@ TEST_P(PduOrderTest, AResponseWithAnErrorHasNoVarBinds) {
     EXPECT_EQ(buffer, one + one);
 }
 
+TEST(PduResponseTest, LeavesNothingWhenItIsNotFinished) {
+    std::string buffer = "before";
+    {
+        cvtagentd::PduResponse response(buffer, {});
+        response.Add(Oid("1.3"), CVT::kEndOfMibView);
+    }
+    EXPECT_EQ(buffer, "before");
+}
+
 TEST_P(PduOrderTest, WritesValuesThatAgentxHasNotAsNull) {
     CVT::BVarBind varBind;
     varBind.name = Oid("1.3");
