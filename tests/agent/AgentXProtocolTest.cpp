@@ -6,117 +6,10 @@
 #include <thread>
 #include <vector>
 
-#include "agent/cvtagentd/agentx/Pdu.h"
-#include "tests/agent/AgentXTest.h"
-#include "tests/agent/ScriptedMaster.h"
+#include "tests/agent/AgentXProtocolTest.h"
 
 namespace agent_test {
 namespace {
-
-using cvtagentd::Pdu;
-using cvtagentd::PduType;
-
-CVT::BObjectIdentifier Name(const std::string& dotted) {
-    return CVT::BObjectIdentifier(CVT::BString(dotted.substr(dotted.front() == '.' ? 1 : 0).c_str()));
-}
-
-class AgentXProtocolTest : public AgentXTest {
-protected:
-    void StartServing(const Arguments& settings = {}) {
-        Start({"--module", kTestModule}, settings, "");
-        m_script.TakeAgent(kSubtrees);
-    }
-
-    static Pdu Request(PduType type, std::uint32_t transaction = 1) {
-        Pdu pdu;
-        pdu.header.type = type;
-        pdu.header.flags = 0;
-        pdu.header.session = ScriptedMaster::kSession;
-        pdu.header.transaction = transaction;
-        return pdu;
-    }
-    static void AddRange(Pdu& pdu, const std::string& start, const std::string& end = "", bool includesStart = false) {
-        pdu.ranges.push_back({Name(start), includesStart, end.empty() ? CVT::BObjectIdentifier() : Name(end)});
-    }
-    static void AddInteger(Pdu& pdu, const std::string& name, int value) {
-        CVT::BVarBind& varBind = pdu.varBinds.emplace_back();
-        varBind.name = Name(name);
-        varBind.type = CVT::kInteger;
-        varBind.integer = value;
-    }
-
-    std::uint32_t Send(Pdu pdu) {
-        pdu.header.packet = ++m_packet;
-        std::string octets;
-        pdu.AppendTo(octets);
-        m_script.SendOctets(octets);
-        return m_packet;
-    }
-    /// The agent's next message that is no question; those are answered.
-    Pdu Read() {
-        for (;;) {
-            const auto message = m_script.Receive(20000);
-            if (!message) {
-                throw std::runtime_error("the agent does not answer");
-            }
-            Pdu pdu;
-            const std::string octets = message->octets.Message(
-                {1, message->type, 0, message->session, message->transaction, message->packet}, message->payload);
-            EXPECT_EQ(Pdu::Decode(octets, pdu), cvtagentd::PduError::kNone);
-            if (pdu.header.type == PduType::kResponse || pdu.header.type == PduType::kClose) {
-                return pdu;
-            }
-            m_asked.push_back(pdu);
-            try {
-                m_script.Answer(*message);
-            } catch (const ScriptedMaster::Disconnected&) {  // since then; what was sent before is still read
-            }
-        }
-    }
-    Pdu Ask(const Pdu& pdu) {
-        const std::uint32_t packet = Send(pdu);
-        Pdu answer = Read();
-        EXPECT_EQ(answer.header.type, PduType::kResponse);
-        EXPECT_EQ(answer.header.packet, packet);
-        EXPECT_EQ(answer.header.transaction, pdu.header.transaction);
-        return answer;
-    }
-
-    /// "name = value" for each varbind of a response, or the error and its index.
-    static std::vector<std::string> Lines(const Pdu& response) {
-        if (response.error != 0) {
-            return {"error " + std::to_string(response.error) + " at " + std::to_string(response.index)};
-        }
-        std::vector<std::string> lines;
-        for (const CVT::BVarBind& varBind : response.varBinds) {
-            std::string value;
-            switch (varBind.type) {
-                case CVT::kInteger: value = std::to_string(varBind.integer); break;
-                case CVT::kOctetString: value = '"' + std::string(varBind.octets.View()) + '"'; break;
-                case CVT::kNoSuchObject: value = "no such object"; break;
-                case CVT::kNoSuchInstance: value = "no such instance"; break;
-                case CVT::kEndOfMibView: value = "end"; break;
-                default: value = std::to_string(varBind.number);
-            }
-            lines.push_back("." + std::string(varBind.name.ToString().View()) + " = " + value);
-        }
-        return lines;
-    }
-    using AreLines = std::vector<std::string>;
-
-    unsigned int Identifier(std::uint32_t transaction) {
-        Pdu get = Request(PduType::kGet, transaction);
-        AddRange(get, kValues + "11.0");
-        return Ask(get).varBinds.at(0).number;
-    }
-
-    static constexpr int kSubtrees = 4;
-    ScriptedMaster m_script{m_master};
-    std::vector<Pdu> m_asked;  // by the agent, while it was to answer
-
-private:
-    std::uint32_t m_packet = 5000;
-};
 
 TEST_F(AgentXProtocolTest, AGetTellsObjectsInstancesAndValues) {
     StartServing();
@@ -192,7 +85,15 @@ TEST_F(AgentXProtocolTest, AnErrorNamesTheFirstRangeThatHasIt) {
     Pdu get = Request(PduType::kGet);
     AddRange(get, kValues + "1.0");
     AddRange(get, kFailures + "1.0");
+    AddRange(get, kFailures + "2.0");
     EXPECT_EQ(Lines(Ask(get)), (AreLines{"error 13 at 2"}));
+}
+
+TEST_F(AgentXProtocolTest, AnErrorThatSnmpDoesNotHaveIsSentAsGenErr) {
+    StartServing();
+    Pdu get = Request(PduType::kGet);
+    AddRange(get, kFailures + "2.0");
+    EXPECT_EQ(Lines(Ask(get)), (AreLines{"error 5 at 1"}));
 }
 
 TEST_F(AgentXProtocolTest, OnlyTheDefaultContextIsServed) {
@@ -260,68 +161,56 @@ TEST_F(AgentXProtocolTest, AContextOfARequestBeforeDecidesNothing) {
     EXPECT_EQ(Ask(commit).error, 268) << "processingError, since nothing was checked";
 }
 
-TEST_F(AgentXProtocolTest, MoreRangesThanAMessageCanHoldAreTooMany) {
-    StartServing();
-    Pdu next = Request(PduType::kGetNext);
-    for (int range = 0; range < 20'000; ++range) {
-        AddRange(next, kValues + "1.0");
-    }
-    EXPECT_EQ(Lines(Ask(next)), AreLines{"error 1 at 0"}) << "tooBig";
-}
-
-TEST_F(AgentXProtocolTest, ASlowSetHoldsUpOnlyItsOwnGroup) {
+TEST_F(AgentXProtocolTest, WhatALostMasterHasAskedIsNotAnsweredToTheNext) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 17);  // its check takes more than a second
-    const std::uint32_t slow = Send(test);
-    Pdu same = Request(PduType::kGet, 2);
-    AddRange(same, kValues + "1.0");
-    const std::uint32_t waits = Send(same);
-    Pdu other = Request(PduType::kGet, 3);
-    AddRange(other, kInner + "2.1");
-    const std::uint32_t quick = Send(other);
-    std::vector<std::uint32_t> order;
-    for (int answers = 0; answers < 3; ++answers) {
-        order.push_back(Read().header.packet);
+    Send(test);
+    Send(Searching(1));
+    ASSERT_TRUE(Agent().WaitForOutput("level: check")) << Log();
+    m_script.Disconnect();
+    m_script.TakeAgent(kSubtrees);
+    for (int times = 0; times < 3; ++times) {
+        EXPECT_EQ(Record(), "check level, release level");  // and no other answer comes before it
     }
-    EXPECT_EQ(order, (std::vector<std::uint32_t>{quick, slow, waits}));
 }
 
-TEST_F(AgentXProtocolTest, AVarBindThatNoGroupHasIsRefusedAndNothingIsChecked) {
-    StartServing();
-    Pdu test = Request(PduType::kTestSet, 1);
-    AddInteger(test, kValues + "1.0", 7);
-    AddInteger(test, ".1.3.6.1.4.1.32473.7.1.0", 7);
-    EXPECT_EQ(Lines(Ask(test)), (AreLines{"error 17 at 2"}));
-    Pdu get = Request(PduType::kGet, 2);
-    AddRange(get, kValues + "10.0");
-    EXPECT_EQ(Lines(Ask(get)), (AreLines{kValues + "10.0 = \"\""}));
+TEST_F(AgentXProtocolTest, AMasterThatRefusesTheSessionIsAskedAgain) {
+    Start({"--module", kTestModule}, {}, "");
+    m_script.Accept();
+    const auto open = m_script.Receive(20000);
+    ASSERT_TRUE(open.has_value()) << Log();
+    m_script.Answer(*open, cvtagentd::kOpenFailed);
+    ASSERT_TRUE(Agent().WaitForOutput("it refuses the session (openFailed); see the master's log")) << Log();
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_NE(Identifier(1), 0U);
 }
 
-TEST_F(AgentXProtocolTest, APhaseWithoutACheckIsAnError) {
+TEST_F(AgentXProtocolTest, AMasterThatHasLostTheSessionGetsAnother) {
     StartServing();
-    EXPECT_EQ(Ask(Request(PduType::kCommitSet, 9)).error, cvtagentd::kProcessingError);
-    EXPECT_EQ(Ask(Request(PduType::kUndoSet, 9)).error, cvtagentd::kProcessingError);
+    AnswerUntilPing(cvtagentd::kNotOpen);
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_NE(Identifier(1), 0U);
 }
 
-TEST_F(AgentXProtocolTest, ACheckWithOtherValuesUndoesTheOneBefore) {
+TEST_F(AgentXProtocolTest, AMalformedAnswerClosesTheSession) {
     StartServing();
-    Pdu test = Request(PduType::kTestSet, 1);
-    AddInteger(test, kValues + "1.0", 7);
-    EXPECT_EQ(Ask(test).error, 0);
-    EXPECT_EQ(Ask(Request(PduType::kCommitSet, 1)).error, 0);
-    test.varBinds.front().integer = 8;
-    EXPECT_EQ(Ask(test).error, 0);
-    EXPECT_EQ(Ask(Request(PduType::kUndoSet, 1)).error, 0);
-    Pdu get = Request(PduType::kGet, 2);
-    AddRange(get, kValues + "1.0");
-    AddRange(get, kValues + "10.0");
-    const Pdu answer = Ask(get);
-    EXPECT_EQ(answer.varBinds.at(0).integer, 1);
-    const std::string record(answer.varBinds.at(1).octets.View());
-    EXPECT_EQ(Count(record, "commit level"), Count(record, "undo level")) << record;
-    EXPECT_EQ(Count(record, "check level"), 2) << record;
-    EXPECT_EQ(Count(record, "release level"), 2) << record;
+    AnswerUntilPing(0);
+    m_script.Send(ScriptedMaster::kResponse, 0, std::string(4, '\0'));
+    const Pdu last = Read();
+    EXPECT_EQ(last.header.type, PduType::kClose);
+    EXPECT_EQ(last.reason, cvtagentd::PduCloseReason::kParseError);
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_NE(Identifier(1), 0U);
+}
+
+TEST_F(AgentXProtocolTest, ACleanupOfAnotherSessionHasNoAnswer) {
+    StartServing();
+    Pdu cleanup = Request(PduType::kCleanupSet);
+    cleanup.header.session = ScriptedMaster::kSession + 1;
+    Send(cleanup);
+    Send(Request(PduType::kCleanupSet));  // of nothing
+    EXPECT_NE(Identifier(1), 0U);         // the next answer is the one to this
 }
 
 TEST_F(AgentXProtocolTest, AMalformedRequestIsAnsweredAndTheSessionGoesOn) {

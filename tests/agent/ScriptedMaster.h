@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -74,7 +76,8 @@ public:
     /// Messages are written in the byte order of this host, as a real master on it writes them, until told otherwise.
     static inline const AgentxOctets kHostOrder{std::endian::native == std::endian::big};
 
-    explicit ScriptedMaster(std::string path) : m_path(std::move(path)) { Listen(); }
+    /// Listens on a socket of this path, or at "A.B.C.D:PORT".
+    explicit ScriptedMaster(std::string address) : m_address(std::move(address)) { Listen(); }
     ~ScriptedMaster() { Stop(); }
     ScriptedMaster(const ScriptedMaster&) = delete;
     ScriptedMaster& operator=(const ScriptedMaster&) = delete;
@@ -102,17 +105,21 @@ public:
         Disconnect();
         if (m_listener >= 0) {
             ::close(m_listener);
-            ::unlink(m_path.c_str());
+            ::unlink(m_address.c_str());
             m_listener = -1;
         }
     }
-    void Listen() {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        m_path.copy(address.sun_path, sizeof address.sun_path - 1);
-        m_listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(::bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(::listen(m_listener, 5), 0);
+    void Listen() { m_address.front() == '/' ? ListenOnPath() : ListenOnPort(m_address); }
+    void ListenOnPort(const std::string& where) {
+        const std::size_t colon = where.find(':');
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(where.substr(colon + 1))));
+        EXPECT_EQ(::inet_pton(AF_INET, where.substr(0, colon).c_str(), &address.sin_addr), 1);
+        m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int yes = 1;
+        ::setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        Begin(reinterpret_cast<const sockaddr*>(&address), sizeof address);
     }
 
     /// From now on every registration is refused, for this reason.
@@ -158,6 +165,20 @@ public:
             m_octetsLeft -= static_cast<std::size_t>(sent);
         }
     }
+    /// Sends these octets without reading anything, until the agent has taken none for so long. Returns how many it
+    /// has taken.
+    std::size_t SendUnread(std::string_view octets, int milliseconds) {
+        std::size_t taken = 0;
+        for (pollfd ready{m_agent, POLLOUT, 0}; taken < octets.size() && ::poll(&ready, 1, milliseconds) == 1;) {
+            const ssize_t sent =
+                ::send(m_agent, octets.data() + taken, octets.size() - taken, MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (sent <= 0) {
+                throw Disconnected("the agent has closed the connection");
+            }
+            taken += static_cast<std::size_t>(sent);
+        }
+        return taken;
+    }
     /// The error in the agent's answer to the last message.
     int ReadError() { return ReadResponse().Error(); }
 
@@ -196,11 +217,12 @@ public:
         return isThere ? std::optional(Read()) : std::nullopt;
     }
     /// Answers a request of the agent. The answer to a response is none.
-    void Answer(const Message& message) {
+    void Answer(const Message& message) { Answer(message, message.type == kRegister ? m_refusal : std::uint16_t{0}); }
+    void Answer(const Message& message, std::uint16_t error) {
         if (message.type != kResponse && message.type != kClose) {
-            Write(
-                kResponse, message.transaction, message.packet,
-                kHostOrder.Word(0) + kHostOrder.Short(message.type == kRegister ? m_refusal : 0) + kHostOrder.Short(0));
+            EXPECT_EQ(message.session, message.type == kOpen ? 0 : kSession);
+            Write(kResponse, message.transaction, message.packet,
+                  kHostOrder.Word(0) + kHostOrder.Short(error) + kHostOrder.Short(0));
         }
     }
 
@@ -216,6 +238,17 @@ private:
         return name + 4 + 4 * response.NumberAt(name, 1);
     }
 
+    void ListenOnPath() {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        m_address.copy(address.sun_path, sizeof address.sun_path - 1);
+        m_listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        Begin(reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    }
+    void Begin(const sockaddr* address, socklen_t length) const {
+        EXPECT_EQ(::bind(m_listener, address, length), 0);
+        EXPECT_EQ(::listen(m_listener, 5), 0);
+    }
     static void WaitFor(int fd, int milliseconds) {
         pollfd waiting{fd, POLLIN, 0};
         if (::poll(&waiting, 1, milliseconds) != 1) {
@@ -294,7 +327,7 @@ private:
 
     static constexpr std::uint32_t kLongest = 100'000'000;
 
-    const std::string m_path;
+    const std::string m_address;
     int m_listener = -1;
     int m_agent = -1;
     std::string m_ahead;  // read already

@@ -32,6 +32,8 @@ public:
     MasterRead& operator=(const MasterRead&) = delete;
 
     const std::shared_ptr<const CVT::BRequest>& Request() const { return m_request; }
+    /// How many varbinds its response may have: each takes a kilobyte or two of memory.
+    std::size_t NumVarBinds() const { return m_answers.size(); }
     /// Whether these are the numbers of this request.
     bool IsFor(const PduHeader& header) const {
         return header.packet == m_header.packet && header.transaction == m_header.transaction &&

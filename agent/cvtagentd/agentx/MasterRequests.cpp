@@ -1,6 +1,7 @@
 #include "agent/cvtagentd/agentx/MasterRequests.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,17 @@ namespace {
 constexpr std::size_t kMostReads = 1000;
 /// No SNMP message has so many varbinds.
 constexpr std::size_t kMostVarBinds = 10'000;
+
+/// Of those members that a message of its type uses: the others keep what messages before it have left.
+std::size_t NumVarBinds(const Pdu& pdu) {
+    switch (pdu.header.type) {
+        case PduType::kTestSet: return pdu.varBinds.size();
+        case PduType::kGet:
+        case PduType::kGetNext:
+        case PduType::kGetBulk: return pdu.ranges.size();
+        default: return 0;
+    }
+}
 
 }  // namespace
 
@@ -28,7 +40,7 @@ void MasterRequests::Take(const Pdu& pdu) {
         Respond(pdu.header, kUnsupportedContext);
         return;
     }
-    if ((pdu.header.type == PduType::kTestSet ? pdu.varBinds.size() : pdu.ranges.size()) > kMostVarBinds) {
+    if (NumVarBinds(pdu) > kMostVarBinds) {
         Respond(pdu.header, CVT::tooBig);
         return;
     }
@@ -37,23 +49,31 @@ void MasterRequests::Take(const Pdu& pdu) {
         case PduType::kCommitSet: Continue(pdu.header, SetTransactions::Phase::kCommit); break;
         case PduType::kUndoSet: Continue(pdu.header, SetTransactions::Phase::kUndo); break;
         case PduType::kCleanupSet: Continue(pdu.header, SetTransactions::Phase::kRelease); break;
-        default: {
-            if (IsUnderWay(pdu.header)) {
-                return;
+        default:
+            if (!IsUnderWay(pdu.header)) {
+                Read(pdu);
             }
-            if (m_reads.size() >= kMostReads) {
-                Respond(pdu.header, CVT::resourceUnavailable);
-                return;
-            }
-            const auto& request = m_ids.Of(pdu.header.transaction, TransactionIds::Clock::now());
-            const auto read = std::make_shared<MasterRead>(pdu, request, m_engine);
-            Advance(read);
-            if (read->IsAnswered()) {
-                read->Respond(m_output);
-            } else {
-                m_reads.push_back(read);
-            }
+    }
+}
+
+void MasterRequests::Read(const Pdu& pdu) {
+    const auto& request = m_ids.Of(pdu.header.transaction, TransactionIds::Clock::now());
+    const auto read = std::make_shared<MasterRead>(pdu, request, m_engine);
+    try {
+        Advance(read);
+        if (read->IsAnswered()) {
+            read->Respond(m_output);
+        } else if (m_reads.size() < kMostReads &&
+                   m_numWaiting + read->NumVarBinds() <= DelegatedRequests::kMostVarBinds) {
+            m_reads.push_back(read);
+            m_numWaiting += read->NumVarBinds();
+        } else {
+            read->isWanted = false;
+            Respond(pdu.header, CVT::resourceUnavailable);
         }
+    } catch (const std::bad_alloc&) {  // what has been delegated would be answered twice
+        read->isWanted = false;
+        throw;
     }
 }
 
@@ -82,6 +102,7 @@ void MasterRequests::GoOn() {
             return false;
         }
         read->Respond(m_output);
+        m_numWaiting -= read->NumVarBinds();
         return true;
     });
 }
@@ -127,6 +148,7 @@ void MasterRequests::Abandon() {
         read->isWanted = false;
     }
     m_reads.clear();
+    m_numWaiting = 0;
     m_ids.Clear();
     m_session = std::make_shared<bool>(true);
     m_requests.sets.AbandonAll();

@@ -34,6 +34,7 @@ public:
 
 private:
     bool IsUnderWay(const PduHeader& header) const;
+    void Read(const Pdu& pdu);
     void Advance(const std::shared_ptr<MasterRead>& read);
     void Test(const Pdu& pdu);
     void Continue(const PduHeader& header, SetTransactions::Phase phase);
@@ -46,6 +47,7 @@ private:
     std::map<const CVT::BMibImpl*, GroupReader> m_readers;
     TransactionIds m_ids;
     std::list<std::shared_ptr<MasterRead>> m_reads;  // that are not answered
+    std::size_t m_numWaiting = 0;                    // varbinds of m_reads
     std::shared_ptr<bool> m_session;                 // what answers a SET lives no longer than this
 };
 

@@ -75,7 +75,7 @@ inline constexpr auto kIpAddress = static_cast<CVT::ESnmpType>(0x40);
 inline constexpr auto kOpaque = static_cast<CVT::ESnmpType>(0x44);
 inline constexpr auto kCounter64 = static_cast<CVT::ESnmpType>(0x46);
 
-/// Why octets are no AgentX message.
+/// What is wrong with a message.
 enum class PduError {
     kNone,
     kTooShort,        ///< fewer octets than the header has, or than it claims

@@ -79,7 +79,7 @@ private:
 
 GroupWorkers::GroupWorkers() : m_descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (m_descriptor < 0) {
-        throw StartError("the system gives no more file descriptors; raise the limit (ulimit -n)");
+        throw StartError("no file descriptor is left; raise the limit (ulimit -n)");
     }
 }
 

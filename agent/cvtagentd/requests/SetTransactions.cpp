@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -35,18 +36,28 @@ bool HaveSameValue(const CVT::BVarBind& a, const CVT::BVarBind& b) {
     }
 }
 
+/// What a manager may be told of a phase: a group may return any number.
+int ErrorOf(Work work, int status) {
+    switch (work) {
+        case Work::kCheck:
+            return status > CVT::noError && status <= CVT::inconsistentName ? status : static_cast<int>(CVT::genErr);
+        case Work::kCommit: return CVT::commitFailed;
+        default: return CVT::undoFailed;
+    }
+}
+
 int Do(Work work, CVT::BSetCell& cell) {
     int status = CVT::noError;
     switch (work) {
-        case Work::kCheck: return cell.Check();
-        case Work::kCommit: return cell.Commit();
+        case Work::kCheck: status = cell.Check(); break;
+        case Work::kCommit: status = cell.Commit(); break;
         case Work::kUndo:
-            status = cell.Undo() == CVT::noError ? CVT::noError : CVT::undoFailed;
+            status = cell.Undo();
             cell.Release();
-            return status;
+            break;
         case Work::kRelease: cell.Release(); break;
     }
-    return status;
+    return status == CVT::noError ? status : ErrorOf(work, status);
 }
 
 /// Whether the rest of a phase is pointless once one varbind has failed.
@@ -69,8 +80,17 @@ struct SetTransactions::Transaction {
     std::size_t next = 0;                               // the part where the first step goes on
     Result result{CVT::noError, 0};                     // of the first step, so far
     std::optional<Result> checked{};                    // the result of the check
-    bool isAbandoned = false;
+    std::optional<Result> committed{};                  // of the commit
+    bool isAbandoned = false;                           // nothing more can be asked of it
+    bool isCut = false;                                 // nothing more is committed
     bool hasEnded = false;
+
+    /// The phase that the master waits for, if it has been asked for and is not over; otherwise null.
+    Step* Awaited(Work work) {
+        const auto step = std::find_if(steps.begin(), steps.end(),
+                                       [&](const Step& one) { return one.work == work && !one.done.empty(); });
+        return step == steps.end() ? nullptr : &*step;
+    }
 
     bool HasSameParts(const std::vector<Part>& others) const {
         return std::equal(parts.begin(), parts.end(), others.begin(), others.end(), [](const Part& a, const Part& b) {
@@ -91,7 +111,7 @@ struct SetTransactions::PhaseCall final : GroupCall {
     }
 
     void Make() override {
-        for (; next < end && (result.status == CVT::noError || !StopsAtFailure(work)); ++next) {
+        for (; next < end && !isUnwanted && (result.status == CVT::noError || !StopsAtFailure(work)); ++next) {
             const int status = Do(work, *transaction->cells[next]);
             if (status != CVT::noError && result.status == CVT::noError) {
                 result = {status, static_cast<unsigned int>(next + 1)};
@@ -114,6 +134,14 @@ SetTransactions::Place SetTransactions::Find(Number number) {
                         [&](const auto& one) { return one->number == number && !one->isAbandoned; });
 }
 
+bool SetTransactions::HasRoomFor(std::size_t varBinds) const {
+    std::size_t count = varBinds;
+    for (const std::shared_ptr<Transaction>& transaction : m_transactions) {
+        count += transaction->parts.size();
+    }
+    return m_transactions.size() < kMost && count <= kMostVarBinds;
+}
+
 void SetTransactions::Check(Number number, const std::shared_ptr<const CVT::BRequest>& request, std::vector<Part> parts,
                             Done done) {
     if (const Place known = Find(number); known != m_transactions.end()) {
@@ -128,7 +156,7 @@ void SetTransactions::Check(Number number, const std::shared_ptr<const CVT::BReq
         }
         Supersede(*known);
     }
-    if (m_transactions.size() >= kMost) {  // the oldest that its master has left alone makes room for the next
+    if (!HasRoomFor(parts.size())) {  // the oldest that its master has left alone makes room for the next
         const auto idle = std::find_if(m_transactions.begin(), m_transactions.end(),
                                        [](const auto& one) { return one->steps.empty(); });
         if (idle != m_transactions.end()) {
@@ -137,7 +165,7 @@ void SetTransactions::Check(Number number, const std::shared_ptr<const CVT::BReq
             RemoveEnded();
         }
     }
-    if (m_transactions.size() >= kMost) {
+    if (!HasRoomFor(parts.size())) {
         done({CVT::resourceUnavailable, 1});
         return;
     }
@@ -152,17 +180,26 @@ void SetTransactions::Check(Number number, const std::shared_ptr<const CVT::BReq
 }
 
 bool SetTransactions::Continue(Number number, Phase phase, Done done) {
-    const Place known = Find(number);
+    const Work work = WorkOf(phase);
+    Place known = Find(number);
+    if (known == m_transactions.end()) {  // the phase that ends it may still be awaited
+        known = std::find_if(m_transactions.begin(), m_transactions.end(),
+                             [&](const auto& one) { return one->number == number && one->Awaited(work) != nullptr; });
+    }
     if (known == m_transactions.end()) {
         return false;
     }
     Transaction& transaction = **known;
-    transaction.steps.push_back({WorkOf(phase), {std::move(done)}});
-    if (phase != Phase::kCommit) {
-        transaction.isAbandoned = true;  // nothing more can be asked of it
+    if (Step* const same = transaction.Awaited(work); same != nullptr) {
+        same->done.push_back(std::move(done));
+    } else if (work == Work::kCommit && transaction.committed) {
+        done(*transaction.committed);
+    } else {
+        transaction.steps.push_back({work, {std::move(done)}});
+        transaction.isAbandoned = work != Work::kCommit;
+        Advance(*known);
+        RemoveEnded();
     }
-    Advance(*known);
-    RemoveEnded();
     return true;
 }
 
@@ -181,7 +218,8 @@ void SetTransactions::Supersede(const std::shared_ptr<Transaction>& transaction)
     }
 }
 
-/// What is under way is finished first. A step that ends the transaction is left to do so.
+/// What is under way is finished first; a commit, which may have effects that no undo takes back, only for the varbind
+/// that it has come to. A step that ends the transaction is left to do so.
 void SetTransactions::Abandon(Transaction& transaction) {
     transaction.isAbandoned = true;
     const bool isEnding = std::any_of(transaction.steps.begin(), transaction.steps.end(), [](const Step& step) {
@@ -191,6 +229,10 @@ void SetTransactions::Abandon(Transaction& transaction) {
         step.done.clear();
     }
     if (!isEnding) {
+        transaction.isCut = true;
+        if (transaction.call != nullptr && transaction.call->work == Work::kCommit) {
+            transaction.call->isUnwanted = true;
+        }
         transaction.steps.resize(std::min<std::size_t>(transaction.steps.size(), transaction.call == nullptr ? 0 : 1));
         transaction.steps.push_back({Work::kUndo, {}});
     }
@@ -204,26 +246,39 @@ void SetTransactions::AbandonAll() {
     RemoveEnded();
 }
 
-/// Starts the next call, if none is under way. Where no thread can be had, nothing is checked or written any more; the
+/// The next call of the first step. Returns false when there is no thread or no memory for it.
+bool SetTransactions::Start(const std::shared_ptr<Transaction>& transaction) {
+    try {
+        const auto call = std::make_shared<PhaseCall>(transaction, transaction->steps.front().work, transaction->next);
+        if (m_workers.Start(call)) {
+            transaction->call = call;
+        }
+    } catch (const std::bad_alloc&) {  // has not been started
+    }
+    return transaction->call != nullptr;
+}
+
+/// Starts the next call, if none is under way. Where it cannot be started, nothing is checked or written any more; the
 /// rest is done here. Returns whether a phase is over.
 bool SetTransactions::Advance(const std::shared_ptr<Transaction>& transaction) {
     bool isOneOver = false;
     while (transaction->call == nullptr && !transaction->steps.empty()) {
         Step& step = transaction->steps.front();
-        const bool isStopped = transaction->result.status != CVT::noError && StopsAtFailure(step.work);
+        const bool isStopped = (transaction->result.status != CVT::noError && StopsAtFailure(step.work)) ||
+                               (transaction->isCut && step.work == Work::kCommit);
         if (transaction->next < transaction->parts.size() && !isStopped) {
-            const auto call = std::make_shared<PhaseCall>(transaction, step.work, transaction->next);
-            if (m_workers.Start(call)) {
-                transaction->call = call;
+            if (Start(transaction)) {
                 break;
             }
+            PhaseCall call(transaction, step.work, transaction->next);
             if (StopsAtFailure(step.work)) {
-                transaction->result = {CVT::resourceUnavailable, static_cast<unsigned int>(transaction->next + 1)};
+                const int error = step.work == Work::kCheck ? CVT::resourceUnavailable : CVT::commitFailed;
+                call.result = {error, static_cast<unsigned int>(transaction->next + 1)};
             } else {
-                const CVT::TMutex::Guard guard(call->group.RequestLock());
-                call->Make();
+                const CVT::TMutex::Guard guard(call.group.RequestLock());
+                call.Make();
             }
-            transaction->next = call->end;
+            Take(*transaction, call);
             continue;
         }
         isOneOver = true;
@@ -233,6 +288,8 @@ bool SetTransactions::Advance(const std::shared_ptr<Transaction>& transaction) {
         const Result result = std::exchange(transaction->result, Result{CVT::noError, 0});
         if (over.work == Work::kCheck) {
             transaction->checked = result;
+        } else if (over.work == Work::kCommit) {
+            transaction->committed = result;
         }
         transaction->hasEnded |= over.work == Work::kUndo || over.work == Work::kRelease;
         for (const Done& done : over.done) {
@@ -244,6 +301,13 @@ bool SetTransactions::Advance(const std::shared_ptr<Transaction>& transaction) {
     return isOneOver;
 }
 
+void SetTransactions::Take(Transaction& transaction, const PhaseCall& call) {
+    transaction.next = call.end;
+    if (transaction.result.status == CVT::noError) {
+        transaction.result = call.result;
+    }
+}
+
 bool SetTransactions::GoOn() {
     bool isOneOver = false;
     for (const std::shared_ptr<Transaction>& transaction : m_transactions) {
@@ -252,10 +316,7 @@ bool SetTransactions::GoOn() {
         }
         const std::shared_ptr<PhaseCall> call = std::move(transaction->call);
         transaction->call = nullptr;
-        transaction->next = call->end;
-        if (transaction->result.status == CVT::noError) {
-            transaction->result = call->result;
-        }
+        Take(*transaction, *call);
         isOneOver |= Advance(transaction);
     }
     RemoveEnded();

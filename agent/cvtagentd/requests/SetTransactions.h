@@ -36,7 +36,9 @@ public:
         CVT::BVarBind varBind;  ///< the name and the new value
     };
     struct Result {
-        int status;          ///< noError, or the error-status of the varbind that stopped the phase
+        /// noError, or the error-status of the varbind that stopped the phase: one that SNMP has for a check,
+        /// commitFailed or undoFailed.
+        int status;
         unsigned int index;  ///< its place in the transaction, from 1; 0 without an error
     };
     /// Called once, at the end of the phase, unless the transaction is abandoned before. May be empty.
@@ -47,17 +49,20 @@ public:
     SetTransactions(const SetTransactions&) = delete;
     SetTransactions& operator=(const SetTransactions&) = delete;
 
-    /// How many SETs may be under way.
+    /// How many SETs may be under way, and how many varbinds they may have together: each takes a kilobyte of memory.
     static constexpr std::size_t kMost = 100;
+    static constexpr std::size_t kMostVarBinds = 20000;
 
     /// Begins a transaction and checks its parts, up to the first that is refused. A transaction that is checked again
     /// gets the result of its first check; if its parts differ, it is undone, what it still owes an answer fails, and a
     /// new one begins.
     void Check(Number number, const std::shared_ptr<const CVT::BRequest>& request, std::vector<Part> parts, Done done);
-    /// Carries out another phase. kUndo and kRelease end the transaction. Returns false, without a call of `done`, when
-    /// there is none of this number.
+    /// Carries out another phase. kUndo and kRelease end the transaction. A phase that the master asks for again is
+    /// carried out once, and its result serves both. Returns false, without a call of `done`, when there is no
+    /// transaction of this number.
     bool Continue(Number number, Phase phase, Done done);
-    /// The master will continue none of them: what was committed is undone, and all are released.
+    /// The master will continue none of them: what was committed is undone, and all are released. Nothing is
+    /// committed any more, except the varbind that a commit has come to.
     void AbandonAll();
 
     /// Call it when a call of the workers is done. May call Done. Returns whether a phase is over.
@@ -75,8 +80,11 @@ private:
     using Place = std::list<std::shared_ptr<Transaction>>::iterator;
 
     Place Find(Number number);
+    bool HasRoomFor(std::size_t varBinds) const;
     void Supersede(const std::shared_ptr<Transaction>& transaction);
     void Abandon(Transaction& transaction);
+    bool Start(const std::shared_ptr<Transaction>& transaction);
+    static void Take(Transaction& transaction, const PhaseCall& call);
     bool Advance(const std::shared_ptr<Transaction>& transaction);
     void RemoveEnded();
 

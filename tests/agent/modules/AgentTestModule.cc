@@ -86,6 +86,9 @@ constexpr int kInconsistent = 15;
 constexpr int kNoResources = 16;
 constexpr int kCheckIsSlow = 17;
 constexpr int kCommitIsSlow = 18;
+constexpr int kCheckFailsOddly = 19;
+constexpr int kCheckFailsMoreOddly = 20;
+constexpr int kCommitFailsOddly = 21;
 constexpr unsigned int kSlowMs = 1500;  // longer than an AgentX master waits for an answer
 
 /// 1.3.6.1.4.1.32473.2.1
@@ -108,9 +111,12 @@ private:
         if (checking && (value == kInconsistent || value == kNoResources)) {
             return value == kInconsistent ? CVT::inconsistentValue : CVT::resourceUnavailable;
         }
-        if (phase == ESnmpSetOpCode::Commit && value == kCommitFails) {
+        if (checking && (value == kCheckFailsOddly || value == kCheckFailsMoreOddly)) {
+            return value == kCheckFailsOddly ? 4711 : 0x10000;  // the latter is 0 in 16 bits
+        }
+        if (phase == ESnmpSetOpCode::Commit && (value == kCommitFails || value == kCommitFailsOddly)) {
             Record(phase, "level", requestId);
-            return CVT::commitFailed;
+            return value == kCommitFails ? CVT::commitFailed : CVT::genErr;
         }
         if (phase == ESnmpSetOpCode::Undo && value == kUndoFails) {
             Record(phase, "level", requestId);
