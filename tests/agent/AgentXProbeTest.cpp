@@ -51,6 +51,10 @@ protected:
     /// Answers the agent until it asks for nothing but whether the master is there, or has tried so many objects.
     void Answer(const Refusal& refusal, std::size_t objects = SIZE_MAX) {
         m_script.Accept();
+        AnswerOn(refusal, objects);
+    }
+    /// The same of the connection that there is.
+    void AnswerOn(const Refusal& refusal, std::size_t objects = SIZE_MAX) {
         m_tried.clear();
         m_undone.clear();
         while (m_tried.size() < objects) {
@@ -144,6 +148,27 @@ TEST_F(AgentXProbeTest, TriesNothingOfAGroupThatIsNotRegistered) {
     });
     EXPECT_TRUE(m_tried.empty()) << agent::Joined(m_tried);
     EXPECT_EQ(InLog(kWarning), 0) << Log();
+}
+
+TEST_F(AgentXProbeTest, ASubtreeThatSomebodyElseServesIsTriedAgainAndThenItsObjects) {
+    const auto endsAt = [](const std::string& root) { return root.substr(0, root.size() - 1); };
+    const std::string said = "the master already serves these subtrees without this agent: 1.3.6.1.4.1.32473.2.1, ";
+    StartAgent();
+    Answer(DuplicatesOf({endsAt(kValues), endsAt(kInner)}));
+    ASSERT_TRUE(Agent().WaitForOutput(said)) << Log();
+    EXPECT_EQ(Count(agent::Joined(m_tried), kValues), 0) << agent::Joined(m_tried);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    do {  // until the next ping
+        AnswerOn(DuplicatesOf({kValues + "3"}));
+    } while (m_tried.empty() && std::chrono::steady_clock::now() < deadline);
+    EXPECT_EQ(Count(agent::Joined(m_tried), kValues), 5) << agent::Joined(m_tried);
+    EXPECT_EQ(Count(agent::Joined(m_tried), kInner), 2) << agent::Joined(m_tried);
+    EXPECT_EQ(Count(agent::Joined(m_tried), kFailures), 0) << "it was tried before: " << agent::Joined(m_tried);
+    EXPECT_EQ(InLog("the master now accepts these subtrees: 1.3.6.1.4.1.32473.2.1, 1.3.6.1.4.1.32473.2.2.3.1\n"), 1)
+        << Log();
+    ASSERT_TRUE(Agent().WaitForOutput(kWarning + "AGENT-TEST-MIB.values; ")) << Log();
+    EXPECT_EQ(InLog(said), 1) << Log();
+    EXPECT_EQ(Level(), 1U);
 }
 
 TEST_F(AgentXProbeTest, AConnectionLostInBetweenLeavesNothingBehindAndEachConnectionIsLookedAt) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "agent/cvtagentd/snmp/AddressText.h"
 
@@ -34,6 +35,22 @@ HostAndPort Split(const std::string& text) {
 }
 
 }  // namespace
+
+void SocketAddress::Set(const void* address, socklen_t size) {
+    std::memcpy(&storage, address, size);
+    length = size;
+}
+
+MasterAddress::MasterAddress(std::string text) : m_text(text.empty() ? kDefault : std::move(text)) {
+    if (!WhyMalformed().empty()) {
+        return;
+    }
+    if (Family() == AF_UNIX) {
+        ReadPath(AfterKind());
+    } else {
+        ReadHost(AfterKind(), Family());
+    }
+}
 
 int MasterAddress::Family() const {
     const std::size_t colon = m_text.find(':');
@@ -73,26 +90,14 @@ std::string MasterAddress::WhyMalformed() const {
     return (host.empty() || AddressText::MayBeHost(host)) && !isWrongFamily ? std::string() : kForms;
 }
 
-bool MasterAddress::Find() {
-    if (m_length != 0) {
-        return true;
-    }
-    if (!WhyMalformed().empty()) {
-        return false;
-    }
-    return Family() == AF_UNIX ? FindPath(AfterKind()) : FindHost(AfterKind(), Family());
-}
-
-bool MasterAddress::FindPath(const std::string& path) {
+void MasterAddress::ReadPath(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, kLongestPath);
-    std::memcpy(&m_address, &address, sizeof address);
-    m_length = sizeof address;
-    return true;
+    m_known.Set(&address, sizeof address);
 }
 
-bool MasterAddress::FindHost(const std::string& text, int family) {
+void MasterAddress::ReadHost(const std::string& text, int family) {
     auto [name, port] = Split(text);
     if (name.starts_with('[')) {
         name = name.substr(1, name.size() - 2);
@@ -100,15 +105,14 @@ bool MasterAddress::FindHost(const std::string& text, int family) {
     addrinfo hints{};
     hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV;
+    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;  // so that nobody is asked
     addrinfo* first = nullptr;
     if (::getaddrinfo(name.empty() ? nullptr : name.c_str(), port.c_str(), &hints, &first) != 0) {
-        return false;
+        m_host = {name, port, family};
+        return;
     }
     const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> found(first, &::freeaddrinfo);
-    std::memcpy(&m_address, found->ai_addr, found->ai_addrlen);
-    m_length = found->ai_addrlen;
-    return true;
+    m_known.Set(found->ai_addr, found->ai_addrlen);
 }
 
 }  // namespace cvtagentd

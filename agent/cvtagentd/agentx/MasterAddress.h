@@ -6,38 +6,53 @@
 
 namespace cvtagentd {
 
+/// An address that connect(2) takes. A plain value.
+struct SocketAddress {
+    sockaddr_storage storage{};
+    socklen_t length = 0;
+
+    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&storage); }
+    /// `size` octets, which fit.
+    void Set(const void* address, socklen_t size);
+};
+
 /// Where an AgentX master listens: a socket's path ("/PATH" or "unix:PATH"), or "tcp:[HOST:]PORT" ("tcp6:" for IPv6). A
 /// host may be a name. Without one, the local host is meant. A plain value.
 class MasterAddress {
 public:
     static constexpr const char* kDefault = "/var/agentx/master";
 
-    /// Empty: kDefault.
-    explicit MasterAddress(std::string text) : m_text(text.empty() ? kDefault : std::move(text)) {}
+    /// A host whose name must be looked up before each attempt to connect (HostLookup): its address may change.
+    struct Host {
+        std::string name;
+        std::string port;
+        int family = 0;
+    };
+
+    /// Empty: kDefault. Looks nothing up.
+    explicit MasterAddress(std::string text);
 
     const std::string& Text() const { return m_text; }
 
     /// Why this is no address, whatever the host, and what to do; empty when it may be one.
     std::string WhyMalformed() const;
 
-    /// Finds the socket address, which is kept once it has been found. Returns false when the text is no address, or
-    /// its host is not known. A name of a host is looked up, which may take seconds: nothing is served without the
-    /// master.
-    bool Find();
-    /// After Find has returned true.
-    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&m_address); }
-    socklen_t Length() const { return m_length; }
+    bool IsValid() const { return m_known.length != 0 || !m_host.name.empty(); }
+    /// Null when nothing must be looked up.
+    const Host* HostToLookUp() const { return m_host.name.empty() ? nullptr : &m_host; }
+    /// Of a valid address without a host to look up.
+    const SocketAddress& Known() const { return m_known; }
 
 private:
     /// AF_UNSPEC: of no kind that there is.
     int Family() const;
     std::string AfterKind() const;
-    bool FindPath(const std::string& path);
-    bool FindHost(const std::string& text, int family);
+    void ReadPath(const std::string& path);
+    void ReadHost(const std::string& text, int family);
 
     std::string m_text;
-    sockaddr_storage m_address{};
-    socklen_t m_length = 0;  // 0: not found yet
+    SocketAddress m_known;
+    Host m_host;
 };
 
 }  // namespace cvtagentd

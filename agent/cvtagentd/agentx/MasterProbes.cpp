@@ -17,11 +17,13 @@ constexpr const char* kHostModule =
 }  // namespace
 
 void MasterProbes::Begin(const std::vector<CVT::BMibImpl*>& accepted) {
-    Clear();
+    const bool isUnderWay = !m_probes.empty();
     for (CVT::BMibImpl* const group : accepted) {
         AddObjects(*group);
     }
-    Next();
+    if (!isUnderWay) {
+        Next();
+    }
 }
 
 void MasterProbes::Clear() {

@@ -18,7 +18,7 @@ namespace cvtagentd {
 /// duplicateRegistration is the sign. What is accepted is unregistered at once; requests that it draws are ours anyway.
 ///
 /// One object is tried at a time, and no more of a group once the master has refused one, which keeps short what a
-/// master logs. Refusals for any other reason mean nothing. Warns once after each Begin; of a connection that comes and
+/// master logs. Refusals for any other reason mean nothing. Warns once for each Begin; of a connection that comes and
 /// goes, a few times a minute. Used by the thread that runs the event loop.
 class MasterProbes {
 public:
@@ -33,7 +33,9 @@ public:
     MasterProbes(std::vector<CVT::BMibImpl*> served, Calls calls)
         : m_served(std::move(served)), m_calls(std::move(calls)) {}
 
-    /// The master has accepted these groups. What was begun before is forgotten, as its session is over.
+    /// A session with a master has begun: what was under way is forgotten.
+    void Restart() { Clear(); }
+    /// The master has accepted these groups. Those before them come first.
     void Begin(const std::vector<CVT::BMibImpl*>& accepted);
     /// The answer to the last `add`. `error`: as in AgentX; 0: it has accepted.
     void Answered(unsigned int error);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -10,10 +12,18 @@
 namespace cvtagentd {
 
 /// Which groups are registered with a master, each once it has initialised and its lock is free: until then the master
-/// answers noSuchObject, and does not run out of patience. Logs what the master refuses. Used by the thread that runs
-/// the event loop.
+/// answers noSuchObject, and does not run out of patience. Logs what the master refuses.
+///
+/// A group that the master refuses because somebody else serves it is tried again, after growing pauses. The other may
+/// end; or it is this agent's own session before, whose end the master has not noticed yet. Used by the thread that
+/// runs the event loop.
 class MasterRegistrations {
 public:
+    using Clock = std::chrono::steady_clock;
+
+    static constexpr std::chrono::seconds kFirstRetry{5};
+    static constexpr std::chrono::seconds kLongestRetry{300};
+
     struct Calls {
         std::function<void(CVT::BMibImpl&)> send;  ///< asks the master to register a group
         std::function<bool()> areModulesReady;
@@ -24,15 +34,15 @@ public:
 
     /// A session with a master has begun: all groups are to be registered with it.
     void Restart();
-    /// Sends the registrations of those groups that can answer by now. Returns true when nothing is left to send.
-    bool SendReady();
-    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted. Returns true when that was
-    /// the last answer.
-    bool Answered(CVT::BMibImpl& group, unsigned int error);
-    /// The groups that the master has accepted since Restart.
-    const std::vector<CVT::BMibImpl*>& Accepted() const { return m_accepted; }
+    /// Sends the registrations of those groups that can answer by now. Returns when to call it again; no value: when
+    /// the master has answered.
+    std::optional<std::chrono::milliseconds> SendReady(Clock::time_point now);
+    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted. When that was the last
+    /// answer, returns the groups that it has accepted since it was last complete; otherwise none.
+    std::vector<CVT::BMibImpl*> Answered(CVT::BMibImpl& group, unsigned int error);
 
 private:
+    void ReportAccepted() const;
     void ReportRefused();
     bool CanAnswer(CVT::BMibImpl& group) const;
 
@@ -41,7 +51,10 @@ private:
     std::vector<CVT::BMibImpl*> m_waiting;
     std::size_t m_sent = 0;  // and not answered
     std::vector<CVT::BMibImpl*> m_accepted;
-    std::vector<std::string> m_refused;     // because somebody else serves them; for the log
+    std::vector<CVT::BMibImpl*> m_refused;  // because somebody else serves them
+    bool m_isRetry = false;                 // that is under way
+    Clock::time_point m_retry;              // when it is due
+    std::chrono::seconds m_pause = kFirstRetry;
     std::set<std::string> m_hasBeenLogged;  // so that a master that restarts does not repeat it
 };
 

@@ -15,13 +15,15 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kReadyPoll{20};
 /// A session that lasted longer was not the master's fault: the next attempt is made soon.
 constexpr std::chrono::seconds kSettled{10};
 /// A master that does not read its responses is not asked what it wants next.
 constexpr std::size_t kMostOutput = std::size_t{4} << 20U;
 /// Nor is more read from a master than this before it is answered: any message fits twice.
 constexpr std::size_t kMostInput = 2 * (Pdu::kLongestPayload + Pdu::kHeaderSize);
+
+/// A large message must not cost memory for as long as the agent runs.
+constexpr std::size_t kMostKept = 1000;
 
 constexpr const char* kNoAnswer =
     "it does not answer; check whether it hangs, and whether it is an AgentX master at all";
@@ -53,16 +55,60 @@ bool IsRequest(PduType type) {
 }  // namespace
 
 MasterSession::MasterSession(MasterAddress address, std::chrono::seconds ping)
-    : m_address(std::move(address)), m_ping(ping), m_reports(m_address.Text()) {}
+    : m_address(std::move(address)), m_ping(ping), m_reports(m_address.Text()) {
+    if (m_address.HostToLookUp() != nullptr) {
+        m_lookup.emplace();
+        m_socket.AlsoWatch(m_lookup->Descriptor());
+    }
+}
 
 MasterSession::~MasterSession() = default;
 
 void MasterSession::Connect() {
+    if (!m_lookup) {
+        Attempt();
+    }
+}
+
+void MasterSession::Attempt() {
+    if (!m_address.IsValid()) {
+        Fail(m_address.WhyMalformed());
+    } else if (m_lookup) {
+        LookUp();
+    } else {
+        ConnectTo(m_address.Known());
+    }
+}
+
+void MasterSession::LookUp() {
+    m_due = Clock::now() + kPatience;
+    m_state = State::kLooksUp;
+    if (!m_lookup->Begin(*m_address.HostToLookUp())) {
+        Fail("no thread can be created to look up its host; raise the limit (ulimit -u, or TasksMax= of the service)");
+    }
+}
+
+/// No other look-up begins while one takes long: each keeps a thread. The addresses are tried in turn, one in each
+/// attempt.
+void MasterSession::TakeLookup(Clock::time_point now) {
+    const std::string& host = m_address.HostToLookUp()->name;
+    if (const auto found = m_lookup->Take(); !found) {
+        if (now >= m_due) {
+            m_reports.Failed("the name " + host + " is still being looked up; check the name servers");
+            m_due = now + kPatience;
+        }
+    } else if (found->addresses.empty()) {
+        Fail("the name " + host + " cannot be looked up (" + found->error +
+             "); check it and the name servers, or write the address in numbers");
+    } else {
+        ConnectTo(found->addresses[m_lookups++ % found->addresses.size()]);
+    }
+}
+
+void MasterSession::ConnectTo(const SocketAddress& address) {
     m_due = Clock::now() + kPatience;
     m_state = State::kConnects;
-    if (!m_address.Find()) {
-        Fail("the host is not known here; check its name, or write its address in numbers");
-    } else if (const int error = m_socket.Connect(m_address); error != 0) {
+    if (const int error = m_socket.Connect(address); error != 0) {
         Fail(Why(error));
     } else if (m_socket.GetState() == MasterSocket::State::kConnected) {
         Open();
@@ -104,7 +150,7 @@ void MasterSession::HasOpened(const Pdu& answer) {
     m_opened = Clock::now();
     m_reports.Connected();
     m_registrations->Restart();
-    m_isRegistered = false;
+    m_probes->Restart();
     for (const Capability& capability : m_capabilities) {
         Pdu pdu;
         pdu.header.type = PduType::kAddAgentCaps;
@@ -150,13 +196,16 @@ void MasterSession::TakeMessages() {
         const std::string_view rest = std::string_view(m_input).substr(m_taken);
         std::size_t size = 0;
         if (const PduError error = Pdu::Frame(rest, size); error != PduError::kNone) {
-            Close(PduCloseReason::kParseError, std::string("it sent a message that is none: ") + Pdu::Text(error));
+            Close(PduCloseReason::kParseError, std::string("it sent what is not a message: ") + Pdu::Text(error));
             return;
         }
         m_hasMore = rest.size() >= size;
         if (m_hasMore) {
             m_taken += size;
             Take(rest.substr(0, size));
+            if (m_pdu.ranges.size() > kMostKept || m_pdu.varBinds.size() > kMostKept) {
+                m_pdu = {};
+            }
         }
     }
     m_input.erase(0, std::exchange(m_taken, 0));
@@ -196,7 +245,7 @@ void MasterSession::TakeRequest(const Pdu& pdu) {
     }
 }
 
-/// An answer that nobody waits for is no harm.
+/// An answer that nobody waits for does no harm.
 void MasterSession::TakeAnswer(const Pdu& pdu) {
     const auto asked = m_questions.find(pdu.header.packet);
     if (asked == m_questions.end()) {
@@ -220,8 +269,8 @@ void MasterSession::TakeAnswer(const Pdu& pdu) {
 void MasterSession::TakeRegistered(CVT::BMibImpl* group, unsigned int error) {
     if (group == nullptr) {
         m_probes->Answered(error);
-    } else if (m_registrations->Answered(*group, error)) {
-        m_probes->Begin(m_registrations->Accepted());
+    } else if (const auto accepted = m_registrations->Answered(*group, error); !accepted.empty()) {
+        m_probes->Begin(accepted);
     }
 }
 
@@ -243,9 +292,10 @@ std::optional<milliseconds> MasterSession::Work() {
     switch (m_state) {
         case State::kPauses:
             if (now >= m_due) {
-                Connect();
+                Attempt();
             }
             break;
+        case State::kLooksUp: TakeLookup(now); break;
         case State::kConnects: HasConnected(); break;
         case State::kOpens:
         case State::kIsOpen: Receive(); break;
@@ -265,7 +315,7 @@ void MasterSession::WorkWhileOpen(Clock::time_point now) {
         Close(PduCloseReason::kTimeouts, kNoAnswer);
         return;
     }
-    m_isRegistered = m_isRegistered || m_registrations->SendReady();
+    m_toRegister = m_registrations->SendReady(now);
     if (m_questions.empty() && now - m_heard >= m_ping) {
         Pdu pdu;
         pdu.header.type = PduType::kPing;
@@ -283,8 +333,8 @@ std::optional<milliseconds> MasterSession::TimeToWork(Clock::time_point now) {
         if (m_hasMore && m_socket.Output().size() < kMostOutput) {
             atMost(milliseconds::zero());
         }
-        if (!m_isRegistered) {
-            atMost(kReadyPoll);
+        if (m_toRegister) {
+            atMost(*m_toRegister);
         }
         const auto due = m_questions.empty() ? m_heard + m_ping : m_questions.begin()->second.asked + kPatience;
         atMost(std::chrono::ceil<milliseconds>(due - now));

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "agent/cvtagentd/agentx/HostLookup.h"
 #include "agent/cvtagentd/agentx/MasterAddress.h"
 #include "agent/cvtagentd/agentx/MasterProbes.h"
 #include "agent/cvtagentd/agentx/MasterRegistrations.h"
@@ -18,7 +19,7 @@
 
 namespace cvtagentd {
 
-/// The session with an AgentX master (RFC 2741), which is opened again, after growing pauses, whenever it cannot be had
+/// The session with an AgentX master (RFC 2741), which is opened again, after growing pauses, whenever it fails to open
 /// or is lost. Nothing here waits for the master: what it has to answer within kPatience is answered in the course of
 /// the event loop, or the session is closed.
 ///
@@ -54,7 +55,8 @@ public:
 
     const std::string& Address() const { return m_address.Text(); }
 
-    /// Begins to connect, with the rights that the process has by now.
+    /// Begins to connect, with the rights that the process has by now. Leaves it to Work where the name of a host must
+    /// be looked up: that takes a thread, which would keep these rights, and a connection over TCP needs none.
     void Connect();
     /// Begins to serve. What is served must outlive this, or Leave and the end of all requests.
     void Serve(Served served);
@@ -70,7 +72,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    enum class State { kPauses, kConnects, kOpens, kIsOpen, kHasLeft };
+    enum class State { kPauses, kLooksUp, kConnects, kOpens, kIsOpen, kHasLeft };
 
     /// What we have asked the master for and it has not answered.
     struct Question {
@@ -79,8 +81,12 @@ private:
         Clock::time_point asked;
     };
 
-    void Open();
+    void Attempt();
+    void LookUp();
+    void TakeLookup(Clock::time_point now);
+    void ConnectTo(const SocketAddress& address);
     void HasConnected();
+    void Open();
     void HasOpened(const Pdu& answer);
     void Ask(Pdu& pdu, CVT::BMibImpl* group = nullptr);
     void AskForSubtree(PduType type, const CVT::BObjectIdentifier& root, CVT::BMibImpl* group = nullptr);
@@ -102,9 +108,11 @@ private:
     void SendClose(PduCloseReason reason);
     std::optional<std::chrono::milliseconds> TimeToWork(Clock::time_point now);
 
-    MasterAddress m_address;
+    const MasterAddress m_address;
     const std::chrono::seconds m_ping;
     MasterSocket m_socket;
+    std::optional<HostLookup> m_lookup;  // where the name of a host must be looked up
+    std::size_t m_lookups = 0;           // so far
     MasterReports m_reports;
     std::vector<Capability> m_capabilities;
     std::optional<MasterRegistrations> m_registrations;
@@ -112,14 +120,14 @@ private:
     std::optional<MasterRequests> m_requests;
 
     State m_state = State::kPauses;
-    Clock::time_point m_due;  // of the next attempt, or until when one may take
+    Clock::time_point m_due;  // of the next attempt, or until when a step of one may take
     std::chrono::milliseconds m_pause = kFirstPause;
     Clock::time_point m_opened;
     Clock::time_point m_heard;  // when the master sent its last octets
     std::uint32_t m_session = 0;
     std::uint32_t m_packet = 0;
-    std::map<std::uint32_t, Question> m_questions;  // by packet, and so in the order in which they were asked
-    bool m_isRegistered = true;                     // nothing is left to be sent
+    std::map<std::uint32_t, Question> m_questions;          // by packet, and so in the order in which they were asked
+    std::optional<std::chrono::milliseconds> m_toRegister;  // time to the next registrations
     std::string m_input;
     std::size_t m_taken = 0;  // of m_input
     bool m_hasMore = false;   // there may be a whole message in m_input

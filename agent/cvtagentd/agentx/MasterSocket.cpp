@@ -22,12 +22,20 @@ MasterSocket::~MasterSocket() {
     ::close(m_epoll);
 }
 
-int MasterSocket::Connect(const MasterAddress& address) {
+void MasterSocket::AlsoWatch(int descriptor) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    if (::epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event) != 0) {
+        throw StartError("no file descriptor can be watched; raise fs.epoll.max_user_watches");
+    }
+}
+
+int MasterSocket::Connect(const SocketAddress& address) {
     m_socket = ::socket(address.Get()->sa_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (m_socket < 0) {
         return errno;
     }
-    const bool isDone = ::connect(m_socket, address.Get(), address.Length()) == 0;
+    const bool isDone = ::connect(m_socket, address.Get(), address.length) == 0;
     int error = isDone ? 0 : errno;
     epoll_event event{};
     event.events = isDone ? EPOLLIN : EPOLLOUT;
