@@ -186,9 +186,21 @@ TEST_F(AgentXProtocolTest, AMasterThatRefusesTheSessionIsAskedAgain) {
     EXPECT_NE(Identifier(1), 0U);
 }
 
+TEST_F(AgentXProtocolTest, AMasterThatDoesNotAnswerTheOpeningIsLeft) {
+    Start({"--module", kTestModule}, {}, "");
+    m_script.Accept();
+    ASSERT_TRUE(m_script.Receive(20000).has_value()) << Log();
+    const Pdu last = Read();
+    EXPECT_EQ(last.header.type, PduType::kClose);
+    EXPECT_EQ(last.reason, cvtagentd::PduCloseReason::kTimeouts);
+    m_script.TakeAgent(kSubtrees);
+    EXPECT_NE(Identifier(1), 0U);
+}
+
 TEST_F(AgentXProtocolTest, AMasterThatHasLostTheSessionGetsAnother) {
     StartServing();
     AnswerUntilPing(cvtagentd::kNotOpen);
+    EXPECT_TRUE(Disconnects()) << Log();
     m_script.TakeAgent(kSubtrees);
     EXPECT_NE(Identifier(1), 0U);
 }
@@ -245,6 +257,7 @@ TEST_F(AgentXProtocolTest, AnotherSessionIsNotOpen) {
 TEST_F(AgentXProtocolTest, AMasterThatClosesTheSessionIsConnectedToAgain) {
     StartServing();
     m_script.Send(ScriptedMaster::kClose, 0, std::string("\5\0\0\0", 4));
+    EXPECT_TRUE(Disconnects()) << Log();
     m_script.TakeAgent(kSubtrees);
     EXPECT_EQ(m_script.GetNumber({1, 3, 6, 1, 4, 1, 32473, 2, 1, 1, 0}, 3), 1U);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -53,9 +54,10 @@ protected:
     }
     /// The agent's next message that is no question; those are answered.
     Pdu Read() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         for (;;) {
             const auto message = m_script.Receive(20000);
-            if (!message) {
+            if (!message || std::chrono::steady_clock::now() >= deadline) {
                 throw std::runtime_error("the agent does not answer");
             }
             Pdu pdu;
@@ -118,6 +120,20 @@ protected:
             pdu.AppendTo(octets);
         }
         m_script.SendOctets(octets);
+    }
+    /// Whether the agent ends the connection, although all that it asks is answered.
+    bool Disconnects() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        try {
+            while (std::chrono::steady_clock::now() < deadline) {
+                if (const auto message = m_script.Receive(1000); message) {
+                    m_script.Answer(*message);
+                }
+            }
+            return false;
+        } catch (const ScriptedMaster::Disconnected&) {
+            return true;
+        }
     }
     /// Answers what the agent asks, and then its next ping with this error.
     void AnswerUntilPing(std::uint16_t error) {

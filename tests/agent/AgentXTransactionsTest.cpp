@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/agent/AgentXProtocolTest.h"
@@ -182,6 +183,56 @@ TEST_F(AgentXTransactionsTest, AVarBindThatNoGroupHasIsRefusedAndNothingIsChecke
     Pdu get = Request(PduType::kGet, 2);
     AddRange(get, kValues + "10.0");
     EXPECT_EQ(Lines(Ask(get)), (AreLines{kValues + "10.0 = \"\""}));
+}
+
+TEST_F(AgentXTransactionsTest, ACheckStopsAtTheFirstRefusal) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 15);  // is refused
+    AddInteger(test, kInner + "2.1", 8);
+    AddInteger(test, kInner + "2.2", 8);
+    std::swap(test.varBinds[0], test.varBinds[1]);
+    EXPECT_EQ(Lines(Ask(test)), (AreLines{"error 12 at 2"}));
+    test.header.transaction = 2;
+    std::swap(test.varBinds[0], test.varBinds[1]);
+    EXPECT_EQ(Lines(Ask(test)), (AreLines{"error 12 at 1"}));
+    EXPECT_EQ(Record(), "check inner");
+}
+
+TEST_F(AgentXTransactionsTest, ACommitStopsAtTheFirstFailure) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 13);  // its commit fails
+    AddInteger(test, kInner + "2.1", 8);
+    EXPECT_EQ(Ask(test).error, 0);
+    EXPECT_EQ(Lines(Ask(Request(PduType::kCommitSet, 1))), AreLines{"error 14 at 1"});
+    EXPECT_EQ(Ask(Request(PduType::kUndoSet, 1)).error, 0);
+    EXPECT_EQ(Record(), "check level, check inner, commit level, release level, release inner");
+}
+
+TEST_F(AgentXTransactionsTest, AnUndoThatFailsInOneGroupIsToldAlthoughTheNextSucceeds) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 14);  // its undo fails
+    AddInteger(test, kInner + "2.1", 8);
+    EXPECT_EQ(Ask(test).error, 0);
+    EXPECT_EQ(Ask(Request(PduType::kCommitSet, 1)).error, 0);
+    EXPECT_EQ(Lines(Ask(Request(PduType::kUndoSet, 1))), AreLines{"error 15 at 1"});
+}
+
+TEST_F(AgentXTransactionsTest, ACheckAfterAnUndoBeginsAnew) {
+    StartServing();
+    Pdu test = Request(PduType::kTestSet, 1);
+    AddInteger(test, kValues + "1.0", 18);  // its commit takes more than a second
+    EXPECT_EQ(Ask(test).error, 0);
+    Send(Request(PduType::kCommitSet, 1));
+    Send(Request(PduType::kUndoSet, 1));
+    Send(test);
+    for (int answers = 0; answers < 3; ++answers) {
+        EXPECT_EQ(Read().error, 0);
+    }
+    Send(Request(PduType::kCleanupSet, 1));
+    EXPECT_EQ(Record(), "check level, commit level, undo level, release level, check level, release level");
 }
 
 TEST_F(AgentXTransactionsTest, APhaseWithoutACheckIsAnError) {

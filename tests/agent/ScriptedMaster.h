@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -85,8 +86,9 @@ public:
     /// Accepts the agent's connection, and answers until the agent has registered so many subtrees.
     void TakeAgent(int subtrees) {
         Accept();
+        const auto deadline = Deadline();
         for (int registered = 0; registered < subtrees;) {
-            const Message message = Read();
+            const Message message = ReadBefore(deadline);
             registered += message.type == kRegister ? 1 : 0;
             Answer(message);
         }
@@ -227,7 +229,11 @@ public:
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     static constexpr int kPatienceMs = 20000;
+    static Clock::time_point Deadline() { return Clock::now() + std::chrono::milliseconds(kPatienceMs); }
+
     static constexpr std::size_t kErrorSize = 8;  // in a response, with the time and the index
     static constexpr std::size_t kTypeSize = 4;   // of a varbind
     static constexpr std::size_t kNoCut = std::numeric_limits<std::size_t>::max();
@@ -311,9 +317,18 @@ private:
         message.payload = ReadOctets(length);
         return message;
     }
+    /// What the agent asks meanwhile, such as whether the master is there, does not prolong it.
+    Message ReadBefore(Clock::time_point deadline) {
+        Message message = Read();
+        if (Clock::now() >= deadline) {
+            throw std::runtime_error("the agent does not answer");
+        }
+        return message;
+    }
     Message ReadResponse() {
+        const auto deadline = Deadline();
         for (;;) {
-            Message message = Read();
+            Message message = ReadBefore(deadline);
             if (message.type != kResponse) {
                 Answer(message);
             } else if (message.packet == m_packet) {
