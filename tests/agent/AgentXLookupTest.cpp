@@ -72,7 +72,7 @@ TEST_F(AgentXLookupTest, EndsWhileTheNameIsBeingLookedUp) {
 TEST_F(AgentXLookupTest, ASlowLookupIsReportedAndIsTheOnlyOne) {
     HoldLookups();
     StartAgent("no connection to the master at " + m_master +
-               ": the name master.test is still being looked up; check the name servers");
+               ": the name of its host is still being looked up; check the name servers");
     EXPECT_EQ(InLog(kLooksUp), 1) << Log();
     ExpectLoopToTurn();
 }
@@ -113,7 +113,8 @@ TEST_F(AgentXLookupTest, TheAddressesOfAHostAreTriedInTurn) {
 
 TEST_F(AgentXLookupTest, AnUnknownNameIsNamedAndLookedUpAgain) {
     ScriptedMaster master(At("127.0.0.1"));
-    StartAgent("no connection to the master at " + m_master + ": the name master.test cannot be looked up (");
+    StartAgent("no connection to the master at " + m_master +
+               ": the host is not known here; check its name and the name servers, ");
     WaitForLookups(2);
     SetAddresses("127.0.0.1\n");
     master.TakeAgent(kSubtrees);

@@ -91,15 +91,14 @@ void MasterSession::LookUp() {
 /// No other look-up begins while one takes long: each keeps a thread. The addresses are tried in turn, one in each
 /// attempt.
 void MasterSession::TakeLookup(Clock::time_point now) {
-    const std::string& host = m_address.HostToLookUp()->name;
     if (const auto found = m_lookup->Take(); !found) {
         if (now >= m_due) {
-            m_reports.Failed("the name " + host + " is still being looked up; check the name servers");
+            m_reports.Failed("the name of its host is still being looked up; check the name servers");
             m_due = now + kPatience;
         }
     } else if (found->addresses.empty()) {
-        Fail("the name " + host + " cannot be looked up (" + found->error +
-             "); check it and the name servers, or write the address in numbers");
+        Fail("the host is not known here; check its name and the name servers, or write its address in numbers (" +
+             found->error + ")");
     } else {
         ConnectTo(found->addresses[m_lookups++ % found->addresses.size()]);
     }
