@@ -1,5 +1,6 @@
 #include "agent/cvtagentd/agentx/TransactionIds.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace cvtagentd {
@@ -11,7 +12,10 @@ const std::shared_ptr<const CVT::BRequest>& TransactionIds::Of(std::uint32_t tra
         return known->second->request;
     }
     if (m_known.size() >= kMost) {
-        Forget(m_known.begin());
+        const auto idle = std::find_if(m_known.begin(), m_known.end(), [](const Known& one) { return !one.IsInUse(); });
+        if (idle != m_known.end()) {
+            Forget(idle);
+        }
     }
     m_known.push_back({transaction, std::make_shared<const CVT::BRequest>(), now});
     m_places[transaction] = std::prev(m_known.end());

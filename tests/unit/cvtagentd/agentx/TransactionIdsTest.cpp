@@ -62,6 +62,14 @@ TEST_F(TransactionIdsTest, TheOneNotUsedForTheLongestTimeMakesRoom) {
     EXPECT_TRUE(CVT::BRequest::IsLive(first));
 }
 
+TEST_F(TransactionIdsTest, OneInUseMakesNoRoom) {
+    const auto used = m_ids.Of(1, At(seconds(0)));
+    for (std::uint32_t transaction = 2; transaction <= TransactionIds::kMost + 5; ++transaction) {
+        Id(transaction, seconds(0));
+    }
+    EXPECT_EQ(Id(1, seconds(1)), used->Id());
+}
+
 TEST_F(TransactionIdsTest, ClearForgetsAll) {
     const unsigned int first = Id(1, seconds(0));
     m_ids.Clear();
