@@ -69,7 +69,7 @@ protected:
         if (IsSkipped() || HasFatalFailure()) {
             return;
         }
-        std::filesystem::create_directories(std::filesystem::path(_PATH_UTMP).parent_path());
+        m_host->Empty(std::filesystem::canonical(std::filesystem::path(_PATH_UTMP).parent_path()));
         std::ofstream file(_PATH_UTMP, std::ios::binary);
         for (const int type : {BOOT_TIME, USER_PROCESS, LOGIN_PROCESS, USER_PROCESS}) {
             utmp entry{};

@@ -14,6 +14,7 @@ constexpr std::chrono::milliseconds kReadyPoll{20};
 
 std::string Subtrees(const std::vector<CVT::BMibImpl*>& groups) {
     std::vector<std::string> names;
+    names.reserve(groups.size());
     for (const CVT::BMibImpl* const group : groups) {
         names.emplace_back(group->Oid().ToString().View());
     }
