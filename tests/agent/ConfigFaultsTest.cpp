@@ -82,7 +82,7 @@ TEST_F(ConfigFaultsTest, WhatTheLibrarySaysBrieflyComesWithAdvice) {
         {"rocommunity other 127.0.0.1 more words",
          "Error: bad SUBTREE object id; write an object identifier in numbers there, or -V and the name of a view"},
         {"view some", "Error: missing TYPE parameter; write view NAME included OID, or excluded"},
-        {"group some", "Error: missing MODEL parameter; write group NAME usm USER, or v1 or v2c and a com2sec name"},
+        {"group some usm", "Error: an unfinished group; write group NAME usm USER, or v1 or v2c and a com2sec name"},
         {"com2sec name default", "Error: missing COMMUNITY parameter; write com2sec NAME SOURCE COMMUNITY"},
         {"createUser me MD6 \"long enough\"",
          "Error: unknown authProtocol; write SHA-256, or another one of SHA, SHA-224, SHA-384, SHA-512 and MD5"},
@@ -131,12 +131,12 @@ TEST_F(ConfigFaultsTest, EveryWayToWriteAnAddressPassesTheCheck) {
     EXPECT_FALSE(std::filesystem::exists(m_scratch / "state/socket"));
 }
 
-TEST_F(ConfigFaultsTest, ALineThatWouldCrashTheLibraryIsNamedByCheckStartAndReload) {
+TEST_F(ConfigFaultsTest, ALineThatTheLibraryMustNotSeeIsNamedByCheckStartAndReload) {
     const std::string good = "rocommunity private 127.0.0.1\n";
     Start({"--module", kTestModule, "--config", WriteConfig(good)});
-    for (const std::string line :
-         {"createUser reader SHA-256", "createUser -e 0x8000000001020304 reader NONSENSE", "\fcreateUser reader SHA",
-          "trapsink -v2c -c", "usmUser 1", "trapsink -v", "trap2sink -Cn", "informsink -e"}) {
+    for (const std::string line : {"createUser reader SHA-256", "createUser -e 0x8000000001020304 reader NONSENSE",
+                                   "\fcreateUser reader SHA", "trapsink -v2c -c", "usmUser 1", "trapsink -v",
+                                   "trap2sink -Cn", "informsink -e", "group some", "group some v2c"}) {
         const std::string file = WriteConfig(std::string(good).append("\n").append(line).append("\n"));
         const Outcome outcome = Check("agent.conf");
         EXPECT_EQ(outcome.status, 1) << line;

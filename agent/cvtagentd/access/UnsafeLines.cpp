@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::array<std::string_view, 4> kSinks = {"trapsink", "trap2sink", "informsink", "trapsess"};
 
-/// Why the library crashes on the line; empty when it does not.
-std::string WhyCrashing(const ConfigLine& line) {
+/// Why the library must not see the line; empty when it may.
+std::string WhyUnsafe(const ConfigLine& line) {
     const std::vector<std::string>& words = line.words;
     const std::size_t name = !words.empty() && words.front() == "-e" ? 2 : 0;  // after the engine
     if (line.directive == "createuser" && words.size() == name + 2) {
@@ -28,6 +28,9 @@ std::string WhyCrashing(const ConfigLine& line) {
     }
     if (line.directive == "usmuser" && words.size() == 1) {
         return "an unfinished usmUser; remove it, since such lines belong in the state directory only";
+    }
+    if (line.directive == "group" && !words.empty() && words.size() < 3) {
+        return "an unfinished group; write group NAME usm USER, or v1 or v2c and a com2sec name";
     }
     const bool isSink = std::find(kSinks.begin(), kSinks.end(), line.directive) != kSinks.end();
     const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
@@ -51,7 +54,7 @@ std::vector<Finding> FindingsIn(const std::string& file) {
         }
     }
     for (const ConfigLine& line : ConfigLine::AllOf(file)) {
-        if (std::string why = WhyCrashing(line); !why.empty()) {
+        if (std::string why = WhyUnsafe(line); !why.empty()) {
             findings.emplace_back(line.number, std::move(why));
         }
     }
