@@ -9,7 +9,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <thread>
@@ -18,6 +17,7 @@
 
 #include "agent/cvtagentd/snmp/SnmpHeaders.h"
 #include "bench/FreePort.h"
+#include "tests/support/ScratchFolder.h"
 
 // What the benchmarks of waiting share: the agent and its clients, each a process of its own.
 
@@ -35,12 +35,6 @@ inline constexpr const char* kModuleFile = CVHOST_BUILD_LIB_DIR "/libCVHost.so.1
 
 inline bool IsFull() { return std::getenv("CVHOST_BENCH_FULL") != nullptr; }
 inline std::chrono::milliseconds Duration() { return std::chrono::milliseconds(IsFull() ? 40'000 : 1'000); }
-
-/// A new folder for temporary files.
-inline std::string MakeFolder(const std::string& name) {
-    std::string folder = std::filesystem::temp_directory_path() / ("bench-" + name + "-XXXXXX");
-    return ::mkdtemp(folder.data()) == nullptr ? std::string() : folder;
-}
 
 /// A process that ends with this object.
 class Child {
@@ -154,8 +148,8 @@ public:
               for (const auto& [name, value] : settings) {
                   ::setenv(name.c_str(), value.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): a process of its own
               }
-              std::vector<std::string> words = {AgentFile(), "--log-level", "error",    "--state-dir",
-                                                m_state,     "--module",    kModuleFile};
+              std::vector<std::string> words = {AgentFile(),    "--log-level", "error",    "--state-dir",
+                                                m_state.Path(), "--module",    kModuleFile};
               if (master.empty()) {
                   words.insert(words.end(), {"--listen", m_address});
               } else {
@@ -174,13 +168,12 @@ public:
           }) {}
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
-    ~Agent() { std::filesystem::remove_all(m_state); }
 
     const std::string& Address() const { return m_address; }
     pid_t Pid() const { return m_child.Pid(); }
 
 private:
-    const std::string m_state = MakeFolder("agent");
+    const ScratchFolder m_state;
     const std::string m_address = "udp:127.0.0.1:" + std::to_string(FreePort());
     const Child m_child;
 };

@@ -36,7 +36,6 @@ std::chrono::seconds UntilTablesAreOld() { return std::chrono::seconds(IsFull() 
 class DistributionAgent {
 public:
     DistributionAgent() = default;
-    ~DistributionAgent() { std::filesystem::remove_all(m_folder); }
     DistributionAgent(const DistributionAgent&) = delete;
     DistributionAgent& operator=(const DistributionAgent&) = delete;
 
@@ -45,13 +44,14 @@ public:
 
 private:
     void Run() const {
-        const std::string config = m_folder + "/snmpd.conf";
+        const std::string config = m_folder / "snmpd.conf";
         std::ofstream(config) << "rocommunity public 127.0.0.1\n";
-        ::setenv("SNMP_PERSISTENT_DIR", m_folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): a process of its own
+        ::setenv("SNMP_PERSISTENT_DIR", m_folder.Path().c_str(),
+                 1);  // NOLINT(concurrency-mt-unsafe): a process of its own
         ::execlp("snmpd", "snmpd", "-f", "-Lf", "/dev/null", "-C", "-c", config.c_str(), m_address.c_str(), nullptr);
     }
 
-    const std::string m_folder = MakeFolder("distribution");
+    const ScratchFolder m_folder;
     const std::string m_address = "udp:127.0.0.1:" + std::to_string(FreePort());
     const Child m_child{[this] { Run(); }};
 };

@@ -43,8 +43,7 @@ using Settings = std::vector<std::pair<std::string, std::string>>;
 class AgentBehindMaster {
 public:
     explicit AgentBehindMaster(const Settings& settings = {})
-        : m_agent(std::filesystem::exists(kReadModule) ? kReadModule : "", settings, m_folder + "/master") {}
-    ~AgentBehindMaster() { std::filesystem::remove_all(m_folder); }
+        : m_agent(std::filesystem::exists(kReadModule) ? kReadModule : "", settings, m_folder / "master") {}
     AgentBehindMaster(const AgentBehindMaster&) = delete;
     AgentBehindMaster& operator=(const AgentBehindMaster&) = delete;
 
@@ -66,17 +65,17 @@ public:
 
 private:
     void RunMaster() const {
-        const std::string config = m_folder + "/master.conf";
-        std::ofstream(config) << "rocommunity public 127.0.0.1\nmaster agentx\nagentXSocket " << m_folder
-                              << "/master\nagentaddress " << m_address << '\n';
+        const std::string config = m_folder / "master.conf";
+        std::ofstream(config) << "rocommunity public 127.0.0.1\nmaster agentx\nagentXSocket " << m_folder / "master"
+                              << "\nagentaddress " << m_address << '\n';
         ::setenv("MIBS", "", 1);                               // NOLINT(concurrency-mt-unsafe): a process of its own
-        ::setenv("SNMPCONFPATH", m_folder.c_str(), 1);         // NOLINT(concurrency-mt-unsafe)
-        ::setenv("SNMP_PERSISTENT_DIR", m_folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+        ::setenv("SNMPCONFPATH", m_folder.Path().c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+        ::setenv("SNMP_PERSISTENT_DIR", m_folder.Path().c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
         ::execlp("snmpd", "snmpd", "-f", "-Lf", "/dev/null", "-C", "-c", config.c_str(), "-I",
                  "usmConf,vacm_conf,vacm_vars,usmUser,snmpEngine", nullptr);
     }
 
-    const std::string m_folder = MakeFolder("master");
+    const ScratchFolder m_folder;
     const std::string m_address = "udp:127.0.0.1:" + std::to_string(FreePort());
     const Child m_master{[this] { RunMaster(); }};
     const Agent m_agent;

@@ -18,7 +18,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <optional>
 #include <string>
@@ -27,6 +26,7 @@
 #include "bench/AgentProcess.h"
 #include "bench/Crowd.h"
 #include "tests/support/FuseServer.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace {
 
@@ -91,20 +91,13 @@ void BM_SleepingModule(benchmark::State& state) {
 
 /// Discovery runs the command `mount`, for which a stand-in comes first in the path.
 void BM_Discovery(benchmark::State& state) {
-    std::string folder = std::filesystem::temp_directory_path() / "bench-mount-XXXXXX";
-    if (::mkdtemp(folder.data()) == nullptr) {
-        state.SkipWithError("no folder");
-        return;
-    }
-    const std::string mount = folder + "/mount";
-    std::ofstream(mount) << "#!/bin/sh\nsleep " << (IsFull() ? 10 : 1) << "\nexec /bin/mount \"$@\"\n";
+    const ScratchFolder folder;
+    const std::string mount = folder.Write(
+        "mount", std::string("#!/bin/sh\nsleep ").append(IsFull() ? "10" : "1").append("\nexec /bin/mount \"$@\"\n"));
     std::filesystem::permissions(mount, std::filesystem::perms::owner_all);
-    {
-        const Agent agent({}, {{"PATH", folder + ":/usr/bin:/bin"}});
-        Measure(
-            state, agent, [](Client& client) { client.Walk(kDevices); }, false);
-    }
-    std::filesystem::remove_all(folder);
+    const Agent agent({}, {{"PATH", folder.Path() + ":/usr/bin:/bin"}});
+    Measure(
+        state, agent, [](Client& client) { client.Walk(kDevices); }, false);
 }
 
 void BM_SilentFileSystem(benchmark::State& state) {
@@ -113,24 +106,17 @@ void BM_SilentFileSystem(benchmark::State& state) {
         state.SkipWithError("this machine mounts no FUSE file system for us");
         return;
     }
-    std::string folder = std::filesystem::temp_directory_path() / "bench-share-XXXXXX";
-    if (::mkdtemp(folder.data()) == nullptr) {
-        state.SkipWithError("no folder");
-        return;
-    }
-    {
-        std::optional<FuseServer> server(folder);
-        const Agent agent;
-        Measure(
-            state, agent, [](Client& client) { client.Walk(kStorageUsed); }, true,
-            [&] {
-                server->Resume();  // otherwise it would be abandoned for good
-                std::this_thread::sleep_for(milliseconds(50));
-                server->FallSilent();
-            });
-        server.reset();  // an agent that waits for it cannot even be killed
-    }
-    std::filesystem::remove(folder);
+    const ScratchFolder folder;
+    std::optional<FuseServer> server(folder.Path());
+    const Agent agent;
+    Measure(
+        state, agent, [](Client& client) { client.Walk(kStorageUsed); }, true,
+        [&] {
+            server->Resume();  // otherwise it would be abandoned for good
+            std::this_thread::sleep_for(milliseconds(50));
+            server->FallSilent();
+        });
+    server.reset();  // an agent that waits for it cannot even be killed
 }
 
 BENCHMARK(BM_ProcessScan)->Iterations(1)->UseRealTime();
