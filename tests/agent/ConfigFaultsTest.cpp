@@ -134,9 +134,11 @@ TEST_F(ConfigFaultsTest, EveryWayToWriteAnAddressPassesTheCheck) {
 TEST_F(ConfigFaultsTest, ALineThatTheLibraryMustNotSeeIsNamedByCheckStartAndReload) {
     const std::string good = "rocommunity private 127.0.0.1\n";
     Start({"--module", kTestModule, "--config", WriteConfig(good)});
-    for (const std::string line : {"createUser reader SHA-256", "createUser -e 0x8000000001020304 reader NONSENSE",
-                                   "\fcreateUser reader SHA", "trapsink -v2c -c", "usmUser 1", "trapsink -v",
-                                   "trap2sink -Cn", "informsink -e", "group some", "group some v2c"}) {
+    for (const std::string line :
+         {"createUser reader SHA-256", "createUser -e 0x8000000001020304 reader NONSENSE", "\fcreateUser reader SHA",
+          "trapsink -v2c -c", "usmUser 1", "trapsink -v", "trap2sink -Cn", "informsink -e", "group some",
+          "group some v2c", "vacmView 1", "vacmAccess 1 1 1 \"a\"", "vacmAuthAccess 1", "vacmGroup 1 1 \"a\"",
+          "oldEngineID 0x80"}) {
         const std::string file = WriteConfig(std::string(good).append("\n").append(line).append("\n"));
         const Outcome outcome = Check("agent.conf");
         EXPECT_EQ(outcome.status, 1) << line;

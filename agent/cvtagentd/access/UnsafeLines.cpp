@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -13,6 +14,20 @@
 
 namespace cvtagentd {
 namespace {
+
+/// A directive that the library writes into its own state. It reads one in any file, and trusts it to be complete.
+struct StateDirective {
+    std::string_view name;  ///< in lower case
+    const char* advice;
+};
+
+constexpr StateDirective kStateDirectives[] = {
+    {"vacmview", "write view NAME included OID, or excluded, instead"},
+    {"vacmaccess", "write access instead"},
+    {"vacmauthaccess", "write authaccess instead"},
+    {"vacmgroup", "write group NAME usm USER, or v1 or v2c and a com2sec name, instead"},
+    {"oldengineid", "write engineID instead"},
+};
 
 constexpr std::array<std::string_view, 4> kSinks = {"trapsink", "trap2sink", "informsink", "trapsess"};
 
@@ -31,6 +46,11 @@ std::string WhyUnsafe(const ConfigLine& line) {
     }
     if (line.directive == "group" && !words.empty() && words.size() < 3) {
         return "an unfinished group; write group NAME usm USER, or v1 or v2c and a com2sec name";
+    }
+    const auto* const state = std::find_if(std::begin(kStateDirectives), std::end(kStateDirectives),
+                                           [&](const StateDirective& known) { return known.name == line.directive; });
+    if (state != std::end(kStateDirectives)) {
+        return std::string("such a line belongs in the SNMP library's own state only; ") + state->advice;
     }
     const bool isSink = std::find(kSinks.begin(), kSinks.end(), line.directive) != kSinks.end();
     const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
