@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -32,6 +33,12 @@ inline const char* AgentFile() {
     return other == nullptr ? CVHOST_BUILD_BIN_DIR "/cvtagentd" : other;
 }
 inline constexpr const char* kModuleFile = CVHOST_BUILD_LIB_DIR "/libCVHost.so.1";
+
+/// Ends the program: a figure without this would mislead.
+[[noreturn]] inline void Fail(const char* why) {
+    std::fprintf(stderr, "%s\n", why);
+    std::abort();
+}
 
 inline bool IsFull() { return std::getenv("CVHOST_BENCH_FULL") != nullptr; }
 inline std::chrono::milliseconds Duration() { return std::chrono::milliseconds(IsFull() ? 40'000 : 1'000); }
@@ -82,7 +89,7 @@ public:
         session.retries = 0;
         m_session = ::snmp_sess_open(&session);
         if (m_session == nullptr) {
-            std::abort();
+            Fail("no session with the agent");
         }
     }
     Client(const Client&) = delete;
@@ -136,6 +143,17 @@ private:
     std::string m_community = "public";
     void* m_session = nullptr;
 };
+
+/// Waits until the instance is served there, for 30 s at most.
+inline bool Serves(const std::string& address, const Name& name) {
+    for (const auto end = Clock::now() + std::chrono::seconds(30); Clock::now() < end;) {
+        if (Client(address, std::chrono::seconds(1)).Get(name)) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
 
 /// The agent that ships, with the host module and perhaps another one, in its role of its own or behind a master.
 class Agent {
@@ -191,7 +209,7 @@ inline Waits Ask(Client& client, const Name& name, Clock::duration duration, std
         const auto sent = Clock::now();
         if (!client.Get(name)) {
             if (failures == nullptr) {
-                std::abort();
+                Fail("a request has no answer");
             }
             ++*failures;
         }

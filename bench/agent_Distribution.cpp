@@ -12,7 +12,6 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -61,14 +60,7 @@ class Measured {
 public:
     Measured(std::string address, pid_t pid) : m_address(std::move(address)), m_pid(pid) {}
 
-    bool Serves() const {
-        for (const auto end = Clock::now() + std::chrono::seconds(30); Clock::now() < end;) {
-            if (Client(m_address, std::chrono::seconds(1)).Get(kUptime)) {
-                return true;
-            }
-        }
-        return false;
-    }
+    bool Serves() const { return ::Serves(m_address, kUptime); }
 
     /// The tables must be old.
     void Round() {
@@ -82,7 +74,7 @@ public:
         const double before = ProcessorTime(m_pid);
         for (int i = 0; i < gets; ++i) {
             if (!client.Get(kMemorySize)) {
-                std::abort();
+                Fail("a request has no answer");
             }
         }
         m_gets.push_back((ProcessorTime(m_pid) - before) / gets);

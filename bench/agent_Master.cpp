@@ -21,7 +21,6 @@
 #include <fstream>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "bench/AgentProcess.h"
@@ -51,18 +50,6 @@ public:
     pid_t AgentPid() const { return m_agent.Pid(); }
     pid_t MasterPid() const { return m_master.Pid(); }
 
-    /// Waits until the master serves this instance; false when it does not.
-    bool Serves(const Name& name) const {
-        const auto end = Clock::now() + std::chrono::seconds(30);
-        while (Clock::now() < end) {
-            if (Client(m_address, std::chrono::seconds(1)).Get(name)) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return false;
-    }
-
 private:
     void RunMaster() const {
         const std::string config = m_folder / "master.conf";
@@ -82,7 +69,7 @@ private:
 };
 
 void MeasureWalk(benchmark::State& state, const AgentBehindMaster& pair, const Name& root) {
-    if (!pair.Serves(kUptime)) {
+    if (!Serves(pair.Address(), kUptime)) {
         state.SkipWithError("the master does not serve the agent");
         return;
     }
@@ -124,7 +111,7 @@ void BM_Processes(benchmark::State& state) {
 
 /// `busy` is what the other client does again and again.
 void MeasureWaits(benchmark::State& state, const AgentBehindMaster& pair, const std::function<void(Client&)>& busy) {
-    if (!pair.Serves(kUptime)) {
+    if (!Serves(pair.Address(), kUptime)) {
         state.SkipWithError("the master does not serve the agent");
         return;
     }

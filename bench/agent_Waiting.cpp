@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -43,7 +42,8 @@ const Name kSleeper = {1, 3, 6, 1, 4, 1, 32473, 3, 7};
 void Measure(
     benchmark::State& state, const Agent& agent, const std::function<void(Client&)>& busy, bool quietFirst,
     const std::function<void()>& meanwhile = [] {}) {
-    while (!Client(agent.Address(), seconds(1)).Get(kUptime)) {  // until it listens
+    if (!Serves(agent.Address(), kUptime)) {
+        Fail("the agent does not answer");
     }
     Client client(agent.Address());
     for ([[maybe_unused]] const auto _ : state) {
