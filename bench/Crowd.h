@@ -60,7 +60,7 @@ private:
 
     /// Without the C library's or a sanitizer's knowledge: in a shared address space this is, to them, the thread that
     /// made the crowd, a second time.
-    [[noreturn, gnu::no_sanitize("address", "thread", "undefined")]] static int Idle(void* /*unused*/) {
+    [[noreturn, gnu::no_sanitize_address, gnu::no_sanitize_thread]] static int Idle(void* /*unused*/) {
         ::syscall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
         for (;;) {
             ::syscall(SYS_ppoll, nullptr, 0, nullptr, nullptr, 0);

@@ -263,7 +263,8 @@ Usage: cvtagentd [OPTION]...
   -V, --version        print the version
   -h, --help           print this text
 
-  --check-config FILE  load FILE, print its faults and remarks in the order of its lines, and exit: status 0 when
+  --check-config [FILE]
+                       load FILE, print its faults and remarks in the order of its lines, and exit: status 0 when
                        there is no fault, otherwise 1 (default: the configuration of the installed service)
   --create-user NAME   add an SNMPv3 user, with SHA-256 and AES: asks for two pass phrases on the terminal, or
                        reads them as two lines of standard input
@@ -271,7 +272,7 @@ Usage: cvtagentd [OPTION]...
   --delete-user NAME   delete the user
   --list-users         list the users, and how their messages are protected
 
-A running agent is told to take a change of its users in; otherwise it counts from the next start.
+A change of users takes effect at once if the agent is running, otherwise at its next start.
 
 SIGTERM and SIGINT end the agent; SIGHUP makes it read the configuration again.
 Exit status: 0 after a clean end, 1 when it cannot start or close, 2 for a wrong command line, 78 when the

@@ -37,7 +37,7 @@ protected:
     }
     static std::string OthersCanWrite(const std::string& file) {
         return "users other than its owner can write to the configuration " + file +
-               "; take that right away (chmod go-w " + file + ")\n";
+               "; remove that permission (chmod go-w " + file + ")\n";
     }
 
     const std::string m_level = kValues + "1.0 = INTEGER: 1\n";
@@ -243,7 +243,7 @@ TEST_F(AccessTest, AConfigurationThatEverybodyCanReplaceIsRefusedWhateverLinksLe
     for (const std::string& file : {config, link}) {
         std::string refusal = "everybody can replace the configuration ";
         refusal.append(file).append(", since everybody can write to the folder ").append(folder);
-        refusal.append("; take that right away (chmod o-w ").append(folder).append(")\n");
+        refusal.append("; remove that permission (chmod o-w ").append(folder).append(")\n");
         ExpectDistrust(file, refusal);
     }
     Allow(folder, 01777);

@@ -73,6 +73,23 @@ TEST_F(ModuleFilesTest, AModuleInTheConfigurationIsCheckedLikeTheConfiguration) 
     ExpectFault("line 2: Error: users other than its owner can write to the module " + m_module);
 }
 
+TEST_F(ModuleFilesTest, ACheckOfTheConfigurationLoadsTheModules) {
+    const std::string config = WriteConfig(kReading + "module " + m_module + "\n\nmodule libNoSuchModule.so\n");
+    std::filesystem::permissions(config, std::filesystem::perms(0600));
+    const std::string other = m_scratch.Write("other.so", "not a library");
+    std::filesystem::permissions(other, std::filesystem::perms(0644));
+    const std::string file = WriteInFolder("mine.conf", "module " + other + "\n");
+    const Outcome check = RunAgent({"--check-config", config});
+    EXPECT_EQ(check.status, 1);
+    EXPECT_EQ(check.output, "cvtagentd: " + config +
+                                ": line 4: Error: cannot load the module libNoSuchModule.so: cannot open shared object "
+                                "file: No such file or directory\ncvtagentd: " +
+                                file + ": line 1: Error: cannot load the module " + other + ": file too short\n");
+    m_scratch.Write("agent/modules.d/mine.conf", "");
+    WriteConfig(kReading + "module " + m_module + "\n");
+    EXPECT_EQ(RunAgent({"--check-config", config}).output, config + ": no faults\n");
+}
+
 TEST_F(ModuleFilesTest, TheFilesInTheFolderAreCheckedToo) {
     WriteConfig(kReading);
     const std::string file = WriteInFolder("mine.conf", "rwcommunity public\nmodule " + m_module + "\n");

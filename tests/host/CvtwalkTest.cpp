@@ -412,6 +412,9 @@ TEST(Cvtwalk, ShowsProcessesWithWhatTheyUseAsOneTable) {
                                                    "index +Name +Mem\n +[0-9]+ +[^ ]+ +[0-9.]+ [KMG]?i?B\n.* rows\n"));
     }
     EXPECT_THAT(Walk({"--module", kFirst, "hrSWRunPerfTable"}).out, Not(HasSubstr("hrSWRunName")));
+    ExpectOneLine(Walk({"--module", kFirst, "--sort", "mem", "hrSWRunTable"}), 1,
+                  "no column is called 'mem'; there are Index, Name, ID, Path, Parameters, Type, Status; --join adds "
+                  "those of hrSWRunPerfTable");
     EXPECT_THAT(Walk({"--module", kFirst, "--join", "--format", "csv", "hrSWRunPerfTable"}).out,
                 AllOf(StartsWith("index,hrSWRunIndex,hrSWRunName,"), HasSubstr(",hrSWRunPerfCPU,hrSWRunPerfMem\n")));
 }

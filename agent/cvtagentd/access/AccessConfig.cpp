@@ -433,6 +433,7 @@ int AccessConfig::Check(const CheckRequest& request) {
         }
         setup.beforeConfiguration = request.beforeConfiguration;
         setup.crashStatus = ExitStatus::kFailed;
+        ModuleFiles::TryEach();
         const KeepFolderAsItIs folder;
         const SnmpLibrary library(setup);
         faults = AllFaults(file, library.Messages());

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "agent/common/ExtensionModule.h"
 #include "agent/cvtagentd/access/ConfigLine.h"
 #include "agent/cvtagentd/process/ReadableFile.h"
 #include "agent/cvtagentd/process/TrustedFile.h"
@@ -20,6 +21,7 @@ constexpr const char* kDirective = "module";
 
 std::vector<std::string> s_inConfiguration;
 std::vector<std::string> s_inFolder;
+bool s_areTried = false;
 
 void Add(const std::string& file, std::vector<std::string>& files) {
     if (std::find(files.begin(), files.end(), file) == files.end()) {
@@ -33,16 +35,20 @@ std::string WhyNot(const std::string& file) {
     if (file.empty()) {
         return "module needs the file of an extension module";
     }
-    if (file.find('/') == std::string::npos) {
-        return {};
+    std::string why;
+    if (file.find('/') != std::string::npos) {
+        if (file.front() != '/') {
+            return "module needs an absolute path, or a name without a slash, not \"" + file + "\"";
+        }
+        if (::access(file.c_str(), R_OK) != 0) {
+            return "cannot read the module " + file + ": " + std::generic_category().message(errno);
+        }
+        why = TrustedFile::WhyNot("the module", file);
     }
-    if (file.front() != '/') {
-        return "module needs an absolute path, or a name without a slash, not \"" + file + "\"";
+    if (s_areTried && why.empty()) {
+        agent::ExtensionModule::Load(file, why);
     }
-    if (::access(file.c_str(), R_OK) != 0) {
-        return "cannot read the module " + file + ": " + std::generic_category().message(errno);
-    }
-    return TrustedFile::WhyNot("the module", file);
+    return why;
 }
 
 /// `rest` is the line after the directive.
@@ -83,6 +89,8 @@ void ReadFile(const std::string& file, std::vector<std::string>& faults) {
 }
 
 }  // namespace
+
+void ModuleFiles::TryEach() { s_areTried = true; }
 
 void ModuleFiles::Register() { ::snmpd_register_config_handler(kDirective, &Take, &ForgetAll, "FILE"); }
 

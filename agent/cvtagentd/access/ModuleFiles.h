@@ -17,6 +17,10 @@ namespace ModuleFiles {
 /// starts empty.
 void Register();
 
+/// From now on each module is also loaded, and closed again at once, so that one that cannot be loaded is an error with
+/// file and line, too. For --check-config: a module's code then runs in this process.
+void TryEach();
+
 /// The folder whose files *.conf may name modules, for /etc/cvtagentd.conf /etc/cvtagentd/modules.d; empty without a
 /// configuration.
 std::string FolderFor(const std::string& config);

@@ -106,7 +106,7 @@ void RequireClosedToStrangers() {
     struct stat status {};
     if (::stat(".", &status) == 0 && (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0) {
         throw ConfigError("everybody can write to the state directory " + StateDir::Path() +
-                          "; take that right away (chmod 700), or name another one with --state-dir");
+                          "; remove that permission (chmod 700), or name another one with --state-dir");
     }
 }
 
@@ -156,8 +156,9 @@ void RequireRootsAlone() {
         if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
             const bool isShared = (status.st_mode & S_ISVTX) != 0;  // such as /tmp, whose rights are to stay
             throw ConfigError("users other than root can write to the state directory " + StateDir::Path() +
-                              (isShared ? "; name another one with --state-dir"
-                                        : "; take that right away (chmod 700), or name another one with --state-dir"));
+                              (isShared
+                                   ? "; name another one with --state-dir"
+                                   : "; remove that permission (chmod 700), or name another one with --state-dir"));
         }
     }
 }

@@ -69,14 +69,14 @@ std::string TrustedFile::WhyNot(const std::string& what, const std::string& file
                ", who must not control the agent; give it to " + us + " (chown)";
     }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return "users other than its owner can write to " + what + " " + file + "; take that right away (chmod go-w " +
-               file + ")";
+        return "users other than its owner can write to " + what + " " + file +
+               "; remove that permission (chmod go-w " + file + ")";
     }
     for (const Path& folder : FoldersOnTheWay(file)) {
         if (::stat(folder.c_str(), &status) == 0 && IsOpenToAll(status)) {
             std::string why = "everybody can replace ";
             why.append(what).append(" ").append(file).append(", since everybody can write to the folder ");
-            return why.append(folder).append("; take that right away (chmod o-w ").append(folder).append(")");
+            return why.append(folder).append("; remove that permission (chmod o-w ").append(folder).append(")");
         }
     }
     return {};

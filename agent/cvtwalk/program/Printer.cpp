@@ -24,26 +24,30 @@ bool Printer::Resolve(std::string& error) {
         m_roots.emplace_back();
     }
     if (m_options.join || m_options.format == Options::Format::kTable) {
-        AddPartners();
+        for (CVT::BMibImpl* const partner : Partners()) {
+            m_roots.push_back(partner->Oid());
+        }
     }
     return true;
 }
 
-/// Adds the other table of a joined pair when only one was requested.
-void Printer::AddPartners() {
+/// The other tables of the joined pairs of which only one was requested.
+std::vector<CVT::BMibImpl*> Printer::Partners() const {
     const auto find = [&](std::string_view name) -> CVT::BMibImpl* {
         const auto& groups = m_engine.Groups();
         const auto found = std::find_if(groups.begin(), groups.end(),
                                         [=](CVT::BMibImpl* group) { return group->Name().View() == name; });
         return found == groups.end() ? nullptr : *found;
     };
+    std::vector<CVT::BMibImpl*> partners;
     for (const KnownObjects::JoinedTables& pair : KnownObjects::Joins()) {
         CVT::BMibImpl* const first = find(pair.first);
         CVT::BMibImpl* const second = find(pair.second);
         if (first != nullptr && second != nullptr && Covers(*first) != Covers(*second)) {
-            m_roots.push_back(Covers(*first) ? second->Oid() : first->Oid());
+            partners.push_back(Covers(*first) ? second : first);
         }
     }
+    return partners;
 }
 
 /// Whether all of the group was requested.
@@ -116,6 +120,10 @@ bool Printer::Print(std::string& text, std::string& error) {
     Selection selection = m_options.selection;
     selection.fold = format == Options::Format::kTable && !m_options.all;
     if (good && !selection.Apply(sections, error)) {
+        for (CVT::BMibImpl* const partner : Partners()) {
+            const std::string_view name = partner->Name().View();
+            error.append("; --join adds those of ").append(name.substr(name.find('.') + 1));
+        }
         return false;
     }
     WriteAll(sections, text);

@@ -36,7 +36,7 @@ public:
 
 private:
     bool Collect(Sections& sections, std::string& error);
-    void AddPartners();
+    std::vector<CVT::BMibImpl*> Partners() const;
     bool Covers(const CVT::BMibImpl& group) const;
     double SecondsReady() const;
     void WriteAll(const Sections& sections, std::string& text);
