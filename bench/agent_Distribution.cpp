@@ -45,8 +45,8 @@ private:
     void Run() const {
         const std::string config = m_folder / "snmpd.conf";
         std::ofstream(config) << "rocommunity public 127.0.0.1\n";
-        ::setenv("SNMP_PERSISTENT_DIR", m_folder.Path().c_str(),
-                 1);  // NOLINT(concurrency-mt-unsafe): a process of its own
+        const char* const folder = m_folder.Path().c_str();
+        ::setenv("SNMP_PERSISTENT_DIR", folder, 1);  // NOLINT(concurrency-mt-unsafe): a process of its own
         ::execlp("snmpd", "snmpd", "-f", "-Lf", "/dev/null", "-C", "-c", config.c_str(), m_address.c_str(), nullptr);
     }
 
