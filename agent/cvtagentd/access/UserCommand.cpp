@@ -60,7 +60,8 @@ bool Exists(const StateContent::User& user, const StateContent& state, const Use
     return change != changes.end() ? !change->second.empty() : state.NonVolatileUsers().count(user) != 0;
 }
 
-/// Locks the state, or returns the agent that has locked it. Waits for another command, which does so for a moment.
+/// Locks the state, or returns the agent that has locked it. Waits for another command, which
+/// holds the lock for a moment only.
 std::optional<StateLock::Agent> LockOrFindAgent(std::optional<StateLock>& lock) {
     for (int tries = 1;; ++tries) {
         try {
@@ -115,9 +116,9 @@ int UserCommand::Run() {
     return EXIT_SUCCESS;
 }
 
-/// Nobody types a pass phrase in vain, and nobody waits for a person who types: the state is locked for the checks, and
-/// again, with the same checks, for the change. The first time is in a child process, since the SNMP library can be
-/// initialised only once in a process. Returns the exit status; unless it is 0, the child has said why.
+/// So that nobody types a pass phrase in vain, and nobody waits for a person who types, the state is locked for the
+/// checks, and again, with the same checks, for the change. A child process makes the first checks, since the SNMP
+/// library can be initialised only once in a process. Returns the exit status; unless it is 0, the child has said why.
 int UserCommand::CheckFirst() const {
     const pid_t child = ::fork();
     if (child < 0) {

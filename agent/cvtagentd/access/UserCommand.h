@@ -46,7 +46,8 @@ private:
     void CheckExistence(bool exists) const;
     void RefuseUserOfConfiguration() const;
     int CheckFirst() const;
-    /// Returns how the change takes effect. Until the pass phrases that it needs are there, it makes its checks only.
+    /// Makes the change, and returns how it takes effect. While pass phrases that it needs are missing, it only checks
+    /// whether it could.
     std::string Change() const;
     bool IsOnlyCheck() const;
     void ChangeState() const;

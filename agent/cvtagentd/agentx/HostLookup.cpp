@@ -72,7 +72,7 @@ bool HostLookup::Begin(const MasterAddress::Host& host) {
         try {
             result = LookUp(host);
         } catch (const std::bad_alloc&) {
-            result.error.assign("no memory");  // short enough to need none
+            result.error.assign("no memory");  // short enough to be stored without an allocation
         }
         const CVT::TMutex::Guard guard(shared->lock);
         shared->result = std::move(result);

@@ -12,13 +12,14 @@ namespace cvtagentd {
 /// Looks up the name of a host on a thread of its own, since the system's resolver may take many seconds. Its
 /// descriptor, valid for its whole life, becomes readable when the look-up is over.
 ///
-/// One look-up is under way at a time. It cannot be stopped: the destructor leaves its thread behind, which touches
-/// nothing but what it shares with this object. Used by one thread, with signals blocked, which the other inherits.
+/// One look-up is under way at a time. It cannot be stopped: the destructor leaves its thread running, which touches
+/// only the state that they share. Used by one thread, which must have blocked the signals that it handles: the new
+/// thread inherits its mask.
 class HostLookup {
 public:
     struct Result {
-        std::vector<SocketAddress> addresses;  ///< those to be tried first come first
-        std::string error;                     ///< in words, if there are none
+        std::vector<SocketAddress> addresses;  ///< in the order in which to try them
+        std::string error;                     ///< why there are none
     };
 
     /// Throws StartError when the system has no descriptor left.
@@ -29,9 +30,9 @@ public:
 
     int Descriptor() const;
 
-    /// Begins to look up. Called when nothing is under way. Returns false when the system cannot create a thread.
+    /// Begins a look-up. Called when none is under way. Returns false when the system cannot create a thread.
     bool Begin(const MasterAddress::Host& host);
-    /// The result, once. No value while it is not known.
+    /// Returns the result, once. No value while the look-up is under way.
     std::optional<Result> Take();
 
 private:

@@ -105,7 +105,7 @@ void MasterAddress::ReadHost(const std::string& text, int family) {
     addrinfo hints{};
     hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;  // so that nobody is asked
+    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;  // so that no name server is asked
     addrinfo* first = nullptr;
     if (::getaddrinfo(name.empty() ? nullptr : name.c_str(), port.c_str(), &hints, &first) != 0) {
         m_host = {name, port, family};

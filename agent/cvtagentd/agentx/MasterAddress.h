@@ -12,7 +12,7 @@ struct SocketAddress {
     socklen_t length = 0;
 
     const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&storage); }
-    /// `size` octets, which fit.
+    /// Copies `size` octets, at most those of `storage`.
     void Set(const void* address, socklen_t size);
 };
 
@@ -34,17 +34,17 @@ public:
 
     const std::string& Text() const { return m_text; }
 
-    /// Why this is no address, whatever the host, and what to do; empty when it may be one.
+    /// Why the text cannot be an address on any host, and what to do; empty when it may be one.
     std::string WhyMalformed() const;
 
     bool IsValid() const { return m_known.length != 0 || !m_host.name.empty(); }
-    /// Null when nothing must be looked up.
+    /// Null when there is nothing to look up.
     const Host* HostToLookUp() const { return m_host.name.empty() ? nullptr : &m_host; }
-    /// Of a valid address without a host to look up.
+    /// Only for a valid address without a host to look up.
     const SocketAddress& Known() const { return m_known; }
 
 private:
-    /// AF_UNSPEC: of no kind that there is.
+    /// AF_UNSPEC: the text begins with an unknown kind.
     int Family() const;
     std::string AfterKind() const;
     void ReadPath(const std::string& path);

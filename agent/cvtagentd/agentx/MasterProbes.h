@@ -18,8 +18,8 @@ namespace cvtagentd {
 /// duplicateRegistration is the sign. What is accepted is unregistered at once; requests that it draws are ours anyway.
 ///
 /// One object is tried at a time, and no more of a group once the master has refused one, which keeps short what a
-/// master logs. Refusals for any other reason mean nothing. Warns once for each Begin; of a connection that comes and
-/// goes, a few times a minute. Used by the thread that runs the event loop.
+/// master logs. Refusals for any other reason mean nothing. Warns once all objects have been tried, and at most a few
+/// times a minute when the connection comes and goes. Used by the thread that runs the event loop.
 class MasterProbes {
 public:
     using Name = CVT::BObjectIdentifier;
@@ -35,7 +35,7 @@ public:
 
     /// A session with a master has begun: what was under way is forgotten.
     void Restart() { Clear(); }
-    /// The master has accepted these groups. Those before them come first.
+    /// The master has accepted these groups. Groups that are still being tried come before them.
     void Begin(const std::vector<CVT::BMibImpl*>& accepted);
     /// The answer to the last `add`. `error`: as in AgentX; 0: it has accepted.
     void Answered(unsigned int error);

@@ -15,7 +15,7 @@ namespace cvtagentd {
 /// answers noSuchObject, and does not run out of patience. Logs what the master refuses.
 ///
 /// A group that the master refuses because somebody else serves it is tried again, after growing pauses. The other may
-/// end; or it is this agent's own session before, whose end the master has not noticed yet. Used by the thread that
+/// end, or may be this agent's previous session, whose end the master has not noticed yet. Used by the thread that
 /// runs the event loop.
 class MasterRegistrations {
 public:
@@ -34,11 +34,11 @@ public:
 
     /// A session with a master has begun: all groups are to be registered with it.
     void Restart();
-    /// Sends the registrations of those groups that can answer by now. Returns when to call it again; no value: when
-    /// the master has answered.
+    /// Sends the registrations of those groups that can answer by now. Returns when to call it again; no value: not
+    /// before the master's next answer.
     std::optional<std::chrono::milliseconds> SendReady(Clock::time_point now);
-    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted. When that was the last
-    /// answer, returns the groups that it has accepted since it was last complete; otherwise none.
+    /// The master has answered a registration. `error`: as in AgentX; 0: it has accepted. After the last
+    /// outstanding answer, returns the groups that were accepted since the previous such answer; otherwise none.
     std::vector<CVT::BMibImpl*> Answered(CVT::BMibImpl& group, unsigned int error);
 
 private:
@@ -52,8 +52,8 @@ private:
     std::size_t m_sent = 0;  // and not answered
     std::vector<CVT::BMibImpl*> m_accepted;
     std::vector<CVT::BMibImpl*> m_refused;  // because somebody else serves them
-    bool m_isRetry = false;                 // that is under way
-    Clock::time_point m_retry;              // when it is due
+    bool m_isRetry = false;                 // whether a retry is under way
+    Clock::time_point m_retry;              // when the next one is due
     std::chrono::seconds m_pause = kFirstRetry;
     std::set<std::string> m_hasBeenLogged;  // so that a master that restarts does not repeat it
 };

@@ -55,8 +55,8 @@ public:
 
     const std::string& Address() const { return m_address.Text(); }
 
-    /// Begins to connect, with the rights that the process has by now. Leaves it to Work where the name of a host must
-    /// be looked up: that takes a thread, which would keep these rights, and a connection over TCP needs none.
+    /// Begins to connect, with the rights that the process has by now. Where the name of a host must be looked up, Work
+    /// does so later: a look-up needs a thread, which would keep these rights, and TCP needs none of them.
     void Connect();
     /// Begins to serve. What is served must outlive this, or Leave and the end of all requests.
     void Serve(Served served);
@@ -120,7 +120,7 @@ private:
     std::optional<MasterRequests> m_requests;
 
     State m_state = State::kPauses;
-    Clock::time_point m_due;  // of the next attempt, or until when a step of one may take
+    Clock::time_point m_due;  // when the next attempt begins, or the current step of one must be over
     std::chrono::milliseconds m_pause = kFirstPause;
     Clock::time_point m_opened;
     Clock::time_point m_heard;  // when the master sent its last octets

@@ -10,7 +10,7 @@ namespace cvtagentd {
 /// A stream to a master. No operation waits: what cannot be sent is kept, and sent when the master has read.
 ///
 /// Its one descriptor, valid for its whole life, becomes readable whenever a call of Receive, or of Connected, finds
-/// something new, and while a descriptor is readable that it also watches. Not synchronised.
+/// something new, and while a descriptor given to AlsoWatch is readable. Not synchronised.
 class MasterSocket {
 public:
     enum class State { kClosed, kConnecting, kConnected };
@@ -24,7 +24,7 @@ public:
     int Descriptor() const { return m_epoll; }
     State GetState() const { return m_state; }
 
-    /// For as long as that descriptor is open. Throws StartError when the system refuses.
+    /// Watches that descriptor, too, for as long as it is open. Throws StartError when the system refuses.
     void AlsoWatch(int descriptor);
 
     /// Begins to connect, which may succeed at once. Returns 0 or an errno. Called when it is closed.

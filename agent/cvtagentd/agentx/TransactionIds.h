@@ -14,15 +14,16 @@ namespace cvtagentd {
 /// The identifiers by which the groups know the requests of one session with a master (CVT::BRequest).
 ///
 /// A master passes a request on in parts under one transaction number, with parts of other requests in between, and
-/// never says which part is the last. So an identifier lives until its number has not been used for a while, nobody
-/// uses it and many others have been since. Not synchronised.
+/// never says which part is the last. So an identifier that no request holds any more is forgotten once its number has
+/// not been used for a while, or when it is the one unused for the longest time and another one needs room. Not
+/// synchronised.
 class TransactionIds {
 public:
     using Clock = std::chrono::steady_clock;
 
     /// Far more than lies between two parts of a request that a client still waits for.
     static constexpr std::chrono::seconds kIdle{15};
-    static constexpr std::size_t kMost = 64;  ///< besides those in use, which the session bounds
+    static constexpr std::size_t kMost = 64;  ///< more only while all are in use; the session limits those
 
     /// The same for each part of a request. Never null. Throws std::bad_alloc.
     const std::shared_ptr<const CVT::BRequest>& Of(std::uint32_t transaction, Clock::time_point now);

@@ -154,7 +154,7 @@ void RequireRootsAlone() {
                               "; run the agent as that user (--user), or name another directory with --state-dir");
         }
         if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-            const bool isShared = (status.st_mode & S_ISVTX) != 0;  // such as /tmp, whose rights are to stay
+            const bool isShared = (status.st_mode & S_ISVTX) != 0;  // such as /tmp, whose permissions must stay
             throw ConfigError("users other than root can write to the state directory " + StateDir::Path() +
                               (isShared
                                    ? "; name another one with --state-dir"

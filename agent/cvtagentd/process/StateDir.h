@@ -15,8 +15,8 @@ namespace StateDir {
 /// folder is created if `mayCreate`, for its owner only; a folder that is given must exist. Throws StartError.
 void Enter(const std::string& folder, bool mayCreate = true);
 
-/// Makes the names in the working directory survive a crash of the host. Returns 0, or errno; 0 where the file system
-/// cannot do that.
+/// Makes the names in the working directory survive a crash of the host. Returns 0 or an errno; 0 also where the file
+/// system does not support that.
 int Sync();
 
 /// Whether the state directory has been removed.

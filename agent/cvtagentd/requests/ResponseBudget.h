@@ -11,8 +11,8 @@ namespace cvtagentd {
 /// Used by the thread that runs the library.
 namespace ResponseBudget {
 
-/// The shortest varbind that the agent serves: a number of one octet under a name of nine arcs, or no octets under one
-/// of ten.
+/// The shortest varbind that the agent serves: a number of one octet under a name of nine arcs, or an empty string
+/// under a name of ten.
 inline constexpr std::size_t kLeastVarBind = 15;
 
 /// Bounds the repetitions of every request from now on. Call it once.

@@ -36,7 +36,7 @@ bool HaveSameValue(const CVT::BVarBind& a, const CVT::BVarBind& b) {
     }
 }
 
-/// What a manager may be told of a phase: a group may return any number.
+/// The error that a manager may be told: a group may return any number.
 int ErrorOf(Work work, int status) {
     switch (work) {
         case Work::kCheck:
@@ -85,7 +85,7 @@ struct SetTransactions::Transaction {
     bool isCut = false;                                 // nothing more is committed
     bool hasEnded = false;
 
-    /// The phase that the master waits for, if it has been asked for and is not over; otherwise null.
+    /// The step of this kind that the master waits for; null when there is none.
     Step* Awaited(Work work) {
         const auto step = std::find_if(steps.begin(), steps.end(),
                                        [&](const Step& one) { return one.work == work && !one.done.empty(); });
@@ -218,8 +218,8 @@ void SetTransactions::Supersede(const std::shared_ptr<Transaction>& transaction)
     }
 }
 
-/// What is under way is finished first; a commit, which may have effects that no undo takes back, only for the varbind
-/// that it has come to. A step that ends the transaction is left to do so.
+/// What is under way is finished first, but a commit stops after the varbind that it is writing, since no undo may be
+/// able to take back its effects. A step that ends the transaction is left to do so.
 void SetTransactions::Abandon(Transaction& transaction) {
     transaction.isAbandoned = true;
     const bool isEnding = std::any_of(transaction.steps.begin(), transaction.steps.end(), [](const Step& step) {
@@ -246,14 +246,14 @@ void SetTransactions::AbandonAll() {
     RemoveEnded();
 }
 
-/// The next call of the first step. Returns false when there is no thread or no memory for it.
+/// Starts the next call of the first step. Returns false when there is no thread or no memory for it.
 bool SetTransactions::Start(const std::shared_ptr<Transaction>& transaction) {
     try {
         const auto call = std::make_shared<PhaseCall>(transaction, transaction->steps.front().work, transaction->next);
         if (m_workers.Start(call)) {
             transaction->call = call;
         }
-    } catch (const std::bad_alloc&) {  // has not been started
+    } catch (const std::bad_alloc&) {  // it has not been started
     }
     return transaction->call != nullptr;
 }

@@ -36,7 +36,7 @@ public:
         CVT::BVarBind varBind;  ///< the name and the new value
     };
     struct Result {
-        /// noError, or the error-status of the varbind that stopped the phase: one that SNMP has for a check,
+        /// noError, or the error-status of the varbind that stopped the phase: one that SNMP allows for a check, or
         /// commitFailed or undoFailed.
         int status;
         unsigned int index;  ///< its place in the transaction, from 1; 0 without an error
@@ -61,8 +61,8 @@ public:
     /// carried out once, and its result serves both. Returns false, without a call of `done`, when there is no
     /// transaction of this number.
     bool Continue(Number number, Phase phase, Done done);
-    /// The master will continue none of them: what was committed is undone, and all are released. Nothing is
-    /// committed any more, except the varbind that a commit has come to.
+    /// The master will continue none of them: what was committed is undone, and all are released. A commit that is
+    /// under way stops after the varbind that it is writing.
     void AbandonAll();
 
     /// Call it when a call of the workers is done. May call Done. Returns whether a phase is over.

@@ -10,7 +10,7 @@ namespace ListenAddress {
 
 inline constexpr const char* kNotASocket = "that file is not a socket; choose another name";
 
-/// Why this is no address, whatever the host, and what to do; empty when it may be one.
+/// Why the text cannot be an address on any host, and what to do; empty when it may be one.
 std::string WhyMalformed(const std::string& address);
 
 /// Why the agent could not listen on the address, and what to do, found out without opening its port or its socket

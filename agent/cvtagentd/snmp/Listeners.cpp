@@ -213,7 +213,7 @@ int Listeners::OnMessage(int operation, snmp_session* session, int requestId, sn
     return ::handle_snmp_packet(operation, session, requestId, message, nullptr);
 }
 
-/// The library itself handles a sender without access, whom it checks again.
+/// A sender without access is left to the library, which makes the same check again.
 bool Listeners::Refuses(snmp_pdu& message) const {
     if (message.command != SNMP_MSG_SET || !m_isBusy || !m_isBusy()) {
         return false;

@@ -12,8 +12,8 @@ namespace cvtagentd {
 /// Describes where a message came from, for the log. Stateless.
 namespace MessageOrigin {
 
-/// The internet address and port of the sender in what the library's transport tells of a message, `length` octets of
-/// `data`; no value for a message over a Unix socket.
+/// The internet address and port of the sender, from the `length` octets of `data` that the library's transport has
+/// left with a message; no value for a message over a Unix socket.
 std::optional<sockaddr_storage> PeerIn(const void* data, int length);
 
 /// The internet address and port of the sender; no value for a message over a Unix socket.

@@ -15,8 +15,8 @@ namespace Refusals {
 /// `cause`: a few words, the same for all messages refused for that reason. `advice`, if not empty, ends the line.
 void Log(const snmp_pdu& message, const std::string& cause, const std::string& advice = {});
 
-/// While one exists, a message is checked that the library will check again: Log does nothing, and what the library has
-/// counted is taken back at the end.
+/// For a check of a message that the library will make again: while one exists, Log does nothing, and at its end the
+/// library's statistics are as they were before.
 class Rehearsal {
 public:
     Rehearsal();
