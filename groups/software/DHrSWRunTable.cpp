@@ -129,7 +129,7 @@ void DHrSWRunTable::vCheckUpDateTable(unsigned int requestId) {
             const std::time_t before = std::exchange(s_lastScan, now);
             try {
                 vScan();
-            } catch (...) {  // no memory: a table of some of the processes must not pass for all
+            } catch (...) {  // no memory: an incomplete table must not pass for the whole one
                 s_lastScan = before;
                 s_lastRequestId = kNoRequest;
                 throw;

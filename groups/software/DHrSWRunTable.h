@@ -32,8 +32,8 @@ public:
     /// Switches to the snapshot that the request sees, which is a new one when it is time to take one. When /proc
     /// cannot be opened, it says so on standard output, and the old snapshot stays for another 15 seconds.
     void vCheckUpDateTable(unsigned int requestId);
-    /// Whether the next call of a handler for this request takes a snapshot. It keeps to the answer no, even if the
-    /// clock ticks meanwhile: whoever asks has then put the call on a thread that must not wait for a scan.
+    /// Whether the next call of a handler for this request takes a snapshot. After false, that call takes none even if
+    /// the clock has ticked since: the caller makes it on a thread that must not wait for a scan.
     bool bIsScanDue(unsigned int requestId);
     /// Deletes the rows in use.
     void vDeleteAllEntries();
@@ -67,5 +67,5 @@ private:
 
     ProcessSnapshots m_snapshots{RowsInUse()};
     bool m_isLost = false;                      // whether the request handled last has lost its snapshot
-    std::optional<unsigned int> m_mustNotScan;  // the request for which no scan was due when that was last asked
+    std::optional<unsigned int> m_mustNotScan;  // the request last told that no scan is due
 };

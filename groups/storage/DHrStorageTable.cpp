@@ -136,8 +136,8 @@ void DHrStorageTable::vCheckAndUpdateTable(unsigned int requestId) {
     }
 }
 
-/// Measuring waits for a file system that may hang, and so does probing a new one. The call that follows keeps to the
-/// answer: a file system that is mounted meanwhile must not be probed on a thread that cannot wait.
+/// Measuring waits for a file system that may hang, and so does probing a new one. After false, the call that follows
+/// probes none: a file system mounted meanwhile must not be probed on a thread that cannot wait.
 bool DHrStorageTable::IsSlowToRead(CVT::EReading call, unsigned int requestId, const CVT::BObjectIdentifier& name) {
     if (call != CVT::EReading::Get) {
         return false;
@@ -162,7 +162,7 @@ bool DHrStorageTable::HasNotice() {
     return m_hasNotice;
 }
 
-/// A request reads the mount table once, and something else may be mounted on the row's directory since.
+/// A request reads the mount table once, and something else may have been mounted on the row's directory since.
 bool DHrStorageTable::MayHang(const Entry& row) { return row.mayHang || HasNotice(); }
 
 bool DHrStorageTable::HasMountTableChanged() {
@@ -175,7 +175,7 @@ bool DHrStorageTable::HasMountTableChanged() {
 }
 
 void DHrStorageTable::AddNewMounts() {
-    if (::stat(ETC_MNTTAB, &stLastMntFileStat) != 0) {  // looked at again once it is back
+    if (::stat(ETC_MNTTAB, &stLastMntFileStat) != 0) {  // it is read again once it is back
         stLastMntFileStat = {};
         m_hasNotice = false;
     }
@@ -223,7 +223,7 @@ DHostFile DHrStorageTable::OpenMountTable() {
     if (!file && !m_hasSaidItIsMissing) {
         m_hasSaidItIsMissing = true;
         CVT::Warn(std::string(ETC_MNTTAB) + " cannot be read (" + std::generic_category().message(errno) +
-                  "), so hrStorageTable misses mounted file systems; make it a link to /proc/self/mounts");
+                  "), so hrStorageTable is missing mounted file systems; make it a link to /proc/self/mounts");
     }
     return file;
 }

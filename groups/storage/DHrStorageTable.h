@@ -136,7 +136,7 @@ private:
     DMountsThatMayHang m_mayHang;  // of the last reading of the mount table
     std::vector<Unanswered> m_unanswered;
     DMountTableWatch m_watch;
-    std::optional<unsigned int> m_foundUnchangedFor;  // the request before whose call the mount table was looked at
+    std::optional<unsigned int> m_foundUnchangedFor;  // the request last told that the mount table has not changed
     bool m_hasNotice = false;                         // the watch saw a change that has not been read yet
     bool m_hasSaidItIsMissing = false;                // the mount table
 };

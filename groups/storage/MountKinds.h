@@ -11,8 +11,8 @@ bool bKindMayHang(std::string_view type);
 /// The mounts of one reading of the mount table that may hang. A plain value.
 ///
 /// A path leads through the directories above it, and the kernel asks those as well: a disk mounted below a dead
-/// network mount is as unreachable as that mount. The root directory is not considered as one
-/// of these: without it we would not run.
+/// network mount is as unreachable as that mount. The root directory is never counted among
+/// them: if it hung, we would not run.
 class DMountsThatMayHang {
 public:
     /// Call it in the order of the table. A mount over a directory hides what was mounted there before.

@@ -47,7 +47,7 @@ public:
     std::optional<DMountFigures> LateAnswer();
     /// Whether LateAnswer may still return something.
     bool IsOut() const { return m_call != nullptr; }
-    /// False where an earlier call to the directory has not returned, or no thread could be started.
+    /// False when nothing was asked, since an earlier call to the directory has not returned or no thread could start.
     bool WasAsked() const { return m_wasAsked; }
 
 private:

@@ -30,7 +30,7 @@ public:
     int OnGet_HrSystemInitialLoadDevice(unsigned int requestId, int& value);
     /// The first 1,023 octets of /proc/cmdline, its line feed included.
     int OnGet_HrSystemInitialLoadParameters(unsigned int requestId, CVT::BOctetString& value);
-    /// The number of user processes in utmp; those read so far when another process keeps it locked.
+    /// The number of user processes in utmp; only those read so far when another process keeps it locked.
     int OnGet_HrSystemNumUsers(unsigned int requestId, unsigned int& value);
     /// The field `procs` of sysinfo(2), which includes threads and has 16 bits.
     int OnGet_HrSystemProcesses(unsigned int requestId, unsigned int& value);

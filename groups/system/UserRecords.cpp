@@ -23,8 +23,8 @@ struct flock WholeFile() {
     return lock;
 }
 
-/// A lock of this process: what it holds, the C library does not have to wait for. The C library releases it after
-/// each entry.
+/// A read lock of this process on the records: while it holds one, the C library need not wait for it. The C library
+/// releases it after each entry.
 class ReadLock {
 public:
     ReadLock() : m_file(::open(_PATH_UTMP, O_RDONLY | O_CLOEXEC)) {}
@@ -36,8 +36,8 @@ public:
     ReadLock(const ReadLock&) = delete;
     ReadLock& operator=(const ReadLock&) = delete;
 
-    /// Returns false when somebody else still holds it at the deadline. A file that is not there, or that cannot be
-    /// locked, is left to the C library.
+    /// Returns false when another process still keeps the file locked at the deadline. A file that is missing, or that
+    /// cannot be locked, is left to the C library.
     bool Take(Clock::time_point deadline) const {
         if (m_file < 0) {
             return true;

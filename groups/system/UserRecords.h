@@ -5,6 +5,6 @@
 /// Whether another process keeps the records locked just now, for writing.
 bool bAreUserRecordsLocked();
 
-/// Returns the number of entries of type USER_PROCESS. A process that keeps the records locked is waited for up to 50
-/// milliseconds, after which the entries counted so far are all that count. The C library would wait for ten seconds.
+/// Returns the number of entries of type USER_PROCESS. Waits up to 50 milliseconds for another process that keeps the
+/// records locked, and then returns the number of entries read so far. The C library would wait for ten seconds.
 unsigned int ui32CountUsers();

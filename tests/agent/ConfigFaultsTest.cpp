@@ -81,8 +81,8 @@ TEST_F(ConfigFaultsTest, WhatTheLibrarySaysBrieflyComesWithAdvice) {
          "Error: source/mask mismatch; write a network such as 192.0.2.0/24"},
         {"rocommunity other 127.0.0.1 more words",
          "Error: bad SUBTREE object id; write an object identifier in numbers there, or -V and the name of a view"},
-        {"view some", "Error: missing TYPE parameter; write view NAME included OID, or excluded"},
-        {"group some usm", "Error: an unfinished group; write group NAME usm USER, or v1 or v2c and a com2sec name"},
+        {"view some", "Error: missing TYPE parameter; write view NAME included|excluded OID"},
+        {"group some usm", "Error: an unfinished group; write group NAME usm USER, or group NAME v1|v2c COM2SEC-NAME"},
         {"com2sec name default", "Error: missing COMMUNITY parameter; write com2sec NAME SOURCE COMMUNITY"},
         {"createUser me MD6 \"long enough\"",
          "Error: unknown authProtocol; write SHA-256, or another one of SHA, SHA-224, SHA-384, SHA-512 and MD5"},
@@ -188,8 +188,8 @@ TEST_F(ConfigFaultsTest, FaultsAndRemarksComeInTheOrderOfTheLinesOnOneStream) {
         file + ": line 5: Warning: SHA3 is taken as SHA-384; write the method in full",
         file + ": line 5: Warning: AES2 is taken as AES-256; write the method in full",
         "cvtagentd: " + file +
-            ": line 6: Error: the group us is not defined; add \"group us usm USER\", or v1 or v2c "
-            "and a com2sec name",
+            ": line 6: Error: the group us is not defined; add \"group us usm USER\" or "
+            "\"group us v1|v2c COM2SEC-NAME\"",
         "cvtagentd: " + file +
             ": line 7: Error: cannot listen on upd:161: not a valid address; write it as "
             "udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE",

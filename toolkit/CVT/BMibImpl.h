@@ -64,8 +64,8 @@ public:
     unsigned int HandlerKind() const { return m_handlerKind; }
 
     /// Whether this call, made now, may take long: for a host that serves many clients from one thread, and makes such
-    /// a call on another. `name` is the one that would be passed to the call. Call it with the request lock held, and
-    /// make the call before the lock is released: a group keeps to an answer that its next call takes no time.
+    /// a call on another. `name` is the one that would be passed to the call. Call it with the request lock held.
+    /// After false, make the call before the lock is released: the group stands by that answer for its next call only.
     bool MayTakeLong(EReading call, unsigned int requestId, const BObjectIdentifier& name) const {
         return m_slowCalls && m_slowCalls(call, requestId, name);
     }
@@ -84,7 +84,7 @@ protected:
 
     /// Decides which calls MayTakeLong; without it, none may. Set it in the constructor. It is called before each call
     /// of a request, with the request lock held, so as a rule it should cost little more than a comparison. Where the
-    /// answer depends on what changes by itself (a clock, a file), remember a no for the call that follows.
+    /// answer depends on what changes by itself (a clock, a file), remember false for the call that follows.
     using SlowCalls = std::function<bool(EReading call, unsigned int requestId, const BObjectIdentifier& name)>;
     void SetSlowCalls(SlowCalls slowCalls) { m_slowCalls = std::move(slowCalls); }
 

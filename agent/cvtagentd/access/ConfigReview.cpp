@@ -165,7 +165,8 @@ private:
             if (m_groups.count(name) == 0) {
                 std::string fault = At(*line);
                 fault.append("Error: the group ").append(name).append(" is not defined; add \"group ");
-                m_review.faults.push_back(fault.append(name).append(" usm USER\", or v1 or v2c and a com2sec name"));
+                fault.append(name).append(" usm USER\" or \"group ").append(name).append(" v1|v2c COM2SEC-NAME\"");
+                m_review.faults.push_back(fault);
             }
         }
     }

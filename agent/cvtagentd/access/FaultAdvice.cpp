@@ -24,7 +24,7 @@ constexpr Advice kAdvice[] = {
     {"bad mask length", "; a network of IPv4 has 0 to 32 bits, as in 192.0.2.0/24"},
     {"source/mask mismatch", "; write a network such as 192.0.2.0/24"},
     {"bad SUBTREE object id", "; write an object identifier in numbers there, or -V and the name of a view"},
-    {"missing TYPE parameter", "; write view NAME included OID, or excluded"},
+    {"missing TYPE parameter", "; write view NAME included|excluded OID"},
     {"missing COMMUNITY parameter", "; write com2sec NAME SOURCE COMMUNITY"},
     {"unknown authProtocol", "; write SHA-256, or another one of SHA, SHA-224, SHA-384, SHA-512 and MD5"},
     {"unknown privProtocol", "; write AES"},

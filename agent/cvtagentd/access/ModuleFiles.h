@@ -17,8 +17,8 @@ namespace ModuleFiles {
 /// starts empty.
 void Register();
 
-/// From now on each module is also loaded, and unloaded at once, so that one that cannot be loaded is an error with file
-/// and line, too. For --check-config: loading runs a module's code in this process.
+/// From now on each module is also loaded, and unloaded at once, so that one that cannot be loaded is an error with
+/// file and line, too. For --check-config: loading runs a module's code in this process.
 void TryEach();
 
 /// The folder whose files *.conf may name modules, for /etc/cvtagentd.conf /etc/cvtagentd/modules.d; empty without a

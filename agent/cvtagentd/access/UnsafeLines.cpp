@@ -22,10 +22,10 @@ struct StateDirective {
 };
 
 constexpr StateDirective kStateDirectives[] = {
-    {"vacmview", "write view NAME included OID, or excluded, instead"},
+    {"vacmview", "write view NAME included|excluded OID instead"},
     {"vacmaccess", "write access instead"},
     {"vacmauthaccess", "write authaccess instead"},
-    {"vacmgroup", "write group NAME usm USER, or v1 or v2c and a com2sec name, instead"},
+    {"vacmgroup", "write group NAME usm USER, or group NAME v1|v2c COM2SEC-NAME, instead"},
     {"oldengineid", "write engineID instead"},
 };
 
@@ -45,7 +45,7 @@ std::string WhyUnsafe(const ConfigLine& line) {
         return "an unfinished usmUser; remove it, since such lines belong in the state directory only";
     }
     if (line.directive == "group" && !words.empty() && words.size() < 3) {
-        return "an unfinished group; write group NAME usm USER, or v1 or v2c and a com2sec name";
+        return "an unfinished group; write group NAME usm USER, or group NAME v1|v2c COM2SEC-NAME";
     }
     const auto* const state = std::find_if(std::begin(kStateDirectives), std::end(kStateDirectives),
                                            [&](const StateDirective& known) { return known.name == line.directive; });

@@ -135,7 +135,7 @@ bool Apply(int option, Options& options, std::string& error) {
     switch (option) {
         case kModule:
             if (*::optarg == '\0') {
-                error = "--module needs the file of a module, not an empty one";
+                error = "--module needs a value that is not empty";
                 return false;
             }
             options.modules.emplace_back(::optarg);
@@ -154,7 +154,7 @@ bool Apply(int option, Options& options, std::string& error) {
         case kColumns: return TakeColumns(options, error);
         case kSort:
             options.selection.sort = ::optarg;
-            error = options.selection.sort.empty() ? "--sort needs a column, not an empty one" : "";
+            error = options.selection.sort.empty() ? "--sort needs a value that is not empty" : "";
             return error.empty();
         case kLimit:
             if (!TakeNumber("--limit", "rows", kMostRows, rows, error)) {

@@ -195,8 +195,8 @@ TEST_F(DHrStorageTableTest, WarnsOnceThatTheMountTableIsMissing) {
     ASSERT_EQ(said.size(), 1U);
     EXPECT_EQ(said[0],
               std::string(ETC_MNTTAB) +
-                  " cannot be read (No such file or directory), so hrStorageTable misses mounted file systems; make "
-                  "it a link to /proc/self/mounts");
+                  " cannot be read (No such file or directory), so hrStorageTable is missing mounted file systems; "
+                  "make it a link to /proc/self/mounts");
     stLastMntFileStat.st_mtime = 1;
     Descr(1);
     Write(Line("/dev/hda1", "a", "ext3"));

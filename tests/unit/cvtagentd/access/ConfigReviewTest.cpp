@@ -51,8 +51,8 @@ TEST_F(ConfigReviewTest, AnUndefinedGroupIsAFault) {
                        "access us \"\" any noauth exact _all_ none none\n"
                        "access them \"\" any noauth exact _all_ none none\n")
                     .faults,
-                ElementsAre(File() + ": line 4: Error: the group them is not defined; add \"group them usm USER\", or "
-                                     "v1 or v2c and a com2sec name"));
+                ElementsAre(File() + ": line 4: Error: the group them is not defined; add \"group them usm USER\" or "
+                                     "\"group them v1|v2c COM2SEC-NAME\""));
 }
 
 TEST_F(ConfigReviewTest, AMethodThatIsNotWrittenInFullIsARemarkThatSaysWhatItIsTakenFor) {

@@ -70,9 +70,9 @@ TEST(CvtwalkOptions, RefuseATimeoutThatIsNoNumberOfSeconds) {
 TEST(CvtwalkOptions, RefuseEmptyWords) {
     std::string error;
     EXPECT_FALSE(Parse({"--module", ""}, &error));
-    EXPECT_EQ(error, "--module needs the file of a module, not an empty one");
+    EXPECT_EQ(error, "--module needs a value that is not empty");
     EXPECT_FALSE(Parse({"--module="}, &error));
-    EXPECT_EQ(error, "--module needs the file of a module, not an empty one");
+    EXPECT_EQ(error, "--module needs a value that is not empty");
     EXPECT_FALSE(Parse({""}, &error));
     EXPECT_EQ(error, "the OID or object name is empty; leave it out to print everything");
 }
@@ -130,7 +130,7 @@ TEST(CvtwalkOptions, SayWhatASelectionWants) {
     EXPECT_FALSE(Parse({"--columns", "a,,b"}, &error));
     EXPECT_EQ(error, "--columns needs names with commas between them, not 'a,,b'");
     EXPECT_FALSE(Parse({"--sort", ""}, &error));
-    EXPECT_EQ(error, "--sort needs a column, not an empty one");
+    EXPECT_EQ(error, "--sort needs a value that is not empty");
     EXPECT_FALSE(Parse({"--limit", "0"}, &error));
     EXPECT_EQ(error, "--limit needs a number of rows from 1 to 1000000000, not '0'");
     EXPECT_FALSE(Parse({"--watch", "x"}, &error));
