@@ -16,9 +16,9 @@ class Crowd {
 public:
     enum class Memory { kOwn, kShared };
 
-    /// With `kShared`, all share one address space. Forked ones each map the pages of the process that they come from,
-    /// so that a kernel that keeps asking who uses a page (DAMON) may have to ask all of them, which takes milliseconds
-    /// in which it leaves the processor to nobody.
+    /// With `kShared`, all share one address space. With `kOwn`, each maps the pages of the process that forked it, so
+    /// a kernel that keeps checking who uses a page (DAMON) may have to visit all of them, and keeps the processor for
+    /// milliseconds meanwhile.
     explicit Crowd(std::size_t count, Memory memory = Memory::kOwn)
         : m_stacksSize(memory == Memory::kShared ? count * kStackSize : 0) {
         if (m_stacksSize != 0) {
@@ -58,8 +58,8 @@ public:
 private:
     static constexpr std::size_t kStackSize = 16384;
 
-    /// Without the C library's or a sanitizer's knowledge: in a shared address space this is, to them, the thread that
-    /// made the crowd, a second time.
+    /// Makes only bare system calls: in a shared address space, the C library and a sanitizer would take this process
+    /// for the thread that made the crowd.
     [[noreturn, gnu::no_sanitize_address, gnu::no_sanitize_thread]] static int Idle(void* /*unused*/) {
         ::syscall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
         for (;;) {

@@ -11,8 +11,8 @@
 
 // What the benchmarks of processor time share.
 
-/// Keeps this process, and those that it starts meanwhile, on one processor: what it costs a virtual machine to wake an
-/// idle one would hide everything else, and burdens one of the processes more than another.
+/// Keeps this process, and those that it starts meanwhile, on one processor: in a virtual machine, the cost of waking
+/// an idle one would hide everything else, and would burden one process more than another.
 class OneProcessor {
 public:
     OneProcessor() {

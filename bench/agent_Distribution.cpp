@@ -1,10 +1,10 @@
-// What the agent costs beside the distribution's, both serving the same host with 5,000 really forked processes, each
-// started as it comes: processor time, the kernel's work included, for an instance of a walk of the process tables with
-// GETBULK of 50, for a GET of one scalar, and for taking a snapshot of the processes (what a walk costs more when the
-// tables are old); and resident memory after that. All runs on one processor; the two agents take turns, and a figure
-// is the median of all rounds.
+// What the agent costs beside the distribution's. Both serve the same host with 5,000 really forked processes, each
+// with the modules that it comes with. Measured are processor time, the kernel's work included, for an instance of a
+// walk of the process tables with GETBULK of 50, for a GET of one scalar, and for taking a snapshot of the processes
+// (the difference between a walk that finds the tables old and one that does not); and resident memory after that. All
+// runs on one processor; the two agents take turns, and a figure is the median of all rounds.
 //
-// With CVHOST_BENCH_FULL in the environment at these sizes, else with few processes and for a moment.
+// Runs at these sizes with CVHOST_BENCH_FULL in the environment, otherwise with few processes and for a moment.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -55,14 +55,14 @@ private:
     const Child m_child{[this] { Run(); }};
 };
 
-/// One of the two agents, and what it was seen to cost.
+/// One of the two agents, and what was measured of it.
 class Measured {
 public:
     Measured(std::string address, pid_t pid) : m_address(std::move(address)), m_pid(pid) {}
 
     bool Serves() const { return ::Serves(m_address, kUptime); }
 
-    /// The tables must be old.
+    /// Called when the agent's tables are old, so that the first walk takes a snapshot.
     void Round() {
         Client client(m_address);
         const double withSnapshot = Walk(client);

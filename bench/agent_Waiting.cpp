@@ -7,7 +7,8 @@
 // hrStorageTable with a FUSE file system that falls silent; walk hrDeviceTable while discovery takes its time; read a
 // module whose handler sleeps for 3 s.
 //
-// With CVHOST_BENCH_FULL in the environment with 20,000 processes and for 40 s each, else with 100 and for a moment.
+// Runs with 20,000 processes and for 40 s each with CVHOST_BENCH_FULL in the environment, otherwise with 100 and for a
+// moment.
 
 #include <benchmark/benchmark.h>
 #include <sched.h>

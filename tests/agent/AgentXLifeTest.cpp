@@ -115,7 +115,7 @@ TEST_F(AgentXLifeTest, AnInvalidAddressIsNamed) {
                   "--agentx=carrier-pigeon:1:2: not a valid address; write it as /PATH, unix:/PATH or tcp:HOST:PORT");
 }
 
-TEST_F(AgentXLifeTest, AHostThatIsNotKnownIsNamed) {
+TEST_F(AgentXLifeTest, AnUnknownHostIsNamed) {
     m_master = "tcp:nobody.invalid:705";
     StartAlone("no connection to the master");
     EXPECT_EQ(InLog("tcp:nobody.invalid:705: the host is not known here; check its name"), 1) << Log();

@@ -27,7 +27,7 @@ TEST_F(AgentXLimitsTest, AGetBulkReadsNoFurtherRowsOnceItHoldsEnoughOctets) {
     EXPECT_EQ(answer.varBinds.back().name, Name(kValues + "15.0"));
 }
 
-TEST_F(AgentXLimitsTest, AGetBulkHasAtMostSoManyInstances) {
+TEST_F(AgentXLimitsTest, AGetBulkReturnsALimitedNumberOfInstances) {
     Start({"--module", kReadModule}, {"READ_TEST_ROWS=3000"}, "");
     m_script.TakeAgent(1);
     Pdu bulk = Request(PduType::kGetBulk);
@@ -89,7 +89,7 @@ TEST_F(AgentXLimitsTest, RequestsThatWaitForASetTakeBoundedMemory) {
     }
 }
 
-TEST_F(AgentXLimitsTest, SoManyRequestsWaitAndNoMore) {
+TEST_F(AgentXLimitsTest, NoMoreRequestsWaitThanTheLimit) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 17);  // its check takes more than a second

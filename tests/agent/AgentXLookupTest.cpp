@@ -1,4 +1,4 @@
-// A master whose host is given by name: the resolver may be slow, fail, or find another address each time.
+// A master whose host is given by name: the resolver may be slow or fail, or find another address each time.
 
 #include <filesystem>
 #include <string>

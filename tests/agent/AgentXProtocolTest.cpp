@@ -149,7 +149,7 @@ TEST_F(AgentXProtocolTest, ARequestWhosePartsComeOverALongTimeIsNotHeldUp) {
     }
 }
 
-TEST_F(AgentXProtocolTest, AContextOfARequestBeforeDecidesNothing) {
+TEST_F(AgentXProtocolTest, TheContextOfAnEarlierRequestDoesNotCount) {
     StartServing();
     Pdu get = Request(PduType::kGet);
     get.header.flags = cvtagentd::kNonDefaultContext;
@@ -161,7 +161,7 @@ TEST_F(AgentXProtocolTest, AContextOfARequestBeforeDecidesNothing) {
     EXPECT_EQ(Ask(commit).error, 268) << "processingError, since nothing was checked";
 }
 
-TEST_F(AgentXProtocolTest, WhatALostMasterHasAskedIsNotAnsweredToTheNext) {
+TEST_F(AgentXProtocolTest, WhatALostMasterAskedForIsNotSentToTheNext) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 17);  // its check takes more than a second
@@ -186,7 +186,7 @@ TEST_F(AgentXProtocolTest, AMasterThatRefusesTheSessionIsAskedAgain) {
     EXPECT_NE(Identifier(1), 0U);
 }
 
-TEST_F(AgentXProtocolTest, AMasterThatDoesNotAnswerTheOpeningIsLeft) {
+TEST_F(AgentXProtocolTest, TheSessionIsClosedWhenTheMasterDoesNotAnswerTheOpen) {
     Start({"--module", kTestModule}, {}, "");
     m_script.Accept();
     ASSERT_TRUE(m_script.Receive(20000).has_value()) << Log();
@@ -216,7 +216,7 @@ TEST_F(AgentXProtocolTest, AMalformedAnswerClosesTheSession) {
     EXPECT_NE(Identifier(1), 0U);
 }
 
-TEST_F(AgentXProtocolTest, ACleanupOfAnotherSessionHasNoAnswer) {
+TEST_F(AgentXProtocolTest, ACleanupOfAnotherSessionIsNotAnswered) {
     StartServing();
     Pdu cleanup = Request(PduType::kCleanupSet);
     cleanup.header.session = ScriptedMaster::kSession + 1;
@@ -236,7 +236,7 @@ TEST_F(AgentXProtocolTest, AMalformedRequestIsAnsweredAndTheSessionGoesOn) {
     EXPECT_EQ(InLog("lost the connection"), 0) << Log();
 }
 
-TEST_F(AgentXProtocolTest, WhatIsNoMessageClosesTheSessionWithItsReason) {
+TEST_F(AgentXProtocolTest, WhatIsNotAMessageClosesTheSessionWithItsReason) {
     StartServing();
     m_script.SendOctets(std::string(64, '\x7F'));
     const Pdu last = Read();

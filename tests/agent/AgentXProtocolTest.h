@@ -52,7 +52,7 @@ protected:
         m_script.SendOctets(octets);
         return m_packet;
     }
-    /// The agent's next message that is no question; those are answered.
+    /// Returns the agent's next message that is not a question; questions are answered.
     Pdu Read() {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         for (;;) {
@@ -70,7 +70,7 @@ protected:
             m_asked.push_back(pdu);
             try {
                 m_script.Answer(*message);
-            } catch (const ScriptedMaster::Disconnected&) {  // since then; what was sent before is still read
+            } catch (const ScriptedMaster::Disconnected&) {  // what was sent before is still read
             }
         }
     }
@@ -121,7 +121,7 @@ protected:
         }
         m_script.SendOctets(octets);
     }
-    /// Whether the agent ends the connection, although all that it asks is answered.
+    /// Whether the agent ends the connection although all its questions are answered.
     bool Disconnects() {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         try {
@@ -135,7 +135,7 @@ protected:
             return true;
         }
     }
-    /// Answers what the agent asks, and then its next ping with this error.
+    /// Answers the agent's questions, and its next ping with this error.
     void AnswerUntilPing(std::uint16_t error) {
         for (;;) {
             const auto message = m_script.Receive(20000);
@@ -147,7 +147,7 @@ protected:
             }
         }
     }
-    /// A search of so many ranges in one group.
+    /// A search with that many ranges in one group.
     static Pdu Searching(int ranges) {
         Pdu next = Request(PduType::kGetNext, 77);
         for (int range = 0; range < ranges; ++range) {
@@ -164,7 +164,7 @@ protected:
 
     static constexpr int kSubtrees = 4;
     ScriptedMaster m_script{m_master};
-    std::vector<Pdu> m_asked;  // by the agent, while it was to answer
+    std::vector<Pdu> m_asked;  // what the agent asked while its answer was awaited
 
 private:
     std::uint32_t m_packet = 5000;

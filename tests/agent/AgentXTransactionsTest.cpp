@@ -1,4 +1,4 @@
-// The SETs of a master, phase by phase: what is asked twice, too late or for others, and what a lost master leaves.
+// The SETs of a master, phase by phase: phases that are repeated, late or superseded, and what a lost master leaves.
 
 #include <cstdint>
 #include <string>
@@ -12,7 +12,7 @@ namespace {
 
 class AgentXTransactionsTest : public AgentXProtocolTest {};
 
-TEST_F(AgentXTransactionsTest, TheRangesOfARequestBeforeDecideNothing) {
+TEST_F(AgentXTransactionsTest, TheRangesOfAnEarlierRequestDoNotCount) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 7);
@@ -47,7 +47,7 @@ TEST_F(AgentXTransactionsTest, TheOldestSetThatIsLeftAloneMakesRoom) {
     EXPECT_EQ(Record(), "100 cells");
 }
 
-TEST_F(AgentXTransactionsTest, ACheckThatAnotherTakesThePlaceOfFails) {
+TEST_F(AgentXTransactionsTest, ACheckFailsWhenAnotherTakesItsPlace) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 17);  // its check takes more than a second
@@ -210,7 +210,7 @@ TEST_F(AgentXTransactionsTest, ACommitStopsAtTheFirstFailure) {
     EXPECT_EQ(Record(), "check level, check inner, commit level, release level, release inner");
 }
 
-TEST_F(AgentXTransactionsTest, AnUndoThatFailsInOneGroupIsToldAlthoughTheNextSucceeds) {
+TEST_F(AgentXTransactionsTest, AnUndoThatFailsInOneGroupIsReportedEvenIfTheNextSucceeds) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 14);  // its undo fails
@@ -220,7 +220,7 @@ TEST_F(AgentXTransactionsTest, AnUndoThatFailsInOneGroupIsToldAlthoughTheNextSuc
     EXPECT_EQ(Lines(Ask(Request(PduType::kUndoSet, 1))), AreLines{"error 15 at 1"});
 }
 
-TEST_F(AgentXTransactionsTest, ACheckAfterAnUndoBeginsAnew) {
+TEST_F(AgentXTransactionsTest, ACheckAfterAnUndoStartsANewTransaction) {
     StartServing();
     Pdu test = Request(PduType::kTestSet, 1);
     AddInteger(test, kValues + "1.0", 18);  // its commit takes more than a second

@@ -95,7 +95,7 @@ TEST_F(ConfigFaultsTest, WhatTheLibrarySaysBrieflyComesWithAdvice) {
     }
 }
 
-TEST_F(ConfigFaultsTest, AnAddressThatIsNamedTwiceIsAFaultAndNoPortInUse) {
+TEST_F(ConfigFaultsTest, AnAddressThatIsNamedTwiceIsReportedAsAFaultAndNotAsAPortInUse) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentaddress " + Udp() + "," + Udp() + "\n");
     EXPECT_EQ(Check("agent.conf").output,
               "cvtagentd: " + file + ": line 2: Error: agentaddress names " + Udp() + " twice; leave one out\n");

@@ -131,7 +131,7 @@ TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsIt) {
                   "No such file or directory; create the folder of that socket");
 }
 
-TEST_F(StartTest, AConfiguredAddressThatIsNoneEndsItWithStatus78) {
+TEST_F(StartTest, AMalformedConfiguredAddressEndsItWithStatus78) {
     const Arguments agent = {"--module", kTestModule, "--state-dir", m_scratch / "state", "--config"};
     for (const std::string address : {"udp:127.0.0.1:99999", "udp:127.0.0.1:port", "tcp:[::1"}) {
         const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentaddress " + address + "\n");
@@ -155,7 +155,7 @@ TEST_F(StartTest, AStateFolderThatCannotBeUsedEndsItWithStatus78) {
     ExpectRefusal(module + Arguments{"--state-dir", "/proc/self"}, kFaulty, "cannot write to the state directory");
 }
 
-TEST_F(StartTest, ASharedFolderIsNoStateFolderAndKeepsItsRights) {
+TEST_F(StartTest, ASharedFolderIsRefusedAsAStateFolderAndKeepsItsPermissions) {
     const std::string shared = m_scratch.MakeFolder("shared");
     std::filesystem::permissions(shared, std::filesystem::perms(01777));
     if (::geteuid() != 0) {

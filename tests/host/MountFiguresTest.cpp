@@ -545,7 +545,7 @@ TEST_F(MountFigures, TakeLongToReadWhereAFileSystemMayHangOrANewOneIsToBeAsked) 
     EXPECT_FALSE(takesLong(CVT::EReading::Get, CVT::BRequestId::Next(), 5, 1));
 }
 
-TEST_F(MountFigures, OfANewFileSystemAreNotAskedForInACallThatWasSaidToTakeNoTime) {
+TEST_F(MountFigures, OfANewFileSystemAreNotAskedForInACallAnnouncedAsFast) {
     Mount("local", "ext4");
     m_table->Initialize();
     CVT::BObjectIdentifier name(m_table->Oid());
@@ -625,7 +625,7 @@ TEST_F(MountFigures, OfANewRowAreAskedForAgainWhereTheDirectoryDidNotAnswerBefor
     EXPECT_EQ(units(), 4096);
 }
 
-TEST_F(MountFigures, CauseNoFurtherLookAtAMountTableThatHasGone) {
+TEST_F(MountFigures, AreServedAtOnceAfterTheMountTableWasFoundMissing) {
     Mount("a", "ext4");
     m_table->Initialize();
     CVT::BObjectIdentifier name(m_table->Oid());

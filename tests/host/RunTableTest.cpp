@@ -329,7 +329,7 @@ TEST_F(RunTable, SaysOfEitherTableThatACallTakesLongAsLongAsItWouldScan) {
     EXPECT_TRUE(takesLong(third)) << "the clock was set back";
 }
 
-TEST_F(RunTable, DoesNotScanInACallThatWasSaidToTakeNoTime) {
+TEST_F(RunTable, DoesNotScanInACallAnnouncedAsFast) {
     Process("2", Stat("2", "p", 'S'));
     Pids();
     Process("3", Stat("3", "p", 'S'));

@@ -1,6 +1,6 @@
-// Preloaded into a program, it looks up the name "master.test" as the folder that SLOW_RESOLVER names says: it answers
-// with the addresses in the file "addresses", one in each line, or fails while there is no such file; and it takes as
-// long as there is a file "wait". Each look-up is logged on standard error. All other names are left to the C library.
+// Preloaded into a program, it looks up the name "master.test" in the folder that SLOW_RESOLVER names. It returns the
+// addresses in the file "addresses" there, one in each line, or fails while there is no such file; and it waits as long
+// as there is a file "wait". Each look-up is logged on standard error. All other names are left to the C library.
 
 #include <dlfcn.h>
 #include <netdb.h>

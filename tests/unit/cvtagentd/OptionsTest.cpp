@@ -161,7 +161,7 @@ std::string NotAPort(const std::string& port, const std::string& range) {
     return text.append(port).append("\" is not a port, which is a number ").append(range);
 }
 
-TEST(CvtagentdOptions, RefusesAListenerThatIsNoAddressOnAnyHost) {
+TEST(CvtagentdOptions, RefusesAListenerThatIsNotAnAddressOnAnyHost) {
     const std::string forms =
         ": not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
     for (const std::string address :
@@ -185,7 +185,7 @@ TEST(CvtagentdOptions, RefusesAListenerThatIsNoAddressOnAnyHost) {
               "--listen udp:161 is there twice; leave one out");
 }
 
-TEST(CvtagentdOptions, AcceptsEveryWayToWriteAListener) {
+TEST(CvtagentdOptions, AcceptsEveryFormOfAListener) {
     for (const std::string address :
          {"161", "127.0.0.1", "localhost:161", "udp:161", "udp::161", "tcp:161", "UDP:127.0.0.1:161", "udp:127.0.0.1",
           "udp6:161", "udp6:[::1]:161", "udp6:::1", "tcp6:[::1]:161", "udp6:[fe80::1%eth0]:161", "udp:host_1.example:0",
@@ -194,7 +194,7 @@ TEST(CvtagentdOptions, AcceptsEveryWayToWriteAListener) {
     }
 }
 
-TEST(CvtagentdOptions, RefusesAMasterThatIsNoAddressOnAnyHost) {
+TEST(CvtagentdOptions, RefusesAMasterThatIsNotAnAddressOnAnyHost) {
     for (const std::string address : {"carrier-pigeon:1:2", "localhost:705", "705", "127.0.0.1", "udp:127.0.0.1:705",
                                       "tcp:[::1", "tcp6:::1", "tcp:[::1]:705", "tcp:a b:705", "tcp:1.2.3.4.5:705"}) {
         ExpectRefusedAddress({"--agentx=" + address}, "--agentx=" + address,

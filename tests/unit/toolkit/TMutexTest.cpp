@@ -57,7 +57,7 @@ TEST(TMutex, MayBeTakenAgainByItsHolderWhenRecursive) {
     EXPECT_EQ(TakeElsewhere(lock, 0), 0U);
 }
 
-TEST(TMutex, IsTakenAnewByAThreadThatHasHeldItBefore) {
+TEST(TMutex, CanBeTakenAgainByAThreadThatHasReleasedIt) {
     TMutex lock(true);
     EXPECT_EQ(Take(lock, 0), 0U);
     GiveBack(lock);

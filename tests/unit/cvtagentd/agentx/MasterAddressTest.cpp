@@ -61,7 +61,7 @@ TEST(MasterAddress, LeavesANameToBeLookedUp) {
     EXPECT_EQ(Meaning("tcpipv6:master.example:1705"), "look up master.example 1705 in IPv6");
 }
 
-TEST(MasterAddress, TakesNothingElse) {
+TEST(MasterAddress, RefusesEverythingElse) {
     for (const char* const text :
          {"carrier-pigeon:1:2", "unix:", "tcp:master.example:", "tcp:192.0.2.1:0", "tcp:192.0.2.1:65536",
           "tcp:192.0.2.1:99999999999", "tcp:192.0.2.1:http", "tcp:99999", "udp:192.0.2.1:705"}) {

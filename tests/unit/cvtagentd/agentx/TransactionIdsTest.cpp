@@ -28,7 +28,7 @@ TEST_F(TransactionIdsTest, EachNumberKeepsItsIdentifierWhileItIsUsed) {
     EXPECT_FALSE(CVT::BRequest::IsLive(second));
 }
 
-TEST_F(TransactionIdsTest, TellsWhenToForgetTheNext) {
+TEST_F(TransactionIdsTest, SaysWhenTheNextIsDueToBeForgotten) {
     EXPECT_FALSE(m_ids.Expire(At(seconds(0))).has_value());
     const unsigned int first = Id(1, seconds(0));
     const unsigned int second = Id(2, seconds(5));
