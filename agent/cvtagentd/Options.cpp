@@ -79,7 +79,7 @@ void AddListener(const char* argument, std::vector<std::string>& addresses) {
         throw UsageError("--listen " + address + ": " + (isList ? "one address only; repeat --listen for each" : why));
     }
     if (std::find(addresses.begin(), addresses.end(), address) != addresses.end()) {
-        throw UsageError("--listen " + address + " is there twice; leave one out");
+        throw UsageError("--listen " + address + " is given twice; remove one");
     }
     addresses.push_back(address);
 }

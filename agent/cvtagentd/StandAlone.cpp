@@ -82,7 +82,7 @@ std::string StandAlone::Open() {
     m_listeners.emplace();
     for (const std::string& address : addresses) {
         if (std::count(addresses.begin(), addresses.end(), address) > 1) {
-            throw ConfigError("agentaddress names " + address + " twice; leave one out");
+            throw ConfigError("agentaddress names " + address + " twice; remove one");
         }
         m_listeners->Listen(address);
     }

@@ -118,7 +118,7 @@ TEST_F(AgentXLifeTest, AnInvalidAddressIsNamed) {
 TEST_F(AgentXLifeTest, AnUnknownHostIsNamed) {
     m_master = "tcp:nobody.invalid:705";
     StartAlone("no connection to the master");
-    EXPECT_EQ(InLog("tcp:nobody.invalid:705: the host is not known here; check its name"), 1) << Log();
+    EXPECT_EQ(InLog("tcp:nobody.invalid:705: its host cannot be resolved; check the name"), 1) << Log();
 }
 
 TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {

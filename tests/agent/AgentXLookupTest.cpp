@@ -114,7 +114,7 @@ TEST_F(AgentXLookupTest, TheAddressesOfAHostAreTriedInTurn) {
 TEST_F(AgentXLookupTest, AnUnknownNameIsNamedAndLookedUpAgain) {
     ScriptedMaster master(At("127.0.0.1"));
     StartAgent("no connection to the master at " + m_master +
-               ": the host is not known here; check its name and the name servers, ");
+               ": its host cannot be resolved; check the name and the name servers, ");
     WaitForLookups(2);
     SetAddresses("127.0.0.1\n");
     master.TakeAgent(kSubtrees);

@@ -98,9 +98,9 @@ TEST_F(ConfigFaultsTest, WhatTheLibrarySaysBrieflyComesWithAdvice) {
 TEST_F(ConfigFaultsTest, AnAddressThatIsNamedTwiceIsReportedAsAFaultAndNotAsAPortInUse) {
     const std::string file = WriteConfig("rocommunity public 127.0.0.1\nagentaddress " + Udp() + "," + Udp() + "\n");
     EXPECT_EQ(Check("agent.conf").output,
-              "cvtagentd: " + file + ": line 2: Error: agentaddress names " + Udp() + " twice; leave one out\n");
+              "cvtagentd: " + file + ": line 2: Error: agentaddress names " + Udp() + " twice; remove one\n");
     ExpectRefusal({"--module", kTestModule, "--state-dir", m_scratch / "state", "--config", file}, kFaulty,
-                  "agentaddress names " + Udp() + " twice; leave one out");
+                  "agentaddress names " + Udp() + " twice; remove one");
 }
 
 TEST_F(ConfigFaultsTest, AnAddressThatTheHostLacksForNowKeepsNoReloadFromTakingAccessAway) {

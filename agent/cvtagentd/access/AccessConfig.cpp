@@ -246,7 +246,7 @@ void AppendAddresses(const std::string& file, std::vector<std::string>& faults, 
     std::set<std::string> seen;
     for (const std::string& address : SnmpLibrary::ConfiguredAddresses()) {
         if (!seen.insert(address).second) {
-            faults.push_back(PlaceOf(address, file) + "Error: agentaddress names " + address + " twice; leave one out");
+            faults.push_back(PlaceOf(address, file) + "Error: agentaddress names " + address + " twice; remove one");
             continue;
         }
         bool mayPass = false;

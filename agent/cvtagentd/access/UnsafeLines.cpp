@@ -15,18 +15,18 @@
 namespace cvtagentd {
 namespace {
 
-/// A directive that the library writes into its own state. It reads one in any file, and trusts it to be complete.
+/// A directive that the library writes into its own state. It accepts one in any file, and trusts it to be complete.
 struct StateDirective {
     std::string_view name;  ///< in lower case
     const char* advice;
 };
 
 constexpr StateDirective kStateDirectives[] = {
-    {"vacmview", "write view NAME included|excluded OID instead"},
-    {"vacmaccess", "write access instead"},
-    {"vacmauthaccess", "write authaccess instead"},
-    {"vacmgroup", "write group NAME usm USER, or group NAME v1|v2c COM2SEC-NAME, instead"},
-    {"oldengineid", "write engineID instead"},
+    {"vacmview", "use view NAME included|excluded OID instead"},
+    {"vacmaccess", "use the directive access instead"},
+    {"vacmauthaccess", "use the directive authaccess instead"},
+    {"vacmgroup", "use group NAME usm USER, or group NAME v1|v2c COM2SEC-NAME, instead"},
+    {"oldengineid", "use the directive engineID instead"},
 };
 
 constexpr std::array<std::string_view, 4> kSinks = {"trapsink", "trap2sink", "informsink", "trapsess"};

@@ -92,8 +92,8 @@ std::string UserCommand::WhyNotAName(const std::string& name) {
     if (plain && !name.empty() && name.size() <= kLongestName && name.front() != '-') {
         return {};
     }
-    return "the name of an SNMPv3 user has 1 to 32 letters, digits or signs, with no space, quote, backslash or #, and "
-           "no leading -; \"" +
+    return "the name of an SNMPv3 user has 1 to 32 letters, digits or punctuation marks: no space, quote, backslash or "
+           "#, and no leading -; \"" +
            name + "\" is not such a name";
 }
 

@@ -47,7 +47,7 @@ public:
     /// Once, when it is answered. Appends the response.
     void Respond(std::string& to);
 
-    bool isWanted = true;  ///< otherwise the session has ended
+    bool isWanted = true;  ///< false once its session has ended, or it was refused
 
 private:
     friend class MasterReadTask;

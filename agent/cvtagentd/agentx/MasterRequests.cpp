@@ -15,7 +15,7 @@ constexpr std::size_t kMostReads = 1000;
 /// No SNMP message has so many varbinds.
 constexpr std::size_t kMostVarBinds = 10'000;
 
-/// Of those members that a message of its type uses: the others keep what messages before it have left.
+/// Counts only the members that a message of its type uses: the others still hold what earlier messages left.
 std::size_t NumVarBinds(const Pdu& pdu) {
     switch (pdu.header.type) {
         case PduType::kTestSet: return pdu.varBinds.size();
@@ -71,7 +71,7 @@ void MasterRequests::Read(const Pdu& pdu) {
             read->isWanted = false;
             Respond(pdu.header, CVT::resourceUnavailable);
         }
-    } catch (const std::bad_alloc&) {  // what has been delegated would be answered twice
+    } catch (const std::bad_alloc&) {  // the caller refuses it: what was delegated need not go on
         read->isWanted = false;
         throw;
     }

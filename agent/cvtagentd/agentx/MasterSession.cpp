@@ -97,7 +97,7 @@ void MasterSession::TakeLookup(Clock::time_point now) {
             m_due = now + kPatience;
         }
     } else if (found->addresses.empty()) {
-        Fail("the host is not known here; check its name and the name servers, or write its address in numbers (" +
+        Fail("its host cannot be resolved; check the name and the name servers, or write the address in numbers (" +
              found->error + ")");
     } else {
         ConnectTo(found->addresses[m_lookups++ % found->addresses.size()]);

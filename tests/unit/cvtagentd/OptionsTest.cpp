@@ -181,8 +181,7 @@ TEST(CvtagentdOptions, RefusesAListenerThatIsNotAnAddressOnAnyHost) {
     EXPECT_NE(ErrorOf({"--listen", "unix:" + std::string(108, 'x')}), "");
     EXPECT_EQ(ErrorOf({"--listen", "udp:161,tcp:161"}),
               "--listen udp:161,tcp:161: one address only; repeat --listen for each");
-    EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--listen", "udp:161"}),
-              "--listen udp:161 is there twice; leave one out");
+    EXPECT_EQ(ErrorOf({"--listen", "udp:161", "--listen", "udp:161"}), "--listen udp:161 is given twice; remove one");
 }
 
 TEST(CvtagentdOptions, AcceptsEveryFormOfAListener) {
