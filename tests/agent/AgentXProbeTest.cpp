@@ -48,12 +48,12 @@ protected:
 
     void StartAgent() { Start({"--module", kTestModule}, {}, ""); }
 
-    /// Answers the agent until it asks for nothing but whether the master is there, or has tried so many objects.
+    /// Answers the agent until it only asks whether the master is there, or has tried that many objects.
     void Answer(const Refusal& refusal, std::size_t objects = SIZE_MAX) {
         m_script.Accept();
         AnswerOn(refusal, objects);
     }
-    /// The same of the connection that there is.
+    /// The same, on the present connection.
     void AnswerOn(const Refusal& refusal, std::size_t objects = SIZE_MAX) {
         m_tried.clear();
         m_undone.clear();

@@ -25,7 +25,7 @@ public:
     OpenWatch(const OpenWatch&) = delete;
     OpenWatch& operator=(const OpenWatch&) = delete;
 
-    /// Whether it has been opened since the last call.
+    /// Whether the file has been opened since the last call.
     bool Was() const {
         bool was = false;
         for (std::array<char, 1024> events{}; ::read(m_events, events.data(), events.size()) > 0;) {

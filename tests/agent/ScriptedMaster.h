@@ -167,7 +167,7 @@ public:
             m_octetsLeft -= static_cast<std::size_t>(sent);
         }
     }
-    /// Sends these octets without reading anything, until the agent has taken none for so long. Returns how many it
+    /// Sends these octets without reading anything, until the agent has taken none for that long. Returns how many it
     /// has taken.
     std::size_t SendUnread(std::string_view octets, int milliseconds) {
         std::size_t taken = 0;
@@ -317,7 +317,7 @@ private:
         message.payload = ReadOctets(length);
         return message;
     }
-    /// What the agent asks meanwhile, such as whether the master is there, does not prolong it.
+    /// Questions from the agent meanwhile, such as whether the master is there, do not extend the deadline.
     Message ReadBefore(Clock::time_point deadline) {
         Message message = Read();
         if (Clock::now() >= deadline) {

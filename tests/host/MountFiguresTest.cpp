@@ -609,7 +609,7 @@ TEST_F(MountFigures, OfANewRowAreAskedForAgainWhereTheDirectoryDidNotAnswerBefor
     Mount("dead", "nfs4").statHangs = true;
     m_table->Initialize();
     DHrStorageTable other(nullptr);
-    other.Initialize();  // the call to the directory is still out
+    other.Initialize();  // the call to the directory has still not returned
     m_table = nullptr;
     Release();
     ASSERT_TRUE(CVT::TThread::WaitForSelfDeleting(30'000));

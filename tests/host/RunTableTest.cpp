@@ -353,7 +353,7 @@ TEST_F(RunTable, DoesNotScanInACallAnnouncedAsFast) {
     EXPECT_EQ(s_scans, 1);
     EXPECT_EQ(PidsSeenBy(first), (std::vector<unsigned int>{2}));
     EXPECT_EQ(s_scans, 1);
-    EXPECT_TRUE(takesLong(second)) << "the answer of before no longer counts";
+    EXPECT_TRUE(takesLong(second)) << "the earlier answer no longer counts";
     EXPECT_EQ(PidsSeenBy(second), (std::vector<unsigned int>{2, 3}));
     EXPECT_EQ(s_scans, 2);
 }
