@@ -51,7 +51,8 @@ public:
         m_seen = m_shown.find(text, m_seen) + text.size();
         return true;
     }
-    /// Types each pass phrase twice, as the program asks for it. The first prompt must have been waited for. Returns false when it stops asking.
+    /// Types each pass phrase twice, as the program asks for it. The first prompt must have been waited for. Returns
+    /// false when it stops asking.
     bool TypeTwice(const std::vector<std::string>& phrases) {
         for (std::size_t at = 0; at < phrases.size(); ++at) {
             if (at > 0 && !WaitFor("pass phrase: ")) {
