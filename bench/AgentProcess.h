@@ -47,6 +47,9 @@ inline std::chrono::milliseconds Duration() { return std::chrono::milliseconds(I
 class Child {
 public:
     explicit Child(const std::function<void()>& run) : m_pid(::fork()) {
+        if (m_pid < 0) {
+            Fail("no process can be made");
+        }
         if (m_pid == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             run();
@@ -219,6 +222,9 @@ inline Waits Ask(Client& client, const Name& name, Clock::duration duration, std
 }
 
 inline void Report(benchmark::State& state, const std::string& prefix, Waits waits) {
+    if (waits.empty()) {
+        Fail("there was no time for a request");
+    }
     std::sort(waits.begin(), waits.end());
     const auto at = [&](double share) {
         return waits[std::min(waits.size() - 1, static_cast<std::size_t>(share * static_cast<double>(waits.size())))];

@@ -77,7 +77,10 @@ void MeasureWalk(benchmark::State& state, const AgentBehindMaster& pair, const N
     std::vector<double> agent;
     std::vector<double> master;
     for ([[maybe_unused]] const auto _ : state) {
-        while (client.Walk(root) == 0) {  // until it is registered; for the first time a table may be made
+        for (const auto end = Clock::now() + std::chrono::seconds(30); client.Walk(root) == 0;) {
+            if (Clock::now() > end) {  // until it is registered; for the first time a table may be made
+                Fail("the master does not serve the table");
+            }
         }
         for (int walk = 0; walk < (IsFull() ? 9 : 1); ++walk) {
             const double agentBefore = ProcessorTime(pair.AgentPid());
