@@ -117,8 +117,9 @@ TEST_F(AgentXLifeTest, AnInvalidAddressIsNamed) {
 
 TEST_F(AgentXLifeTest, AnUnknownHostIsNamed) {
     m_master = "tcp:nobody.invalid:705";
-    StartAlone("no connection to the master");
-    EXPECT_EQ(InLog("tcp:nobody.invalid:705: its host cannot be resolved; check the name"), 1) << Log();
+    const std::string fault = "tcp:nobody.invalid:705: its host cannot be resolved; check the name";
+    StartAlone(fault);
+    EXPECT_EQ(InLog(fault), 1) << Log();
 }
 
 TEST_F(AgentXLifeTest, EndsWithin5SecondsUnderAMasterThatHangs) {

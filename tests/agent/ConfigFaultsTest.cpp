@@ -191,7 +191,7 @@ TEST_F(ConfigFaultsTest, FaultsAndRemarksComeInTheOrderOfTheLinesOnOneStream) {
             ": line 6: Error: the group us is not defined; add \"group us usm USER\" or "
             "\"group us v1|v2c COM2SEC-NAME\"",
         "cvtagentd: " + file +
-            ": line 7: Error: cannot listen on upd:161: not a valid address; write it as "
+            ": line 7: Error: cannot listen on upd:161: not a valid address, or its host cannot be resolved; write it as "
             "udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE",
         "cvtagentd: " + file + ": line 8: Warning: Unknown token: frobnicate"};
     std::string text;

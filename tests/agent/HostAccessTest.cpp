@@ -51,35 +51,56 @@ protected:
         m_host->Cover(kAllowed, "");
         m_host->Cover(kDenied, "ALL: 127.0.0.77\n");
         const std::string port = std::to_string(m_port);
-        Start({"--module", kTestModule, "--listen", "tcp:127.0.0.1:" + port, "--listen", "udp6:[::1]:" + port,
-               "--listen", "tcp6:[::1]:" + port, "--config",
-               WriteConfig("rocommunity private 127.0.0.0/8\nrocommunity6 private ::1\n")});
+        Arguments agent = {"--module", kTestModule,
+                           "--listen", "tcp:127.0.0.1:" + port,
+                           "--config", WriteConfig("rocommunity private 127.0.0.0/8\nrocommunity6 private ::1\n")};
+        if (HasIpv6()) {
+            agent = agent + Arguments{"--listen", "udp6:[::1]:" + port, "--listen", "tcp6:[::1]:" + port};
+        }
+        Start(agent);
     }
     void TearDown() override {
         AgentTest::TearDown();
         m_host.reset();
     }
 
+    /// Whether the loopback address of IPv6 can be listened on.
+    static bool HasIpv6() {
+        const int probe = ::socket(AF_INET6, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_in6 address{};
+        address.sin6_family = AF_INET6;
+        address.sin6_addr = in6addr_loopback;
+        const bool has = ::bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        ::close(probe);
+        return has;
+    }
+
     bool IsAnswered(const std::string& from, const std::string& transport = "udp") const {
-        return Client("snmpget", {"-v2c", "-c", "private", "-t", "0.5", "-r", "1", "--clientaddr=" + from,
-                                  transport + ":127.0.0.1:" + std::to_string(m_port), kSysUpTime})
-                   .status == 0;
+        return Ask({"-t", "5", "--clientaddr=" + from}, transport + ":127.0.0.1:");
     }
-    bool IsAnsweredOverIpv6(const std::string& transport) const {
-        return Client("snmpget", {"-v2c", "-c", "private", "-t", "0.5", "-r", "1",
-                                  transport + ":[::1]:" + std::to_string(m_port), kSysUpTime})
-                   .status == 0;
+    bool IsRefused(const std::string& from, const std::string& transport = "udp") const {
+        return !Ask({"-t", "0.5", "--clientaddr=" + from}, transport + ":127.0.0.1:");
     }
+    bool IsAnsweredOverIpv6(const std::string& transport) const { return Ask({"-t", "5"}, transport + ":[::1]:"); }
+    bool IsRefusedOverIpv6(const std::string& transport) const { return !Ask({"-t", "0.5"}, transport + ":[::1]:"); }
     /// Once a change of the files takes effect.
     static void WaitForTheNextLook() { ::poll(nullptr, 0, 1'100); }
 
     std::unique_ptr<MadeUpHost> m_host;
+
+private:
+    /// `host`: with the colon before the port.
+    bool Ask(const Arguments& options, const std::string& host) const {
+        return Client("snmpget", Arguments{"-v2c", "-c", "private", "-r", "1"} + options +
+                                     Arguments{host + std::to_string(m_port), kSysUpTime})
+                   .status == 0;
+    }
 };
 
 TEST_F(HostAccessTest, ARefusedAddressGetsNoAnswerOnTheFirstOrALaterTry) {
     EXPECT_TRUE(IsAnswered("127.0.0.1"));
-    EXPECT_FALSE(IsAnswered("127.0.0.77"));
-    EXPECT_FALSE(IsAnswered("127.0.0.77"));
+    EXPECT_TRUE(IsRefused("127.0.0.77"));
+    EXPECT_TRUE(IsRefused("127.0.0.77"));
     EXPECT_TRUE(IsAnswered("127.0.0.1"));
     EXPECT_TRUE(IsAnswered("127.0.0.1", "tcp"));
 }
@@ -87,11 +108,11 @@ TEST_F(HostAccessTest, ARefusedAddressGetsNoAnswerOnTheFirstOrALaterTry) {
 TEST_F(HostAccessTest, AChangedFileTakesEffectWithinASecond) {
     EXPECT_TRUE(IsAnswered("127.0.0.1"));
     EXPECT_TRUE(IsAnswered("127.0.0.1", "tcp"));
-    EXPECT_FALSE(IsAnswered("127.0.0.77"));
+    EXPECT_TRUE(IsRefused("127.0.0.77"));
     m_host->Cover(kDenied, "ALL: 127.0.0.1\n");
     WaitForTheNextLook();
-    EXPECT_FALSE(IsAnswered("127.0.0.1"));
-    EXPECT_FALSE(IsAnswered("127.0.0.1", "tcp"));
+    EXPECT_TRUE(IsRefused("127.0.0.1"));
+    EXPECT_TRUE(IsRefused("127.0.0.1", "tcp"));
     EXPECT_TRUE(IsAnswered("127.0.0.77"));
 }
 
@@ -99,6 +120,9 @@ TEST_F(HostAccessTest, TheFilesAreReadOnceForSeveralRequestsFromOneAddress) {
     const OpenWatch allowed(kAllowed);
     const std::string ofIpv6 = "6";
     for (const std::string transport : {"udp", "udp6", "tcp", "tcp6"}) {
+        if (transport.ends_with(ofIpv6) && !HasIpv6()) {
+            continue;
+        }
         const auto isAnswered = [&] {
             return transport.ends_with(ofIpv6) ? IsAnsweredOverIpv6(transport) : IsAnswered("127.0.0.1", transport);
         };
@@ -111,14 +135,17 @@ TEST_F(HostAccessTest, TheFilesAreReadOnceForSeveralRequestsFromOneAddress) {
 }
 
 TEST_F(HostAccessTest, AChangedFileTakesEffectWithinASecondForIpv6Too) {
+    if (!HasIpv6()) {
+        GTEST_SKIP() << "no IPv6 on this machine";
+    }
     for (const std::string transport : {"udp6", "tcp6"}) {
         EXPECT_TRUE(IsAnsweredOverIpv6(transport)) << transport;
     }
     m_host->Cover(kDenied, "ALL: [::1]\n");
     WaitForTheNextLook();
     for (const std::string transport : {"udp6", "tcp6"}) {
-        EXPECT_FALSE(IsAnsweredOverIpv6(transport)) << transport;
-        EXPECT_FALSE(IsAnsweredOverIpv6(transport)) << transport << ", by the remembered verdict";
+        EXPECT_TRUE(IsRefusedOverIpv6(transport)) << transport;
+        EXPECT_TRUE(IsRefusedOverIpv6(transport)) << transport << ", by the remembered verdict";
     }
     EXPECT_TRUE(IsAnswered("127.0.0.1"));
 }

@@ -125,7 +125,8 @@ TEST_F(StartTest, TwoModulesForOneSubtreeAreRefused) {
 
 TEST_F(StartTest, AnAddressThatCannotBeListenedOnEndsIt) {
     const Arguments module = {"--module", kTestModule, "--state-dir", m_scratch / "state"};
-    ExpectRefusal(module + Arguments{"--listen", "udp:nobody.invalid:1161"}, 1, "not a valid address");
+    ExpectRefusal(module + Arguments{"--listen", "udp:nobody.invalid:1161"}, 1,
+                  "not a valid address, or its host cannot be resolved; write it as udp:HOST:PORT");
     ExpectRefusal(module + Arguments{"--listen", "udp:192.0.2.1:1161"}, 1, "this host has no such address");
     ExpectRefusal(module + Arguments{"--listen", "unix:" + m_scratch / "no/where"}, kFaulty,
                   "No such file or directory; create the folder of that socket");

@@ -37,9 +37,10 @@ public:
             struct flock lock {};
             lock.l_type = F_WRLCK;
             lock.l_whence = SEEK_SET;
-            if (::fcntl(file, F_SETLK, &lock) == 0) {
-                static_cast<void>(::write(ready[1], "x", 1));
+            if (::fcntl(file, F_SETLK, &lock) != 0) {
+                ::_exit(1);
             }
+            static_cast<void>(::write(ready[1], "x", 1));
             for (;;) {
                 ::pause();
             }

@@ -40,7 +40,7 @@ std::string FuseServer::Missing() {
 }
 
 FuseServer::FuseServer(std::string directory) : m_directory(std::move(directory)) {
-    m_device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    m_device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC | O_NONBLOCK);
     m_stop = ::eventfd(0, EFD_CLOEXEC);
     const std::string options =
         "fd=" + std::to_string(m_device) + ",rootmode=40000,user_id=0,group_id=0,subtype=testserver";

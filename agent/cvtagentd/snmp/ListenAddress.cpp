@@ -5,8 +5,10 @@
 #include <sys/un.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -19,6 +21,7 @@ namespace cvtagentd {
 namespace {
 
 constexpr std::string_view kUnix = "unix:";
+constexpr const char* kForms = "udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
 
 /// The library's names for the transports to which an address and a port belong, and for the others.
 constexpr const char* kInternet[] = {"udp", "tcp", "udp6", "udpv6", "udpipv6", "tcp6", "tcpv6", "tcpipv6", "ipv6"};
@@ -78,6 +81,18 @@ std::string FileOf(const std::string& address) {
 bool IsForIpv4(const std::string& transport) {
     return ::strcasecmp(transport.c_str(), "udp:") == 0 || ::strcasecmp(transport.c_str(), "tcp:") == 0;
 }
+
+/// Whether the address may hold the name of a host, which the resolver may know later.
+bool HasName(const std::string& address) {
+    const std::size_t colon = address.find(':');
+    const bool isTransport = address.starts_with("udp") || address.starts_with("tcp");
+    const std::string rest = isTransport && colon != std::string::npos ? address.substr(colon) : address;
+    return std::any_of(rest.begin(), rest.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
+}
+
+/// Errors of opening a socket. When the resolver fails, it leaves any other.
+constexpr int kSocketErrors[] = {EADDRINUSE, EADDRNOTAVAIL, EACCES,       EPERM,  EMFILE, ENFILE,
+                                 ENOBUFS,    ENOMEM,        EAFNOSUPPORT, EINVAL, ENODEV};
 
 bool IsForIpv6(const std::string& transport) { return transport.find('6') != std::string::npos; }
 
@@ -139,7 +154,7 @@ std::string ListenAddress::WhyNot(const std::string& address, bool& mayPass) {
     if (transport == nullptr) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
         mayPass = error != 0;
-        return Advice(error);
+        return Advice(address, error);
     }
     transport->f_close(transport);
     ::netsnmp_transport_free(transport);
@@ -154,9 +169,21 @@ bool ListenAddress::IsOtherFile(const std::string& address) {
     return ::lstat(address.c_str() + kUnix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
 }
 
+bool ListenAddress::IsUnresolved(const std::string& address, int error) {
+    return !IsSocket(address) && HasName(address) &&
+           std::find(std::begin(kSocketErrors), std::end(kSocketErrors), error) == std::end(kSocketErrors);
+}
+
+std::string ListenAddress::Advice(const std::string& address, int error) {
+    if (IsUnresolved(address, error)) {
+        return std::string("not a valid address, or its host cannot be resolved; write it as ") + kForms;
+    }
+    return Advice(error);
+}
+
 std::string ListenAddress::Advice(int error) {
     switch (error) {
-        case 0: return "not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
+        case 0: return std::string("not a valid address; write it as ") + kForms;
         case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
         case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
         case ENOENT:

@@ -5,9 +5,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 
@@ -26,14 +24,6 @@
 
 namespace cvtagentd {
 namespace {
-
-/// Whether the address may hold the name of a host, which the resolver may know later.
-bool HasName(const std::string& address) {
-    const std::size_t colon = address.find(':');
-    const bool isTransport = address.starts_with("udp") || address.starts_with("tcp");
-    const std::string rest = isTransport && colon != std::string::npos ? address.substr(colon) : address;
-    return std::any_of(rest.begin(), rest.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
-}
 
 netsnmp_transport* TransportOf(snmp_session& session) {
     void* const internal = ::snmp_sess_pointer(&session);
@@ -154,11 +144,12 @@ void Listeners::Listen(const std::string& address) {
     errno = 0;
     if (!Open(address)) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
-        const std::string text = "cannot listen on " + address + ": " + ListenAddress::Advice(error);
-        if (error == 0 && !HasName(address)) {
+        const std::string text = "cannot listen on " + address + ": " + ListenAddress::Advice(address, error);
+        const bool isUnresolved = ListenAddress::IsUnresolved(address, error);
+        if (error == 0 && !isUnresolved) {
             throw ConfigError(text);
         }
-        FailToStart(text, error);
+        FailToStart(text, isUnresolved ? 0 : error);
     }
     Descriptors::KeepFromChildren();  // programs that a module starts must not keep the agent's sockets open
 }
