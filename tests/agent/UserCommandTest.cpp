@@ -384,7 +384,7 @@ TEST_F(UserCommandTest, AChangeWaitsForTheProcessThatIsChangingUsers) {
     StartForAll();
     ExpectTakenIn(Create("reader", Phrases()));
     const int lock = ::open((m_scratch / "state/cvtagentd.users.lock").c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_EQ(::flock(lock, LOCK_EX | LOCK_NB), 0);
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0) << "once the agent has released it";
     ExpectRefusedCommand({"--create-user", "other"}, "another process is changing them; try again");
     ::close(lock);
     ExpectTakenIn(Create("other", Phrases()));

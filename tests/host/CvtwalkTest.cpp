@@ -131,7 +131,7 @@ TEST(Cvtwalk, EndsWithTwoForAWrongCommandLine) {
     ExpectOneLine(Walk({"--bogus"}), 2, "the option --bogus is unknown (try --help)");
     ExpectOneLine(Walk({"--format", "xml"}), 2, "--format needs text, json, table, csv, prometheus or html, not 'xml'");
     ExpectOneLine(Walk({"--timeout", "0"}), 2, "--timeout needs a number of seconds from 1 to 86400, not '0'");
-    ExpectOneLine(Walk({"--module", ""}), 2, "--module needs the file of a module");
+    ExpectOneLine(Walk({"--module", ""}), 2, "--module needs a value that is not empty");
     ExpectOneLine(Walk({""}), 2, "the OID or object name is empty");
 }
 
