@@ -1,5 +1,7 @@
 // What --check-config and a start say about a configuration in which every directive is spelled correctly.
 
+#include <netdb.h>
+
 #include "tests/agent/AgentTest.h"
 
 namespace agent_test {
@@ -12,6 +14,13 @@ protected:
     Outcome Check(const std::string& name) const {
         std::filesystem::permissions(m_scratch / name, Perms::owner_read | Perms::owner_write);
         return RunAgent({"--check-config", m_scratch / name, "--state-dir", m_scratch / "state"});
+    }
+    /// Whether there is somebody to say that a host does not exist.
+    static bool HasResolver() {
+        addrinfo* found = nullptr;
+        const int error = ::getaddrinfo("upd", nullptr, nullptr, &found);
+        EXPECT_NE(error, 0) << "there is a host of that name";
+        return error != EAI_AGAIN;
     }
     static std::string UndefinedView(const std::string& file, int line = 1) {
         return file + ": line " + std::to_string(line) +
@@ -59,9 +68,11 @@ TEST_F(ConfigFaultsTest, AddressesAreTriedWithoutOpeningTheConfiguredPort) {
         const std::string file =
             m_scratch.Write("addresses.conf", "rocommunity public 127.0.0.1\n\nagentaddress udp:161," + address + "\n");
         const Outcome outcome = Check("addresses.conf");
-        EXPECT_EQ(outcome.status, 1) << address;
-        const std::string begin = std::string("cvtagentd: ").append(file).append(": line 3: Error: cannot listen on ");
-        EXPECT_NE(outcome.output.find(std::string(begin).append(address).append(": ")), std::string::npos)
+        const bool isFault = address != "upd:161" || HasResolver();
+        EXPECT_EQ(outcome.status, isFault ? 1 : 0) << address;
+        const std::string what = isFault ? "Error: cannot listen on " : "for now, the agent cannot listen on ";
+        EXPECT_NE(outcome.output.find(std::string(file).append(": line 3: ").append(what).append(address).append(": ")),
+                  std::string::npos)
             << address << ": " << outcome.output;
     }
 }
@@ -180,6 +191,9 @@ TEST_F(ConfigFaultsTest, FaultsAndRemarksComeInTheOrderOfTheLinesOnOneStream) {
     const Outcome outcome =
         RunToEnd({"sh", "-c", "exec \"$0\" \"$@\" >/dev/null", kAgentFile, "--check-config", file}, m_scratch);
     EXPECT_EQ(outcome.status, 1);
+    const std::string unresolved =
+        ": not a valid address, or its host cannot be resolved; write it as udp:HOST:PORT, tcp:HOST:PORT, "
+        "udp6:[HOST]:PORT or unix:FILE";
     const std::vector<std::string> expected = {
         "cvtagentd: " + file + ": line 1: Warning: Unknown token: rocomunity; did you mean rocommunity?",
         "cvtagentd: " + UndefinedView(file, 2),
@@ -190,9 +204,8 @@ TEST_F(ConfigFaultsTest, FaultsAndRemarksComeInTheOrderOfTheLinesOnOneStream) {
         "cvtagentd: " + file +
             ": line 6: Error: the group us is not defined; add \"group us usm USER\" or "
             "\"group us v1|v2c COM2SEC-NAME\"",
-        "cvtagentd: " + file +
-            ": line 7: Error: cannot listen on upd:161: not a valid address, or its host cannot be resolved; write it as "
-            "udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE",
+        HasResolver() ? "cvtagentd: " + file + ": line 7: Error: cannot listen on upd:161" + unresolved
+                      : file + ": line 7: for now, the agent cannot listen on upd:161" + unresolved,
         "cvtagentd: " + file + ": line 8: Warning: Unknown token: frobnicate"};
     std::string text;
     for (const std::string& line : expected) {

@@ -41,7 +41,6 @@
 namespace cvtagentd {
 namespace {
 
-constexpr std::string_view kUnknownDirective = "Unknown token: ";
 constexpr const char* kConfiguration = "the configuration";
 constexpr const char* kStateFile = "the state file";
 constexpr const char* kNoAccess = "Warning: no access control information configured";
@@ -394,11 +393,11 @@ void AccessConfig::RequireFaultless(const std::string& file, const std::vector<L
 std::string AccessConfig::TakeUnknownDirectives(std::vector<std::string>& faults) {
     std::set<std::string> names;
     const auto take = [&](const std::string& fault) {
-        const std::size_t at = fault.find(kUnknownDirective);
+        const std::size_t at = fault.find(FaultAdvice::kUnknownDirective);
         if (at == std::string::npos) {
             return false;
         }
-        names.insert(fault.substr(at + kUnknownDirective.size()));
+        names.insert(fault.substr(at + FaultAdvice::kUnknownDirective.size()));
         return true;
     };
     faults.erase(std::remove_if(faults.begin(), faults.end(), take), faults.end());

@@ -3,14 +3,12 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "agent/cvtagentd/access/KnownDirectives.h"
 
 namespace cvtagentd {
 namespace {
 
-constexpr std::string_view kUnknownDirective = "Unknown token: ";
 constexpr std::string_view kNoValue = "Blank line following ";
 constexpr std::string_view kNoSection = "No handlers regestered for type ";  // the library's spelling
 

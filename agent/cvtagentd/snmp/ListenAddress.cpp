@@ -1,11 +1,11 @@
 #include "agent/cvtagentd/snmp/ListenAddress.h"
 
+#include <netdb.h>
 #include <strings.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <filesystem>
 #include <iterator>
@@ -21,7 +21,6 @@ namespace cvtagentd {
 namespace {
 
 constexpr std::string_view kUnix = "unix:";
-constexpr const char* kForms = "udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
 
 /// The library's names for the transports to which an address and a port belong, and for the others.
 constexpr const char* kInternet[] = {"udp", "tcp", "udp6", "udpv6", "udpipv6", "tcp6", "tcpv6", "tcpipv6", "ipv6"};
@@ -82,18 +81,6 @@ bool IsForIpv4(const std::string& transport) {
     return ::strcasecmp(transport.c_str(), "udp:") == 0 || ::strcasecmp(transport.c_str(), "tcp:") == 0;
 }
 
-/// Whether the address may hold the name of a host, which the resolver may know later.
-bool HasName(const std::string& address) {
-    const std::size_t colon = address.find(':');
-    const bool isTransport = address.starts_with("udp") || address.starts_with("tcp");
-    const std::string rest = isTransport && colon != std::string::npos ? address.substr(colon) : address;
-    return std::any_of(rest.begin(), rest.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
-}
-
-/// Errors of opening a socket. When the resolver fails, it leaves any other.
-constexpr int kSocketErrors[] = {EADDRINUSE, EADDRNOTAVAIL, EACCES,       EPERM,  EMFILE, ENFILE,
-                                 ENOBUFS,    ENOMEM,        EAFNOSUPPORT, EINVAL, ENODEV};
-
 bool IsForIpv6(const std::string& transport) { return transport.find('6') != std::string::npos; }
 
 bool IsIpv4(const std::string& host) {
@@ -153,8 +140,9 @@ std::string ListenAddress::WhyNot(const std::string& address, bool& mayPass) {
         ::netsnmp_transport_open_server("snmp", (parts->transport + parts->host + "0").c_str());
     if (transport == nullptr) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
-        mayPass = error != 0;
-        return Advice(address, error);
+        const Host host = LookUp(address);
+        mayPass = host == Host::kUnknownForNow || (host == Host::kKnown && error != 0);
+        return host == Host::kKnown ? Advice(error) : kUnresolved;
     }
     transport->f_close(transport);
     ::netsnmp_transport_free(transport);
@@ -169,21 +157,28 @@ bool ListenAddress::IsOtherFile(const std::string& address) {
     return ::lstat(address.c_str() + kUnix.size(), &status) == 0 && !S_ISSOCK(status.st_mode);
 }
 
-bool ListenAddress::IsUnresolved(const std::string& address, int error) {
-    return !IsSocket(address) && HasName(address) &&
-           std::find(std::begin(kSocketErrors), std::end(kSocketErrors), error) == std::end(kSocketErrors);
-}
-
-std::string ListenAddress::Advice(const std::string& address, int error) {
-    if (IsUnresolved(address, error)) {
-        return std::string("not a valid address, or its host cannot be resolved; write it as ") + kForms;
+ListenAddress::Host ListenAddress::LookUp(const std::string& address) {
+    const std::optional<Parts> parts = IsSocket(address) ? std::nullopt : Split(address);
+    if (!parts || parts->host.empty()) {
+        return Host::kKnown;
     }
-    return Advice(error);
+    std::string host = parts->host.substr(parts->host.starts_with('[') ? 1 : 0);
+    host.resize(host.find_first_of(host.size() < parts->host.size() ? "%]" : "@:"));  // without an interface
+    addrinfo hints{};
+    hints.ai_family = IsForIpv6(parts->transport) ? AF_INET6 : IsForIpv4(parts->transport) ? AF_INET : AF_UNSPEC;
+    addrinfo* found = nullptr;
+    const int error = ::getaddrinfo(host.c_str(), nullptr, &hints, &found);
+    if (error == 0) {
+        ::freeaddrinfo(found);
+        return Host::kKnown;
+    }
+    const bool mayPass = error == EAI_AGAIN || error == EAI_SYSTEM || error == EAI_MEMORY;
+    return mayPass ? Host::kUnknownForNow : Host::kUnknown;
 }
 
 std::string ListenAddress::Advice(int error) {
     switch (error) {
-        case 0: return std::string("not a valid address; write it as ") + kForms;
+        case 0: return "not a valid address; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT or unix:FILE";
         case EADDRINUSE: return "the port is in use; stop the program that uses it, or choose another port";
         case EADDRNOTAVAIL: return "this host has no such address; choose one of its own";
         case ENOENT:

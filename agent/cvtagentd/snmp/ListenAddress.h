@@ -22,12 +22,17 @@ std::string WhyNot(const std::string& address, bool& mayPass);
 /// Whether the address of a Unix socket names a file that is not a socket. The library would delete that.
 bool IsOtherFile(const std::string& address);
 
-/// Whether an attempt to listen on the address failed because nobody knows its host: the name may be wrong, or the
-/// resolver may know it later. `error`: the system error after the attempt, which then means nothing.
-bool IsUnresolved(const std::string& address, int error);
+inline constexpr const char* kUnresolved =
+    "not a valid address, or its host cannot be resolved; write it as udp:HOST:PORT, tcp:HOST:PORT, udp6:[HOST]:PORT "
+    "or unix:FILE";
+
+enum class Host { kKnown, kUnknownForNow, kUnknown };
+
+/// Whether the address's host is known, which an address without a host always is. Asks the system's resolver, and may
+/// take many seconds. For an attempt to listen that has failed: if the host was the reason, errno does not tell.
+Host LookUp(const std::string& address);
 
 /// What a system error says about the attempt to listen, and what to do. `error` 0: the address is not valid.
-std::string Advice(const std::string& address, int error);
 std::string Advice(int error);
 
 }  // namespace ListenAddress

@@ -144,12 +144,14 @@ void Listeners::Listen(const std::string& address) {
     errno = 0;
     if (!Open(address)) {
         const int error = collector.Messages().empty() ? errno : collector.Messages().back().systemError;
-        const std::string text = "cannot listen on " + address + ": " + ListenAddress::Advice(address, error);
-        const bool isUnresolved = ListenAddress::IsUnresolved(address, error);
-        if (error == 0 && !isUnresolved) {
+        if (ListenAddress::LookUp(address) != ListenAddress::Host::kKnown) {
+            throw StartError("cannot listen on " + address + ": " + ListenAddress::kUnresolved);
+        }
+        const std::string text = "cannot listen on " + address + ": " + ListenAddress::Advice(error);
+        if (error == 0) {
             throw ConfigError(text);
         }
-        FailToStart(text, isUnresolved ? 0 : error);
+        FailToStart(text, error);
     }
     Descriptors::KeepFromChildren();  // programs that a module starts must not keep the agent's sockets open
 }
